@@ -1,0 +1,57 @@
+# One function for each kind of target: a library of the SDK, a worker module, a program, a test.
+
+function(tavo_common target)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:tavo_warnings>)
+    target_compile_definitions(${target} PRIVATE
+        QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_NARROWING_CONVERSIONS_IN_CONNECT)
+endfunction()
+
+# tavo_add_library(NAME SOURCES ... HEADERS ... LINK ... PRIVATE_LINK ... INCLUDE_ROOT dir)
+function(tavo_add_library name)
+    cmake_parse_arguments(arg "" "INCLUDE_ROOT" "SOURCES;HEADERS;LINK;PRIVATE_LINK" ${ARGN})
+    add_library(${name} SHARED ${arg_SOURCES})
+    add_library(Tavo::${name} ALIAS ${name})
+    tavo_common(${name})
+    target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${arg_INCLUDE_ROOT} FILES ${arg_HEADERS})
+    target_compile_definitions(${name} PUBLIC QT_FORCE_ASSERTS PRIVATE ${name}_EXPORTS QT_NO_CAST_FROM_ASCII)
+    target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE ${arg_PRIVATE_LINK})
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
+
+# tavo_add_module(NAME SOURCES ... LINK ...): a library that a host loads; its objects are a target of their own,
+# NAME_objects, so that the tests run the very code that the module holds.
+function(tavo_add_module name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name}_objects OBJECT ${arg_SOURCES})
+    tavo_common(${name}_objects)
+    target_compile_definitions(${name}_objects PRIVATE QT_NO_CAST_FROM_ASCII)
+    target_include_directories(${name}_objects INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name}_objects PUBLIC ${arg_LINK})
+    add_library(${name} MODULE)
+    target_link_libraries(${name} PRIVATE ${name}_objects)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+endfunction()
+
+# tavo_add_program(NAME SOURCES ... LINK ...)
+function(tavo_add_program name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    tavo_common(${name})
+    target_compile_definitions(${name} PRIVATE QT_NO_CAST_FROM_ASCII)
+    target_link_libraries(${name} PRIVATE ${arg_LINK})
+    target_link_options(${name} PRIVATE -Wl,--as-needed)
+endfunction()
+
+# tavo_add_test(NAME SOURCES ... LINK ... NEEDS targets ...): one test program; CTest sees every test in it.
+function(tavo_add_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK;NEEDS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    tavo_common(${name})
+    target_link_libraries(${name} PRIVATE tavo_test_support ${arg_LINK})
+    if(arg_NEEDS)
+        add_dependencies(${name} ${arg_NEEDS})
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,65 @@
+#include "i18n/trstring.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+const bool trStringConverts = [] {
+    QMetaType::registerConverter<TrString, QString>(&TrString::toString);
+    return true;
+}();
+
+QString padded(const TrArg& argument)
+{
+    return argument.fieldWidth >= 0 ? argument.value.rightJustified(argument.fieldWidth, argument.fill)
+                                    : argument.value.leftJustified(-argument.fieldWidth, argument.fill);
+}
+
+/// The place marker ("%1" to "%99") at `index`: its number and length; number 0 if there is none.
+struct Place
+{
+    int number = 0;
+    int length = 0;
+};
+
+Place placeAt(const QString& text, int index)
+{
+    Place place;
+    for (int i = index + 1; i < text.size() && i <= index + 2; ++i) {
+        const int digit = text.at(i).unicode() - u'0';
+        if (digit < 0 || digit > 9)
+            break;
+        place = {place.number * 10 + digit, i - index + 1};
+    }
+    return place;
+}
+
+} // namespace
+
+QString TrString::toString() const
+{
+    const QString text = QCoreApplication::translate(
+        m_text.context.constData(), m_text.sourceText.constData(), m_text.comment.constData(), m_text.n);
+    QString result;
+    for (int i = 0; i < text.size();) {
+        const Place place = text.at(i) == QLatin1Char('%') ? placeAt(text, i) : Place();
+        if (place.number >= 1 && place.number <= m_arguments.size()) {
+            result += padded(m_arguments.at(place.number - 1));
+            i += place.length;
+        } else {
+            result += text.at(i++);
+        }
+    }
+    return result;
+}
+
+QByteArray trExtractContext(const char* signature)
+{
+    const QByteArray text(signature);
+    const int nameEnd = text.indexOf('(');
+    const int scopeEnd = text.left(nameEnd).lastIndexOf("::");
+    if (scopeEnd < 0)
+        return {};
+    const int scopeBegin = text.lastIndexOf(' ', scopeEnd) + 1;
+    return text.mid(scopeBegin, scopeEnd - scopeBegin);
+}

@@ -1,0 +1,24 @@
+#include "tavo/tavokeys.h"
+
+#include "model/cmpath.h"
+
+#define TAVO_KEY(accessor, text)                                                                                       \
+    const QString& accessor()                                                                                          \
+    {                                                                                                                  \
+        static const QString key = QStringLiteral(text);                                                               \
+        return key;                                                                                                    \
+    }
+
+TAVO_KEY(TavoService_Id, "serviceId")
+TAVO_KEY(TavoFilesystem_Path, "filesystem/path")
+TAVO_KEY(TavoFilesystem_Filter, "filesystem/filter")
+TAVO_KEY(TavoPlayListPrepareItems, "playList/prepareItems")
+TAVO_KEY(TavoMusicLibraryPrepareItems, "musicLibrary/prepareItems")
+TAVO_KEY(TavoFilesystemCountFilesPathSuffix, "filesystem/countFiles")
+TAVO_KEY(TavoErrorAccessViolation, "accessViolation")
+
+const CMPath& TavoMusicLibraryAlbumArtWidth()
+{
+    static const CMPath path(QStringLiteral("settings"), QStringLiteral("musicLibrary/albumArtWidth"));
+    return path;
+}
