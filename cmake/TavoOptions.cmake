@@ -10,9 +10,10 @@ set(CMAKE_AUTOMOC ON)
 option(TAVO_BUILD_TESTS "Build the tests" ON)
 set(TAVO_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (empty: none)")
 
-# Everything that runs from the build tree lies in one folder, so that the host finds the module beside itself.
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+# The build tree is laid out as the install tree, so that the host finds its modules in both by the same way.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR}")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 find_program(TAVO_CCACHE ccache)
 if(TAVO_CCACHE)

@@ -15,13 +15,15 @@ function(tavo_add_library name)
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${arg_INCLUDE_ROOT} FILES ${arg_HEADERS})
     target_compile_definitions(${name} PUBLIC QT_FORCE_ASSERTS PRIVATE ${name}_EXPORTS QT_NO_CAST_FROM_ASCII)
     target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE ${arg_PRIVATE_LINK})
-    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} VERIFY_INTERFACE_HEADER_SETS ON)
+    tavo_install(${name} "${CMAKE_INSTALL_LIBDIR}" EXPORT TavoTargets
+        FILE_SET HEADERS DESTINATION "${TAVO_INSTALL_INCLUDEDIR}")
 endfunction()
 
-# tavo_add_module(NAME SOURCES ... LINK ...): a library that a host loads; its objects are a target of their own,
-# NAME_objects, so that the tests run the very code that the module holds.
+# tavo_add_module(NAME SOURCES ... LINK ...): a library that a host loads, with the factory as its only export; its
+# objects are a target of their own, NAME_objects, so that the tests run the very code that the module holds.
 function(tavo_add_module name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
     add_library(${name}_objects OBJECT ${arg_SOURCES})
@@ -31,7 +33,13 @@ function(tavo_add_module name)
     target_link_libraries(${name}_objects PUBLIC ${arg_LINK})
     add_library(${name} MODULE)
     target_link_libraries(${name} PRIVATE ${name}_objects)
-    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+    # The C++ library's templates have default visibility whatever the compiler is told: only a version script hides them.
+    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed
+        "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module.map")
+    set_target_properties(${name} PROPERTIES
+        LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${TAVO_INSTALL_MODULEDIR}"
+        LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/module.map")
+    tavo_install(${name} "${TAVO_INSTALL_MODULEDIR}")
 endfunction()
 
 # tavo_add_program(NAME SOURCES ... LINK ...)
@@ -42,6 +50,7 @@ function(tavo_add_program name)
     target_compile_definitions(${name} PRIVATE QT_NO_CAST_FROM_ASCII)
     target_link_libraries(${name} PRIVATE ${arg_LINK})
     target_link_options(${name} PRIVATE -Wl,--as-needed)
+    tavo_install(${name} "${CMAKE_INSTALL_BINDIR}")
 endfunction()
 
 # tavo_add_test(NAME SOURCES ... LINK ... NEEDS targets ...): one test program; CTest sees every test in it.
