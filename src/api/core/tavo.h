@@ -1,6 +1,15 @@
 #pragma once
 
 #include "i18n/trstring.h"
+#include "model/cmconnect.h"
+#include "model/cmerror.h"
+#include "model/cmpath.h"
+#include "model/cmreply.h"
+#include "model/cmrequest.h"
+#include "model/cmroot.h"
+#include "model/cmsubscribe.h"
+#include "model/cmversion.h"
+#include "model/cmworker.h"
 #include "tavo/mimetypes.h"
 #include "tavo/tavokeys.h"
 #include "tavo/tavomedia.h"

@@ -16,6 +16,8 @@ TAVO_KEY(TavoPlayListPrepareItems, "playList/prepareItems")
 TAVO_KEY(TavoMusicLibraryPrepareItems, "musicLibrary/prepareItems")
 TAVO_KEY(TavoFilesystemCountFilesPathSuffix, "filesystem/countFiles")
 TAVO_KEY(TavoErrorAccessViolation, "accessViolation")
+TAVO_KEY(TavoErrorInvalidPath, "invalidPath")
+TAVO_KEY(TavoErrorInvalidRowsVersion, "invalidRowsVersion")
 
 const CMPath& TavoMusicLibraryAlbumArtWidth()
 {

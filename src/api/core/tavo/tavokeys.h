@@ -19,5 +19,7 @@ class CMPath;
 /// The root worker's setting: width in pixels to which album covers are scaled down.
 [[nodiscard]] TAVO_API_EXPORT const CMPath& TavoMusicLibraryAlbumArtWidth();
 
-/// The name of an error that refuses access.
+/// Names of errors: access is refused; a path names nothing; rows are asked for by a version that is not current.
 [[nodiscard]] TAVO_API_EXPORT const QString& TavoErrorAccessViolation();
+[[nodiscard]] TAVO_API_EXPORT const QString& TavoErrorInvalidPath();
+[[nodiscard]] TAVO_API_EXPORT const QString& TavoErrorInvalidRowsVersion();

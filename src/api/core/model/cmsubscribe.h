@@ -1,0 +1,89 @@
+#pragma once
+
+#include "model/cmpath.h"
+#include "tavo/tavoexport.h"
+
+#include <QHash>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QStringList>
+#include <QVector>
+
+class CMWorker;
+
+/// A client's end of its subscriptions.
+class TAVO_API_EXPORT CMChangeReceiver : public QObject
+{
+    Q_OBJECT
+public:
+    using QObject::QObject;
+
+    /// Runs in the receiver's thread, from its event loop. `changes` are CMSubscribe's change codes.
+    virtual void rowsChanged(const CMPath& path, const QStringList& changes, int version) = 0;
+};
+
+/// Which clients follow which row paths of one worker.
+///
+/// A path is subscribed as long as at least one client follows it: rowsPathAdded() tells the worker of the first,
+/// rowsPathRemoved() of the last. Both are emitted in the worker's thread, no lock held.
+class TAVO_API_EXPORT CMSubscribe : public QObject
+{
+    Q_OBJECT
+public:
+    /// `worker` owns the new object.
+    explicit CMSubscribe(CMWorker* worker);
+
+    /// Change code: all rows of the path have changed.
+    [[nodiscard]] static const QString& RowsChangeReset();
+    /// Change code: the path is gone. It ends the subscription of every client of the path, and of all paths below.
+    [[nodiscard]] static const QString& RowsChangeClose();
+
+    /// Makes the receiver a client of the path; false if the worker does not track such a path. A receiver that is
+    /// one already stays one. From any thread; waits for the worker's thread. A receiver's destruction ends its
+    /// subscriptions.
+    [[nodiscard]] bool add(const CMPath& path, CMChangeReceiver* receiver);
+    /// Ends a subscription; does nothing where there is none. From any thread; waits for the worker's thread.
+    void remove(const CMPath& path, CMChangeReceiver* receiver);
+    [[nodiscard]] bool isClient(const CMPath& path, const CMChangeReceiver* receiver) const;
+
+    /// The subscribed paths at and below `path`, in no order. From any thread.
+    [[nodiscard]] QList<CMPath> rowsPathsStartingWith(const CMPath& path) const;
+
+    /// Tells the path's clients, each later through its own event loop, in the order of the calls. From any thread.
+    /// The last argument names a single row; -1: none.
+    void rowsChanged(const CMPath& path, const QStringList& changes, int version, int row);
+
+Q_SIGNALS:
+    void rowsPathAdded(const CMPath& path);
+    void rowsPathRemoved(const CMPath& path);
+
+private:
+    using Clients = QVector<CMChangeReceiver*>;
+
+    template<typename Function>
+    void runInWorkerThread(Function&& function);
+
+    [[nodiscard]] bool addHere(const CMPath& path, CMChangeReceiver* receiver);
+    void removeHere(const CMPath& path, CMChangeReceiver* receiver);
+    void removeEverywhere(QObject* receiver);
+
+    /// True if this makes the path subscribed.
+    [[nodiscard]] bool insertClient(const CMPath& path, CMChangeReceiver* receiver);
+    void eraseClientLocked(const CMPath& path, const QObject* receiver);
+    void tellLocked(const CMPath& path, const QStringList& changes, int version);
+    void closeLocked(const CMPath& path, int version);
+
+    void settleLater();
+    void settle();
+    [[nodiscard]] QList<CMPath> takeEnded();
+    [[nodiscard]] bool isTracked(const CMPath& path) const;
+
+    CMWorker* const m_worker;
+
+    /// A leaf: no signal is emitted and no worker or client is called under it.
+    mutable QMutex m_mutex;
+    QHash<CMPath, Clients> m_clients;
+    /// Paths without clients of which the worker has not been told yet.
+    QList<CMPath> m_ended;
+};
