@@ -28,6 +28,7 @@ struct DbgLogSite
 };
 
 /// Writes one line, UTF-8, if the logger is enabled for the level; `pieces` (`a << b << ...`) are only evaluated then.
+// NOLINTBEGIN(bugprone-macro-parentheses): parentheses would part the chain of <<
 #define DBGLOG(logger, level, site, pieces)                                                                            \
     do {                                                                                                               \
         if ((logger).isEnabledFor(level)) {                                                                            \
@@ -37,6 +38,7 @@ struct DbgLogSite
             (logger).forcedLog(level, dbglogLine.str(), dbglogSite.file, dbglogSite.line, dbglogSite.function);        \
         }                                                                                                              \
     } while (false)
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// UTF-8, nothing added.
 TAVO_API_EXPORT std::ostream& operator<<(std::ostream& out, const QString& text);

@@ -21,7 +21,7 @@ public:
             if (known != m_types.constEnd())
                 return *known;
         }
-        const QString type = fromDatabase(extension);
+        QString type = fromDatabase(extension);
         const QWriteLocker writing(&m_lock);
         if (m_types.size() < rememberedExtensions)
             m_types.insert(extension, type);
