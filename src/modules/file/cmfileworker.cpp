@@ -1,0 +1,545 @@
+#include "cmfileworker.h"
+
+#include "log/dbglog.h"
+#include "model/cmconnect.h"
+#include "model/cmroot.h"
+#include "model/cmversion.h"
+#include "playlist/playlisthelper.h"
+#include "tavo/mimetypes.h"
+#include "tavo/tavokeys.h"
+#include "tavo/tavomedia.h"
+#include "tavo/tavonamematcher.h"
+#include "tavo/tavoroles.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QSet>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <dirent.h>
+
+namespace {
+
+constexpr char sourceFile[] = "src/modules/file/cmfileworker";
+constexpr char loggerName[] = "CB_Filesystem";
+
+/// The operations as their log lines name them.
+namespace Signature {
+constexpr char constructor[] = "CMFileWorker::CMFileWorker(const QVariantHash&)";
+constexpr char errorAccessViolation[] = "CMError CMFileWorker::errorAccessViolation(const QString&)";
+constexpr char errorNoReadPermission[] = "CMError CMFileWorker::errorNoReadPermission(const QString&)";
+constexpr char entryList[] = "QStringList CMFileWorker::entryList(CMVoidReply&, const QString&)";
+constexpr char filter[] = "bool CMFileWorker::filter(const QString&, bool)";
+constexpr char getDataImpl[] =
+    "virtual QVariantList CMFileWorker::getDataImpl(CMVoidReply&, const QString&, const QStringList&)";
+constexpr char getRowsRequest[] = "virtual void CMFileWorker::getRowsRequest(const CMGetRowsRequest&)";
+constexpr char sendRowsReply[] =
+    "void CMFileWorker::sendRowsReply(const QVariantList&, const TrString&, CMGetRowsRequest)";
+constexpr char getDataRequest[] = "virtual void CMFileWorker::getDataRequest(const CMGetDataRequest&)";
+constexpr char addWatch[] = "void CMFileWorker::addWatch(QString)";
+constexpr char removeWatch[] = "void CMFileWorker::removeWatch(QString)";
+constexpr char subscribePathAdded[] = "void CMFileWorker::subscribePathAdded(const CMPath&)";
+constexpr char subscribePathRemoved[] = "void CMFileWorker::subscribePathRemoved(const CMPath&)";
+constexpr char watcherChanged[] = "void CMFileWorker::watcherChanged(const QString&, const QStringList&)";
+} // namespace Signature
+
+/// The lines that are known by number; all others carry their own.
+namespace Site {
+constexpr DbgLogSite constructed{sourceFile, 48, Signature::constructor};
+constexpr DbgLogSite rowsRequested{sourceFile, 349, Signature::getRowsRequest};
+constexpr DbgLogSite rowsRequestPath{sourceFile, 357, Signature::getRowsRequest};
+constexpr DbgLogSite contextMenuRequested{sourceFile, 363, Signature::getRowsRequest};
+constexpr DbgLogSite unnoticedChange{sourceFile, 411, Signature::getRowsRequest};
+constexpr DbgLogSite rowsReplySent{sourceFile, 607, Signature::sendRowsReply};
+} // namespace Site
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance(loggerName);
+    return instance;
+}
+
+std::string entering(const char* signature)
+{
+    return "Enter " + dbglog_scopedFunction(signature, loggerName) + ": ";
+}
+
+#define LOG_AT(site, level, pieces) DBGLOG(logger(), log4cplus::level##_LOG_LEVEL, site, pieces)
+#define LOG(signature, level, pieces) LOG_AT((DbgLogSite{sourceFile, __LINE__, signature}), level, pieces)
+
+int firstRowsVersion()
+{
+    const QMutexLocker lock(CMVersion::mutex());
+    return ++CMVersion::s_last;
+}
+
+int albumArtWidthSetting()
+{
+    return TavoHash(CMRoot()->getValue(TavoMusicLibraryAlbumArtWidth()).toHash()).i32_();
+}
+
+QString parentDirectory(const QFileInfo& info)
+{
+    return info.dir().absolutePath();
+}
+
+/// What scandir() returned; entries are freed one by one as they are done with, the rest at the end.
+class ScannedDirectory
+{
+public:
+    explicit ScannedDirectory(const QString& path)
+        : m_count(scandir(path.toUtf8().constData(), &m_entries, nullptr, alphasort))
+    {
+    }
+    ~ScannedDirectory()
+    {
+        for (int i = 0; i < m_count; ++i)
+            std::free(m_entries[i]);
+        std::free(m_entries);
+    }
+    Q_DISABLE_COPY_MOVE(ScannedDirectory)
+
+    /// Negative if the directory could not be read.
+    [[nodiscard]] int count() const { return m_count; }
+    /// Null once released.
+    [[nodiscard]] dirent* at(int index) const { return m_entries[index]; }
+    void release(int index)
+    {
+        std::free(m_entries[index]);
+        m_entries[index] = nullptr;
+    }
+
+private:
+    dirent** m_entries = nullptr;
+    int m_count;
+};
+
+QString nameOf(const dirent& entry)
+{
+    return QString::fromUtf8(entry.d_name);
+}
+
+/// Asks the file system only where the listing did not tell.
+bool isDirectory(dirent& entry, const QDir& dir)
+{
+    if (entry.d_type == DT_UNKNOWN && QFileInfo(dir, nameOf(entry)).isDir())
+        entry.d_type = DT_DIR;
+    return entry.d_type == DT_DIR;
+}
+
+QStringList texts(const QSet<CMPath>& paths)
+{
+    QStringList list;
+    for (const CMPath& path : paths)
+        list.append(path.toEncoded());
+    return list;
+}
+
+TrString rowsRequestText(const char* sourceText)
+{
+    return {TrCharData{trExtractContext(Signature::getRowsRequest), sourceText}, QList<TrArg>()};
+}
+
+QString mimeType(const QFileInfo& info)
+{
+    return MimeTypes::extensionToMimeType(info.suffix(), QString());
+}
+
+QString rowType(const QFileInfo& info)
+{
+    return info.isDir() ? TavoRolesType::Container()
+                        : TavoRolesType::toString(CMGlobal::mimeTypeToRolesType(mimeType(info)));
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT CMWorker* worker_create(void* /*host*/, const QVariantHash& configuration)
+{
+    return new CMFileWorker(configuration);
+}
+
+CMFileWorker::CMFileWorker(const QVariantHash& configuration)
+    : CMWorker(configuration, QStringLiteral("CMFileWorker")), m_rowsVersion(firstRowsVersion()),
+      m_watcher(new QFileSystemWatcher(this))
+{
+    LOG_AT(Site::constructed, TRACE, entering(Signature::constructor));
+
+    cmConnect(m_watcher, &QFileSystemWatcher::directoryChanged, this, &CMFileWorker::on_watcherChanged);
+    cmConnect(m_watcher, &QFileSystemWatcher::fileChanged, this, &CMFileWorker::on_watcherChanged);
+    cmConnect(this, &CMFileWorker::fakeDirectoryChanged, this, &CMFileWorker::on_watcherChanged, Qt::QueuedConnection);
+    cmConnect(subscribe(), &CMSubscribe::rowsPathAdded, this, &CMFileWorker::subscribePathAdded, Qt::DirectConnection);
+    cmConnect(
+        subscribe(), &CMSubscribe::rowsPathRemoved, this, &CMFileWorker::subscribePathRemoved, Qt::DirectConnection);
+
+    m_serviceId = configuration.value(TavoService_Id()).toString();
+    m_rootPath = QFileInfo(configuration.value(TavoFilesystem_Path()).toString()).canonicalFilePath();
+    m_contextMenuPath = addPrefix(QStringLiteral("menu/context"));
+    m_rootDir.setPath(m_rootPath);
+    for (const QVariant& pattern : configuration.value(TavoFilesystem_Filter()).toList())
+        m_filter.append(pattern.toString());
+    m_albumArtWidth = albumArtWidthSetting();
+}
+
+CMFileWorker::~CMFileWorker() = default;
+
+QString CMFileWorker::joinedPath(const QString& path) const
+{
+    QFileInfo info(m_rootDir, path);
+    info.makeAbsolute();
+    return info.filePath();
+}
+
+bool CMFileWorker::isInsideRoot(const QString& absolutePath) const
+{
+    return absolutePath.startsWith(m_rootPath, Qt::CaseSensitive);
+}
+
+CMError CMFileWorker::errorAccessViolation(const QString& path) const
+{
+    LOG(Signature::errorAccessViolation, TRACE, entering(Signature::errorAccessViolation));
+    const QList<TrArg> arguments = {path, m_rootPath};
+    return {TavoErrorAccessViolation(), TrString({"File", "Access violation: path '%1' is outside '%2'"}, arguments)};
+}
+
+CMError CMFileWorker::errorNoReadPermission(const QString& path) const
+{
+    LOG(Signature::errorNoReadPermission, TRACE, entering(Signature::errorNoReadPermission));
+    return {TavoErrorAccessViolation(), TrString({"File", "No permission to read directory '%1'"}, path)};
+}
+
+QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
+{
+    const QFileInfo info(m_rootDir, path);
+    const QDir dir(info.absoluteFilePath());
+    LOG(Signature::entryList, TRACE, entering(Signature::entryList) << "dir:" << dir.path() << "path:" << path);
+    if (!isInsideRoot(dir.path())) {
+        reply.setError(errorAccessViolation(path));
+        return {};
+    }
+    if (!info.isReadable()) {
+        reply.setError(errorNoReadPermission(path));
+        return {};
+    }
+
+    ScannedDirectory scanned(dir.path());
+    if (scanned.count() < 0) {
+        LOG(Signature::entryList, ERROR, "scandir failed: " << scanned.count());
+        return {};
+    }
+    QStringList names;
+    for (int i = 0; i < scanned.count(); ++i) {
+        if (!isDirectory(*scanned.at(i), dir))
+            continue;
+        const QString name = nameOf(*scanned.at(i));
+        if (filter(name, true)) {
+            LOG(Signature::entryList, TRACE, "found dir:" << name);
+            names.append(name);
+        }
+        scanned.release(i);
+    }
+    for (int i = 0; i < scanned.count(); ++i) {
+        if (!scanned.at(i))
+            continue;
+        const QString name = nameOf(*scanned.at(i));
+        if (filter(name, false)) {
+            LOG(Signature::entryList, TRACE, "found file:" << name);
+            names.append(name);
+        }
+        scanned.release(i);
+    }
+    return names;
+}
+
+bool CMFileWorker::filter(const QString& name, bool isDir) const
+{
+    if (name.startsWith(QLatin1Char('.')))
+        return false;
+    if (isDir || TavoNameMatcher::shared(m_filter).matches(name))
+        return true;
+    LOG(Signature::filter, DEBUG, "Not a playable file: " << name);
+    return false;
+}
+
+QVariantList CMFileWorker::getDataImpl(CMVoidReply& reply, const QString& path, const QStringList& roles)
+{
+    LOG(Signature::getDataImpl, TRACE, entering(Signature::getDataImpl));
+    QFileInfo info(m_rootDir, path);
+    info.makeAbsolute();
+    if (!isInsideRoot(info.filePath())) {
+        reply.setError(errorAccessViolation(path));
+        return {};
+    }
+    QVariantList values;
+    values.reserve(roles.size());
+    for (const QString& role : roles)
+        values.append(roleValue(role, info));
+    return values;
+}
+
+QVariant CMFileWorker::roleValue(const QString& role, const QFileInfo& info) const
+{
+    if (role == TavoRoles::Path())
+        return addPrefix(m_rootDir.relativeFilePath(info.filePath())).toEncoded();
+    if (role == TavoRoles::Title())
+        return info.fileName();
+    if (role == TavoRoles::Type())
+        return rowType(info);
+    if (role == TavoRoles::ContainerPlayable())
+        return info.isDir();
+    if (role == TavoRoles::Flags())
+        return QVariantHash{{CMFlags::File(), true}};
+    if (role == TavoRoles::MediaData())
+        return mediaData(info);
+    if (role == TavoRoles::Timestamp())
+        return info.lastModified().toTime_t();
+    return {};
+}
+
+QVariant CMFileWorker::mediaData(const QFileInfo& info) const
+{
+    TavoResource resource;
+    resource.setMimeType(mimeType(info));
+    resource.setUri(QString::fromUtf8(TavoUrl::fromLocalFile(info.filePath()).toEncoded()));
+    TavoMetaData metaData;
+    metaData.setServiceID(m_serviceId);
+    TavoList<TavoResource> resources;
+    resources.append(resource);
+    TavoMediaData media;
+    media.setMetaData(metaData);
+    media.setResources(resources);
+    return media.__variant();
+}
+
+void CMFileWorker::getRowsRequest(const CMGetRowsRequest& request)
+{
+    LOG_AT(Site::rowsRequested, TRACE, entering(Signature::getRowsRequest));
+    const QString base = request.path().base();
+    LOG_AT(Site::rowsRequestPath, TRACE, entering(Signature::getRowsRequest) << base);
+    if (request.path().startsWith(m_contextMenuPath))
+        return sendContextMenu(request);
+
+    const QString absolutePath = QFileInfo(m_rootDir, base).absoluteFilePath();
+    if (!isInsideRoot(absolutePath))
+        return request.reply().setError(errorAccessViolation(base));
+    const std::optional<Listing> listing = consistentListing(request, absolutePath);
+    if (!listing)
+        return;
+    const std::optional<QVariantList> rows = buildRows(request, absolutePath, listing->names);
+    if (!rows)
+        return;
+
+    TavoRowsRoles answer;
+    answer.setRowsCount(listing->version == 0 ? listing->names.size() : listing->total);
+    answer.setRowsVersion(listing->version);
+    answer.setRows(*rows);
+    request.reply().setValue(answer);
+}
+
+std::optional<CMFileWorker::Listing>
+CMFileWorker::consistentListing(const CMGetRowsRequest& request, const QString& absolutePath)
+{
+    CMVoidReply reply = request.reply();
+    const auto refuse = [&](int currentVersion) {
+        reply.setError(createErrorInvalidRowsVersion(request.path(), request.rowsVersion(), currentVersion));
+        return std::nullopt;
+    };
+    const QMutexLocker lock(&m_mutex);
+    CacheItem record = m_cache.value(absolutePath, CacheItem{0, 0});
+    const bool versioned = record.version > 0;
+    if (versioned && request.rowsVersion() > 0 && request.rowsVersion() != record.version)
+        return refuse(record.version);
+
+    const QStringList names = entryList(reply, request.path().base());
+    if (reply.isFinished())
+        return std::nullopt;
+    if (record.rowCount < 0) {
+        record.rowCount = names.size();
+        m_cache[absolutePath].rowCount = record.rowCount;
+    }
+    if (versioned && names.size() != record.rowCount) {
+        LOG_AT(
+            Site::unnoticedChange, DEBUG,
+            "getRowsRequest"
+                << ": filesystem changed without a notification!");
+        watcherChanged(absolutePath, names);
+        record = m_cache.value(absolutePath, CacheItem{0, 0});
+        if (request.rowsVersion() > 0)
+            return refuse(record.version);
+    }
+    return Listing{names, record.rowCount, record.version};
+}
+
+std::optional<QVariantList>
+CMFileWorker::buildRows(const CMGetRowsRequest& request, const QString& absolutePath, const QStringList& names)
+{
+    CMVoidReply reply = request.reply();
+    const QDir dir(absolutePath);
+    const int last = std::min(request.last(), names.size() - 1);
+    QVariantList rows;
+    for (int i = request.first(); i <= last; ++i) {
+        rows.append(QVariant(getDataImpl(reply, dir.filePath(names.at(i)), request.roles())));
+        if (reply.isFinished())
+            return std::nullopt;
+    }
+    return rows;
+}
+
+void CMFileWorker::sendContextMenu(const CMGetRowsRequest& request)
+{
+    LOG_AT(Site::contextMenuRequested, TRACE, "Context request path: " << request.path());
+    const QVariantList rows = PlayListHelper::playListRows(request);
+    if (rows.isEmpty())
+        request.reply().setError({CMError::DefaultName(), rowsRequestText("Invalid context menu request")});
+    else
+        sendRowsReply(rows, rowsRequestText("File Context Menu"), request);
+}
+
+void CMFileWorker::sendRowsReply(const QVariantList& rows, const TrString& title, CMGetRowsRequest request)
+{
+    TavoRoles roles;
+    roles.setTitle(title);
+    roles.setContainerType(TavoRolesContainerType::ContextMenu);
+    TavoRowsRoles answer;
+    answer.setRowsCount(rows.size());
+    answer.setRows(rows);
+    answer.setRoles(roles);
+    request.reply().setValue(answer);
+    LOG_AT(Site::rowsReplySent, TRACE, "sent reply with " << rows.size() << " lines");
+}
+
+void CMFileWorker::getDataRequest(const CMGetDataRequest& request)
+{
+    LOG(Signature::getDataRequest, TRACE, entering(Signature::getDataRequest));
+    CMReply<QVariantList> reply = request.reply();
+    const QString path = request.path().base();
+    LOG(Signature::getDataRequest, TRACE, entering(Signature::getDataRequest) << path);
+    LOG(Signature::getDataRequest, TRACE, "getDataRequest request.path(): " << request.path());
+    LOG(Signature::getDataRequest, TRACE, "getDataRequest path: " << path);
+    if (!QFileInfo(m_rootDir, path).exists())
+        return reply.setError(createErrorInvalidPath(request.path()));
+    reply.setValue(getDataImpl(reply, path, request.roles()));
+}
+
+int CMFileWorker::renewRowsVersion()
+{
+    const QMutexLocker lock(CMVersion::mutex());
+    m_rowsVersion = m_rowsVersion == std::numeric_limits<int>::max() ? 1 : m_rowsVersion + 1;
+    return m_rowsVersion;
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the caller's text may be the key that goes
+void CMFileWorker::addWatch(QString path)
+{
+    LOG(Signature::addWatch, TRACE, entering(Signature::addWatch) << "Adding watch on " << path);
+    int& count = m_watchCounts[path];
+    if (count == 0)
+        m_watcher->addPath(path);
+    ++count;
+    LOG(Signature::addWatch, TRACE, "Added watch #" << count << " on " << path);
+}
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the caller's text may be the key that goes
+void CMFileWorker::removeWatch(QString path)
+{
+    LOG(Signature::removeWatch, TRACE,
+        entering(Signature::removeWatch) << "Removing watch #" << m_watchCounts[path] << " on " << path);
+    const auto count = m_watchCounts.find(path);
+    if (count != m_watchCounts.end() && *count > 1) {
+        --*count;
+        return;
+    }
+    m_watcher->removePath(path);
+    m_watchCounts.remove(path);
+}
+
+void CMFileWorker::subscribePathAdded(const CMPath& pathWithPrefix)
+{
+    LOG(Signature::subscribePathAdded, TRACE, entering(Signature::subscribePathAdded) << pathWithPrefix);
+    const QMutexLocker lock(&m_mutex);
+    QFileInfo info(m_rootDir, pathWithPrefix.base());
+    info.makeAbsolute();
+    const QString absolutePath = info.filePath();
+    if (!isInsideRoot(absolutePath) || !info.isReadable())
+        return;
+    if (absolutePath.startsWith(m_contextMenuPath.base(), Qt::CaseSensitive)) {
+        LOG(Signature::subscribePathAdded, DEBUG, "TODO: keep track of opened context menus");
+        return;
+    }
+    const int version = renewRowsVersion();
+    Q_ASSERT(!m_cache.contains(absolutePath));
+    m_cache.insert(absolutePath, CacheItem{-1, version});
+    const QString parentPath = parentDirectory(info);
+    addWatch(absolutePath);
+    addWatch(parentPath);
+    LOG(Signature::subscribePathAdded, INFO, "Added subscribe path " << absolutePath << " and parent " << parentPath);
+}
+
+void CMFileWorker::subscribePathRemoved(const CMPath& pathWithPrefix)
+{
+    LOG(Signature::subscribePathRemoved, TRACE, entering(Signature::subscribePathRemoved) << pathWithPrefix);
+    if (pathWithPrefix.startsWith(m_contextMenuPath))
+        return;
+    const QMutexLocker lock(&m_mutex);
+    QFileInfo info(m_rootDir, pathWithPrefix.base());
+    info.makeAbsolute();
+    const QString absolutePath = info.filePath();
+    m_cache.remove(absolutePath);
+    removeWatch(absolutePath);
+    removeWatch(parentDirectory(info));
+    LOG(Signature::subscribePathRemoved, INFO, "Removed subscribe path " << absolutePath);
+}
+
+void CMFileWorker::on_watcherChanged(const QString& path)
+{
+    CMVoidReply nobody(new CMReplyData<TavoRowsRoles>(TavoRowsRoles(QVariantHash())));
+    const QStringList entries = entryList(nobody, path);
+    watcherChanged(path, entries);
+}
+
+void CMFileWorker::watcherChanged(const QString& path, const QStringList& entries)
+{
+    LOG(Signature::watcherChanged, TRACE, entering(Signature::watcherChanged));
+    LOG(Signature::watcherChanged, INFO, "Changed " << path);
+    const CMPath rowPath = addPrefix(m_rootDir.relativeFilePath(path));
+    QStringList changes;
+    QMutexLocker lock(&m_mutex);
+    const QDir dir(path);
+    dir.refresh();
+    const int version = renewRowsVersion();
+    if (dir.exists()) {
+        LOG(Signature::watcherChanged, TRACE, "  Dir exists " << path);
+        m_cache.insert(path, CacheItem{entries.size(), version});
+        changes.append(CMSubscribe::RowsChangeReset());
+        emulateChangesOfDeleted(rowPath);
+    } else if (!m_cache.contains(path)) {
+        LOG(Signature::watcherChanged, TRACE, "  Deleted from filesystem and already removed: " << path);
+        return;
+    } else {
+        LOG(Signature::watcherChanged, TRACE, "  Deleted from filesystem: " << path);
+        changes.append(CMSubscribe::RowsChangeClose());
+        m_cache.remove(path);
+    }
+    lock.unlock();
+    for (const QString& change : qAsConst(changes))
+        LOG(Signature::watcherChanged, TRACE, "  Issuing  changes: '" << change << "' for " << rowPath);
+    subscribe()->rowsChanged(rowPath, changes, version, -1);
+}
+
+void CMFileWorker::emulateChangesOfDeleted(const CMPath& rowPath)
+{
+    LOG(Signature::watcherChanged, TRACE, "    looking for subdirs of " << rowPath);
+    const QList<CMPath> subscribed = subscribe()->rowsPathsStartingWith(rowPath);
+    QSet<CMPath> paths(subscribed.cbegin(), subscribed.cend());
+    paths.insert(rowPath);
+    LOG(Signature::watcherChanged, TRACE, "    will check subpaths: " << texts(paths));
+    for (const CMPath& path : qAsConst(paths)) {
+        LOG(Signature::watcherChanged, TRACE, "      checking  " << path.base());
+        if (QFileInfo(m_rootDir, path.base()).exists())
+            continue;
+        LOG(Signature::watcherChanged, TRACE,
+            "        emulating dirChanged on '" << path.base() << "' because it was deleted");
+        Q_EMIT fakeDirectoryChanged(m_rootDir.absoluteFilePath(path.base()));
+    }
+}
