@@ -1,76 +1,63 @@
 #include "tavo/percentencoding_p.h"
 
+#include <QVarLengthArray>
+
 #include <array>
 
 namespace {
 
-constexpr bool isUnreserved(char c)
+using KeptCharacters = std::array<bool, 0x80>;
+
+constexpr KeptCharacters unreserved = [] {
+    KeptCharacters kept{};
+    for (const char c : "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~")
+        kept[static_cast<size_t>(c)] = c != 0;
+    return kept;
+}();
+
+constexpr KeptCharacters unreservedAndSlash = [] {
+    KeptCharacters kept = unreserved;
+    kept['/'] = true;
+    return kept;
+}();
+
+char* writeEncoded(char* out, uint byte)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
-           c == '_' || c == '~';
+    constexpr char digits[] = "0123456789ABCDEF";
+    *out++ = '%';
+    *out++ = digits[byte >> 4];
+    *out++ = digits[byte & 0xF];
+    return out;
 }
 
-class Encoder
+/// UTF-8 without its ban on surrogates.
+char* writeEncodedCodePoint(char* out, uint codePoint)
 {
-public:
-    Encoder(int expectedLength, bool keepSlashes) : m_keepSlashes(keepSlashes) { m_out.reserve(expectedLength); }
-
-    void add(char c)
-    {
-        if (isUnreserved(c) || (c == '/' && m_keepSlashes))
-            m_out.append(c);
-        else
-            addEncoded(c);
-    }
-
-    [[nodiscard]] QByteArray take() { return std::move(m_out); }
-
-private:
-    void addEncoded(char c)
-    {
-        constexpr char digits[] = "0123456789ABCDEF";
-        const auto byte = static_cast<unsigned char>(c);
-        const std::array<char, 3> encoded = {'%', digits[byte >> 4], digits[byte & 0xF]};
-        m_out.append(encoded.data(), static_cast<int>(encoded.size()));
-    }
-
-    QByteArray m_out;
-    bool m_keepSlashes;
-};
-
-bool isPair(const QString& text, int index)
-{
-    return text.at(index).isHighSurrogate() && index + 1 < text.size() && text.at(index + 1).isLowSurrogate();
+    const auto continuation = [codePoint](int shift) { return 0x80 | ((codePoint >> shift) & 0x3F); };
+    if (codePoint < 0x80)
+        return writeEncoded(out, codePoint);
+    if (codePoint < 0x800)
+        return writeEncoded(writeEncoded(out, 0xC0 | (codePoint >> 6)), continuation(0));
+    out = codePoint < 0x10000 ? writeEncoded(out, 0xE0 | (codePoint >> 12))
+                              : writeEncoded(writeEncoded(out, 0xF0 | (codePoint >> 18)), continuation(12));
+    return writeEncoded(writeEncoded(out, continuation(6)), continuation(0));
 }
 
-void addSurrogate(Encoder& encoder, ushort unit)
+QByteArray encode(const QString& text, const KeptCharacters& kept)
 {
-    encoder.add(static_cast<char>(0xE0 | (unit >> 12)));
-    encoder.add(static_cast<char>(0x80 | ((unit >> 6) & 0x3F)));
-    encoder.add(static_cast<char>(0x80 | (unit & 0x3F)));
-}
-
-void addUtf8(Encoder& encoder, const QChar* units, int count)
-{
-    for (const char c : QString::fromRawData(units, count).toUtf8())
-        encoder.add(c);
-}
-
-QByteArray encode(const QString& text, bool keepSlashes)
-{
-    Encoder encoder(text.size() + text.size() / 4, keepSlashes);
+    constexpr int longestUnit = 9;
+    QVarLengthArray<char, 1024> buffer(text.size() * longestUnit);
+    char* out = buffer.data();
     for (int i = 0; i < text.size(); ++i) {
         const QChar unit = text.at(i);
-        if (unit.unicode() < 0x80)
-            encoder.add(static_cast<char>(unit.unicode()));
-        else if (isPair(text, i))
-            addUtf8(encoder, text.constData() + i++, 2);
-        else if (unit.isSurrogate())
-            addSurrogate(encoder, unit.unicode());
+        if (unit.unicode() < kept.size() && kept[unit.unicode()])
+            *out++ = static_cast<char>(unit.unicode());
+        else if (unit.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
+            out = writeEncodedCodePoint(out, QChar::surrogateToUcs4(unit, text.at(++i)));
         else
-            addUtf8(encoder, text.constData() + i, 1);
+            out = writeEncodedCodePoint(out, unit.unicode());
     }
-    return encoder.take();
+    return {buffer.constData(), static_cast<int>(out - buffer.data())};
 }
 
 /// The surrogate whose three bytes start at `index`, or 0.
@@ -89,12 +76,12 @@ ushort surrogateAt(const QByteArray& bytes, int index)
 
 QByteArray PercentEncoding::encodeSegment(const QString& text)
 {
-    return encode(text, false);
+    return encode(text, unreserved);
 }
 
 QByteArray PercentEncoding::encodePath(const QString& text)
 {
-    return encode(text, true);
+    return encode(text, unreservedAndSlash);
 }
 
 QString PercentEncoding::decode(const QByteArray& encoded)
