@@ -11,14 +11,16 @@
 #include "tavo/tavonamematcher.h"
 #include "tavo/tavoroles.h"
 
-#include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -142,18 +144,58 @@ TrString rowsRequestText(const char* sourceText)
     return {TrCharData{trExtractContext(Signature::getRowsRequest), sourceText}, QList<TrArg>()};
 }
 
-QString mimeType(const QFileInfo& info)
-{
-    return MimeTypes::extensionToMimeType(info.suffix(), QString());
-}
-
-QString rowType(const QFileInfo& info)
-{
-    return info.isDir() ? TavoRolesType::Container()
-                        : TavoRolesType::toString(CMGlobal::mimeTypeToRolesType(mimeType(info)));
-}
-
 } // namespace
+
+/// One entry of the tree as its row tells of it. What several roles need is found out once, and only if one is asked
+/// for.
+class CMFileWorker::Entry
+{
+public:
+    Entry(const QDir& root, const QString& path) : m_info(root, path) { m_info.makeAbsolute(); }
+
+    [[nodiscard]] QString path() const { return m_info.filePath(); }
+    [[nodiscard]] QString name() const { return m_info.fileName(); }
+
+    [[nodiscard]] const QString& mimeType()
+    {
+        if (!m_mimeType)
+            m_mimeType = MimeTypes::extensionToMimeType(m_info.suffix(), QString());
+        return *m_mimeType;
+    }
+
+    [[nodiscard]] QString type()
+    {
+        return isDir() ? TavoRolesType::Container()
+                       : TavoRolesType::toString(CMGlobal::mimeTypeToRolesType(mimeType()));
+    }
+
+    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode); }
+
+    /// QFileInfo::lastModified().toTime_t(), without its way to local time and back.
+    [[nodiscard]] uint timestamp()
+    {
+        constexpr uint invalid = std::numeric_limits<uint>::max();
+        const qint64 milliseconds = status().st_mtim.tv_sec * 1000 + status().st_mtim.tv_nsec / 1000000;
+        const qint64 seconds = milliseconds / 1000;
+        return milliseconds == 0 || seconds < 0 || seconds >= invalid ? invalid : static_cast<uint>(seconds);
+    }
+
+private:
+    /// All zero if there is no such entry.
+    [[nodiscard]] const struct stat& status()
+    {
+        if (!m_status) {
+            m_status.emplace();
+            if (stat(QFile::encodeName(path()).constData(), &*m_status) != 0)
+                *m_status = {};
+        }
+        return *m_status;
+    }
+
+    QFileInfo m_info;
+    std::optional<QString> m_mimeType;
+    std::optional<struct stat> m_status;
+};
 
 extern "C" Q_DECL_EXPORT CMWorker* worker_create(void* /*host*/, const QVariantHash& configuration)
 {
@@ -194,6 +236,18 @@ QString CMFileWorker::joinedPath(const QString& path) const
 bool CMFileWorker::isInsideRoot(const QString& absolutePath) const
 {
     return absolutePath.startsWith(m_rootPath, Qt::CaseSensitive);
+}
+
+QString CMFileWorker::relativePath(const QString& absolutePath) const
+{
+    // QDir splits and cleans both paths; below the root there is only the root to cut off.
+    const int cut = m_rootPath.endsWith(QLatin1Char('/')) ? m_rootPath.size() : m_rootPath.size() + 1;
+    const bool isCleanBelowRoot = !m_rootPath.isEmpty() && absolutePath.size() > cut &&
+                                  absolutePath.startsWith(m_rootPath) && absolutePath.at(cut - 1) == QLatin1Char('/') &&
+                                  !absolutePath.endsWith(QLatin1Char('/')) &&
+                                  absolutePath.indexOf(QLatin1String("//"), cut - 1) < 0 &&
+                                  absolutePath.indexOf(QLatin1String("/."), cut - 1) < 0;
+    return isCleanBelowRoot ? absolutePath.mid(cut) : m_rootDir.relativeFilePath(absolutePath);
 }
 
 CMError CMFileWorker::errorAccessViolation(const QString& path) const
@@ -265,43 +319,43 @@ bool CMFileWorker::filter(const QString& name, bool isDir) const
 QVariantList CMFileWorker::getDataImpl(CMVoidReply& reply, const QString& path, const QStringList& roles)
 {
     LOG(Signature::getDataImpl, TRACE, entering(Signature::getDataImpl));
-    QFileInfo info(m_rootDir, path);
-    info.makeAbsolute();
-    if (!isInsideRoot(info.filePath())) {
+    Entry entry(m_rootDir, path);
+    if (!isInsideRoot(entry.path())) {
         reply.setError(errorAccessViolation(path));
         return {};
     }
     QVariantList values;
     values.reserve(roles.size());
     for (const QString& role : roles)
-        values.append(roleValue(role, info));
+        values.append(roleValue(role, entry));
     return values;
 }
 
-QVariant CMFileWorker::roleValue(const QString& role, const QFileInfo& info) const
+QVariant CMFileWorker::roleValue(const QString& role, Entry& entry) const
 {
+    static const QVariant flags = QVariantHash{{CMFlags::File(), true}};
     if (role == TavoRoles::Path())
-        return addPrefix(m_rootDir.relativeFilePath(info.filePath())).toEncoded();
+        return addPrefix(relativePath(entry.path())).toEncoded();
     if (role == TavoRoles::Title())
-        return info.fileName();
+        return entry.name();
     if (role == TavoRoles::Type())
-        return rowType(info);
+        return entry.type();
     if (role == TavoRoles::ContainerPlayable())
-        return info.isDir();
+        return entry.isDir();
     if (role == TavoRoles::Flags())
-        return QVariantHash{{CMFlags::File(), true}};
+        return flags;
     if (role == TavoRoles::MediaData())
-        return mediaData(info);
+        return mediaData(entry);
     if (role == TavoRoles::Timestamp())
-        return info.lastModified().toTime_t();
+        return entry.timestamp();
     return {};
 }
 
-QVariant CMFileWorker::mediaData(const QFileInfo& info) const
+QVariant CMFileWorker::mediaData(Entry& entry) const
 {
     TavoResource resource;
-    resource.setMimeType(mimeType(info));
-    resource.setUri(QString::fromUtf8(TavoUrl::fromLocalFile(info.filePath()).toEncoded()));
+    resource.setMimeType(entry.mimeType());
+    resource.setUri(QString::fromUtf8(TavoUrl::fromLocalFile(entry.path()).toEncoded()));
     TavoMetaData metaData;
     metaData.setServiceID(m_serviceId);
     TavoList<TavoResource> resources;
@@ -502,7 +556,7 @@ void CMFileWorker::watcherChanged(const QString& path, const QStringList& entrie
 {
     LOG(Signature::watcherChanged, TRACE, entering(Signature::watcherChanged));
     LOG(Signature::watcherChanged, INFO, "Changed " << path);
-    const CMPath rowPath = addPrefix(m_rootDir.relativeFilePath(path));
+    const CMPath rowPath = addPrefix(relativePath(path));
     QStringList changes;
     QMutexLocker lock(&m_mutex);
     const QDir dir(path);

@@ -45,6 +45,8 @@ private Q_SLOTS:
 private:
     friend class CMFileWorkerInspector;
 
+    class Entry;
+
     struct CacheItem
     {
         /// Entries of the listing when the record was written; -1: opened, never listed.
@@ -74,14 +76,16 @@ private:
     void sendContextMenu(const CMGetRowsRequest& request);
     void sendRowsReply(const QVariantList& rows, const TrString& title, CMGetRowsRequest request);
 
-    [[nodiscard]] QVariant roleValue(const QString& role, const QFileInfo& info) const;
-    [[nodiscard]] QVariant mediaData(const QFileInfo& info) const;
+    [[nodiscard]] QVariant roleValue(const QString& role, Entry& entry) const;
+    [[nodiscard]] QVariant mediaData(Entry& entry) const;
 
     [[nodiscard]] CMError errorAccessViolation(const QString& path) const;
     [[nodiscard]] CMError errorNoReadPermission(const QString& path) const;
 
     /// The absolute path as the requested one is joined to the root, `..` and all.
     [[nodiscard]] QString joinedPath(const QString& path) const;
+    /// QDir::relativeFilePath() of the root.
+    [[nodiscard]] QString relativePath(const QString& absolutePath) const;
     [[nodiscard]] bool isInsideRoot(const QString& absolutePath) const;
 
     /// The next rows version; 1 follows the largest.
