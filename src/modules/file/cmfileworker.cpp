@@ -144,6 +144,18 @@ TrString rowsRequestText(const char* sourceText)
     return {TrCharData{trExtractContext(Signature::getRowsRequest), sourceText}, QList<TrArg>()};
 }
 
+/// True if each of the path's slashes is followed by the first character of a name, one that is no dot.
+bool isPlain(const QStringRef& path)
+{
+    const auto startsName = [](QChar c) { return c != QLatin1Char('/') && c != QLatin1Char('.'); };
+    const QChar* const end = path.cend();
+    for (const QChar* c = path.cbegin(); c != end; ++c) {
+        if (*c == QLatin1Char('/') && (c + 1 == end || !startsName(c[1])))
+            return false;
+    }
+    return path.startsWith(QLatin1Char('/'));
+}
+
 } // namespace
 
 /// One entry of the tree as its row tells of it. What several roles need is found out once, and only if one is asked
@@ -241,13 +253,10 @@ bool CMFileWorker::isInsideRoot(const QString& absolutePath) const
 QString CMFileWorker::relativePath(const QString& absolutePath) const
 {
     // QDir splits and cleans both paths; below the root there is only the root to cut off.
-    const int cut = m_rootPath.endsWith(QLatin1Char('/')) ? m_rootPath.size() : m_rootPath.size() + 1;
-    const bool isCleanBelowRoot = !m_rootPath.isEmpty() && absolutePath.size() > cut &&
-                                  absolutePath.startsWith(m_rootPath) && absolutePath.at(cut - 1) == QLatin1Char('/') &&
-                                  !absolutePath.endsWith(QLatin1Char('/')) &&
-                                  absolutePath.indexOf(QLatin1String("//"), cut - 1) < 0 &&
-                                  absolutePath.indexOf(QLatin1String("/."), cut - 1) < 0;
-    return isCleanBelowRoot ? absolutePath.mid(cut) : m_rootDir.relativeFilePath(absolutePath);
+    const int rootLength = m_rootPath.endsWith(QLatin1Char('/')) ? m_rootPath.size() - 1 : m_rootPath.size();
+    if (!m_rootPath.isEmpty() && isInsideRoot(absolutePath) && isPlain(absolutePath.midRef(rootLength)))
+        return absolutePath.mid(rootLength + 1);
+    return m_rootDir.relativeFilePath(absolutePath);
 }
 
 CMError CMFileWorker::errorAccessViolation(const QString& path) const

@@ -34,9 +34,12 @@ CMPath CMPath::fromEncoded(const QString& encoded)
 
 QString CMPath::toEncoded() const
 {
-    const QByteArray prefix = PercentEncoding::encodeSegment(m_prefix);
-    const QByteArray base = PercentEncoding::encodePath(m_base);
-    return QLatin1Char('/') + QLatin1String(prefix) + QLatin1Char('/') + QLatin1String(base);
+    PercentEncoding::Buffer buffer;
+    buffer.append('/');
+    PercentEncoding::appendSegment(buffer, m_prefix);
+    buffer.append('/');
+    PercentEncoding::appendPath(buffer, m_base);
+    return QString::fromLatin1(buffer.constData(), buffer.size());
 }
 
 bool CMPath::startsWith(const CMPath& other, QString* rest) const

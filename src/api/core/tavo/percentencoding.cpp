@@ -1,7 +1,5 @@
 #include "tavo/percentencoding_p.h"
 
-#include <QVarLengthArray>
-
 #include <array>
 
 namespace {
@@ -43,21 +41,28 @@ char* writeEncodedCodePoint(char* out, uint codePoint)
     return writeEncoded(writeEncoded(out, continuation(6)), continuation(0));
 }
 
-QByteArray encode(const QString& text, const KeptCharacters& kept)
+/// `pair`: the high surrogate of two.
+uint surrogateToUcs4(const QChar* pair)
+{
+    return QChar::surrogateToUcs4(pair[0], pair[1]);
+}
+
+void append(PercentEncoding::Buffer& buffer, const QString& text, const KeptCharacters& kept)
 {
     constexpr int longestUnit = 9;
-    QVarLengthArray<char, 1024> buffer(text.size() * longestUnit);
-    char* out = buffer.data();
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar unit = text.at(i);
-        if (unit.unicode() < kept.size() && kept[unit.unicode()])
-            *out++ = static_cast<char>(unit.unicode());
-        else if (unit.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate())
-            out = writeEncodedCodePoint(out, QChar::surrogateToUcs4(unit, text.at(++i)));
+    const int start = buffer.size();
+    buffer.resize(start + text.size() * longestUnit);
+    char* out = buffer.data() + start;
+    const QChar* const end = text.constData() + text.size();
+    for (const QChar* unit = text.constData(); unit != end; ++unit) {
+        if (unit->unicode() < kept.size() && kept[unit->unicode()])
+            *out++ = static_cast<char>(unit->unicode());
+        else if (unit->isHighSurrogate() && unit + 1 != end && unit[1].isLowSurrogate())
+            out = writeEncodedCodePoint(out, surrogateToUcs4(unit++));
         else
-            out = writeEncodedCodePoint(out, unit.unicode());
+            out = writeEncodedCodePoint(out, unit->unicode());
     }
-    return {buffer.constData(), static_cast<int>(out - buffer.data())};
+    buffer.resize(static_cast<int>(out - buffer.data()));
 }
 
 /// The surrogate whose three bytes start at `index`, or 0.
@@ -74,14 +79,14 @@ ushort surrogateAt(const QByteArray& bytes, int index)
 
 } // namespace
 
-QByteArray PercentEncoding::encodeSegment(const QString& text)
+void PercentEncoding::appendSegment(Buffer& out, const QString& text)
 {
-    return encode(text, unreserved);
+    append(out, text, unreserved);
 }
 
-QByteArray PercentEncoding::encodePath(const QString& text)
+void PercentEncoding::appendPath(Buffer& out, const QString& text)
 {
-    return encode(text, unreservedAndSlash);
+    append(out, text, unreservedAndSlash);
 }
 
 QString PercentEncoding::decode(const QByteArray& encoded)

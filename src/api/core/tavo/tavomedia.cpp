@@ -4,8 +4,12 @@
 
 TavoUrl TavoUrl::fromLocalFile(const QString& path)
 {
+    constexpr char scheme[] = "file://";
+    PercentEncoding::Buffer buffer;
+    buffer.append(scheme, sizeof(scheme) - 1);
+    PercentEncoding::appendPath(buffer, path);
     TavoUrl url;
-    url.m_encoded = QByteArrayLiteral("file://") + PercentEncoding::encodePath(path);
+    url.m_encoded = QByteArray(buffer.constData(), buffer.size());
     return url;
 }
 

@@ -40,9 +40,5 @@ QVariant TavoHash::field(const QString& name) const
 
 void TavoHash::setField(const QString& name, const QVariant& value)
 {
-    // Taken out for the change, so that the fields are written in place and not copied.
-    QVariantHash fields = m_value.toHash();
-    m_value.clear();
-    fields.insert(name, value);
-    m_value = fields;
+    static_cast<QVariantHash*>(m_value.data())->insert(name, value);
 }
