@@ -34,7 +34,8 @@ CMError CMReplyAbstractData::error() const
 
 bool CMReplyAbstractData::waitForFinished(int milliseconds) const
 {
-    const QDeadlineTimer deadline(milliseconds);
+    const QDeadlineTimer deadline =
+        milliseconds < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(milliseconds);
     const QMutexLocker lock(&m_mutex);
     while (!m_finished) {
         if (!m_condition.wait(&m_mutex, deadline))
