@@ -49,14 +49,15 @@ bool CMRootWorker::mount(CMWorker* worker)
 void CMRootWorker::unmount(const CMWorker* worker)
 {
     disconnect(worker, &QObject::destroyed, this, &CMRootWorker::forget);
-    const QMutexLocker lock(&m_mutex);
-    m_workers.remove(worker->prefix());
+    forget(worker);
 }
 
-void CMRootWorker::forget(QObject* worker)
+void CMRootWorker::forget(const QObject* worker)
 {
     const QMutexLocker lock(&m_mutex);
-    m_workers.remove(m_workers.key(static_cast<CMWorker*>(worker)));
+    const auto mounted = std::find(m_workers.begin(), m_workers.end(), worker);
+    if (mounted != m_workers.end())
+        m_workers.erase(mounted);
 }
 
 void CMRootWorker::setSetting(const CMPath& path, const TavoValue& value)

@@ -19,6 +19,7 @@ public:
 
     /// The worker stays the caller's; its destruction unmounts it. False if its prefix is taken.
     [[nodiscard]] bool mount(CMWorker* worker);
+    /// Does nothing to a worker that is not mounted.
     void unmount(const CMWorker* worker);
 
     /// Settings are the paths under the prefix "settings". Set-data requests change them too.
@@ -38,7 +39,7 @@ private:
     [[nodiscard]] QVariant setting(const CMPath& path) const;
     [[nodiscard]] CMWorker* mountedAt(const QString& prefix) const;
     [[nodiscard]] QVariantList rowOf(const QString& prefix, const QStringList& roles) const;
-    void forget(QObject* worker);
+    void forget(const QObject* worker);
 
     mutable QMutex m_mutex;
     QMap<QString, CMWorker*> m_workers;
