@@ -8,6 +8,14 @@
 
 namespace {
 
+const bool pathIsKnown = [] {
+    qRegisterMetaType<CMPath>("CMPath");
+    qRegisterMetaTypeStreamOperators<CMPath>("CMPath");
+    QMetaType::registerComparators<CMPath>();
+    QMetaType::registerConverter<CMPath, QString>(&CMPath::toEncoded);
+    return true;
+}();
+
 QString normalised(const QString& base)
 {
     int length = base.size();

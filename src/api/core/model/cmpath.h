@@ -13,7 +13,8 @@
 ///
 /// Bases are kept as they are, `..` and all, but for two spellings, so that one directory has one path: the base "."
 /// is the empty base, and trailing slashes are dropped (never the one slash of the base "/").
-/// A value; the default-constructed path has neither prefix nor base.
+/// A value; the default-constructed path has neither prefix nor base. Known to the meta-type system as "CMPath";
+/// a QVariant that holds a path converts to QString (and so to JSON) as its encoded form.
 class TAVO_API_EXPORT CMPath
 {
 public:
