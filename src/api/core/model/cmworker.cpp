@@ -75,7 +75,7 @@ void CMWorker::matchRowRequest(const CMMatchRowRequest& request)
         const int index = indexInPage(rows.rows(), request.value());
         if (index >= 0)
             return reply.setValue(first + index);
-        if (rows.rows().size() < matchPageSize)
+        if (first >= rows.rowsCount() - matchPageSize)
             return reply.setValue(-1);
         version = rows.rowsVersion();
     }
