@@ -68,14 +68,15 @@ void CMSubscribe::rowsChanged(const CMPath& path, const QStringList& changes, in
 {
     const QMutexLocker lock(&m_mutex);
     if (changes.contains(RowsChangeClose()))
-        closeLocked(path, version);
+        closeLocked(path, changes, version);
     else
         tellLocked(path, changes, version);
 }
 
 bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
 {
-    settle();
+    if (path.prefix() != m_worker->prefix())
+        return false;
     const auto once = static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
     connect(receiver, &QObject::destroyed, this, &CMSubscribe::removeEverywhere, once);
     if (!insertClient(path, receiver))
@@ -110,11 +111,18 @@ void CMSubscribe::removeEverywhere(QObject* receiver)
 
 bool CMSubscribe::insertClient(const CMPath& path, CMChangeReceiver* receiver)
 {
-    const QMutexLocker lock(&m_mutex);
+    QMutexLocker lock(&m_mutex);
+    // Another thread may close the path at any moment, and the worker must hear of its removal before its addition.
+    while (!m_ended.isEmpty()) {
+        lock.unlock();
+        settle();
+        lock.relock();
+    }
     Clients& clients = m_clients[path];
+    const bool isFirst = clients.isEmpty();
     if (!clients.contains(receiver))
         clients.append(receiver);
-    return clients.size() == 1;
+    return isFirst;
 }
 
 void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
@@ -137,13 +145,13 @@ void CMSubscribe::tellLocked(const CMPath& path, const QStringList& changes, int
     }
 }
 
-void CMSubscribe::closeLocked(const CMPath& path, int version)
+void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, int version)
 {
     const QList<CMPath> subscribed = m_clients.keys();
     for (const CMPath& below : subscribed) {
         if (!below.startsWith(path))
             continue;
-        tellLocked(below, {RowsChangeClose()}, version);
+        tellLocked(below, below == path ? changes : QStringList(RowsChangeClose()), version);
         m_clients.remove(below);
         m_ended.append(below);
     }

@@ -26,7 +26,9 @@ public:
 /// Which clients follow which row paths of one worker.
 ///
 /// A path is subscribed as long as at least one client follows it: rowsPathAdded() tells the worker of the first,
-/// rowsPathRemoved() of the last. Both are emitted in the worker's thread, no lock held.
+/// rowsPathRemoved() of the last. Both are emitted in the worker's thread, no lock held. A worker tracks a path if,
+/// after rowsPathAdded(), it answers a rows request at once with a version above 0, or refuses a wrong version; of a
+/// path that it does not track it is not told again.
 class TAVO_API_EXPORT CMSubscribe : public QObject
 {
     Q_OBJECT
@@ -40,10 +42,10 @@ public:
     [[nodiscard]] static const QString& RowsChangeClose();
 
     /// Makes the receiver a client of the path; false if the worker does not track such a path. A receiver that is
-    /// one already stays one. From any thread; waits for the worker's thread. A receiver's destruction ends its
-    /// subscriptions.
+    /// one already stays one. From any thread, holding no lock that the worker's thread may want, since it waits for
+    /// that thread. A receiver's destruction ends its subscriptions.
     [[nodiscard]] bool add(const CMPath& path, CMChangeReceiver* receiver);
-    /// Ends a subscription; does nothing where there is none. From any thread; waits for the worker's thread.
+    /// Ends a subscription; does nothing where there is none. From any thread, as add().
     void remove(const CMPath& path, CMChangeReceiver* receiver);
     [[nodiscard]] bool isClient(const CMPath& path, const CMChangeReceiver* receiver) const;
 
@@ -72,7 +74,7 @@ private:
     [[nodiscard]] bool insertClient(const CMPath& path, CMChangeReceiver* receiver);
     void eraseClientLocked(const CMPath& path, const QObject* receiver);
     void tellLocked(const CMPath& path, const QStringList& changes, int version);
-    void closeLocked(const CMPath& path, int version);
+    void closeLocked(const CMPath& path, const QStringList& changes, int version);
 
     void settleLater();
     void settle();
