@@ -10,6 +10,46 @@
 #include <algorithm>
 #include <limits>
 
+/// The changes that one client has not been told of yet. It outlives the subscriptions, as they may end earlier than
+/// the client's event loop gets there.
+class CMSubscribe::Inbox
+{
+public:
+    struct Change
+    {
+        CMPath path;
+        QStringList changes;
+        int version;
+    };
+
+    void append(const Change& change)
+    {
+        const QMutexLocker lock(&m_mutex);
+        m_changes.append(change);
+    }
+
+    void removeAll(const CMPath& path)
+    {
+        const QMutexLocker lock(&m_mutex);
+        const auto isOfPath = [&path](const Change& change) { return change.path == path; };
+        m_changes.erase(std::remove_if(m_changes.begin(), m_changes.end(), isOfPath), m_changes.end());
+    }
+
+    void deliverNext(CMChangeReceiver& receiver)
+    {
+        QMutexLocker lock(&m_mutex);
+        if (m_changes.isEmpty())
+            return;
+        const Change next = m_changes.takeFirst();
+        lock.unlock();
+        receiver.rowsChanged(next.path, next.changes, next.version);
+    }
+
+private:
+    QMutex m_mutex;
+    QList<Change> m_changes;
+};
+
 CMSubscribe::CMSubscribe(CMWorker* worker) : QObject(worker), m_worker(worker) {}
 
 const QString& CMSubscribe::RowsChangeReset()
@@ -86,6 +126,7 @@ bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
     if (!isTracked(path)) {
         const QMutexLocker lock(&m_mutex);
         m_clients.remove(path);
+        forgetChangesLocked(path, receiver);
         return false;
     }
     return true;
@@ -96,6 +137,7 @@ void CMSubscribe::removeHere(const CMPath& path, CMChangeReceiver* receiver)
     {
         const QMutexLocker lock(&m_mutex);
         eraseClientLocked(path, receiver);
+        forgetChangesLocked(path, receiver);
     }
     settle();
 }
@@ -106,6 +148,7 @@ void CMSubscribe::removeEverywhere(QObject* receiver)
     const QList<CMPath> paths = m_clients.keys();
     for (const CMPath& path : paths)
         eraseClientLocked(path, receiver);
+    m_inboxes.remove(receiver);
     settleLater();
 }
 
@@ -120,8 +163,10 @@ bool CMSubscribe::insertClient(const CMPath& path, CMChangeReceiver* receiver)
     }
     Clients& clients = m_clients[path];
     const bool isFirst = clients.isEmpty();
-    if (!clients.contains(receiver))
+    if (!clients.contains(receiver)) {
         clients.append(receiver);
+        forgetChangesLocked(path, receiver);
+    }
     return isFirst;
 }
 
@@ -140,9 +185,19 @@ void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
 void CMSubscribe::tellLocked(const CMPath& path, const QStringList& changes, int version)
 {
     for (CMChangeReceiver* receiver : m_clients.value(path)) {
-        QMetaObject::invokeMethod(
-            receiver, [=] { receiver->rowsChanged(path, changes, version); }, Qt::QueuedConnection);
+        std::shared_ptr<Inbox>& inbox = m_inboxes[receiver];
+        if (!inbox)
+            inbox = std::make_shared<Inbox>();
+        inbox->append({path, changes, version});
+        const auto deliver = [inbox = inbox, receiver] { inbox->deliverNext(*receiver); };
+        QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
     }
+}
+
+void CMSubscribe::forgetChangesLocked(const CMPath& path, const QObject* receiver)
+{
+    if (const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver))
+        inbox->removeAll(path);
 }
 
 void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, int version)

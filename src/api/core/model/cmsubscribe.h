@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <memory>
+
 class CMWorker;
 
 /// A client's end of its subscriptions.
@@ -45,7 +47,8 @@ public:
     /// one already stays one. From any thread, holding no lock that the worker's thread may want, since it waits for
     /// that thread. A receiver's destruction ends its subscriptions.
     [[nodiscard]] bool add(const CMPath& path, CMChangeReceiver* receiver);
-    /// Ends a subscription; does nothing where there is none. From any thread, as add().
+    /// Ends a subscription; does nothing where there is none. From any thread, as add(). The receiver is not told of
+    /// the path afterwards, but for what it is being told at that moment.
     void remove(const CMPath& path, CMChangeReceiver* receiver);
     [[nodiscard]] bool isClient(const CMPath& path, const CMChangeReceiver* receiver) const;
 
@@ -62,6 +65,7 @@ Q_SIGNALS:
 
 private:
     using Clients = QVector<CMChangeReceiver*>;
+    class Inbox;
 
     template<typename Function>
     void runInWorkerThread(Function&& function);
@@ -73,6 +77,8 @@ private:
     /// True if this makes the path subscribed.
     [[nodiscard]] bool insertClient(const CMPath& path, CMChangeReceiver* receiver);
     void eraseClientLocked(const CMPath& path, const QObject* receiver);
+    /// A subscription starts and ends with nothing left of an earlier one.
+    void forgetChangesLocked(const CMPath& path, const QObject* receiver);
     void tellLocked(const CMPath& path, const QStringList& changes, int version);
     void closeLocked(const CMPath& path, const QStringList& changes, int version);
 
@@ -86,6 +92,7 @@ private:
     /// A leaf: no signal is emitted and no worker or client is called under it.
     mutable QMutex m_mutex;
     QHash<CMPath, Clients> m_clients;
+    QHash<const QObject*, std::shared_ptr<Inbox>> m_inboxes;
     /// Paths without clients of which the worker has not been told yet.
     QList<CMPath> m_ended;
 };
