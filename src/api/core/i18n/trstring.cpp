@@ -2,6 +2,8 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+
 namespace {
 
 const bool trStringConverts = [] {
@@ -56,10 +58,7 @@ QString TrString::toString() const
 QByteArray trExtractContext(const char* signature)
 {
     const QByteArray text(signature);
-    const int nameEnd = text.indexOf('(');
-    const int scopeEnd = text.left(nameEnd).lastIndexOf("::");
-    if (scopeEnd < 0)
-        return {};
-    const int scopeBegin = text.lastIndexOf(' ', scopeEnd) + 1;
-    return text.mid(scopeBegin, scopeEnd - scopeBegin);
+    const QByteArray typeAndName = text.left(text.indexOf('('));
+    const QByteArray name = typeAndName.mid(typeAndName.lastIndexOf(' ') + 1);
+    return name.left(std::max(name.lastIndexOf("::"), 0));
 }
