@@ -27,13 +27,14 @@ struct DbgLogSite
     const char* function;
 };
 
-/// Writes one line, UTF-8, if the logger is enabled for the level; `pieces` (`a << b << ...`) are only evaluated then.
+/// Writes one line, UTF-8, if the logger is enabled for the level; its pieces (`a << b << ...`) are only evaluated
+/// then.
 // NOLINTBEGIN(bugprone-macro-parentheses): parentheses would part the chain of <<
-#define DBGLOG(logger, level, site, pieces)                                                                            \
+#define DBGLOG(logger, level, site, ...)                                                                               \
     do {                                                                                                               \
         if ((logger).isEnabledFor(level)) {                                                                            \
             std::ostringstream dbglogLine;                                                                             \
-            dbglogLine << pieces;                                                                                      \
+            dbglogLine << __VA_ARGS__;                                                                                 \
             const DbgLogSite& dbglogSite = (site);                                                                     \
             (logger).forcedLog(level, dbglogLine.str(), dbglogSite.file, dbglogSite.line, dbglogSite.function);        \
         }                                                                                                              \
