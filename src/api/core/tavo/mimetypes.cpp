@@ -29,13 +29,15 @@ public:
     }
 
 private:
-    /// Of several types that share an extension the audible one is meant; null if there is none.
+    /// Of several types that share an extension a medium is meant, sound before pictures; null if there is none.
     [[nodiscard]] static QString fromDatabase(const QString& extension)
     {
         const QList<QMimeType> types = QMimeDatabase().mimeTypesForFileName(QLatin1String("x.") + extension);
-        for (const QMimeType& type : types) {
-            if (type.name().startsWith(QLatin1String("audio/")))
-                return type.name();
+        for (const QLatin1String medium : {QLatin1String("audio/"), QLatin1String("video/")}) {
+            for (const QMimeType& type : types) {
+                if (type.name().startsWith(medium))
+                    return type.name();
+            }
         }
         return types.isEmpty() || types.first().isDefault() ? QString() : types.first().name();
     }
