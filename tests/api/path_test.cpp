@@ -1,6 +1,9 @@
 #include "model/cmpath.h"
 
+#include "printers.h"
+
 #include <QHash>
+#include <QVariant>
 
 #include <gtest/gtest.h>
 
@@ -110,6 +113,39 @@ TEST(Path, OrdersByPrefixThenBase)
     EXPECT_LT(CMPath(QStringLiteral("a"), QStringLiteral("z")), CMPath(QStringLiteral("b"), QStringLiteral("a")));
     EXPECT_LT(path("B"), path("a"));
     EXPECT_FALSE(path("a") < path("a"));
+}
+
+TEST(Path, DefaultPathHasNeitherPrefixNorBase)
+{
+    EXPECT_EQ(CMPath(), CMPath(QString(), QString()));
+    EXPECT_NE(CMPath(), path(""));
+    EXPECT_EQ(CMPath().toEncoded(), QStringLiteral("//"));
+    EXPECT_EQ(CMPath::fromEncoded(QStringLiteral("//")), CMPath());
+    EXPECT_EQ(CMPath::fromEncoded(QString()), CMPath());
+}
+
+TEST(Path, IsKnownToTheMetaTypeSystemByName)
+{
+    EXPECT_EQ(QMetaType::type("CMPath"), qMetaTypeId<CMPath>());
+}
+
+TEST(Path, VariantsOfPathsCompareAndConvert)
+{
+    const QVariant value = QVariant::fromValue(path("a b"));
+    EXPECT_EQ(value, QVariant::fromValue(path("a b/")));
+    EXPECT_NE(value, QVariant::fromValue(path("a")));
+    EXPECT_EQ(value.toString(), QStringLiteral("/file/a%20b"));
+}
+
+TEST(Path, VariantsOfPathsAreStreamed)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out << QVariant::fromValue(path("a b"));
+    QVariant read;
+    QDataStream in(bytes);
+    in >> read;
+    EXPECT_EQ(read.value<CMPath>(), path("a b"));
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "i18n/trstring.h"
 #include "model/cmrequest.h"
+#include "printers.h"
 #include "tavo/tavoroles.h"
 
 #include <gtest/gtest.h>
