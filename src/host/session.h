@@ -1,0 +1,96 @@
+#pragma once
+
+#include "openpaths.h"
+#include "result.h"
+
+#include <model/cmpath.h>
+#include <model/cmrequest.h>
+
+#include <QStringList>
+#include <QVariant>
+
+#include <limits>
+#include <memory>
+#include <optional>
+
+class Host;
+
+/// The roles that an entry of a file system has.
+[[nodiscard]] const QStringList& entryRoles();
+
+/// All that one client can do, whatever carries it. The worker ends the process on a broken invariant and cannot know
+/// its clients: the session lets nothing through that would break one.
+///
+/// Everything may be called from any thread; opening and closing wait for the worker's thread, whose event loop must
+/// run. The host must outlive the session.
+class Session
+{
+public:
+    using ChangeHandler = OpenPaths::ChangeHandler;
+
+    struct Description
+    {
+        QString prefix;
+        QString rootDirectory;
+        QStringList roles;
+        CMPath preparePlaylist;
+        CMPath prepareLibrary;
+        CMPath countFiles;
+        CMPath contextMenu;
+    };
+
+    struct RowsQuery
+    {
+        CMPath path;
+        /// From 0.
+        int first = 0;
+        /// Inclusive, from -1; a page whose last row comes before its first is empty.
+        int last = std::numeric_limits<int>::max();
+        /// That the client's rows have; 0: it has none.
+        int version = 0;
+        QStringList roles = entryRoles();
+    };
+
+    struct Page
+    {
+        /// Rows of the container, not of the page.
+        int count = 0;
+        QVariantList rows;
+        /// None for a context menu.
+        std::optional<int> version;
+        /// Of a context menu only.
+        std::optional<QString> title;
+        std::optional<int> containerType;
+
+        /// Hash of what there is, by the members' names.
+        [[nodiscard]] QVariant toVariant() const;
+    };
+
+    /// The handler runs in the worker's thread and must not block.
+    Session(Host& host, ChangeHandler handler);
+    /// Closes what the client has open.
+    ~Session();
+    Q_DISABLE_COPY_MOVE(Session)
+
+    [[nodiscard]] Description describe() const;
+    Result<Page> rows(const RowsQuery& query) const;
+    /// The values of one entry, in the order of the roles.
+    Result<QVariantList> data(const CMPath& path, const QStringList& roles) const;
+    /// What the path's service answers to the value.
+    Result<QVariant> set(const CMPath& path, const QVariant& value) const;
+    /// The context menu of an item.
+    Result<Page> menu(const CMPath& item, const QStringList& roles) const;
+    Result<Done> open(const CMPath& path);
+    Result<Done> close(const CMPath& path);
+
+private:
+    Result<Done> openHere(const CMPath& path);
+    [[nodiscard]] bool isOpenable(const CMPath& path) const;
+    /// Why the worker does not track the path: it may be an ancestor that it cannot read.
+    [[nodiscard]] Failure refusal(const CMPath& path) const;
+    /// None if the worker has answered.
+    [[nodiscard]] std::optional<Failure> ask(const CMRequest& request) const;
+
+    Host& m_host;
+    std::unique_ptr<OpenPaths> m_openPaths;
+};
