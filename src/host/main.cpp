@@ -1,0 +1,20 @@
+#include "application.h"
+#include "output.h"
+
+#include <QCoreApplication>
+#include <QTextCodec>
+
+#include <csignal>
+
+int main(int argc, char** argv)
+{
+    const int output = claimStandardOutput();
+    // A reader that goes away is noticed where it is written to.
+    std::signal(SIGPIPE, SIG_IGN);
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tavo"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TAVO_VERSION));
+    // File names are UTF-8 for the worker, whatever the locale says.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    return runApplication(QCoreApplication::arguments(), output);
+}

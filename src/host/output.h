@@ -1,0 +1,16 @@
+#pragma once
+
+#include "result.h"
+
+#include <QByteArray>
+
+/// Takes standard output away from everybody else, so that no library's message gets between the results: what is
+/// written there from now on goes to standard error. Returns the descriptor for the results.
+[[nodiscard]] int claimStandardOutput();
+
+/// Writes it all, waiting as long as the reader lets it. Does not fail if the reader has gone away: nobody is left to
+/// be told.
+Result<Done> writeOutput(int fileDescriptor, const QByteArray& text);
+
+/// One line on standard error, with the program's name, whatever the message holds.
+void complain(const QString& message);
