@@ -98,7 +98,7 @@ QList<CMPath> CMSubscribe::rowsPathsStartingWith(const CMPath& path) const
     const QMutexLocker lock(&m_mutex);
     QList<CMPath> paths;
     for (auto it = m_clients.keyBegin(); it != m_clients.keyEnd(); ++it) {
-        if (it->startsWith(path))
+        if (it->startsWith(path) && !m_renewed.contains(*it))
             paths.append(*it);
     }
     return paths;
@@ -121,15 +121,20 @@ bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
     connect(receiver, &QObject::destroyed, this, &CMSubscribe::removeEverywhere, once);
     if (!insertClient(path, receiver))
         return true;
-    Q_EMIT rowsPathAdded(path);
-    // A worker that did not take the path must not be told of its removal either.
-    if (!isTracked(path)) {
+    if (!offerToWorker(path)) {
         const QMutexLocker lock(&m_mutex);
         m_clients.remove(path);
         forgetChangesLocked(path, receiver);
         return false;
     }
     return true;
+}
+
+bool CMSubscribe::offerToWorker(const CMPath& path)
+{
+    Q_EMIT rowsPathAdded(path);
+    // A worker that did not take the path must not be told of its removal either.
+    return isTracked(path);
 }
 
 void CMSubscribe::removeHere(const CMPath& path, CMChangeReceiver* receiver)
@@ -178,7 +183,8 @@ void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
     clients->erase(std::remove(clients->begin(), clients->end(), receiver), clients->end());
     if (clients->isEmpty()) {
         m_clients.erase(clients);
-        m_ended.append(path);
+        if (!m_renewed.contains(path))
+            m_ended.append(path);
     }
 }
 
@@ -204,7 +210,7 @@ void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, in
 {
     const QList<CMPath> subscribed = m_clients.keys();
     for (const CMPath& below : subscribed) {
-        if (!below.startsWith(path))
+        if (!below.startsWith(path) || m_renewed.contains(below))
             continue;
         tellLocked(below, below == path ? changes : QStringList(RowsChangeClose()), version);
         m_clients.remove(below);
@@ -220,16 +226,8 @@ void CMSubscribe::settleLater()
 
 void CMSubscribe::settle()
 {
-    for (QList<CMPath> ended = takeEnded(); !ended.isEmpty(); ended = takeEnded()) {
-        // A rows request in another thread may be about to announce one of these paths once more. Asking the worker
-        // waits for that, and the announcement must arrive before the removal: a later one would bring back the
-        // record of a path that nobody holds.
-        for (const CMPath& path : qAsConst(ended))
-            static_cast<void>(isTracked(path));
-        QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
-        for (const CMPath& path : qAsConst(ended))
-            Q_EMIT rowsPathRemoved(path);
-    }
+    for (QList<CMPath> ended = takeEnded(); !ended.isEmpty(); ended = takeEnded())
+        removeFromWorker(ended);
 }
 
 QList<CMPath> CMSubscribe::takeEnded()
@@ -239,8 +237,67 @@ QList<CMPath> CMSubscribe::takeEnded()
         const QMutexLocker lock(&m_mutex);
         ended.swap(m_ended);
     }
-    std::sort(ended.begin(), ended.end(), [](const CMPath& a, const CMPath& b) { return b < a; });
+    std::sort(ended.begin(), ended.end());
     return ended;
+}
+
+void CMSubscribe::removeFromWorker(const QList<CMPath>& paths)
+{
+    // A rows request in another thread may be about to announce one of these paths once more. Asking the worker waits
+    // for that, and the announcement must arrive before the removal: a later one would bring back the record of a path
+    // that nobody holds.
+    for (const CMPath& path : paths)
+        static_cast<void>(isTracked(path));
+    QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
+    std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
+}
+
+void CMSubscribe::renew(const QList<CMPath>& paths)
+{
+    settle();
+    const QList<CMPath> renewed = beginRenewal(paths);
+    removeFromWorker(renewed);
+    QList<CMPath> refused;
+    for (const CMPath& path : renewed) {
+        const auto isAbove = [&path](const CMPath& other) { return path.startsWith(other); };
+        const bool isTaken = std::none_of(refused.cbegin(), refused.cend(), isAbove) && offerToWorker(path);
+        const int version = isTaken ? currentVersion(path) : 0;
+        if (version == 0)
+            refused.append(path);
+        endRenewal(path, isTaken, version);
+    }
+}
+
+QList<CMPath> CMSubscribe::beginRenewal(const QList<CMPath>& paths)
+{
+    const QMutexLocker lock(&m_mutex);
+    QList<CMPath> renewed;
+    std::copy_if(paths.cbegin(), paths.cend(), std::back_inserter(renewed), [this](const CMPath& path) {
+        return m_clients.contains(path);
+    });
+    std::sort(renewed.begin(), renewed.end());
+    m_renewed = QSet<CMPath>(renewed.cbegin(), renewed.cend());
+    return renewed;
+}
+
+void CMSubscribe::endRenewal(const CMPath& path, bool isTaken, int version)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_renewed.remove(path);
+    if (version > 0 && m_clients.contains(path))
+        return tellLocked(path, {RowsChangeReset()}, version);
+    if (isTaken)
+        m_ended.append(path);
+    tellLocked(path, {RowsChangeClose()}, version);
+    m_clients.remove(path);
+    closeLocked(path, {}, version);
+}
+
+int CMSubscribe::currentVersion(const CMPath& path) const
+{
+    const CMGetRowsRequest request(path, 0, -1, 0, QStringList());
+    m_worker->getRowsRequest(request);
+    return request.reply().value().rowsVersion();
 }
 
 bool CMSubscribe::isTracked(const CMPath& path) const

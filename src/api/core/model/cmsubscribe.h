@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMutex>
 #include <QObject>
+#include <QSet>
 #include <QStringList>
 #include <QVector>
 
@@ -59,6 +60,11 @@ public:
     /// The last argument names a single row; -1: none.
     void rowsChanged(const CMPath& path, const QStringList& changes, int version, int row);
 
+    /// Lets the worker track subscribed paths anew: it is told of their removal, from the deepest up, and of their
+    /// addition, from the top down. Their clients are told of a reset, or of a close where the worker does not take
+    /// the path again. Paths that are not subscribed are left out. In the worker's thread only.
+    void renew(const QList<CMPath>& paths);
+
 Q_SIGNALS:
     void rowsPathAdded(const CMPath& path);
     void rowsPathRemoved(const CMPath& path);
@@ -71,6 +77,8 @@ private:
     void runInWorkerThread(Function&& function);
 
     [[nodiscard]] bool addHere(const CMPath& path, CMChangeReceiver* receiver);
+    /// Tells the worker that the path is subscribed; false if it does not track it.
+    [[nodiscard]] bool offerToWorker(const CMPath& path);
     void removeHere(const CMPath& path, CMChangeReceiver* receiver);
     void removeEverywhere(QObject* receiver);
 
@@ -82,9 +90,17 @@ private:
     void tellLocked(const CMPath& path, const QStringList& changes, int version);
     void closeLocked(const CMPath& path, const QStringList& changes, int version);
 
+    [[nodiscard]] QList<CMPath> beginRenewal(const QList<CMPath>& paths);
+    /// `version`: of the rows that the path has now; 0: none.
+    void endRenewal(const CMPath& path, bool isTaken, int version);
+
     void settleLater();
     void settle();
     [[nodiscard]] QList<CMPath> takeEnded();
+    /// `paths`: parents before children.
+    void removeFromWorker(const QList<CMPath>& paths);
+    /// The version of the path's rows; 0: none.
+    [[nodiscard]] int currentVersion(const CMPath& path) const;
     [[nodiscard]] bool isTracked(const CMPath& path) const;
 
     CMWorker* const m_worker;
@@ -95,4 +111,6 @@ private:
     QHash<const QObject*, std::shared_ptr<Inbox>> m_inboxes;
     /// Paths without clients of which the worker has not been told yet.
     QList<CMPath> m_ended;
+    /// Paths that are neither added nor removed by anybody else for the moment.
+    QSet<CMPath> m_renewed;
 };
