@@ -17,7 +17,8 @@ public:
     explicit TavoNameMatcher(const QStringList& patterns);
 
     /// The matcher for `patterns`, compiled once as long as a thread keeps asking with the same (shared) list.
-    /// The reference is valid until the same thread asks for another list.
+    /// The reference is valid until the same thread asks for another list. A list that was asked for must not be
+    /// changed through a reference or an iterator from before.
     [[nodiscard]] static const TavoNameMatcher& shared(const QStringList& patterns);
 
     [[nodiscard]] bool matches(const QString& name) const;
