@@ -8,6 +8,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_AUTOMOC ON)
 
 option(TAVO_BUILD_TESTS "Build the tests" ON)
+option(TAVO_BUILD_BENCH "Build the benchmark" OFF)
 set(TAVO_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (empty: none)")
 
 # The build tree is laid out as the install tree, so that the host finds its modules in both by the same way.

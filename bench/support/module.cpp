@@ -1,0 +1,54 @@
+#include "support/module.h"
+
+#include "support/race.h"
+#include "tavo/tavokeys.h"
+#include "tavo/tavoroles.h"
+
+#include <QVariantHash>
+
+#include <dlfcn.h>
+
+std::unique_ptr<CMWorker> loadWorker(const char* module, const QString& root, const QStringList& patterns)
+{
+    void* const library = dlopen(module, RTLD_NOW | RTLD_LOCAL);
+    require(library, "cannot load the worker's module");
+    const auto create = reinterpret_cast<CMWorkerCreate>(dlsym(library, "worker_create"));
+    require(create, "the module has no worker_create");
+    const QVariantHash configuration = {
+        {TavoService_Id(), QStringLiteral("file")}, {TavoFilesystem_Path(), root}, {TavoFilesystem_Filter(), patterns}};
+    return std::unique_ptr<CMWorker>(create(nullptr, configuration));
+}
+
+std::unique_ptr<CMWorker> loadWorker(const QString& root, const QStringList& patterns)
+{
+    return loadWorker(TAVO_MODULE, root, patterns);
+}
+
+QStringList playablePatterns()
+{
+    return {
+        QStringLiteral("*.mp3"), QStringLiteral("*.flac"), QStringLiteral("*.ogg"), QStringLiteral("*.m4a"),
+        QStringLiteral("*.wav")};
+}
+
+QStringList wildcardPatterns()
+{
+    return {
+        QStringLiteral("*[0-9]?.mp?"), QStringLiteral("*[^x].fl?c"), QStringLiteral("*.og[ag]"),
+        QStringLiteral("?* *.m[4p][ab]"), QStringLiteral("[0-9]*.w?v")};
+}
+
+QStringList allRoles()
+{
+    return {TavoRoles::Path(),  TavoRoles::Title(),     TavoRoles::Type(),     TavoRoles::ContainerPlayable(),
+            TavoRoles::Flags(), TavoRoles::MediaData(), TavoRoles::Timestamp()};
+}
+
+TavoRowsRoles requestRows(CMWorker& worker, const QString& directory, int first, int last, const QStringList& roles)
+{
+    const CMGetRowsRequest request(worker.addPrefix(directory), first, last, 0, roles);
+    worker.getRowsRequest(request);
+    const CMReply<TavoRowsRoles> reply = request.reply();
+    require(reply.isFinished() && !reply.isError(), "a rows request was refused");
+    return reply.value();
+}

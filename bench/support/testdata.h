@@ -1,0 +1,35 @@
+#pragma once
+
+#include <random>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+/// Makes names as they are found in music folders: track numbers, artists and titles in several scripts, endings in
+/// several spellings. 70 % of the files have one of the five endings of playablePatterns(). The same names in every
+/// run.
+class NameMaker
+{
+public:
+    [[nodiscard]] std::string file();
+    [[nodiscard]] std::string directory();
+
+private:
+    [[nodiscard]] unsigned below(unsigned limit);
+    [[nodiscard]] const std::string& oneOf(const std::vector<std::string>& texts);
+    [[nodiscard]] std::string title();
+    [[nodiscard]] std::string stem();
+    [[nodiscard]] std::string unused(const std::string& stem, const std::string& ending);
+
+    std::minstd_rand m_random{20260101};
+    std::unordered_set<std::string> m_used;
+};
+
+/// Fills an empty directory with so many entries: 97 % empty files, 2 % directories, 1 % hidden files.
+void fillDirectory(const std::string& directory, int entries);
+
+/// Fills an empty directory with a tree, three levels deep, of empty files: `files` files in `directories` directories.
+void fillTree(const std::string& directory, int files, int directories);
+
+/// Creates an empty file that is not there yet; `directory` is an open descriptor.
+void createFile(int directory, const std::string& name);
