@@ -98,6 +98,7 @@ void Mpd::writeConfiguration(const QString& musicDirectory) const
 {
     QString text = QStringLiteral("bind_to_address \"%1\"\n"
                                   "max_output_buffer_size \"1048576\"\n"
+                                  "connection_timeout \"3600\"\n"
                                   "filesystem_charset \"UTF-8\"\n"
                                   "audio_output {\n    type \"null\"\n    name \"nothing\"\n}\n")
                        .arg(inState("socket"));
