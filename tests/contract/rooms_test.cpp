@@ -1,0 +1,251 @@
+// Which parts of the source tree include what: each part ("room") knows only those below it.
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QRegularExpression>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <ostream>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Origins = std::set<std::string>;
+
+const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
+
+/// The longest first, where one lies in another.
+const QStringList rooms = {QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),
+                           QStringLiteral("src/api/tagreader"), QStringLiteral("src/api/playlist"),
+                           QStringLiteral("src/modules/file"),  QStringLiteral("src/host"),
+                           QStringLiteral("tests/support")};
+
+/// Where the compiler looks for quoted names, beside the including file's own folder.
+const QStringList includeRoots = {
+    QStringLiteral("src/api/core"), QStringLiteral("src/api"), QStringLiteral("src/modules/file"),
+    QStringLiteral("src/host"), QStringLiteral("tests/support")};
+
+/// One #include line.
+struct Include
+{
+    /// Relative to the source tree.
+    QString file;
+    int line = 0;
+    QString name;
+    bool quoted = false;
+};
+
+bool isPrivateHeader(const QString& file)
+{
+    return file.endsWith(QLatin1String("_p.h"));
+}
+
+bool isPublicHeader(const QString& file)
+{
+    return file.endsWith(QLatin1String(".h")) && !isPrivateHeader(file);
+}
+
+QStringList sourcesBelow(const QString& folder)
+{
+    QStringList files;
+    QDirIterator walk(
+        sourceDir.filePath(folder), {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
+        QDirIterator::Subdirectories);
+    while (walk.hasNext())
+        files.append(sourceDir.relativeFilePath(walk.next()));
+    return files;
+}
+
+std::vector<Include> includesOf(const QString& file)
+{
+    static const QRegularExpression pattern(QStringLiteral(R"(^\s*#\s*include\s*([<"])([^>"]+)[>"])"));
+    QFile source(sourceDir.filePath(file));
+    EXPECT_TRUE(source.open(QIODevice::ReadOnly)) << source.fileName().toStdString();
+    std::vector<Include> includes;
+    for (int line = 1; !source.atEnd(); ++line) {
+        const QRegularExpressionMatch match = pattern.match(QString::fromUtf8(source.readLine()));
+        if (match.hasMatch())
+            includes.push_back({file, line, match.captured(2), match.captured(1) == QLatin1String("\"")});
+    }
+    return includes;
+}
+
+QString roomOf(const QString& file)
+{
+    for (const QString& room : rooms) {
+        if (file.startsWith(room + QLatin1Char('/')))
+            return room;
+    }
+    return {};
+}
+
+/// The file of this project that a quoted name stands for, relative to the source tree; empty if there is none.
+QString resolved(const Include& include)
+{
+    for (const QString& folder : QStringList(QFileInfo(include.file).path()) + includeRoots) {
+        const QString file = QDir::cleanPath(folder + QLatin1Char('/') + include.name);
+        if (QFile::exists(sourceDir.filePath(file)))
+            return file;
+    }
+    return {};
+}
+
+std::string originOfOwn(const Include& include)
+{
+    // Written by moc into the build tree.
+    if (include.name.endsWith(QLatin1String(".moc")))
+        return "moc";
+    const QString file = resolved(include);
+    if (file.isEmpty())
+        return "nowhere";
+    const QString room = roomOf(file);
+    const QString place = room.isEmpty() ? QFileInfo(file).path() : room;
+    return (isPrivateHeader(file) ? "private " : "") + place.toStdString();
+}
+
+std::string originOfForeign(const QString& name)
+{
+    const auto liesIn = [&name](const char* folder) {
+        return QFile::exists(QDir(QString::fromUtf8(folder)).filePath(name));
+    };
+    if (name.startsWith(QLatin1String("QtCore/")) || liesIn(TAVO_QTCORE_DIR))
+        return "Qt Core";
+    if (name.startsWith(QLatin1String("QtGui/")) || liesIn(TAVO_QTGUI_DIR))
+        return "Qt Gui";
+    if (name.startsWith(QLatin1String("log4cplus/")))
+        return "log4cplus";
+    if (name.startsWith(QLatin1String("taglib/")) || liesIn(TAVO_TAGLIB_DIR))
+        return "TagLib";
+    // The C++ library's headers have no ending; other libraries' that have none lie in folders.
+    if (!name.contains(QLatin1Char('.')) && !name.contains(QLatin1Char('/')))
+        return "std";
+    static const QStringList known = {
+        QStringLiteral("dirent.h"), QStringLiteral("dlfcn.h"), QStringLiteral("sys/stat.h")};
+    return known.contains(name) ? name.toStdString() : "system";
+}
+
+std::string originOf(const Include& include)
+{
+    return include.quoted ? originOfOwn(include) : originOfForeign(include.name);
+}
+
+/// The lines that include what is not allowed, as a compiler would point at them.
+std::vector<std::string> violations(const QStringList& files, const Origins& allowed)
+{
+    std::vector<std::string> lines;
+    for (const QString& file : files) {
+        for (const Include& include : includesOf(file)) {
+            const std::string origin = originOf(include);
+            if (allowed.count(origin) == 0)
+                lines.push_back(
+                    file.toStdString() + ':' + std::to_string(include.line) + ": " + include.name.toStdString() + " (" +
+                    origin + ')');
+        }
+    }
+    return lines;
+}
+
+enum class Side { Public, Inner };
+
+struct Rule
+{
+    const char* name;
+    const char* folder;
+    Side side;
+    Origins allowed;
+};
+
+std::ostream& operator<<(std::ostream& out, const Rule& rule)
+{
+    return out << rule.folder;
+}
+
+const std::vector<Rule> rules = {
+    {"CorePublicHeaders", "src/api/core", Side::Public, {"std", "Qt Core", "src/api/core"}},
+    {"LogPublicHeaders", "src/api/core/log", Side::Public, {"std", "Qt Core", "log4cplus", "src/api/core"}},
+    {"CoreSources",
+     "src/api/core",
+     Side::Inner,
+     {"std", "system", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "private src/api/core", "moc"}},
+    {"LogSources",
+     "src/api/core/log",
+     Side::Inner,
+     {"std", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log"}},
+    {"PlayListPublicHeaders", "src/api/playlist", Side::Public, {"std", "Qt Core", "src/api/core", "src/api/playlist"}},
+    {"PlayListSources",
+     "src/api/playlist",
+     Side::Inner,
+     {"std", "Qt Core", "Qt Gui", "src/api/core", "src/api/playlist", "private src/api/playlist", "moc"}},
+    {"FileModuleHeaders",
+     "src/modules/file",
+     Side::Public,
+     {"std", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/api/tagreader", "src/api/playlist"}},
+    {"FileModuleSources",
+     "src/modules/file",
+     Side::Inner,
+     {"std", "dirent.h", "sys/stat.h", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/api/tagreader",
+      "src/api/playlist", "src/modules/file", "moc"}},
+    {"HostHeaders",
+     "src/host",
+     Side::Public,
+     {"std", "system", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/host"}},
+    {"HostSources",
+     "src/host",
+     Side::Inner,
+     {"std", "system", "dlfcn.h", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/host",
+      "private src/host", "moc"}}};
+
+QStringList filesOf(const Rule& rule)
+{
+    QStringList files;
+    for (const QString& file : sourcesBelow(QString::fromUtf8(rule.folder))) {
+        if (roomOf(file) == QLatin1String(rule.folder) && isPublicHeader(file) == (rule.side == Side::Public))
+            files.append(file);
+    }
+    return files;
+}
+
+class RoomTest : public testing::TestWithParam<Rule>
+{
+};
+
+TEST_P(RoomTest, IncludesOnlyWhatItMay)
+{
+    const QStringList files = filesOf(GetParam());
+    ASSERT_FALSE(files.isEmpty());
+    EXPECT_THAT(violations(files, GetParam().allowed), testing::IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Rooms, RoomTest, testing::ValuesIn(rules), [](const auto& test) { return test.param.name; });
+
+TEST(Rooms, TestsKnowThePrivateHeadersOfOneRoomAtMost)
+{
+    std::map<std::string, Origins> privateRooms;
+    for (const QString& file : sourcesBelow(QStringLiteral("tests"))) {
+        for (const Include& include : includesOf(file)) {
+            if (isPrivateHeader(include.name))
+                privateRooms[QFileInfo(file).path().toStdString()].insert(originOf(include));
+        }
+    }
+    EXPECT_THAT(privateRooms, testing::Each(testing::Pair(testing::_, testing::SizeIs(1))));
+}
+
+TEST(Rooms, OneSourceOfTheHostLoadsLibraries)
+{
+    Origins loaders;
+    for (const QString& file : sourcesBelow(QStringLiteral("src"))) {
+        for (const Include& include : includesOf(file)) {
+            if (originOf(include) == "dlfcn.h")
+                loaders.insert(file.toStdString());
+        }
+    }
+    EXPECT_THAT(loaders, testing::SizeIs(1));
+}
+
+} // namespace
