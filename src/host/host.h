@@ -4,6 +4,7 @@
 
 #include <model/cmworker.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -16,7 +17,11 @@ struct HostSettings
     QString serviceId;
     /// Pixels; none: the platform's default.
     std::optional<int> albumArtWidth = {};
+    /// Between two looks at the opened directories; 0: never looks.
+    std::chrono::seconds sweepInterval{5};
 };
+
+class Healer;
 
 /// What all clients share: the worker of one directory tree, mounted at the root worker.
 ///
@@ -37,8 +42,9 @@ public:
     [[nodiscard]] CMPath contextMenu() const;
 
 private:
-    Host(std::unique_ptr<CMWorker> worker, QString rootDirectory);
+    Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::seconds sweepInterval);
 
     std::unique_ptr<CMWorker> m_worker;
     QString m_rootDirectory;
+    std::unique_ptr<Healer> m_healer;
 };

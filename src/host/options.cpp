@@ -24,6 +24,10 @@ QString albumArtWidthOption()
 {
     return QStringLiteral("album-art-width");
 }
+QString sweepOption()
+{
+    return QStringLiteral("sweep");
+}
 QString logLevelOption()
 {
     return QStringLiteral("log-level");
@@ -65,6 +69,8 @@ void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flag
         {moduleOption(), QStringLiteral("Worker module to load. Default: the one that comes with this program."),
          QStringLiteral("FILE")},
         {albumArtWidthOption(), QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
+        {sweepOption(), QStringLiteral("Seconds between looks at opened directories, 0: never. Default: 5."),
+         QStringLiteral("SECONDS")},
         {logLevelOption(), QStringLiteral("OFF, FATAL, ERROR, WARN, INFO, DEBUG or TRACE."), QStringLiteral("LEVEL")},
         {logConfigOption(),
          QStringLiteral("Properties file for log4cplus. Default: warnings and worse on standard "
@@ -91,13 +97,19 @@ Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCo
     options.host.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
     options.logLevel = value(logLevelOption());
     options.logConfig = value(logConfigOption());
-    if (!value(albumArtWidthOption()).isNull()) {
-        const QCommandLineParser& parser = command.isSet(albumArtWidthOption()) ? command : program;
-        const Result<int> width = integerOption(parser, albumArtWidthOption(), 0, 1);
-        if (!width)
-            return width.failure();
-        options.host.albumArtWidth = width.value();
-    }
+    const auto number = [&](const QString& name, int byDefault, int minimum) {
+        return integerOption(command.isSet(name) ? command : program, name, byDefault, minimum);
+    };
+    const Result<int> sweep = number(sweepOption(), static_cast<int>(options.host.sweepInterval.count()), 0);
+    if (!sweep)
+        return sweep.failure();
+    options.host.sweepInterval = std::chrono::seconds(sweep.value());
+    if (value(albumArtWidthOption()).isNull())
+        return options;
+    const Result<int> width = number(albumArtWidthOption(), 0, 1);
+    if (!width)
+        return width.failure();
+    options.host.albumArtWidth = width.value();
     return options;
 }
 

@@ -90,7 +90,13 @@ bool CMSubscribe::isClient(const CMPath& path, const CMChangeReceiver* receiver)
     const QMutexLocker lock(&m_mutex);
     const auto clients = m_clients.constFind(path);
     return clients != m_clients.constEnd() &&
-           std::find(clients->cbegin(), clients->cend(), receiver) != clients->cend();
+           std::find(clients->receivers.cbegin(), clients->receivers.cend(), receiver) != clients->receivers.cend();
+}
+
+std::chrono::system_clock::time_point CMSubscribe::lastChange(const CMPath& path) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_clients.value(path).lastChange;
 }
 
 QList<CMPath> CMSubscribe::rowsPathsStartingWith(const CMPath& path) const
@@ -166,7 +172,7 @@ bool CMSubscribe::insertClient(const CMPath& path, CMChangeReceiver* receiver)
         settle();
         lock.relock();
     }
-    Clients& clients = m_clients[path];
+    QVector<CMChangeReceiver*>& clients = m_clients[path].receivers;
     const bool isFirst = clients.isEmpty();
     if (!clients.contains(receiver)) {
         clients.append(receiver);
@@ -180,8 +186,9 @@ void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
     const auto clients = m_clients.find(path);
     if (clients == m_clients.end())
         return;
-    clients->erase(std::remove(clients->begin(), clients->end(), receiver), clients->end());
-    if (clients->isEmpty()) {
+    QVector<CMChangeReceiver*>& receivers = clients->receivers;
+    receivers.erase(std::remove(receivers.begin(), receivers.end(), receiver), receivers.end());
+    if (receivers.isEmpty()) {
         m_clients.erase(clients);
         if (!m_renewed.contains(path))
             m_ended.append(path);
@@ -190,14 +197,24 @@ void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
 
 void CMSubscribe::tellLocked(const CMPath& path, const QStringList& changes, int version)
 {
-    for (CMChangeReceiver* receiver : m_clients.value(path)) {
-        std::shared_ptr<Inbox>& inbox = m_inboxes[receiver];
-        if (!inbox)
-            inbox = std::make_shared<Inbox>();
-        inbox->append({path, changes, version});
-        const auto deliver = [inbox = inbox, receiver] { inbox->deliverNext(*receiver); };
-        QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
-    }
+    const auto clients = m_clients.find(path);
+    if (clients == m_clients.end())
+        return;
+    clients->lastChange = std::chrono::system_clock::now();
+    for (CMChangeReceiver* receiver : qAsConst(clients->receivers))
+        postLocked(receiver, path, changes, version);
+    if (m_observer)
+        postLocked(m_observer, path, changes, version);
+}
+
+void CMSubscribe::postLocked(CMChangeReceiver* receiver, const CMPath& path, const QStringList& changes, int version)
+{
+    std::shared_ptr<Inbox>& inbox = m_inboxes[receiver];
+    if (!inbox)
+        inbox = std::make_shared<Inbox>();
+    inbox->append({path, changes, version});
+    const auto deliver = [inbox = inbox, receiver] { inbox->deliverNext(*receiver); };
+    QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
 }
 
 void CMSubscribe::forgetChangesLocked(const CMPath& path, const QObject* receiver)
@@ -250,6 +267,13 @@ void CMSubscribe::removeFromWorker(const QList<CMPath>& paths)
         static_cast<void>(isTracked(path));
     QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
     std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
+}
+
+void CMSubscribe::setObserver(CMChangeReceiver* observer)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_inboxes.remove(m_observer);
+    m_observer = observer;
 }
 
 void CMSubscribe::renew(const QList<CMPath>& paths)

@@ -11,6 +11,7 @@
 #include <QStringList>
 #include <QVector>
 
+#include <chrono>
 #include <memory>
 
 class CMWorker;
@@ -60,6 +61,14 @@ public:
     /// The last argument names a single row; -1: none.
     void rowsChanged(const CMPath& path, const QStringList& changes, int version, int row);
 
+    /// When the path's clients were last told of a change, in the system clock; the epoch if they were not.
+    /// From any thread.
+    [[nodiscard]] std::chrono::system_clock::time_point lastChange(const CMPath& path) const;
+
+    /// The observer is told of the changes of all paths that have clients, as these are, and is none itself. Null: no
+    /// observer, as before. It stays the caller's and must live until it is replaced. In the worker's thread only.
+    void setObserver(CMChangeReceiver* observer);
+
     /// Lets the worker track subscribed paths anew: it is told of their removal, from the deepest up, and of their
     /// addition, from the top down. Their clients are told of a reset, or of a close where the worker does not take
     /// the path again. Paths that are not subscribed are left out. In the worker's thread only.
@@ -70,7 +79,11 @@ Q_SIGNALS:
     void rowsPathRemoved(const CMPath& path);
 
 private:
-    using Clients = QVector<CMChangeReceiver*>;
+    struct Clients
+    {
+        QVector<CMChangeReceiver*> receivers;
+        std::chrono::system_clock::time_point lastChange;
+    };
     class Inbox;
 
     template<typename Function>
@@ -88,6 +101,7 @@ private:
     /// A subscription starts and ends with nothing left of an earlier one.
     void forgetChangesLocked(const CMPath& path, const QObject* receiver);
     void tellLocked(const CMPath& path, const QStringList& changes, int version);
+    void postLocked(CMChangeReceiver* receiver, const CMPath& path, const QStringList& changes, int version);
     void closeLocked(const CMPath& path, const QStringList& changes, int version);
 
     [[nodiscard]] QList<CMPath> beginRenewal(const QList<CMPath>& paths);
@@ -109,6 +123,7 @@ private:
     mutable QMutex m_mutex;
     QHash<CMPath, Clients> m_clients;
     QHash<const QObject*, std::shared_ptr<Inbox>> m_inboxes;
+    CMChangeReceiver* m_observer = nullptr;
     /// Paths without clients of which the worker has not been told yet.
     QList<CMPath> m_ended;
     /// Paths that are neither added nor removed by anybody else for the moment.
