@@ -9,6 +9,7 @@ set(CMAKE_AUTOMOC ON)
 
 option(TAVO_BUILD_TESTS "Build the tests" ON)
 option(TAVO_BUILD_BENCH "Build the benchmark" OFF)
+option(TAVO_BUILD_FUZZERS "Build the fuzzers; needs clang" OFF)
 set(TAVO_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (empty: none)")
 
 # The build tree is laid out as the install tree, so that the host finds its modules in both by the same way.

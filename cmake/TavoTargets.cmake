@@ -15,7 +15,7 @@ function(tavo_add_library name)
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${arg_INCLUDE_ROOT} FILES ${arg_HEADERS})
     target_compile_definitions(${name} PUBLIC QT_FORCE_ASSERTS PRIVATE ${name}_EXPORTS QT_NO_CAST_FROM_ASCII)
     target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE ${arg_PRIVATE_LINK})
-    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed)
+    target_link_options(${name} PRIVATE ${TAVO_LINK_COMPLETE} -Wl,--as-needed)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} VERIFY_INTERFACE_HEADER_SETS ON)
     tavo_install(${name} "${CMAKE_INSTALL_LIBDIR}" EXPORT TavoTargets
@@ -34,7 +34,7 @@ function(tavo_add_module name)
     add_library(${name} MODULE)
     target_link_libraries(${name} PRIVATE ${name}_objects)
     # The C++ library's templates have default visibility whatever the compiler is told: only a version script hides them.
-    target_link_options(${name} PRIVATE -Wl,--no-undefined -Wl,--as-needed
+    target_link_options(${name} PRIVATE ${TAVO_LINK_COMPLETE} -Wl,--as-needed
         "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module.map")
     set_target_properties(${name} PROPERTIES
         LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${TAVO_INSTALL_MODULEDIR}"
@@ -63,4 +63,13 @@ function(tavo_add_test name)
         add_dependencies(${name} ${arg_NEEDS})
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()
+
+# tavo_add_fuzzer(NAME SOURCES ... LINK ...): needs clang's libFuzzer.
+function(tavo_add_fuzzer name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    tavo_common(${name})
+    target_link_libraries(${name} PRIVATE ${arg_LINK})
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include <dirent.h>
@@ -120,7 +121,11 @@ private:
 
 QString nameOf(const dirent& entry)
 {
-    return QString::fromUtf8(entry.d_name);
+    const QString name = QString::fromUtf8(entry.d_name);
+    // Qt takes it for a byte order mark, but here it is a part of the name.
+    constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
+    const bool isDropped = std::strncmp(entry.d_name, byteOrderMark, sizeof(byteOrderMark) - 1) == 0;
+    return isDropped ? QChar(QChar::ByteOrderMark) + name : name;
 }
 
 /// Asks the file system only where the listing did not tell.

@@ -65,6 +65,15 @@ void append(PercentEncoding::Buffer& buffer, const QString& text, const KeptChar
     buffer.resize(static_cast<int>(out - buffer.data()));
 }
 
+/// QString::fromUtf8(), which takes a first U+FEFF for a byte order mark and drops it.
+QString fromUtf8(const char* bytes, int size)
+{
+    QString text = QString::fromUtf8(bytes, size);
+    if (QByteArray::fromRawData(bytes, size).startsWith("\xEF\xBB\xBF"))
+        text.prepend(QChar(QChar::ByteOrderMark));
+    return text;
+}
+
 /// The surrogate whose three bytes start at `index`, or 0.
 ushort surrogateAt(const QByteArray& bytes, int index)
 {
@@ -96,10 +105,10 @@ QString PercentEncoding::decode(const QByteArray& encoded)
     int start = 0;
     for (int i = bytes.indexOf('\xED'); i >= 0; i = bytes.indexOf('\xED', i + 1)) {
         if (const ushort surrogate = surrogateAt(bytes, i)) {
-            text += QString::fromUtf8(bytes.constData() + start, i - start);
+            text += fromUtf8(bytes.constData() + start, i - start);
             text += QChar(surrogate);
             start = i + 3;
         }
     }
-    return text + QString::fromUtf8(bytes.constData() + start, bytes.size() - start);
+    return text + fromUtf8(bytes.constData() + start, bytes.size() - start);
 }
