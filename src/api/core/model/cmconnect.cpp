@@ -8,8 +8,9 @@ namespace {
 
 bool isQueued(const QObject* sender, const QObject* receiver, Qt::ConnectionType type)
 {
-    return type == Qt::QueuedConnection ||
-           (type == Qt::AutoConnection && sender && receiver && sender->thread() != receiver->thread());
+    const int kind = type & ~Qt::UniqueConnection;
+    return kind == Qt::QueuedConnection ||
+           (kind == Qt::AutoConnection && sender && receiver && sender->thread() != receiver->thread());
 }
 
 } // namespace
