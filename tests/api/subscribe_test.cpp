@@ -1,0 +1,605 @@
+#include "model/cmsubscribe.h"
+
+#include "eventloop.h"
+#include "printers.h"
+#include "trackingworker.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using testing::Each;
+using testing::UnorderedElementsAre;
+
+CMPath path(const char* base)
+{
+    return {QStringLiteral("test"), QLatin1String(base)};
+}
+
+QStringList texts(std::initializer_list<const char*> list)
+{
+    QStringList result;
+    for (const char* text : list)
+        result.append(QLatin1String(text));
+    return result;
+}
+
+const QStringList& reset()
+{
+    static const QStringList changes(CMSubscribe::RowsChangeReset());
+    return changes;
+}
+
+const QStringList& closed()
+{
+    static const QStringList changes(CMSubscribe::RowsChangeClose());
+    return changes;
+}
+
+class Subscription : public testing::Test
+{
+protected:
+    [[nodiscard]] CMSubscribe& subscribe() { return *m_worker.subscribe(); }
+    [[nodiscard]] bool open(const char* base, CMChangeReceiver& client) { return subscribe().add(path(base), &client); }
+    void close(const char* base, CMChangeReceiver& client) { subscribe().remove(path(base), &client); }
+    [[nodiscard]] bool isOpen(const char* base, const CMChangeReceiver& client)
+    {
+        return subscribe().isClient(path(base), &client);
+    }
+
+    TrackingWorker m_worker;
+    KeepingReceiver m_client;
+    KeepingReceiver m_other;
+};
+
+TEST_F(Subscription, WorkerIsToldOfTheFirstClientAndOfTheLast)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_other));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
+    close("a", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), QStringList());
+    close("a", m_other);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a"}));
+}
+
+TEST_F(Subscription, ClientThatOpensTwiceCountsOnce)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
+    close("a", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a"}));
+    EXPECT_FALSE(isOpen("a", m_client));
+}
+
+TEST_F(Subscription, ClosingWhatIsNotOpenTellsNobody)
+{
+    EXPECT_TRUE(open("a", m_client));
+    close("a", m_other);
+    close("ab", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
+    EXPECT_TRUE(isOpen("a", m_client));
+}
+
+TEST_F(Subscription, PathCanBeOpenedAgain)
+{
+    EXPECT_TRUE(open("a", m_client));
+    close("a", m_client);
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a", "added a"}));
+}
+
+TEST_F(Subscription, PathsAreCountedApart)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a/b", m_client));
+    close("a", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "added a/b", "removed a"}));
+    EXPECT_TRUE(isOpen("a/b", m_client));
+}
+
+TEST_F(Subscription, TellsWhoIsAClient)
+{
+    EXPECT_FALSE(isOpen("a", m_client));
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(isOpen("a", m_client));
+    EXPECT_FALSE(isOpen("a", m_other));
+    EXPECT_FALSE(isOpen("a/b", m_client));
+}
+
+TEST_F(Subscription, FindsOpenPathsBySegments)
+{
+    for (const char* base : {"", "a", "a/b", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    EXPECT_TRUE(open("a/b", m_other));
+    EXPECT_THAT(subscribe().rowsPathsStartingWith(path("a")), UnorderedElementsAre(path("a"), path("a/b")));
+    EXPECT_THAT(subscribe().rowsPathsStartingWith(path("a/b")), UnorderedElementsAre(path("a/b")));
+    EXPECT_THAT(
+        subscribe().rowsPathsStartingWith(path("")),
+        UnorderedElementsAre(path(""), path("a"), path("a/b"), path("ab")));
+    EXPECT_TRUE(subscribe().rowsPathsStartingWith(path("a/b/c")).isEmpty());
+    EXPECT_TRUE(subscribe().rowsPathsStartingWith(CMPath()).isEmpty());
+}
+
+TEST_F(Subscription, PathThatTheWorkerDoesNotTrackIsRefused)
+{
+    EXPECT_FALSE(open("missing", m_client));
+    EXPECT_FALSE(isOpen("missing", m_client));
+    EXPECT_TRUE(subscribe().rowsPathsStartingWith(path("")).isEmpty());
+    close("missing", m_client);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added missing"}));
+}
+
+TEST_F(Subscription, RefusedPathMayBeOpenedLater)
+{
+    EXPECT_FALSE(open("missing", m_client));
+    m_worker.containers.append(QStringLiteral("missing"));
+    EXPECT_TRUE(open("missing", m_client));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added missing", "added missing"}));
+    EXPECT_TRUE(isOpen("missing", m_client));
+}
+
+TEST_F(Subscription, PathOfAnotherWorkerIsRefusedUntold)
+{
+    const CMPath strange(QStringLiteral("other"), QStringLiteral("a"));
+    EXPECT_FALSE(subscribe().add(strange, &m_client));
+    EXPECT_EQ(m_worker.takeEvents(), QStringList());
+    EXPECT_FALSE(subscribe().isClient(strange, &m_client));
+}
+
+TEST_F(Subscription, ChangesAreToldFromTheEventLoop)
+{
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().rowsChanged(path("a"), reset(), 7, -1);
+    EXPECT_EQ(m_client.told(), QStringList());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 7"}));
+}
+
+TEST_F(Subscription, ChangesAreToldInTheirOrderToEveryClientOfThePath)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_other));
+    EXPECT_TRUE(open("ab", m_other));
+    for (int version = 1; version <= 3; ++version) {
+        subscribe().rowsChanged(path("a"), reset(), version, -1);
+        subscribe().rowsChanged(path("ab"), reset(), version, -1);
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 1", "a reset 2", "a reset 3"}));
+    EXPECT_EQ(m_other.told(), texts({"a reset 1", "ab reset 1", "a reset 2", "ab reset 2", "a reset 3", "ab reset 3"}));
+}
+
+TEST_F(Subscription, ResetConcernsItsOwnPathOnly)
+{
+    EXPECT_TRUE(open("a/b", m_client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    subscribe().rowsChanged(path("a/b/c"), reset(), 1, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), QStringList());
+    EXPECT_TRUE(isOpen("a/b", m_client));
+}
+
+TEST_F(Subscription, NothingIsToldAfterTheClientHasLetGo)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("ab", m_client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    subscribe().rowsChanged(path("ab"), reset(), 2, -1);
+    close("a", m_client);
+    subscribe().rowsChanged(path("a"), reset(), 3, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"ab reset 2"}));
+}
+
+class Close : public Subscription
+{
+protected:
+    /// As a worker does that finds the container gone.
+    void loseContainer(const char* base)
+    {
+        m_worker.containers.removeAll(QLatin1String(base));
+        m_worker.versions.remove(QLatin1String(base));
+        subscribe().rowsChanged(path(base), closed(), 5, -1);
+    }
+};
+
+TEST_F(Close, EndsEveryClientsSubscription)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_other));
+    loseContainer("a");
+    EXPECT_FALSE(isOpen("a", m_client));
+    EXPECT_FALSE(isOpen("a", m_other));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a close 5"}));
+    EXPECT_EQ(m_other.told(), texts({"a close 5"}));
+}
+
+TEST_F(Close, TellsTheWorkerOfTheRemovalFromTheEventLoop)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a"}));
+}
+
+TEST_F(Close, EndsSubscriptionsToWhatLiesBelowDeepestFirst)
+{
+    for (const char* base : {"", "a", "a/b", "a/b/c", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    static_cast<void>(m_worker.takeEvents());
+    loseContainer("a");
+    QCoreApplication::processEvents();
+    EXPECT_THAT(
+        m_client.told(),
+        UnorderedElementsAre(
+            QStringLiteral("a close 5"), QStringLiteral("a/b close 5"), QStringLiteral("a/b/c close 5")));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a/b/c", "removed a/b", "removed a"}));
+    EXPECT_TRUE(isOpen("", m_client));
+    EXPECT_TRUE(isOpen("ab", m_client));
+}
+
+TEST_F(Close, OfAPathThatNobodyOpenedEndsWhatLiesBelow)
+{
+    EXPECT_TRUE(open("a/b", m_client));
+    loseContainer("a");
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a/b close 5"}));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a/b", "removed a/b"}));
+}
+
+TEST_F(Close, IsToldOnce)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a/b", m_client));
+    loseContainer("a/b");
+    loseContainer("a");
+    loseContainer("a/b");
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a/b close 5", "a close 5"}));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "added a/b", "removed a/b", "removed a"}));
+}
+
+TEST_F(Close, IsTheLastThingToldOfAPath)
+{
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().rowsChanged(path("a"), reset(), 4, -1);
+    loseContainer("a");
+    subscribe().rowsChanged(path("a"), reset(), 6, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 4", "a close 5"}));
+}
+
+TEST_F(Close, ComesWithTheOtherChangesOfItsList)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a/b", m_other));
+    subscribe().rowsChanged(path("a"), reset() + closed(), 5, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset,close 5"}));
+    EXPECT_EQ(m_other.told(), texts({"a/b close 5"}));
+}
+
+TEST_F(Close, PathThatComesBackIsOpenedAgainAfterItsRemoval)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    m_worker.containers.append(QStringLiteral("a"));
+    EXPECT_TRUE(open("a", m_client));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a", "added a"}));
+    EXPECT_TRUE(isOpen("a", m_client));
+}
+
+TEST_F(Close, IsNotToldToTheNextSubscription)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    m_worker.containers.append(QStringLiteral("a"));
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().rowsChanged(path("a"), reset(), 6, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 6"}));
+}
+
+TEST_F(Close, IsNotToldToAClientThatHasLetGo)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    close("a", m_client);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), QStringList());
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+}
+
+TEST_F(Close, ClientThatLetsGoAfterwardsTellsNobody)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    QCoreApplication::processEvents();
+    close("a", m_client);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+}
+
+TEST_F(Close, WhileThePathIsBeingOpenedReleasesItAgain)
+{
+    const auto losing = QObject::connect(&subscribe(), &CMSubscribe::rowsPathAdded, [this] { loseContainer("a"); });
+    EXPECT_FALSE(open("a", m_client));
+    QObject::disconnect(losing);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+    EXPECT_EQ(m_client.told(), QStringList());
+    EXPECT_FALSE(isOpen("a", m_client));
+}
+
+TEST_F(Subscription, WorkersQueuedNotificationsArriveBeforeTheRemoval)
+{
+    EXPECT_TRUE(open("a", m_client));
+    QMetaObject::invokeMethod(
+        &m_worker, [this] { m_worker.note(QStringLiteral("notified")); }, Qt::QueuedConnection);
+    close("a", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "notified", "removed a"}));
+}
+
+TEST_F(Close, WorkersQueuedNotificationsArriveBeforeTheRemoval)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    QMetaObject::invokeMethod(
+        &m_worker, [this] { m_worker.note(QStringLiteral("notified")); }, Qt::QueuedConnection);
+    EXPECT_TRUE(open("ab", m_client));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "notified", "removed a", "added ab"}));
+}
+
+TEST_F(Subscription, DestroyedClientLetsGoOfEverything)
+{
+    {
+        KeepingReceiver brief;
+        EXPECT_TRUE(open("a", brief));
+        EXPECT_TRUE(open("a/b", brief));
+        EXPECT_TRUE(open("ab", brief));
+        EXPECT_TRUE(open("ab", m_client));
+        subscribe().rowsChanged(path("a"), reset(), 1, -1);
+        static_cast<void>(m_worker.takeEvents());
+    }
+    EXPECT_THAT(subscribe().rowsPathsStartingWith(path("")), UnorderedElementsAre(path("ab")));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a/b", "removed a"}));
+    EXPECT_TRUE(isOpen("ab", m_client));
+}
+
+TEST_F(Subscription, ClientMayLetGoWhileItIsTold)
+{
+    class LettingGo : public KeepingReceiver
+    {
+    public:
+        explicit LettingGo(CMSubscribe& subscribe) : m_subscribe(subscribe) {}
+        void rowsChanged(const CMPath& path, const QStringList& changes, int version) override
+        {
+            KeepingReceiver::rowsChanged(path, changes, version);
+            m_subscribe.remove(path, this);
+        }
+
+    private:
+        CMSubscribe& m_subscribe;
+    };
+    LettingGo client(subscribe());
+    EXPECT_TRUE(open("a", client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    subscribe().rowsChanged(path("a"), reset(), 2, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(client.told(), texts({"a reset 1"}));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+}
+
+TEST(SubscriptionToADeletedWorker, StillTellsWhatWasOnItsWay)
+{
+    KeepingReceiver client;
+    {
+        TrackingWorker worker;
+        EXPECT_TRUE(worker.subscribe()->add(path("a"), &client));
+        worker.subscribe()->rowsChanged(path("a"), reset(), 1, -1);
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(client.told(), texts({"a reset 1"}));
+}
+
+TEST_F(Subscription, IsTheWorkersConnectChange)
+{
+    EXPECT_TRUE(m_worker.connectChange(path("a"), &m_client));
+    EXPECT_FALSE(m_worker.connectChange(path("missing"), &m_client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 1"}));
+    m_worker.disconnectChange(path("a"), &m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "added missing", "removed a"}));
+}
+
+// Threads.
+
+TEST_F(Subscription, CallsFromOtherThreadsAreCarriedToTheWorkersThread)
+{
+    const auto calling = std::async(std::launch::async, [this] {
+        const bool opened = open("a", m_client);
+        close("a", m_client);
+        return opened;
+    });
+    ASSERT_TRUE(
+        processEventsUntil([&] { return calling.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+    EXPECT_THAT(m_worker.threads, Each(QThread::currentThread()));
+}
+
+TEST_F(Subscription, ClientIsToldInItsOwnThread)
+{
+    QThread thread;
+    thread.start();
+    auto client = std::make_unique<KeepingReceiver>();
+    client->moveToThread(&thread);
+    EXPECT_TRUE(open("a", *client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    EXPECT_TRUE(processEventsUntil([&] { return !client->told().isEmpty(); }));
+    EXPECT_EQ(client->toldIn(), &thread);
+    thread.quit();
+    thread.wait();
+}
+
+TEST_F(Subscription, ClientDestroyedInAnotherThreadLetsGo)
+{
+    auto client = std::make_unique<KeepingReceiver>();
+    EXPECT_TRUE(open("a", *client));
+    std::thread([&] { client.reset(); }).join();
+    EXPECT_TRUE(subscribe().rowsPathsStartingWith(path("")).isEmpty());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+    EXPECT_THAT(m_worker.threads, Each(QThread::currentThread()));
+}
+
+TEST_F(Subscription, LockIsALeafUnderTheWorkersOwn)
+{
+    EXPECT_TRUE(open("ab", m_client));
+    m_worker.adding.acquire();
+    bool announcedInTime = false;
+    QSemaphore locked;
+    std::thread announcing([&] {
+        const QMutexLocker lock(&m_worker.mutex);
+        locked.release();
+        // The worker's thread is on its way into the slot now, and waits there for the lock.
+        announcedInTime = m_worker.adding.tryAcquire(1, 20000);
+        subscribe().rowsChanged(path("ab"), reset(), 1, -1);
+        subscribe().rowsChanged(path("ab"), closed(), 1, -1);
+    });
+    locked.acquire();
+    EXPECT_TRUE(open("a", m_client));
+    announcing.join();
+    EXPECT_TRUE(announcedInTime);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"ab reset 1", "ab close 1"}));
+}
+
+TEST_F(Subscription, RemovalWaitsForAnnouncementsThatAreUnderWay)
+{
+    EXPECT_TRUE(open("a", m_client));
+    m_worker.asked.acquire(m_worker.asked.available());
+    QSemaphore locked;
+    std::thread announcing([&] {
+        const QMutexLocker lock(&m_worker.mutex);
+        locked.release();
+        EXPECT_TRUE(m_worker.asked.tryAcquire(1, 20000));
+        QMetaObject::invokeMethod(
+            &m_worker, [this] { m_worker.note(QStringLiteral("notified")); }, Qt::QueuedConnection);
+    });
+    locked.acquire();
+    close("a", m_client);
+    announcing.join();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "notified", "removed a"}));
+}
+
+TEST_F(Subscription, ChangesFromManyThreadsAllArriveEachThreadsInOrder)
+{
+    constexpr int changes = 200;
+    EXPECT_TRUE(open("a", m_client));
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([this, thread] {
+            for (int i = 0; i < changes; ++i)
+                subscribe().rowsChanged(path("a"), reset(), thread * changes + i, -1);
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    QCoreApplication::processEvents();
+    ASSERT_EQ(m_client.told().size(), 3 * changes);
+    std::vector<int> next = {0, changes, 2 * changes};
+    for (const QString& told : m_client.told()) {
+        const int version = told.section(QLatin1Char(' '), 2).toInt();
+        EXPECT_EQ(version, next.at(static_cast<size_t>(version / changes))++);
+    }
+}
+
+/// A worker in a thread of its own.
+class BusySubscription : public testing::Test
+{
+protected:
+    BusySubscription()
+    {
+        m_worker.moveToThread(&m_thread);
+        m_thread.start();
+    }
+    ~BusySubscription() override
+    {
+        m_thread.quit();
+        m_thread.wait();
+    }
+
+    /// Returns when the worker's thread has done what was queued so far.
+    void settle()
+    {
+        QMetaObject::invokeMethod(
+            m_worker.subscribe(), [] {}, Qt::BlockingQueuedConnection);
+    }
+
+    QThread m_thread;
+    TrackingWorker m_worker;
+};
+
+/// Opens and closes at random, lets go of everything at the end.
+void useAtRandom(CMSubscribe& subscribe, unsigned seed)
+{
+    const std::vector<CMPath> paths = {path(""), path("a"), path("a/b"), path("a/b/c"), path("ab")};
+    KeepingReceiver client;
+    std::minstd_rand random(seed);
+    for (int i = 0; i < 150; ++i) {
+        const CMPath& chosen = paths[random() % paths.size()];
+        switch (random() % 8) {
+        case 0:
+            subscribe.rowsChanged(chosen, closed(), i, -1);
+            break;
+        case 1:
+            subscribe.rowsChanged(chosen, reset(), i, -1);
+            break;
+        case 2:
+        case 3:
+            subscribe.remove(chosen, &client);
+            break;
+        default:
+            EXPECT_TRUE(subscribe.add(chosen, &client) || !subscribe.isClient(chosen, &client));
+        }
+        QCoreApplication::sendPostedEvents(&client);
+    }
+}
+
+TEST_F(BusySubscription, AdditionsAndRemovalsAlternateHoweverManyThreadsOpenAndClose)
+{
+    std::vector<std::thread> threads;
+    for (unsigned seed = 1; seed <= 4; ++seed)
+        threads.emplace_back([this, seed] { useAtRandom(*m_worker.subscribe(), seed); });
+    for (std::thread& thread : threads)
+        thread.join();
+    settle();
+    EXPECT_TRUE(m_worker.subscribe()->rowsPathsStartingWith(path("")).isEmpty());
+    EXPECT_TRUE(m_worker.versions.isEmpty());
+    EXPECT_THAT(m_worker.threads, Each(&m_thread));
+    QHash<QString, int> open;
+    for (const QString& event : m_worker.takeEvents()) {
+        const QString base = event.section(QLatin1Char(' '), 1);
+        open[base] += event.startsWith(QLatin1String("added ")) ? 1 : -1;
+        EXPECT_TRUE(open[base] == 0 || open[base] == 1) << event.toStdString();
+    }
+    EXPECT_THAT(open.values(), Each(0));
+}
+
+} // namespace
