@@ -35,6 +35,16 @@ public:
         m_changes.erase(std::remove_if(m_changes.begin(), m_changes.end(), isOfPath), m_changes.end());
     }
 
+    /// The path is open again: what would have closed it is a reset now.
+    void reopen(const CMPath& path)
+    {
+        const QMutexLocker lock(&m_mutex);
+        for (Change& change : m_changes) {
+            if (change.path == path && change.changes.contains(RowsChangeClose()))
+                change.changes = QStringList(RowsChangeReset());
+        }
+    }
+
     void deliverNext(CMChangeReceiver& receiver)
     {
         QMutexLocker lock(&m_mutex);
@@ -88,6 +98,11 @@ void CMSubscribe::remove(const CMPath& path, CMChangeReceiver* receiver)
 bool CMSubscribe::isClient(const CMPath& path, const CMChangeReceiver* receiver) const
 {
     const QMutexLocker lock(&m_mutex);
+    return isClientLocked(path, receiver);
+}
+
+bool CMSubscribe::isClientLocked(const CMPath& path, const CMChangeReceiver* receiver) const
+{
     const auto clients = m_clients.constFind(path);
     return clients != m_clients.constEnd() &&
            std::find(clients->receivers.cbegin(), clients->receivers.cend(), receiver) != clients->receivers.cend();
@@ -125,15 +140,16 @@ bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
         return false;
     const auto once = static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
     connect(receiver, &QObject::destroyed, this, &CMSubscribe::removeEverywhere, once);
-    if (!insertClient(path, receiver))
+    const bool isTaken = !insertClient(path, receiver) || offerToWorker(path);
+    const QMutexLocker lock(&m_mutex);
+    // Closed meanwhile by another thread: the receiver is about to be told so.
+    if (!isClientLocked(path, receiver))
         return true;
-    if (!offerToWorker(path)) {
-        const QMutexLocker lock(&m_mutex);
+    if (!isTaken)
         m_clients.remove(path);
-        forgetChangesLocked(path, receiver);
-        return false;
-    }
-    return true;
+    else if (const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver))
+        inbox->reopen(path);
+    return isTaken;
 }
 
 bool CMSubscribe::offerToWorker(const CMPath& path)
@@ -148,7 +164,8 @@ void CMSubscribe::removeHere(const CMPath& path, CMChangeReceiver* receiver)
     {
         const QMutexLocker lock(&m_mutex);
         eraseClientLocked(path, receiver);
-        forgetChangesLocked(path, receiver);
+        if (const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver))
+            inbox->removeAll(path);
     }
     settle();
 }
@@ -174,10 +191,8 @@ bool CMSubscribe::insertClient(const CMPath& path, CMChangeReceiver* receiver)
     }
     QVector<CMChangeReceiver*>& clients = m_clients[path].receivers;
     const bool isFirst = clients.isEmpty();
-    if (!clients.contains(receiver)) {
+    if (!clients.contains(receiver))
         clients.append(receiver);
-        forgetChangesLocked(path, receiver);
-    }
     return isFirst;
 }
 
@@ -215,12 +230,6 @@ void CMSubscribe::postLocked(CMChangeReceiver* receiver, const CMPath& path, con
     inbox->append({path, changes, version});
     const auto deliver = [inbox = inbox, receiver] { inbox->deliverNext(*receiver); };
     QMetaObject::invokeMethod(receiver, deliver, Qt::QueuedConnection);
-}
-
-void CMSubscribe::forgetChangesLocked(const CMPath& path, const QObject* receiver)
-{
-    if (const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver))
-        inbox->removeAll(path);
 }
 
 void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, int version)
@@ -310,11 +319,13 @@ void CMSubscribe::endRenewal(const CMPath& path, bool isTaken, int version)
     m_renewed.remove(path);
     if (version > 0 && m_clients.contains(path))
         return tellLocked(path, {RowsChangeReset()}, version);
-    if (isTaken)
-        m_ended.append(path);
     tellLocked(path, {RowsChangeClose()}, version);
     m_clients.remove(path);
-    closeLocked(path, {}, version);
+    if (isTaken)
+        m_ended.append(path);
+    if (version == 0)
+        closeLocked(path, {}, version);
+    settleLater();
 }
 
 int CMSubscribe::currentVersion(const CMPath& path) const

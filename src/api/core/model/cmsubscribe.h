@@ -46,8 +46,9 @@ public:
     [[nodiscard]] static const QString& RowsChangeClose();
 
     /// Makes the receiver a client of the path; false if the worker does not track such a path. A receiver that is
-    /// one already stays one. From any thread, holding no lock that the worker's thread may want, since it waits for
-    /// that thread. A receiver's destruction ends its subscriptions.
+    /// one already stays one; one that has not been told yet of an earlier close is told of a reset instead. From any
+    /// thread, holding no lock that the worker's thread may want, since it waits for that thread. A receiver's
+    /// destruction ends its subscriptions.
     [[nodiscard]] bool add(const CMPath& path, CMChangeReceiver* receiver);
     /// Ends a subscription; does nothing where there is none. From any thread, as add(). The receiver is not told of
     /// the path afterwards, but for what it is being told at that moment.
@@ -95,11 +96,10 @@ private:
     void removeHere(const CMPath& path, CMChangeReceiver* receiver);
     void removeEverywhere(QObject* receiver);
 
+    [[nodiscard]] bool isClientLocked(const CMPath& path, const CMChangeReceiver* receiver) const;
     /// True if this makes the path subscribed.
     [[nodiscard]] bool insertClient(const CMPath& path, CMChangeReceiver* receiver);
     void eraseClientLocked(const CMPath& path, const QObject* receiver);
-    /// A subscription starts and ends with nothing left of an earlier one.
-    void forgetChangesLocked(const CMPath& path, const QObject* receiver);
     void tellLocked(const CMPath& path, const QStringList& changes, int version);
     void postLocked(CMChangeReceiver* receiver, const CMPath& path, const QStringList& changes, int version);
     void closeLocked(const CMPath& path, const QStringList& changes, int version);
