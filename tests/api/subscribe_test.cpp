@@ -303,10 +303,45 @@ TEST_F(Close, PathThatComesBackIsOpenedAgainAfterItsRemoval)
     EXPECT_TRUE(isOpen("a", m_client));
 }
 
-TEST_F(Close, IsNotToldToTheNextSubscription)
+TEST_F(Close, IsAResetToAClientThatOpensAgainBeforeItIsTold)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_other));
+    loseContainer("a");
+    m_worker.containers.append(QStringLiteral("a"));
+    EXPECT_TRUE(open("a", m_client));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 5"}));
+    EXPECT_EQ(m_other.told(), texts({"a close 5"}));
+}
+
+TEST_F(Close, IsAResetToAClientThatJoinsAnotherBeforeItIsTold)
 {
     EXPECT_TRUE(open("a", m_client));
     loseContainer("a");
+    m_worker.containers.append(QStringLiteral("a"));
+    EXPECT_TRUE(open("a", m_other));
+    EXPECT_TRUE(open("a", m_client));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 5"}));
+    EXPECT_EQ(m_other.told(), QStringList());
+}
+
+TEST_F(Close, IsToldToAClientThatOpensInVain)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    EXPECT_FALSE(open("a", m_client));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a close 5"}));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a", "added a"}));
+}
+
+TEST_F(Close, IsNotToldToTheSubscriptionAfterALetGo)
+{
+    EXPECT_TRUE(open("a", m_client));
+    loseContainer("a");
+    close("a", m_client);
     m_worker.containers.append(QStringLiteral("a"));
     EXPECT_TRUE(open("a", m_client));
     subscribe().rowsChanged(path("a"), reset(), 6, -1);
@@ -334,15 +369,15 @@ TEST_F(Close, ClientThatLetsGoAfterwardsTellsNobody)
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
 }
 
-TEST_F(Close, WhileThePathIsBeingOpenedReleasesItAgain)
+TEST_F(Close, WhileThePathIsBeingOpenedIsToldAsOneAfterwards)
 {
     const auto losing = QObject::connect(&subscribe(), &CMSubscribe::rowsPathAdded, [this] { loseContainer("a"); });
-    EXPECT_FALSE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_client));
     QObject::disconnect(losing);
+    EXPECT_FALSE(isOpen("a", m_client));
     QCoreApplication::processEvents();
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
-    EXPECT_EQ(m_client.told(), QStringList());
-    EXPECT_FALSE(isOpen("a", m_client));
+    EXPECT_EQ(m_client.told(), texts({"a close 5"}));
 }
 
 TEST_F(Subscription, WorkersQueuedNotificationsArriveBeforeTheRemoval)
@@ -426,6 +461,126 @@ TEST_F(Subscription, IsTheWorkersConnectChange)
     EXPECT_EQ(m_client.told(), texts({"a reset 1"}));
     m_worker.disconnectChange(path("a"), &m_client);
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "added missing", "removed a"}));
+}
+
+class Renewal : public Subscription
+{
+protected:
+    void renew(std::initializer_list<const char*> bases)
+    {
+        QList<CMPath> paths;
+        for (const char* base : bases)
+            paths.append(path(base));
+        subscribe().renew(paths);
+    }
+
+    [[nodiscard]] int versionOf(const char* base) const { return m_worker.versions.value(QLatin1String(base)); }
+    [[nodiscard]] QString resetOf(const char* base) const
+    {
+        return QStringLiteral("%1 reset %2").arg(QLatin1String(base)).arg(versionOf(base));
+    }
+};
+
+TEST_F(Renewal, ReleasesFromTheDeepestUpAndAddsFromTheTopDown)
+{
+    for (const char* base : {"", "a", "a/b", "a/b/c", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    static_cast<void>(m_worker.takeEvents());
+    renew({"a/b", "a", "a/b/c"});
+    EXPECT_EQ(
+        m_worker.takeEvents(),
+        texts({"removed a/b/c", "removed a/b", "removed a", "added a", "added a/b", "added a/b/c"}));
+}
+
+TEST_F(Renewal, ResetsEveryClientWithTheNewVersion)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_other));
+    EXPECT_TRUE(open("ab", m_other));
+    const int before = versionOf("a");
+    renew({"a"});
+    EXPECT_GT(versionOf("a"), before);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), QStringList(resetOf("a")));
+    EXPECT_EQ(m_other.told(), QStringList(resetOf("a")));
+    EXPECT_TRUE(isOpen("a", m_client));
+    EXPECT_TRUE(isOpen("a", m_other));
+}
+
+TEST_F(Renewal, LeavesOutWhatIsNotOpen)
+{
+    EXPECT_TRUE(open("a", m_client));
+    renew({"a/b", "missing"});
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
+    renew({});
+    EXPECT_EQ(m_worker.takeEvents(), QStringList());
+}
+
+TEST_F(Renewal, TellsTheWorkerFirstOfWhatHasEnded)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("ab", m_client));
+    static_cast<void>(m_worker.takeEvents());
+    subscribe().rowsChanged(path("ab"), closed(), 1, -1);
+    renew({"ab", "a"});
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed ab", "removed a", "added a"}));
+}
+
+TEST_F(Renewal, ClosesWhatTheWorkerDoesNotTakeAgainAndAllBelow)
+{
+    for (const char* base : {"", "a", "a/b", "a/b/c", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    static_cast<void>(m_worker.takeEvents());
+    m_worker.containers.removeAll(QStringLiteral("a"));
+    renew({"a/b", "a"});
+    QCoreApplication::processEvents();
+    EXPECT_THAT(
+        m_client.told(),
+        UnorderedElementsAre(
+            QStringLiteral("a close 0"), QStringLiteral("a/b close 0"), QStringLiteral("a/b/c close 0")));
+    EXPECT_THAT(subscribe().rowsPathsStartingWith(path("")), UnorderedElementsAre(path(""), path("ab")));
+    // Only a/b/c is removed afterwards: the worker holds nothing of the other two.
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a/b", "removed a", "added a", "removed a/b/c"}));
+}
+
+TEST_F(Renewal, HidesPathsUntilTheyAreAddedAgain)
+{
+    for (const char* base : {"a", "a/b", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    QList<CMPath> seen;
+    const auto looking = QObject::connect(
+        &subscribe(), &CMSubscribe::rowsPathRemoved, [&] { seen += subscribe().rowsPathsStartingWith(path("")); });
+    renew({"a", "a/b"});
+    QObject::disconnect(looking);
+    EXPECT_EQ(seen, (QList<CMPath>{path("ab"), path("ab")}));
+    EXPECT_EQ(subscribe().rowsPathsStartingWith(path("")).size(), 3);
+}
+
+TEST_F(Renewal, OutlastsAClose)
+{
+    EXPECT_TRUE(open("a", m_client));
+    const auto losing = QObject::connect(
+        &subscribe(), &CMSubscribe::rowsPathRemoved, [this] { subscribe().rowsChanged(path("a"), closed(), 1, -1); });
+    renew({"a"});
+    QObject::disconnect(losing);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), QStringList(resetOf("a")));
+    EXPECT_TRUE(isOpen("a", m_client));
+}
+
+TEST_F(Renewal, ReleasesAPathWhoseLastClientGoesMeanwhile)
+{
+    auto brief = std::make_unique<KeepingReceiver>();
+    EXPECT_TRUE(open("a", *brief));
+    EXPECT_TRUE(open("a/b", m_client));
+    static_cast<void>(m_worker.takeEvents());
+    const auto going = QObject::connect(&subscribe(), &CMSubscribe::rowsPathRemoved, [&] { brief.reset(); });
+    renew({"a"});
+    QObject::disconnect(going);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed a", "added a", "removed a"}));
+    EXPECT_EQ(m_client.told(), QStringList());
+    EXPECT_TRUE(isOpen("a/b", m_client));
 }
 
 // Threads.
