@@ -97,6 +97,22 @@ TEST(TrString, VariantKeepsItsPartsAndConvertsToText)
     EXPECT_EQ(value.value<TrString>().charData().context, QByteArray("Test"));
 }
 
+TEST(TrString, VariantsCompareByTheirParts)
+{
+    const TrCharData text{"Test", "say %1"};
+    const auto variant = [](const TrCharData& data, const TrArg& argument) {
+        return QVariant(TrString(data, argument));
+    };
+    const QVariant value = variant(text, QStringLiteral("x"));
+    EXPECT_EQ(value, variant(text, QStringLiteral("x")));
+    EXPECT_NE(value, variant(text, QStringLiteral("y")));
+    EXPECT_NE(value, variant(text, TrArg(QStringLiteral("x"), 1)));
+    EXPECT_NE(value, variant({"Test", "tell %1"}, QStringLiteral("x")));
+    EXPECT_NE(value, variant({"Other", "say %1"}, QStringLiteral("x")));
+    EXPECT_NE(value, variant({"Test", "say %1", "comment"}, QStringLiteral("x")));
+    EXPECT_NE(value, variant({"Test", "say %1", {}, 2}, QStringLiteral("x")));
+}
+
 TEST(TrString, HasNoPluralUnlessGivenACount)
 {
     EXPECT_EQ((TrCharData{"Test", "text"}).n, -1);

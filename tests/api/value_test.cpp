@@ -107,6 +107,13 @@ TEST(Bytes, ConvertToThemselvesAndToBase64)
     EXPECT_EQ(value.toString(), QStringLiteral("AP8Q"));
 }
 
+TEST(Bytes, CompareByTheirContent)
+{
+    const auto variant = [](const char* bytes) { return QVariant::fromValue(TavoBytes{bytes}); };
+    EXPECT_EQ(variant("a"), variant("a"));
+    EXPECT_NE(variant("a"), variant("b"));
+}
+
 TEST(Json, TranslatableTextGivesItsText)
 {
     const TrString text({"Test", "%1 files"}, TrArg(QStringLiteral("7")));

@@ -8,6 +8,7 @@ namespace {
 
 const bool trStringConverts = [] {
     QMetaType::registerConverter<TrString, QString>(&TrString::toString);
+    QMetaType::registerEqualsComparator<TrString>();
     return true;
 }();
 

@@ -18,6 +18,11 @@ struct TAVO_API_EXPORT TrCharData
     QByteArray comment = {};
     /// Selects the plural form; -1: the text has none.
     int n = -1;
+
+    friend bool operator==(const TrCharData& a, const TrCharData& b)
+    {
+        return a.context == b.context && a.sourceText == b.sourceText && a.comment == b.comment && a.n == b.n;
+    }
 };
 
 /// One argument of a translatable text, substituted as QString::arg() does.
@@ -32,11 +37,16 @@ struct TAVO_API_EXPORT TrArg
     /// Characters to pad to: on the left if positive, on the right if negative.
     int fieldWidth;
     QChar fill;
+
+    friend bool operator==(const TrArg& a, const TrArg& b)
+    {
+        return a.value == b.value && a.fieldWidth == b.fieldWidth && a.fill == b.fill;
+    }
 };
 
 /// A text that is translated when it is read, not when it is made, so that one value serves clients of every language.
 ///
-/// As a QVariant it keeps its parts; converted to QString (and so to JSON) it gives its text.
+/// As a QVariant it keeps its parts, by which it compares; converted to QString (and so to JSON) it gives its text.
 class TAVO_API_EXPORT TrString
 {
 public:
@@ -52,6 +62,11 @@ public:
     [[nodiscard]] QString toString() const;
 
     operator QVariant() const { return QVariant::fromValue(*this); }
+
+    friend bool operator==(const TrString& a, const TrString& b)
+    {
+        return a.m_text == b.m_text && a.m_arguments == b.m_arguments;
+    }
 
 private:
     TrCharData m_text;

@@ -18,6 +18,7 @@ const bool bytesConvert = [] {
     QMetaType::registerConverter<TavoBytes, QByteArray>([](const TavoBytes& value) { return value.bytes; });
     QMetaType::registerConverter<TavoBytes, QString>(
         [](const TavoBytes& value) { return QString::fromLatin1(value.bytes.toBase64()); });
+    QMetaType::registerEqualsComparator<TavoBytes>();
     return true;
 }();
 

@@ -53,11 +53,13 @@ private:
     QVariantList m_list;
 };
 
-/// Bytes inside a value, such as a picture. Converts to QByteArray as they are, and to QString (and so to JSON)
-/// as base64.
+/// Bytes inside a value, such as a picture. Compares by them, converts to QByteArray as they are, and to QString (and
+/// so to JSON) as base64.
 struct TAVO_API_EXPORT TavoBytes
 {
     QByteArray bytes;
+
+    friend bool operator==(const TavoBytes& a, const TavoBytes& b) { return a.bytes == b.bytes; }
 };
 
 Q_DECLARE_METATYPE(TavoBytes)
