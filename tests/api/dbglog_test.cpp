@@ -1,6 +1,7 @@
 #include "log/dbglog.h"
 
 #include "i18n/trstring.h"
+#include "keptlog.h"
 #include "model/cmpath.h"
 #include "printers.h"
 
@@ -8,8 +9,6 @@
 #include <QVariant>
 
 #include <gtest/gtest.h>
-#include <log4cplus/appender.h>
-#include <log4cplus/spi/loggingevent.h>
 
 #include <string>
 #include <vector>
@@ -78,53 +77,15 @@ TEST(Print, VariantOfTheSdkGivesItsText)
     EXPECT_EQ(printed(path), "/file/a%20b");
 }
 
-struct Line
-{
-    std::string message;
-    std::string file;
-    int line;
-    std::string function;
-    log4cplus::LogLevel level;
-};
-
-class KeepingAppender : public log4cplus::Appender
-{
-public:
-    ~KeepingAppender() override { destructorImpl(); }
-    void close() override {}
-
-    std::vector<Line> lines;
-
-protected:
-    void append(const log4cplus::spi::InternalLoggingEvent& event) override
-    {
-        lines.push_back(
-            {event.getMessage(), event.getFile(), event.getLine(), event.getFunction(), event.getLogLevel()});
-    }
-};
-
 class LogLine : public testing::Test
 {
 protected:
-    LogLine()
-    {
-        m_logger.setAdditivity(false);
-        m_logger.addAppender(m_appender);
-        m_logger.setLogLevel(log4cplus::INFO_LOG_LEVEL);
-    }
-    ~LogLine() override { m_logger.removeAllAppenders(); }
+    [[nodiscard]] std::vector<KeptLog::Line> lines() const { return m_log.lines(); }
 
-    [[nodiscard]] const std::vector<Line>& lines() const { return m_keeping->lines; }
+    int evaluated() { return ++m_evaluations; }
 
-    int evaluated()
-    {
-        ++m_evaluations;
-        return m_evaluations;
-    }
-
-    KeepingAppender* m_keeping = new KeepingAppender;
-    log4cplus::SharedAppenderPtr m_appender{m_keeping};
-    log4cplus::Logger m_logger = log4cplus::Logger::getInstance("test.dbglog");
+    KeptLog m_log{"test.dbglog", log4cplus::INFO_LOG_LEVEL};
+    log4cplus::Logger& m_logger = m_log.logger();
     int m_evaluations = 0;
 };
 
