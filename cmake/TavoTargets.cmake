@@ -62,7 +62,12 @@ function(tavo_add_test name)
     if(arg_NEEDS)
         add_dependencies(${name} ${arg_NEEDS})
     endif()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+    # Seconds. An emulated program is some twenty times slower.
+    set(limit 120)
+    if(CMAKE_CROSSCOMPILING)
+        set(limit 900)
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit})
 endfunction()
 
 # tavo_add_fuzzer(NAME SOURCES ... LINK ...): needs clang's libFuzzer.
