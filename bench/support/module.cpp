@@ -34,8 +34,8 @@ QStringList playablePatterns()
 QStringList wildcardPatterns()
 {
     return {
-        QStringLiteral("*[0-9]?.mp?"), QStringLiteral("*[^x].fl?c"), QStringLiteral("*.og[ag]"),
-        QStringLiteral("?* *.m[4p][ab]"), QStringLiteral("[0-9]*.w?v")};
+        QStringLiteral("*[0-9]?.mp?"), QStringLiteral("*[^0-9]?.mp[34]"), QStringLiteral("?*.fl?c"),
+        QStringLiteral("*.og[ag]"), QStringLiteral("*.[mw][4a][av]")};
 }
 
 QStringList allRoles()

@@ -16,36 +16,31 @@ namespace {
 
 constexpr Seconds slice{0.02};
 
+/// Runs something so many times and tells how long all took.
+using MeasureMany = std::function<Timing(int)>;
+
 class Repeating
 {
 public:
-    explicit Repeating(std::function<void()> work) : m_work(std::move(work)) {}
+    explicit Repeating(MeasureMany many) : m_many(std::move(many)) {}
 
     Timing operator()()
     {
         if (m_times == 0)
             calibrate();
-        const Timing all = timingOf(m_times);
+        const Timing all = m_many(m_times);
         return {all.cpu / m_times, all.wall / m_times};
     }
 
 private:
-    [[nodiscard]] Timing timingOf(int times) const
-    {
-        return ::timingOf([this, times] {
-            for (int i = 0; i < times; ++i)
-                m_work();
-        });
-    }
-
     void calibrate()
     {
-        m_work();
-        const Seconds once = std::max(timingOf(1).wall, Seconds(1e-7));
+        m_many(1);
+        const Seconds once = std::max(m_many(1).wall, Seconds(1e-7));
         m_times = std::max(1, static_cast<int>(std::ceil(slice / once)));
     }
 
-    std::function<void()> m_work;
+    MeasureMany m_many;
     int m_times = 0;
 };
 
@@ -148,7 +143,25 @@ private:
 
 Measure repeating(std::function<void()> work)
 {
-    return Repeating(std::move(work));
+    return Repeating([work = std::move(work)](int times) {
+        return timingOf([&work, times] {
+            for (int i = 0; i < times; ++i)
+                work();
+        });
+    });
+}
+
+Measure averaging(Measure once)
+{
+    return Repeating([once = std::move(once)](int times) {
+        Timing sum;
+        for (int i = 0; i < times; ++i) {
+            const Timing one = once();
+            sum.cpu += one.cpu;
+            sum.wall += one.wall;
+        }
+        return sum;
+    });
 }
 
 Measure perPart(Measure measure, int parts)

@@ -21,6 +21,9 @@ using Measure = std::function<Timing()>;
 /// left out as a warm-up, and the answer is the time of one call.
 [[nodiscard]] Measure repeating(std::function<void()> work);
 
+/// As repeating(), for work of which only a part is to be measured, and tells how long that took.
+[[nodiscard]] Measure averaging(Measure once);
+
 /// The time of a part of the work, of which there are so many.
 [[nodiscard]] Measure perPart(Measure measure, int parts);
 

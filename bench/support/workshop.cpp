@@ -60,6 +60,15 @@ QString Workshop::directoryOf(int entries) const
         QStringLiteral("directory-%1").arg(entries), [=](const std::string& path) { fillDirectory(path, entries); });
 }
 
+QString Workshop::newDirectoryOf(int entries) const
+{
+    QTemporaryDir directory(m_root + QStringLiteral("/own-XXXXXX"));
+    require(directory.isValid(), "cannot make a directory for the test data");
+    directory.setAutoRemove(false);
+    fillDirectory(directory.path().toStdString(), entries);
+    return directory.path();
+}
+
 QString Workshop::treeOf(int directories) const
 {
     return filled(QStringLiteral("tree-%1").arg(directories), [=](const std::string& path) {

@@ -23,6 +23,8 @@ public:
     [[nodiscard]] const QString& root() const { return m_root; }
     /// A directory with so many entries, made when it is first asked for. Not to be changed.
     [[nodiscard]] QString directoryOf(int entries) const;
+    /// A new directory with so many entries, for the caller to change.
+    [[nodiscard]] QString newDirectoryOf(int entries) const;
     /// A tree of ten files in each of so many directories. Not to be changed.
     [[nodiscard]] QString treeOf(int directories) const;
 

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+/// The kernel's notifications of one directory, with nothing around them.
+class Inotify
+{
+public:
+    /// Nothing is watched yet.
+    Inotify();
+    ~Inotify();
+    Inotify(const Inotify&) = delete;
+    Inotify& operator=(const Inotify&) = delete;
+
+    /// Returns the watch's number.
+    int add(const std::string& directory) const;
+    void remove(int watch) const;
+    /// Waits for events and takes them.
+    void read() const;
+
+private:
+    int m_descriptor;
+};

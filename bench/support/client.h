@@ -1,0 +1,28 @@
+#pragma once
+
+#include "model/cmsubscribe.h"
+
+#include <functional>
+
+class CMWorker;
+
+/// A client that follows paths of a worker; all in the thread that made it.
+class Client : public CMChangeReceiver
+{
+public:
+    explicit Client(CMWorker& worker) : m_worker(worker) {}
+
+    /// Paths are relative to the worker's root, or absolute.
+    void open(const QString& directory);
+    void close(const QString& directory);
+
+    /// Runs the event loop until so many changes were told since the client was made.
+    void waitForChanges(int count) const;
+    [[nodiscard]] int changes() const { return m_changes; }
+
+    void rowsChanged(const CMPath& path, const QStringList& changes, int version) override;
+
+private:
+    CMWorker& m_worker;
+    int m_changes = 0;
+};
