@@ -1,0 +1,15 @@
+#pragma once
+
+// Included before a source whose log lines are to be left out: they are still compiled, and never reached.
+#include "log/dbglog.h"
+
+#undef DBGLOG
+#define DBGLOG(logger, level, site, ...)                                                                               \
+    do {                                                                                                               \
+        if (false) {                                                                                                   \
+            std::ostringstream dbglogLine;                                                                             \
+            dbglogLine << __VA_ARGS__;                                                                                 \
+            const DbgLogSite& dbglogSite = (site);                                                                     \
+            (logger).forcedLog(level, dbglogLine.str(), dbglogSite.file, dbglogSite.line, dbglogSite.function);        \
+        }                                                                                                              \
+    } while (false)
