@@ -68,6 +68,14 @@ TEST(Path, StartsWithComparesWholeSegments)
     EXPECT_FALSE(path("a").startsWith(CMPath(QStringLiteral("other"), QString())));
 }
 
+TEST(Path, EmptyBaseStartsWithItselfHoweverItIsSpelt)
+{
+    const CMPath null(QStringLiteral("file"), QString());
+    EXPECT_TRUE(null.startsWith(path("")));
+    EXPECT_TRUE(path("").startsWith(null));
+    EXPECT_TRUE(path(".").startsWith(path("")));
+}
+
 TEST(Path, StartsWithHandsOutTheRest)
 {
     QString rest;

@@ -52,7 +52,9 @@ QString CMPath::toEncoded() const
 
 bool CMPath::startsWith(const CMPath& other, QString* rest) const
 {
-    if (m_prefix != other.m_prefix || !m_base.startsWith(other.m_base))
+    // To Qt a null text does not start with an empty one.
+    const bool startsAlike = other.m_base.isEmpty() || m_base.startsWith(other.m_base);
+    if (m_prefix != other.m_prefix || !startsAlike)
         return false;
     int length = other.m_base.size();
     const bool ended = length == 0 || length == m_base.size() || other.m_base.endsWith(QLatin1Char('/'));
