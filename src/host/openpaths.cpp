@@ -2,9 +2,6 @@
 
 #include <model/cmworker.h>
 
-#include <QCoreApplication>
-#include <QEvent>
-
 #include <algorithm>
 
 QVector<CMPath> lineage(const CMPath& path)
@@ -30,8 +27,6 @@ OpenPaths::~OpenPaths()
 
 bool OpenPaths::open(const CMPath& path)
 {
-    // A close that is on its way belongs to the time before this call.
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     const QVector<CMPath> paths = lineage(path);
     if (!m_opened.contains(path)) {
         m_opened.insert(path);
@@ -56,12 +51,8 @@ void OpenPaths::rowsChanged(const CMPath& path, const QStringList& changes, int 
 {
     if (!m_opened.contains(path))
         return;
-    if (!changes.contains(CMSubscribe::RowsChangeClose()))
-        return m_handler(path, changes, version);
-    // Opened again since: for the client it was open all the time.
-    if (isHeld(path))
-        return m_handler(path, {CMSubscribe::RowsChangeReset()}, version);
-    forget(path);
+    if (changes.contains(CMSubscribe::RowsChangeClose()))
+        forget(path);
     m_handler(path, changes, version);
 }
 

@@ -1,0 +1,77 @@
+#include "pipe.h"
+
+#include <QList>
+
+#include <array>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+void closeOnce(int& fileDescriptor)
+{
+    if (fileDescriptor >= 0)
+        close(fileDescriptor);
+    fileDescriptor = -1;
+}
+
+} // namespace
+
+Pipe::Pipe()
+{
+    std::array<int, 2> ends{};
+    const int made = pipe2(ends.data(), O_CLOEXEC);
+    Q_ASSERT(made == 0);
+    m_readingEnd = ends[0];
+    m_writingEnd = ends[1];
+}
+
+Pipe::~Pipe()
+{
+    closeReadingEnd();
+    closeWritingEnd();
+}
+
+void Pipe::write(const QByteArray& bytes) const
+{
+    for (int done = 0; done < bytes.size();) {
+        const ssize_t written =
+            ::write(m_writingEnd, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
+        Q_ASSERT(written > 0);
+        done += static_cast<int>(written);
+    }
+}
+
+QByteArray Pipe::read() const
+{
+    std::array<char, 65536> chunk{};
+    const ssize_t size = ::read(m_readingEnd, chunk.data(), chunk.size());
+    Q_ASSERT(size >= 0);
+    return {chunk.data(), static_cast<int>(size)};
+}
+
+QList<QByteArray> Pipe::readLines(int count) const
+{
+    QByteArray text;
+    while (text.count('\n') < count) {
+        const QByteArray more = read();
+        if (more.isEmpty())
+            break;
+        text += more;
+    }
+    QList<QByteArray> lines = text.split('\n');
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}
+
+void Pipe::closeReadingEnd()
+{
+    closeOnce(m_readingEnd);
+}
+
+void Pipe::closeWritingEnd()
+{
+    closeOnce(m_writingEnd);
+}

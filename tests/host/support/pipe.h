@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArray>
+
+/// A pipe between threads of the test.
+class Pipe
+{
+public:
+    Pipe();
+    ~Pipe();
+    Q_DISABLE_COPY_MOVE(Pipe)
+
+    [[nodiscard]] int readingEnd() const { return m_readingEnd; }
+    [[nodiscard]] int writingEnd() const { return m_writingEnd; }
+
+    /// All of it; waits for the reader.
+    void write(const QByteArray& bytes) const;
+    /// Waits for at least one byte; empty at the end.
+    [[nodiscard]] QByteArray read() const;
+    /// Waits until so many lines, or the end, are there.
+    [[nodiscard]] QList<QByteArray> readLines(int count) const;
+
+    void closeReadingEnd();
+    void closeWritingEnd();
+
+private:
+    int m_readingEnd = -1;
+    int m_writingEnd = -1;
+};
