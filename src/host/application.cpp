@@ -49,7 +49,8 @@ void setUpCommandParser(QCommandLineParser& parser, const Command& command)
     parser.setApplicationDescription(QLatin1String(command.manual));
     addHelpOption(parser);
     addGlobalOptions(parser, QCommandLineOption::HiddenFromHelp);
-    command.addOptions(parser);
+    if (command.addOptions)
+        command.addOptions(parser);
 }
 
 /// Usage as the command's own options and arguments have it.
@@ -73,13 +74,14 @@ int print(int output, const QString& text)
 int refuseUse(const QString& message, const QString& command = {})
 {
     const QString subject = command.isEmpty() ? QStringLiteral("tavo") : QStringLiteral("tavo %1").arg(command);
-    complain(QStringLiteral("%1 ('%2 --help' tells more)").arg(message, subject));
+    report(QStringLiteral("%1 ('%2 --help' tells more)").arg(message, subject));
     return WrongUse;
 }
 
 bool fitsArguments(const Command& command, int count)
 {
-    return count >= command.fewestArguments && (command.mostArguments < 0 || count <= command.mostArguments);
+    return count >= command.fewestArguments &&
+           (command.mostArguments == Command::anyNumber || count <= command.mostArguments);
 }
 
 Result<int>
@@ -93,7 +95,7 @@ runCommand(const Command& command, const QCommandLineParser& parser, const Globa
 
 int fail(const Failure& failure)
 {
-    complain(failure.message);
+    report(failure.message);
     return exitStatus(failure);
 }
 

@@ -34,7 +34,7 @@ Result<Done> writeOutput(int fileDescriptor, const QByteArray& text)
     return Done();
 }
 
-void complain(const QString& message)
+void report(const QString& message)
 {
     const QByteArray line = "tavo: " + DisplayText::visible(message).toUtf8() + '\n';
     static_cast<void>(writeOutput(STDERR_FILENO, line));

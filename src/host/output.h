@@ -13,4 +13,4 @@
 Result<Done> writeOutput(int fileDescriptor, const QByteArray& text);
 
 /// One line on standard error, with the program's name, whatever the message holds.
-void complain(const QString& message);
+void report(const QString& message);

@@ -93,5 +93,13 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command browseCommand()
 {
-    return {"browse", "[PATH]", "Print the rows of a directory.", manual, 0, 1, addOptions, run};
+    Command command;
+    command.name = "browse";
+    command.arguments = "[PATH]";
+    command.summary = "Print the rows of a directory.";
+    command.manual = manual;
+    command.mostArguments = 1;
+    command.addOptions = addOptions;
+    command.run = run;
+    return command;
 }

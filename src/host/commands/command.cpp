@@ -4,7 +4,7 @@
 
 const std::vector<Command>& allCommands()
 {
-    static const std::vector<Command> commands = {browseCommand()};
+    static const std::vector<Command> commands = {browseCommand(), sessionCommand()};
     return commands;
 }
 

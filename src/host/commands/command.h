@@ -18,18 +18,20 @@ struct CommandContext
 /// One thing that the program does.
 struct Command
 {
-    const char* name;
+    static constexpr int anyNumber = -1;
+
+    const char* name = nullptr;
     /// Its arguments, as in the usage line.
-    const char* arguments;
-    const char* summary;
+    const char* arguments = "";
+    const char* summary = nullptr;
     /// Shown by --help: what it is good for, and an example.
-    const char* manual;
-    int fewestArguments;
-    /// -1: any number.
-    int mostArguments;
-    void (*addOptions)(QCommandLineParser& parser);
+    const char* manual = nullptr;
+    int fewestArguments = 0;
+    int mostArguments = 0;
+    /// Null: it has no options of its own.
+    void (*addOptions)(QCommandLineParser& parser) = nullptr;
     /// Gives the program's exit status.
-    Result<int> (*run)(const CommandContext& context, const QCommandLineParser& parser);
+    Result<int> (*run)(const CommandContext& context, const QCommandLineParser& parser) = nullptr;
 };
 
 [[nodiscard]] const std::vector<Command>& allCommands();
@@ -37,3 +39,4 @@ struct Command
 [[nodiscard]] const Command* findCommand(const QString& name);
 
 [[nodiscard]] Command browseCommand();
+[[nodiscard]] Command sessionCommand();

@@ -1,0 +1,70 @@
+#include "command.h"
+
+#include "ending.h"
+#include "linereader.h"
+#include "outputqueue.h"
+#include "sessionserver.h"
+#include "signalwatcher.h"
+
+#include <QCoreApplication>
+
+#include <cstdlib>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr char manual[] = R"(Serves one client over standard input and output: JSON-RPC 2.0, one message a line.
+Ends with status 0 when the input ends and everything is answered, and on SIGINT or SIGTERM.
+
+  echo '{"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":"/file/Albums"}}' |
+      tavo --root ~/Music session)";
+
+constexpr int longestMessage = 1024 * 1024;
+
+void serve(LineReader& reader, SessionServer& server, OutputQueue& output)
+{
+    for (LineReader::Line line = reader.next(); line.kind != LineReader::Line::Kind::End; line = reader.next()) {
+        if (line.kind == LineReader::Line::Kind::TooLong)
+            server.refuseTooLong(longestMessage);
+        else
+            server.handle(line.text);
+    }
+    server.waitForAnswers();
+    if (output.drain())
+        Ending::exitLater(Success);
+}
+
+Result<int> run(const CommandContext& context, const QCommandLineParser& /*parser*/)
+{
+    OutputQueue output(context.output, Ending::exitAfterFailedOutput);
+    SessionServer server(context.host, output);
+    LineReader reader(STDIN_FILENO, longestMessage);
+    SignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+
+    std::thread reading([&] { serve(reader, server, output); });
+    const int status = QCoreApplication::exec();
+    reader.cancel();
+    const bool stopped = server.stop(Ending::patience);
+    static_cast<void>(output.drain(Ending::patience));
+    output.close();
+    reading.join();
+    // A walk cannot be interrupted, and the worker must outlive it.
+    if (!stopped)
+        std::_Exit(status);
+    return status;
+}
+
+} // namespace
+
+Command sessionCommand()
+{
+    Command command;
+    command.name = "session";
+    command.summary = "Serve a client that speaks JSON-RPC 2.0 over standard input and output.";
+    command.manual = manual;
+    command.run = run;
+    return command;
+}

@@ -1,0 +1,82 @@
+#include "jsonrpc.h"
+
+#include "json.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+JsonRpc::Malformed invalidRequest(const QJsonValue& id, const QString& why)
+{
+    return {id, {JsonRpc::InvalidRequest, why}};
+}
+
+bool isId(const QJsonValue& id)
+{
+    return id.isString() || id.isDouble() || id.isNull();
+}
+
+bool isParameters(const QJsonValue& parameters)
+{
+    return parameters.isObject() || parameters.isArray() || parameters.isUndefined();
+}
+
+std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QJsonObject& message)
+{
+    const QJsonValue id = message.value(QLatin1String("id"));
+    if (!id.isUndefined() && !isId(id))
+        return invalidRequest(QJsonValue::Null, QStringLiteral("the id is neither string nor number"));
+    const QJsonValue answerId = id.isUndefined() ? QJsonValue(QJsonValue::Null) : id;
+    if (message.value(QLatin1String("jsonrpc")).toString() != QLatin1String("2.0"))
+        return invalidRequest(answerId, QStringLiteral("not a message of JSON-RPC 2.0"));
+    const QJsonValue method = message.value(QLatin1String("method"));
+    if (!method.isString())
+        return invalidRequest(answerId, QStringLiteral("the method is no string"));
+    const QJsonValue parameters = message.value(QLatin1String("params"));
+    if (!isParameters(parameters))
+        return invalidRequest(answerId, QStringLiteral("the parameters are neither object nor array"));
+    return JsonRpc::Request{id, method.toString(), parameters};
+}
+
+QByteArray head(const QJsonValue& id)
+{
+    return R"({"jsonrpc":"2.0","id":)" + toJson(id.toVariant());
+}
+
+} // namespace
+
+std::variant<JsonRpc::Request, JsonRpc::Malformed> JsonRpc::parse(const QByteArray& message)
+{
+    // Documents hold arrays and objects only, but a message can be any value; so it is read as an array's one element.
+    QJsonParseError problem{};
+    const QJsonArray values = QJsonDocument::fromJson('[' + message + ']', &problem).array();
+    if (problem.error != QJsonParseError::NoError)
+        return Malformed{QJsonValue::Null, {ParseError, problem.errorString()}};
+    if (values.size() != 1)
+        return Malformed{QJsonValue::Null, {ParseError, QStringLiteral("not one JSON value")}};
+    if (values.first().isArray())
+        return invalidRequest(QJsonValue::Null, QStringLiteral("batches are not served, send one message a line"));
+    if (!values.first().isObject())
+        return invalidRequest(QJsonValue::Null, QStringLiteral("the message is no object"));
+    return requestFrom(values.first().toObject());
+}
+
+QByteArray JsonRpc::result(const QJsonValue& id, const QVariant& value)
+{
+    return head(id) + R"(,"result":)" + toJson(value) + '}';
+}
+
+QByteArray JsonRpc::error(const QJsonValue& id, const Error& error)
+{
+    QVariantHash fields{{QStringLiteral("code"), int(error.code)}, {QStringLiteral("message"), error.message}};
+    if (!error.data.isEmpty())
+        fields.insert(QStringLiteral("data"), error.data);
+    return head(id) + R"(,"error":)" + toJson(fields) + '}';
+}
+
+QByteArray JsonRpc::notification(const QString& method, const QVariantHash& parameters)
+{
+    return R"({"jsonrpc":"2.0","method":)" + toJson(method) + R"(,"params":)" + toJson(parameters) + '}';
+}

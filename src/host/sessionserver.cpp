@@ -1,0 +1,134 @@
+#include "sessionserver.h"
+
+#include "jsonrpc.h"
+#include "sessionmethods.h"
+
+#include <QDeadlineTimer>
+
+namespace {
+
+constexpr int mostUnderWay = 64;
+constexpr int poolThreads = 4;
+constexpr int walkThreads = 2;
+
+JsonRpc::Error errorFrom(const Failure& failure)
+{
+    switch (failure.kind) {
+    case Failure::Kind::WrongUse:
+        return {JsonRpc::InvalidParameters, failure.message};
+    case Failure::Kind::Unanswered:
+        return {JsonRpc::WorkerUnanswered, failure.message};
+    case Failure::Kind::Refused:
+        break;
+    }
+    return {
+        JsonRpc::WorkerRefused,
+        failure.message,
+        {{CMError::Name(), failure.name}, {CMError::Message(), failure.message}, {CMError::Title(), failure.title}}};
+}
+
+QByteArray answerText(const QJsonValue& id, const Result<QVariant>& result)
+{
+    return result ? JsonRpc::result(id, result.value()) : JsonRpc::error(id, errorFrom(result.failure()));
+}
+
+} // namespace
+
+SessionServer::SessionServer(Host& host, OutputQueue& output)
+    : m_output(output),
+      m_session(
+          host, [this](const CMPath& path, const QStringList& changes, int version) { tell(path, changes, version); }),
+      m_free(mostUnderWay)
+{
+    m_pool.setMaxThreadCount(poolThreads);
+    m_walkPool.setMaxThreadCount(walkThreads);
+}
+
+SessionServer::~SessionServer() = default;
+
+void SessionServer::handle(const QByteArray& message)
+{
+    m_output.waitForRoom();
+    const auto parsed = JsonRpc::parse(message);
+    if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed))
+        return m_output.push(JsonRpc::error(malformed->id, malformed->error));
+    const auto& request = std::get<JsonRpc::Request>(parsed);
+    if (const SessionMethod* method = findSessionMethod(request.method))
+        begin(*method, request);
+    else
+        refuse(request, {JsonRpc::MethodNotFound, QStringLiteral("there is no method '%1'").arg(request.method)});
+}
+
+void SessionServer::refuseTooLong(int limit)
+{
+    m_output.waitForRoom();
+    const QString message = QStringLiteral("the message is longer than %1 bytes").arg(limit);
+    m_output.push(JsonRpc::error(QJsonValue::Null, {JsonRpc::InvalidRequest, message}));
+}
+
+void SessionServer::waitForAnswers()
+{
+    m_free.acquire(mostUnderWay);
+    m_free.release(mostUnderWay);
+}
+
+bool SessionServer::stop(int milliseconds)
+{
+    m_stopped = true;
+    m_free.release(mostUnderWay);
+    m_pool.clear();
+    m_walkPool.clear();
+    const QDeadlineTimer deadline(milliseconds);
+    return m_pool.waitForDone(milliseconds) && m_walkPool.waitForDone(static_cast<int>(deadline.remainingTime()));
+}
+
+void SessionServer::begin(const SessionMethod& method, const JsonRpc::Request& request)
+{
+    m_free.acquire();
+    if (m_stopped)
+        return;
+    if (method.lane == SessionMethod::Lane::InOrder)
+        return beginInOrder(method, request);
+    QThreadPool& pool = method.lane == SessionMethod::Lane::Long ? m_walkPool : m_pool;
+    pool.start([this, &method, request] {
+        m_output.waitForRoom();
+        answer(method, request);
+    });
+}
+
+void SessionServer::beginInOrder(const SessionMethod& method, const JsonRpc::Request& request)
+{
+    QMetaObject::invokeMethod(
+        &m_inOrder,
+        [this, &method, request] {
+            answer(method, request);
+            // What is told of a path from now on must come after this answer.
+            m_output.endLatest();
+        },
+        Qt::QueuedConnection);
+}
+
+void SessionServer::answer(const SessionMethod& method, const JsonRpc::Request& request)
+{
+    const Result<QVariant> result = callSession(m_session, method, request.parameters);
+    if (!request.id.isUndefined())
+        m_output.push(answerText(request.id, result));
+    m_free.release();
+}
+
+void SessionServer::refuse(const JsonRpc::Request& request, const JsonRpc::Error& error)
+{
+    if (!request.id.isUndefined())
+        m_output.push(JsonRpc::error(request.id, error));
+}
+
+void SessionServer::tell(const CMPath& path, const QStringList& changes, int version)
+{
+    const QByteArray line =
+        JsonRpc::notification(QStringLiteral("rowsChanged"), changeParameters(path, changes, version));
+    const QString key = path.toEncoded();
+    if (changes == QStringList{CMSubscribe::RowsChangeReset()})
+        return m_output.pushLatest(key, line);
+    m_output.endLatest();
+    m_output.push(line);
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "outputqueue.h"
+#include "session.h"
+
+#include <QSemaphore>
+#include <QThreadPool>
+
+#include <atomic>
+
+namespace JsonRpc {
+struct Error;
+struct Request;
+} // namespace JsonRpc
+
+class Host;
+struct SessionMethod;
+
+/// Serves one client that speaks JSON-RPC: takes its messages and puts answers and notifications into the queue.
+///
+/// Requests run on a small pool, answers may overtake each other; what opens and closes runs in the order in which it
+/// comes, on the worker's thread. Made and destroyed in that thread.
+class SessionServer
+{
+public:
+    SessionServer(Host& host, OutputQueue& output);
+    /// Waits for the requests under way; call after stop().
+    ~SessionServer();
+    Q_DISABLE_COPY_MOVE(SessionServer)
+
+    /// Any thread but the worker's, one at a time: waits as long as the client leaves too much unread, or has too much
+    /// under way.
+    void handle(const QByteArray& message);
+    /// A message that was longer than `limit` and is lost.
+    void refuseTooLong(int limit);
+    /// Waits until every message that was handled is answered, or until stop().
+    void waitForAnswers();
+
+    /// Begins no request any more and lets go whoever waits here. False if some are still under way after
+    /// `milliseconds`: they cannot be interrupted.
+    [[nodiscard]] bool stop(int milliseconds);
+
+private:
+    void begin(const SessionMethod& method, const JsonRpc::Request& request);
+    void beginInOrder(const SessionMethod& method, const JsonRpc::Request& request);
+    void answer(const SessionMethod& method, const JsonRpc::Request& request);
+    void refuse(const JsonRpc::Request& request, const JsonRpc::Error& error);
+    void tell(const CMPath& path, const QStringList& changes, int version);
+
+    OutputQueue& m_output;
+    Session m_session;
+    /// In the worker's thread.
+    QObject m_inOrder;
+    std::atomic_bool m_stopped = false;
+    QSemaphore m_free;
+    QThreadPool m_pool;
+    /// For walks, so that they hold up nothing else.
+    QThreadPool m_walkPool;
+};

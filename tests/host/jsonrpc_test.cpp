@@ -1,0 +1,120 @@
+#include "jsonrpc.h"
+
+#include "printers.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+JsonRpc::Request requestFrom(const QByteArray& message)
+{
+    const auto parsed = JsonRpc::parse(message);
+    const auto* request = std::get_if<JsonRpc::Request>(&parsed);
+    EXPECT_NE(request, nullptr) << message.toStdString();
+    return request ? *request : JsonRpc::Request();
+}
+
+/// 0 if it is not malformed.
+int problemOf(const QByteArray& message)
+{
+    const auto parsed = JsonRpc::parse(message);
+    const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed);
+    return malformed ? malformed->error.code : 0;
+}
+
+TEST(JsonRpc, RequestCarriesIdMethodAndParameters)
+{
+    const JsonRpc::Request request = requestFrom(R"({"jsonrpc":"2.0","id":"a","method":"rows","params":{"path":"/"}})");
+    EXPECT_EQ(request.id.toString(), QStringLiteral("a"));
+    EXPECT_EQ(request.method, QStringLiteral("rows"));
+    EXPECT_TRUE(request.parameters.isObject());
+}
+
+TEST(JsonRpc, RequestWithoutIdWantsNoAnswer)
+{
+    EXPECT_TRUE(requestFrom(R"({"jsonrpc":"2.0","method":"rows"})").id.isUndefined());
+    EXPECT_FALSE(requestFrom(R"({"jsonrpc":"2.0","id":null,"method":"rows"})").id.isUndefined());
+}
+
+TEST(JsonRpc, WhatIsNoJsonIsAParseError)
+{
+    const QList<QByteArray> messages = {
+        "",
+        " ",
+        "x",
+        "{",
+        "}",
+        "{} {}",
+        "{},{}",
+        "] [",
+        R"({"a":1,})",
+        "\xff",
+        "{\"a\":\"\xff\"}",
+        "1e400",
+        QByteArray("\0", 1),
+        "\xef\xbb\xbf{}"};
+    for (const QByteArray& message : messages)
+        EXPECT_EQ(problemOf(message), JsonRpc::ParseError) << message.toStdString();
+}
+
+TEST(JsonRpc, NestingWithoutEndIsAParseError)
+{
+    EXPECT_EQ(problemOf(QByteArray(500000, '[')), JsonRpc::ParseError);
+    EXPECT_EQ(problemOf(QByteArray(R"({"a":)").repeated(100000)), JsonRpc::ParseError);
+}
+
+TEST(JsonRpc, JsonThatIsNoRequestIsInvalid)
+{
+    const QList<QByteArray> messages = {
+        "1",
+        "null",
+        "\"text\"",
+        "{}",
+        R"({"jsonrpc":"2.0"})",
+        R"({"jsonrpc":"2.0","method":1})",
+        R"({"method":"rows"})",
+        R"({"jsonrpc":"1.0","method":"rows"})",
+        R"({"jsonrpc":2.0,"method":"rows"})",
+        R"({"jsonrpc":"2.0","method":"rows","params":"text"})",
+        R"({"jsonrpc":"2.0","method":"rows","params":null})",
+        R"({"jsonrpc":"2.0","id":{},"method":"rows"})",
+        R"({"jsonrpc":"2.0","id":true,"method":"rows"})"};
+    for (const QByteArray& message : messages)
+        EXPECT_EQ(problemOf(message), JsonRpc::InvalidRequest) << message.toStdString();
+}
+
+TEST(JsonRpc, BatchesAreInvalid)
+{
+    EXPECT_EQ(problemOf("[]"), JsonRpc::InvalidRequest);
+    EXPECT_EQ(problemOf(R"([{"jsonrpc":"2.0","id":1,"method":"describe"}])"), JsonRpc::InvalidRequest);
+}
+
+TEST(JsonRpc, InvalidRequestIsAnsweredUnderItsId)
+{
+    const auto parsed = JsonRpc::parse(R"({"jsonrpc":"2.0","id":7,"method":1})");
+    EXPECT_EQ(std::get<JsonRpc::Malformed>(parsed).id.toInt(), 7);
+}
+
+TEST(JsonRpc, AnswersAreOneObjectEach)
+{
+    EXPECT_EQ(JsonRpc::result(1, true), R"({"jsonrpc":"2.0","id":1,"result":true})");
+    EXPECT_EQ(JsonRpc::result(QStringLiteral("x"), QVariant()), R"({"jsonrpc":"2.0","id":"x","result":null})");
+    EXPECT_EQ(
+        JsonRpc::error(QJsonValue::Null, {JsonRpc::ParseError, QStringLiteral("why")}),
+        R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"why"}})");
+    EXPECT_EQ(
+        JsonRpc::error(
+            2, {JsonRpc::WorkerRefused, QStringLiteral("m"), {{QStringLiteral("name"), QStringLiteral("n")}}}),
+        R"({"jsonrpc":"2.0","id":2,"error":{"code":-32000,"data":{"name":"n"},"message":"m"}})");
+    EXPECT_EQ(
+        JsonRpc::notification(QStringLiteral("rowsChanged"), {{QStringLiteral("version"), 3}}),
+        R"({"jsonrpc":"2.0","method":"rowsChanged","params":{"version":3}})");
+}
+
+TEST(JsonRpc, LargeIdsComeBackExactly)
+{
+    const JsonRpc::Request request = requestFrom(R"({"jsonrpc":"2.0","id":9007199254740993,"method":"x"})");
+    EXPECT_EQ(JsonRpc::result(request.id, 1), R"({"jsonrpc":"2.0","id":9007199254740993,"result":1})");
+}
+
+} // namespace
