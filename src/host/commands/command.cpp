@@ -4,7 +4,8 @@
 
 const std::vector<Command>& allCommands()
 {
-    static const std::vector<Command> commands = {browseCommand(), sessionCommand()};
+    static const std::vector<Command> commands = {browseCommand(), watchCommand(), sessionCommand(),
+                                                  infoCommand(),   countCommand(), menuCommand()};
     return commands;
 }
 

@@ -39,4 +39,8 @@ struct Command
 [[nodiscard]] const Command* findCommand(const QString& name);
 
 [[nodiscard]] Command browseCommand();
+[[nodiscard]] Command watchCommand();
 [[nodiscard]] Command sessionCommand();
+[[nodiscard]] Command infoCommand();
+[[nodiscard]] Command countCommand();
+[[nodiscard]] Command menuCommand();
