@@ -493,7 +493,9 @@ void CMFileWorker::getDataRequest(const CMGetDataRequest& request)
 int CMFileWorker::renewRowsVersion()
 {
     const QMutexLocker lock(CMVersion::mutex());
-    m_rowsVersion = m_rowsVersion == std::numeric_limits<int>::max() ? 1 : m_rowsVersion + 1;
+    // Unsigned, because a signed sum must not overflow.
+    const int next = static_cast<int>(static_cast<unsigned>(m_rowsVersion) + 1U);
+    m_rowsVersion = next < 0 ? 1 : next;
     return m_rowsVersion;
 }
 
