@@ -4,8 +4,10 @@
 #include <log4cplus/logger.h>
 #include <log4cplus/spi/loggingevent.h>
 
+#include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Keeps what one logger writes at and above a level, as long as it lives; nobody else gets it.
@@ -38,6 +40,9 @@ public:
 
     [[nodiscard]] log4cplus::Logger& logger() { return m_logger; }
     [[nodiscard]] std::vector<Line> lines() const { return m_keeper->lines(); }
+    void clear() { m_keeper->clear(); }
+    /// Runs for every line, in the thread that writes it.
+    void setObserver(std::function<void(const Line&)> observer) { m_keeper->observer = std::move(observer); }
 
 private:
     class Keeper : public log4cplus::Appender
@@ -52,12 +57,23 @@ private:
             return m_lines;
         }
 
+        void clear()
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_lines.clear();
+        }
+
+        std::function<void(const Line&)> observer;
+
     protected:
         void append(const log4cplus::spi::InternalLoggingEvent& event) override
         {
+            const Line line{
+                event.getLogLevel(), event.getMessage(), event.getFile(), event.getLine(), event.getFunction()};
+            if (observer)
+                observer(line);
             const std::lock_guard<std::mutex> lock(m_mutex);
-            m_lines.push_back(
-                {event.getLogLevel(), event.getMessage(), event.getFile(), event.getLine(), event.getFunction()});
+            m_lines.push_back(line);
         }
 
     private:
