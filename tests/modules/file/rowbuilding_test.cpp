@@ -1,0 +1,227 @@
+#include "fileworkertest.h"
+#include "tavo/mimetypes.h"
+#include "tavo/tavokeys.h"
+#include "tavo/tavomedia.h"
+
+#include <QDateTime>
+
+namespace {
+
+using testing::ElementsAre;
+
+class RowBuilding : public FileWorkerTest
+{
+protected:
+    /// The only value.
+    [[nodiscard]] QVariant value(const QString& path, const QString& role)
+    {
+        const QVariantList list = values(path, {role});
+        EXPECT_EQ(list.size(), 1);
+        return list.value(0);
+    }
+
+    [[nodiscard]] TavoMediaData mediaData(const QString& path)
+    {
+        return TavoMediaData(value(path, TavoRoles::MediaData()).toHash());
+    }
+
+    [[nodiscard]] static QString typeOfMime(const QString& mimeType)
+    {
+        return TavoRolesType::toString(CMGlobal::mimeTypeToRolesType(mimeType));
+    }
+};
+
+TEST_F(RowBuilding, ValuesFollowTheOrderOfTheRoles)
+{
+    tree.addFile("x.mp3");
+    tree.setModified("x.mp3", 1000000000);
+    EXPECT_EQ(
+        values("x.mp3", {TavoRoles::Title(), "Foo", TavoRoles::Timestamp()}),
+        (QVariantList{"x.mp3", QVariant(), 1000000000U}));
+    EXPECT_EQ(
+        values("x.mp3", {TavoRoles::ContainerPlayable(), TavoRoles::Title(), TavoRoles::Path()}),
+        (QVariantList{false, "x.mp3", "/file/x.mp3"}));
+}
+
+TEST_F(RowBuilding, NoRolesGiveNoValues)
+{
+    EXPECT_EQ(values("x.mp3", {}), QVariantList());
+}
+
+TEST_F(RowBuilding, ARepeatedRoleRepeatsItsValue)
+{
+    EXPECT_EQ(values("x", {TavoRoles::Title(), TavoRoles::Title()}), (QVariantList{"x", "x"}));
+}
+
+TEST_F(RowBuilding, RolesWithoutAValueAreInvalid)
+{
+    tree.addFile("x.mp3");
+    for (const QString& role : {TavoRoles::Value(), TavoRoles::ContainerType(), QString(), QString("TITLE")})
+        EXPECT_FALSE(value("x.mp3", role).isValid()) << role.toStdString();
+    EXPECT_EQ(values("x.mp3", CMAllRoles()).size(), CMAllRoles().size());
+}
+
+TEST_F(RowBuilding, PathIsTheEncodedWorkerPath)
+{
+    EXPECT_EQ(value("Music/A#1 \u00e4", TavoRoles::Path()), QVariant("/file/Music/A%231%20%C3%A4"));
+    EXPECT_EQ(value(tree.path("a/b"), TavoRoles::Path()), QVariant("/file/a/b"));
+    EXPECT_EQ(value("x", TavoRoles::Path()).userType(), int(QMetaType::QString));
+}
+
+TEST_F(RowBuilding, PathOfTheRootIsThatOfTheRootRelativeToItself)
+{
+    const QString expected = worker->addPrefix(QDir(tree.root()).relativeFilePath(tree.root())).toEncoded();
+    EXPECT_EQ(value("", TavoRoles::Path()), QVariant(expected));
+    EXPECT_EQ(value(tree.root(), TavoRoles::Path()), QVariant(expected));
+}
+
+TEST_F(RowBuilding, TitleIsTheBareName)
+{
+    EXPECT_EQ(value("a/b.mp3", TavoRoles::Title()), QVariant("b.mp3"));
+    EXPECT_EQ(value("", TavoRoles::Title()), QVariant("root"));
+}
+
+TEST_F(RowBuilding, TitleOfTheWholeFileSystemIsEmpty)
+{
+    const std::unique_ptr<CMFileWorker> whole = makeFileWorker(fileConfiguration("/"));
+    CMVoidReply reply(new CMReplyData<QVariantList>);
+    EXPECT_EQ(whole->getDataImpl(reply, "/", {TavoRoles::Title()}), QVariantList{QString()});
+}
+
+TEST_F(RowBuilding, ADirectoryIsAPlayableContainer)
+{
+    tree.addDirectory("Albums.mp3");
+    EXPECT_EQ(value("Albums.mp3", TavoRoles::Type()), QVariant(TavoRolesType::Container()));
+    EXPECT_EQ(value("Albums.mp3", TavoRoles::ContainerPlayable()), QVariant(true));
+    EXPECT_EQ(value("", TavoRoles::ContainerPlayable()), QVariant(true));
+}
+
+TEST_F(RowBuilding, AFileIsOfTheTypeOfItsMimeTypeAndNotPlayableAsAContainer)
+{
+    tree.addFile("x.mp3");
+    EXPECT_EQ(value("x.mp3", TavoRoles::Type()), QVariant(TavoRolesType::toString(TavoRolesType::Enum::Audio)));
+    EXPECT_EQ(value("x.mp3", TavoRoles::Type()), QVariant(typeOfMime("audio/mpeg")));
+    EXPECT_EQ(value("x.mp3", TavoRoles::ContainerPlayable()), QVariant(false));
+    EXPECT_EQ(value("x.tar.png", TavoRoles::Type()), QVariant(typeOfMime("image/png")));
+    EXPECT_EQ(value("x.nobodyknows", TavoRoles::Type()), QVariant(typeOfMime(QString())));
+    EXPECT_EQ(value("x", TavoRoles::Type()), QVariant(typeOfMime(QString())));
+}
+
+TEST_F(RowBuilding, ContainerPlayableIsABool)
+{
+    EXPECT_EQ(value("x", TavoRoles::ContainerPlayable()).userType(), int(QMetaType::Bool));
+}
+
+TEST_F(RowBuilding, FlagsNameAFileForFilesAndDirectoriesAlike)
+{
+    tree.addDirectory("d");
+    tree.addFile("x.mp3");
+    const QVariantHash flags = {{CMFlags::File(), true}};
+    for (const char* path : {"d", "x.mp3", "missing", ""}) {
+        EXPECT_EQ(value(path, TavoRoles::Flags()).userType(), int(QMetaType::QVariantHash));
+        EXPECT_EQ(value(path, TavoRoles::Flags()).toHash(), flags);
+    }
+}
+
+TEST_F(RowBuilding, TimestampIsTheSecondOfTheLastModification)
+{
+    tree.addFile("x.mp3");
+    tree.setModified("x.mp3", 4000000000);
+    EXPECT_EQ(value("x.mp3", TavoRoles::Timestamp()), QVariant(4000000000U));
+    EXPECT_EQ(value("x.mp3", TavoRoles::Timestamp()).userType(), int(QMetaType::UInt));
+}
+
+TEST_F(RowBuilding, MediaDataHoldsOneResourceAndTheService)
+{
+    tree.addFile("a b#1.mp3");
+    const TavoMediaData media = mediaData("a b#1.mp3");
+    ASSERT_EQ(media.resources().size(), 1);
+    const TavoResource resource = media.resources().at(0);
+    EXPECT_EQ(resource.mimeType(), "audio/mpeg");
+    EXPECT_EQ(resource.uri(), "file://" + tree.root() + "/a%20b%231.mp3");
+    EXPECT_EQ(resource.fields().size(), 2);
+    EXPECT_EQ(media.metaData().serviceID(), "file");
+    EXPECT_EQ(media.metaData().fields().size(), 1);
+    EXPECT_EQ(media.fields().size(), 2);
+}
+
+TEST_F(RowBuilding, MediaDataIsAPlainHash)
+{
+    EXPECT_EQ(value("x.mp3", TavoRoles::MediaData()).userType(), int(QMetaType::QVariantHash));
+}
+
+TEST_F(RowBuilding, MediaDataIsTheSameForDirectories)
+{
+    tree.addDirectory("d");
+    tree.addDirectory("e.flac");
+    EXPECT_EQ(mediaData("d").resources().at(0).mimeType(), MimeTypes::extensionToMimeType("", QString()));
+    EXPECT_EQ(mediaData("d").resources().at(0).uri(), "file://" + tree.path("d"));
+    EXPECT_EQ(mediaData("e.flac").resources().at(0).mimeType(), MimeTypes::extensionToMimeType("flac", QString()));
+}
+
+TEST_F(RowBuilding, UnknownEndingsHaveNoMimeType)
+{
+    EXPECT_EQ(mediaData("x.nobodyknows").resources().at(0).mimeType(), QString());
+}
+
+TEST_F(RowBuilding, TheMimeTypeIsThatOfTheLastEnding)
+{
+    EXPECT_EQ(mediaData("x.tar.png").resources().at(0).mimeType(), "image/png");
+}
+
+TEST_F(RowBuilding, UrisKeepWhatTheRequestClimbs)
+{
+    EXPECT_EQ(mediaData("../x").resources().at(0).uri(), "file://" + tree.root() + "/../x");
+}
+
+TEST_F(RowBuilding, TheItemNeedNotExist)
+{
+    CMError error;
+    const QStringList roles = {
+        TavoRoles::Title(), TavoRoles::Type(), TavoRoles::ContainerPlayable(), TavoRoles::Timestamp()};
+    const QVariantList expected = {"missing.mp3", typeOfMime("audio/mpeg"), false, QDateTime().toTime_t()};
+    EXPECT_EQ(values("missing.mp3", roles, &error), expected);
+    EXPECT_TRUE(error.isEmpty());
+}
+
+TEST_F(RowBuilding, PathsThatClimbOutAreBuiltAllTheSame)
+{
+    CMError error;
+    tree.addFile("../x.mp3");
+    tree.setModified("../x.mp3", 7);
+    const QStringList roles = {TavoRoles::Title(), TavoRoles::Path(), TavoRoles::Timestamp()};
+    EXPECT_EQ(values("../x.mp3", roles, &error), (QVariantList{"x.mp3", "/file/../x.mp3", 7U}));
+    EXPECT_TRUE(error.isEmpty());
+}
+
+TEST_F(RowBuilding, AbsolutePathsElsewhereAreRefusedWithoutValues)
+{
+    CMError error;
+    EXPECT_EQ(values("/etc", {TavoRoles::Title()}, &error), QVariantList());
+    EXPECT_EQ(error.message(), inside.errorAccessViolation("/etc").message());
+    EXPECT_TRUE(messageHas(error, "File", "Access violation: path '%1' is outside '%2'", {"/etc", tree.root()}));
+}
+
+TEST_F(RowBuilding, LinksAreFollowed)
+{
+    tree.addDirectory("d");
+    tree.addLink("link", "d");
+    EXPECT_EQ(value("link", TavoRoles::Type()), QVariant(TavoRolesType::Container()));
+    EXPECT_EQ(value("link", TavoRoles::Path()), QVariant("/file/link"));
+}
+
+TEST_F(RowBuilding, WritesItsEntryLineAndNothingElse)
+{
+    static_cast<void>(values("a", {TavoRoles::Title()}));
+    EXPECT_THAT(log.lines(), ElementsAre(entryLine(Signature::getDataImpl)));
+    log.clear();
+    static_cast<void>(values("/etc", {TavoRoles::Title()}));
+    EXPECT_THAT(
+        log.lines(), ElementsAre(entryLine(Signature::getDataImpl), entryLine(Signature::errorAccessViolation)));
+    log.clear();
+    log.setLevel(log4cplus::DEBUG_LOG_LEVEL);
+    static_cast<void>(values("/etc", {TavoRoles::Title()}));
+    EXPECT_THAT(log.lines(), testing::IsEmpty());
+}
+
+} // namespace
