@@ -186,7 +186,8 @@ public:
                        : TavoRolesType::toString(CMGlobal::mimeTypeToRolesType(mimeType()));
     }
 
-    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode); }
+    /// A name that the file system would cut short is nobody's.
+    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode) && !path().contains(QChar(QChar::Null)); }
 
     /// QFileInfo::lastModified().toTime_t(), without its way to local time and back.
     [[nodiscard]] uint timestamp()
