@@ -75,6 +75,57 @@ TEST_F(RowBuilding, PathOfTheRootIsThatOfTheRootRelativeToItself)
     EXPECT_EQ(value(tree.root(), TavoRoles::Path()), QVariant(expected));
 }
 
+TEST_F(RowBuilding, PathIsWhatTheRootDirectoryMakesOfIt)
+{
+    const QStringList paths = {
+        ".hidden",
+        "a/.hidden/b",
+        "..a/b",
+        "a..",
+        "a/./b",
+        "a/../b",
+        "a//b",
+        "a/",
+        "..",
+        "../root2/x",
+        "../other",
+        "../../../../x",
+        "a/../../root/b",
+        "/",
+        "//",
+        ".",
+        tree.root(),
+        "a:b",
+        "a b",
+        "\u00e4\u00f6",
+        "a\\b",
+        "a/...",
+        "...",
+        "x/..",
+        tree.path("a"),
+        "root",
+        "/etc/x",
+        "a/b/",
+        "./a",
+        "..\u00e4/.b/x",
+        "a/b//../c"};
+    for (const QString& root : {tree.root(), QString("/")}) {
+        const std::unique_ptr<CMFileWorker> other = makeFileWorker(fileConfiguration(root));
+        for (const QString& path : paths) {
+            QFileInfo info(QDir(root), path);
+            info.makeAbsolute();
+            if (!info.filePath().startsWith(root))
+                continue;
+            const QString relative = QDir(root).relativeFilePath(info.filePath());
+            CMVoidReply reply(new CMReplyData<QVariantList>);
+            EXPECT_EQ(
+                other->getDataImpl(reply, path, {TavoRoles::Path()}),
+                QVariantList{other->addPrefix(relative).toEncoded()})
+                << path.toStdString() << " below " << root.toStdString();
+        }
+    }
+}
+
 TEST_F(RowBuilding, TitleIsTheBareName)
 {
     EXPECT_EQ(value("a/b.mp3", TavoRoles::Title()), QVariant("b.mp3"));
@@ -129,6 +180,43 @@ TEST_F(RowBuilding, TimestampIsTheSecondOfTheLastModification)
     tree.setModified("x.mp3", 4000000000);
     EXPECT_EQ(value("x.mp3", TavoRoles::Timestamp()), QVariant(4000000000U));
     EXPECT_EQ(value("x.mp3", TavoRoles::Timestamp()).userType(), int(QMetaType::UInt));
+}
+
+TEST_F(RowBuilding, TimestampIsThatOfQFileInfoWhateverTheTime)
+{
+    tree.addFile("x.mp3");
+    constexpr qint64 most = 0xffffffff;
+    for (const qint64 seconds :
+         {qint64(0), qint64(1), qint64(-1), qint64(-2), qint64(1) << 31, most - 1, most, most + 1}) {
+        for (const long nanoseconds : {0L, 1L, 999999L, 1000000L, 999999999L}) {
+            tree.setModified("x.mp3", seconds, nanoseconds);
+            EXPECT_EQ(
+                value("x.mp3", TavoRoles::Timestamp()),
+                QVariant(QFileInfo(tree.path("x.mp3")).lastModified().toTime_t()))
+                << seconds << " s " << nanoseconds << " ns";
+        }
+    }
+}
+
+TEST_F(RowBuilding, ValuesAreThoseOfQFileInfoWhateverTheEntry)
+{
+    tree.addDirectory("d");
+    tree.addFile("d/x.mp3");
+    tree.addLink("toDirectory", "d");
+    tree.addLink("toFile", "d/x.mp3");
+    tree.addLink("dangling", "missing");
+    tree.addLink("loop", "loop");
+    const QString withNull = QString("d") + QChar(QChar::Null) + "x";
+    for (const QString& path :
+         {QString(), QString("d"), QString("d/x.mp3"), QString("toDirectory"), QString("toFile"), QString("dangling"),
+          QString("loop"), QString("d/x.mp3/y"), QString("missing/.."), QString("d/.."), QString("d/"), withNull}) {
+        QFileInfo info(QDir(tree.root()), path);
+        info.makeAbsolute();
+        EXPECT_EQ(
+            values(path, {TavoRoles::Title(), TavoRoles::ContainerPlayable(), TavoRoles::Timestamp()}),
+            (QVariantList{info.fileName(), info.isDir(), info.lastModified().toTime_t()}))
+            << path.toStdString();
+    }
 }
 
 TEST_F(RowBuilding, MediaDataHoldsOneResourceAndTheService)

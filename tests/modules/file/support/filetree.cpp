@@ -7,8 +7,8 @@
 #include <fstream>
 #include <system_error>
 
+#include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace {
@@ -78,11 +78,11 @@ void FileTree::rename(const QString& from, const QString& to) const
     std::filesystem::rename(native(path(from)), native(path(to)));
 }
 
-void FileTree::setModified(const QString& relative, qint64 secondsSinceEpoch) const
+void FileTree::setModified(const QString& relative, qint64 secondsSinceEpoch, long nanoseconds) const
 {
-    const timeval time{secondsSinceEpoch, 0};
-    const timeval times[] = {time, time};
-    check(utimes(path(relative).toUtf8().constData(), times));
+    const timespec time{secondsSinceEpoch, nanoseconds};
+    const timespec times[] = {time, time};
+    check(utimensat(AT_FDCWD, path(relative).toUtf8().constData(), times, 0));
 }
 
 void FileTree::forbid(const QString& relative)

@@ -25,7 +25,7 @@ public:
     /// A directory goes with all that it holds.
     void remove(const QString& relative) const;
     void rename(const QString& from, const QString& to) const;
-    void setModified(const QString& relative, qint64 secondsSinceEpoch) const;
+    void setModified(const QString& relative, qint64 secondsSinceEpoch, long nanoseconds = 0) const;
     /// Takes every right from everybody, until the tree goes.
     void forbid(const QString& relative);
 
