@@ -118,9 +118,9 @@ QList<CMPath> CMSubscribe::rowsPathsStartingWith(const CMPath& path) const
 {
     const QMutexLocker lock(&m_mutex);
     QList<CMPath> paths;
-    for (auto it = m_clients.keyBegin(); it != m_clients.keyEnd(); ++it) {
-        if (it->startsWith(path) && !m_renewed.contains(*it))
-            paths.append(*it);
+    for (auto it = m_clients.cbegin(); it != m_clients.cend(); ++it) {
+        if (!it->isUnsettled && it.key().startsWith(path))
+            paths.append(it.key());
     }
     return paths;
 }
@@ -140,16 +140,28 @@ bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
         return false;
     const auto once = static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
     connect(receiver, &QObject::destroyed, this, &CMSubscribe::removeEverywhere, once);
-    const bool isTaken = !insertClient(path, receiver) || offerToWorker(path);
+    if (insertClient(path, receiver) && !endAddition(path, offerToWorker(path)))
+        return false;
     const QMutexLocker lock(&m_mutex);
-    // Closed meanwhile by another thread: the receiver is about to be told so.
-    if (!isClientLocked(path, receiver))
-        return true;
-    if (!isTaken)
-        m_clients.remove(path);
-    else if (const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver))
+    // If another thread has closed it meanwhile, the receiver is about to be told so.
+    const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver);
+    if (inbox && isClientLocked(path, receiver))
         inbox->reopen(path);
-    return isTaken;
+    return true;
+}
+
+bool CMSubscribe::endAddition(const CMPath& path, bool isTaken)
+{
+    const QMutexLocker lock(&m_mutex);
+    Clients& clients = m_clients[path];
+    clients.isUnsettled = false;
+    if (isTaken && !clients.isClosed && !clients.receivers.isEmpty())
+        return true;
+    m_clients.remove(path);
+    if (isTaken)
+        m_ended.append(path);
+    settleLater();
+    return false;
 }
 
 bool CMSubscribe::offerToWorker(const CMPath& path)
@@ -189,11 +201,11 @@ bool CMSubscribe::insertClient(const CMPath& path, CMChangeReceiver* receiver)
         settle();
         lock.relock();
     }
-    QVector<CMChangeReceiver*>& clients = m_clients[path].receivers;
-    const bool isFirst = clients.isEmpty();
-    if (!clients.contains(receiver))
-        clients.append(receiver);
-    return isFirst;
+    Clients& clients = m_clients[path];
+    clients.isUnsettled = clients.receivers.isEmpty();
+    if (!clients.receivers.contains(receiver))
+        clients.receivers.append(receiver);
+    return clients.isUnsettled;
 }
 
 void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
@@ -203,10 +215,9 @@ void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
         return;
     QVector<CMChangeReceiver*>& receivers = clients->receivers;
     receivers.erase(std::remove(receivers.begin(), receivers.end(), receiver), receivers.end());
-    if (receivers.isEmpty()) {
+    if (receivers.isEmpty() && !clients->isUnsettled) {
         m_clients.erase(clients);
-        if (!m_renewed.contains(path))
-            m_ended.append(path);
+        m_ended.append(path);
     }
 }
 
@@ -236,8 +247,12 @@ void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, in
 {
     const QList<CMPath> subscribed = m_clients.keys();
     for (const CMPath& below : subscribed) {
-        if (!below.startsWith(path) || m_renewed.contains(below))
+        if (!below.startsWith(path))
             continue;
+        if (m_clients[below].isUnsettled) {
+            m_clients[below].isClosed = true;
+            continue;
+        }
         tellLocked(below, below == path ? changes : QStringList(RowsChangeClose()), version);
         m_clients.remove(below);
         m_ended.append(below);
@@ -290,14 +305,9 @@ void CMSubscribe::renew(const QList<CMPath>& paths)
     settle();
     const QList<CMPath> renewed = beginRenewal(paths);
     removeFromWorker(renewed);
-    QList<CMPath> refused;
     for (const CMPath& path : renewed) {
-        const auto isAbove = [&path](const CMPath& other) { return path.startsWith(other); };
-        const bool isTaken = std::none_of(refused.cbegin(), refused.cend(), isAbove) && offerToWorker(path);
-        const int version = isTaken ? currentVersion(path) : 0;
-        if (version == 0)
-            refused.append(path);
-        endRenewal(path, isTaken, version);
+        const bool isTaken = !isClosedMeanwhile(path) && offerToWorker(path);
+        endRenewal(path, isTaken, isTaken ? currentVersion(path) : 0);
     }
 }
 
@@ -305,27 +315,35 @@ QList<CMPath> CMSubscribe::beginRenewal(const QList<CMPath>& paths)
 {
     const QMutexLocker lock(&m_mutex);
     QList<CMPath> renewed;
-    std::copy_if(paths.cbegin(), paths.cend(), std::back_inserter(renewed), [this](const CMPath& path) {
-        return m_clients.contains(path);
-    });
+    for (const CMPath& path : paths) {
+        const auto clients = m_clients.find(path);
+        if (clients == m_clients.end())
+            continue;
+        clients->isUnsettled = true;
+        renewed.append(path);
+    }
     std::sort(renewed.begin(), renewed.end());
-    m_renewed = QSet<CMPath>(renewed.cbegin(), renewed.cend());
     return renewed;
+}
+
+bool CMSubscribe::isClosedMeanwhile(const CMPath& path) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_clients.value(path).isClosed;
 }
 
 void CMSubscribe::endRenewal(const CMPath& path, bool isTaken, int version)
 {
     const QMutexLocker lock(&m_mutex);
-    m_renewed.remove(path);
-    if (version > 0 && m_clients.contains(path))
+    Clients& clients = m_clients[path];
+    clients.isUnsettled = false;
+    if (version > 0 && !clients.isClosed && !clients.receivers.isEmpty())
         return tellLocked(path, {RowsChangeReset()}, version);
     tellLocked(path, {RowsChangeClose()}, version);
     m_clients.remove(path);
     if (isTaken)
         m_ended.append(path);
-    if (version == 0)
-        closeLocked(path, {}, version);
-    settleLater();
+    closeLocked(path, {}, version);
 }
 
 int CMSubscribe::currentVersion(const CMPath& path) const

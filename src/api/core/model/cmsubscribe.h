@@ -7,7 +7,6 @@
 #include <QList>
 #include <QMutex>
 #include <QObject>
-#include <QSet>
 #include <QStringList>
 #include <QVector>
 
@@ -32,7 +31,8 @@ public:
 /// A path is subscribed as long as at least one client follows it: rowsPathAdded() tells the worker of the first,
 /// rowsPathRemoved() of the last. Both are emitted in the worker's thread, no lock held. A worker tracks a path if,
 /// after rowsPathAdded(), it answers a rows request at once with a version above 0, or refuses a wrong version; of a
-/// path that it does not track it is not told again.
+/// path that it does not track it is not told again. Before a removal the worker's queued calls are delivered; so
+/// nothing that adds or removes paths may be queued for the worker itself.
 class TAVO_API_EXPORT CMSubscribe : public QObject
 {
     Q_OBJECT
@@ -84,6 +84,10 @@ private:
     {
         QVector<CMChangeReceiver*> receivers;
         std::chrono::system_clock::time_point lastChange;
+        /// The worker is being told of the path at this moment: no change announces it.
+        bool isUnsettled = false;
+        /// Closed while it was unsettled.
+        bool isClosed = false;
     };
     class Inbox;
 
@@ -91,20 +95,24 @@ private:
     void runInWorkerThread(Function&& function);
 
     [[nodiscard]] bool addHere(const CMPath& path, CMChangeReceiver* receiver);
+    /// False if the path has no client after all.
+    [[nodiscard]] bool endAddition(const CMPath& path, bool isTaken);
     /// Tells the worker that the path is subscribed; false if it does not track it.
     [[nodiscard]] bool offerToWorker(const CMPath& path);
     void removeHere(const CMPath& path, CMChangeReceiver* receiver);
     void removeEverywhere(QObject* receiver);
 
     [[nodiscard]] bool isClientLocked(const CMPath& path, const CMChangeReceiver* receiver) const;
-    /// True if this makes the path subscribed.
+    /// True if this makes the path subscribed; it is unsettled then.
     [[nodiscard]] bool insertClient(const CMPath& path, CMChangeReceiver* receiver);
     void eraseClientLocked(const CMPath& path, const QObject* receiver);
     void tellLocked(const CMPath& path, const QStringList& changes, int version);
     void postLocked(CMChangeReceiver* receiver, const CMPath& path, const QStringList& changes, int version);
     void closeLocked(const CMPath& path, const QStringList& changes, int version);
 
+    /// The subscribed ones of the paths, parents before children; they are unsettled from now on.
     [[nodiscard]] QList<CMPath> beginRenewal(const QList<CMPath>& paths);
+    [[nodiscard]] bool isClosedMeanwhile(const CMPath& path) const;
     /// `version`: of the rows that the path has now; 0: none.
     void endRenewal(const CMPath& path, bool isTaken, int version);
 
@@ -126,6 +134,4 @@ private:
     CMChangeReceiver* m_observer = nullptr;
     /// Paths without clients of which the worker has not been told yet.
     QList<CMPath> m_ended;
-    /// Paths that are neither added nor removed by anybody else for the moment.
-    QSet<CMPath> m_renewed;
 };
