@@ -104,7 +104,8 @@ Healer::Look Healer::lookAt(const QByteArray& localPath)
 
 bool Healer::isSame(const Identity& a, const Identity& b)
 {
-    return a.device == b.device && a.inode == b.inode && a.birth == b.birth;
+    const bool areThere = a.inode != 0 && b.inode != 0;
+    return areThere && a.device == b.device && a.inode == b.inode && a.birth == b.birth;
 }
 
 void Healer::added(const CMPath& path)

@@ -54,6 +54,7 @@ private:
     };
 
     [[nodiscard]] static Look lookAt(const QByteArray& localPath);
+    /// False where there is none.
     [[nodiscard]] static bool isSame(const Identity& a, const Identity& b);
 
     void added(const CMPath& path);

@@ -53,7 +53,7 @@ Result<std::unique_ptr<Host>> Host::start(const HostSettings& settings)
     return std::unique_ptr<Host>(new Host(std::move(worker.value()), root.value(), settings.sweepInterval));
 }
 
-Host::Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::seconds sweepInterval)
+Host::Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::milliseconds sweepInterval)
     : m_worker(std::move(worker)), m_rootDirectory(std::move(rootDirectory)),
       m_healer(std::make_unique<Healer>(*m_worker, sweepInterval))
 {

@@ -18,7 +18,7 @@ struct HostSettings
     /// Pixels; none: the platform's default.
     std::optional<int> albumArtWidth = {};
     /// Between two looks at the opened directories; 0: never looks.
-    std::chrono::seconds sweepInterval{5};
+    std::chrono::milliseconds sweepInterval = std::chrono::seconds(5);
 };
 
 class Healer;
@@ -42,7 +42,7 @@ public:
     [[nodiscard]] CMPath contextMenu() const;
 
 private:
-    Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::seconds sweepInterval);
+    Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::milliseconds sweepInterval);
 
     std::unique_ptr<CMWorker> m_worker;
     QString m_rootDirectory;

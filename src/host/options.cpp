@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr int defaultSweepSeconds = 5;
+
 QString rootOption()
 {
     return QStringLiteral("root");
@@ -100,7 +102,7 @@ Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCo
     const auto number = [&](const QString& name, int byDefault, int minimum) {
         return integerOption(command.isSet(name) ? command : program, name, byDefault, minimum);
     };
-    const Result<int> sweep = number(sweepOption(), static_cast<int>(options.host.sweepInterval.count()), 0);
+    const Result<int> sweep = number(sweepOption(), defaultSweepSeconds, 0);
     if (!sweep)
         return sweep.failure();
     options.host.sweepInterval = std::chrono::seconds(sweep.value());

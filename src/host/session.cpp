@@ -70,12 +70,14 @@ Session::Page pageOf(const TavoRowsRoles& answer)
 }
 
 template<typename Function>
-void runInThreadOf(QObject& object, Function&& function)
+void runInThreadOf(const CMWorker& worker, Function&& function)
 {
-    if (object.thread() == QThread::currentThread())
+    // Not a call of the worker itself: what is queued for that is delivered in the middle of opening and closing.
+    CMSubscribe* const context = worker.subscribe();
+    if (context->thread() == QThread::currentThread())
         function();
     else
-        QMetaObject::invokeMethod(&object, std::forward<Function>(function), Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(context, std::forward<Function>(function), Qt::BlockingQueuedConnection);
 }
 
 } // namespace
