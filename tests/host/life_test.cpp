@@ -1,0 +1,424 @@
+// Clients that follow the protocol, on a tree that changes under them all the time, hold in every quiet moment exactly
+// what is on the disk. TAVO_LIFE_OPERATIONS and TAVO_LIFE_SEED make the test longer, or repeat one.
+
+#include "host.h"
+#include "session.h"
+
+#include <model/cmsubscribe.h>
+#include <tavo/tavoroles.h>
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QDirIterator>
+#include <QEventLoop>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <random>
+#include <set>
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::chrono::milliseconds sweepInterval{50};
+constexpr std::chrono::seconds patience{60};
+constexpr int operationsBetweenQuiet = 250;
+constexpr int operationsPerTree = 1000;
+constexpr int clientCount = 3;
+
+int fromEnvironment(const char* name, int byDefault)
+{
+    const QByteArray value = qgetenv(name);
+    return value.isEmpty() ? byDefault : value.toInt();
+}
+
+using Random = std::mt19937;
+
+int below(Random& random, int limit)
+{
+    return static_cast<int>(random() % static_cast<unsigned>(limit));
+}
+
+/// What a client that has read the directory holds, told by other means than the worker's.
+QStringList titlesOnDisk(const QString& directory)
+{
+    std::vector<QByteArray> directories;
+    std::vector<QByteArray> files;
+    QDirIterator entries(directory, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System);
+    while (entries.hasNext()) {
+        entries.next();
+        const QByteArray name = entries.fileName().toUtf8();
+        if (entries.fileInfo().isDir())
+            directories.push_back(name);
+        else if (name.endsWith(".mp3"))
+            files.push_back(name);
+    }
+    const auto inOrder = [](const QByteArray& a, const QByteArray& b) {
+        return std::strcoll(a.constData(), b.constData()) < 0;
+    };
+    std::sort(directories.begin(), directories.end(), inOrder);
+    std::sort(files.begin(), files.end(), inOrder);
+    QStringList titles;
+    for (const auto* group : {&directories, &files}) {
+        for (const QByteArray& name : *group)
+            titles.append(QString::fromUtf8(name));
+    }
+    return titles;
+}
+
+/// Changes a tree at random.
+class Mutator
+{
+public:
+    Mutator(QString root, unsigned seed) : m_root(std::move(root)), m_random(seed) {}
+
+    void change()
+    {
+        const QString path = anyPath();
+        switch (below(m_random, 8)) {
+        case 0:
+        case 1:
+            return write(path + QStringLiteral(".mp3"));
+        case 2:
+            return write(path + QStringLiteral(".txt"));
+        case 3:
+        case 4:
+            QDir().mkpath(path);
+            return;
+        case 5:
+            return remove(anyEntry());
+        case 6:
+            QFile::rename(anyEntry(), path);
+            return;
+        default:
+            return replace(anyEntry());
+        }
+    }
+
+private:
+    [[nodiscard]] QString anyName() { return QStringLiteral("n%1").arg(below(m_random, 6)); }
+
+    [[nodiscard]] QString anyPath()
+    {
+        QString path = m_root;
+        for (int depth = 1 + below(m_random, 4); depth > 0; --depth)
+            path += QLatin1Char('/') + anyName();
+        return path;
+    }
+
+    [[nodiscard]] QString anyEntry()
+    {
+        const QString path = anyPath();
+        return below(m_random, 2) == 0 ? path : path + QStringLiteral(".mp3");
+    }
+
+    static void write(const QString& path)
+    {
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write("x");
+    }
+
+    static void remove(const QString& path)
+    {
+        QDir(path).removeRecursively();
+        QFile::remove(path);
+    }
+
+    /// Something else of the same name, at once.
+    void replace(const QString& path)
+    {
+        remove(path);
+        if (below(m_random, 3) == 0)
+            return write(path);
+        QDir().mkpath(path);
+        write(path + QStringLiteral("/") + anyName() + QStringLiteral(".mp3"));
+    }
+
+    QString m_root;
+    Random m_random;
+};
+
+/// A client in a thread of its own: opens and closes at random, reads what it has opened, again after a reset.
+class Client
+{
+public:
+    Client(Host& host, unsigned seed)
+        : m_host(host),
+          m_session(host, [this](const CMPath& path, const QStringList& changes, int) { noteChange(path, changes); }),
+          m_random(seed), m_thread([this] { run(); })
+    {
+    }
+
+    ~Client()
+    {
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_ending = true;
+        }
+        m_wake.notify_all();
+        while (!m_ended)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        m_thread.join();
+    }
+
+    void setQuiet(bool quiet)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_quiet = quiet;
+        m_wake.notify_all();
+    }
+
+    /// The first difference between what the client holds and the disk; empty: none.
+    [[nodiscard]] QString difference(const QString& root) const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_idle || !m_changes.empty())
+            return QStringLiteral("busy");
+        for (const auto& [path, titles] : m_held) {
+            const QString directory = root + QLatin1Char('/') + path.base();
+            if (!QFileInfo(directory).isDir())
+                return QStringLiteral("%1 is open and gone").arg(path.base());
+            if (titles != titlesOnDisk(directory))
+                return QStringLiteral("%1: holds %2, the disk has %3")
+                    .arg(path.base(), titles.join(u' '), titlesOnDisk(directory).join(u' '));
+        }
+        return {};
+    }
+
+    void collectOpen(std::set<QString>& bases) const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (const auto& held : m_held)
+            bases.insert(held.first.base());
+    }
+
+private:
+    void noteChange(const CMPath& path, const QStringList& changes)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_changes.emplace_back(path, changes.contains(CMSubscribe::RowsChangeClose()));
+        m_wake.notify_all();
+    }
+
+    void run()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        while (!m_ending) {
+            if (!m_changes.empty()) {
+                followChange(lock);
+            } else if (!m_quiet) {
+                act(lock);
+            } else {
+                m_idle = true;
+                m_wake.wait(lock);
+                m_idle = false;
+            }
+        }
+        lock.unlock();
+        m_ended = true;
+    }
+
+    void followChange(std::unique_lock<std::mutex>& lock)
+    {
+        const auto [path, isClose] = m_changes.front();
+        m_changes.erase(m_changes.begin());
+        if (m_held.count(path) == 0)
+            return;
+        if (isClose)
+            m_held.erase(path);
+        else
+            read(path, lock);
+    }
+
+    void act(std::unique_lock<std::mutex>& lock)
+    {
+        QString base;
+        for (int depth = below(m_random, 4); depth > 0; --depth)
+            base += QStringLiteral("%1n%2").arg(base.isEmpty() ? "" : "/").arg(below(m_random, 6));
+        const CMPath path = m_host.worker().addPrefix(base);
+        const bool close = below(m_random, 3) == 0;
+        lock.unlock();
+        const bool done = static_cast<bool>(close ? m_session.close(path) : m_session.open(path));
+        lock.lock();
+        if (!done)
+            return;
+        if (close)
+            m_held.erase(path);
+        else if (m_held.count(path) == 0)
+            read(path, lock);
+    }
+
+    /// Page by page; a page of another version starts the reading again.
+    void read(const CMPath& path, std::unique_lock<std::mutex>& lock)
+    {
+        lock.unlock();
+        QStringList titles;
+        int version = 0;
+        for (int tries = 0; tries < 100;) {
+            const Result<Session::Page> page =
+                m_session.rows({path, titles.size(), titles.size() + 4, version, {TavoRoles::Title()}});
+            if (!page) {
+                titles.clear();
+                version = 0;
+                ++tries;
+                continue;
+            }
+            for (const QVariant& row : page.value().rows)
+                titles.append(row.toList().value(0).toString());
+            version = page.value().version.value_or(0);
+            if (titles.size() >= page.value().count || page.value().rows.isEmpty())
+                break;
+        }
+        lock.lock();
+        m_held[path] = titles;
+    }
+
+    Host& m_host;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::vector<std::pair<CMPath, bool>> m_changes;
+    std::map<CMPath, QStringList> m_held;
+    bool m_quiet = false;
+    bool m_idle = false;
+    bool m_ending = false;
+    std::atomic<bool> m_ended = false;
+    Session m_session;
+    Random m_random;
+    std::thread m_thread;
+};
+
+using Clients = std::vector<std::unique_ptr<Client>>;
+
+/// Runs the event loop until the predicate holds.
+template<typename Predicate>
+[[nodiscard]] bool waitUntil(Predicate predicate)
+{
+    const QDeadlineTimer deadline(patience);
+    while (!predicate()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
+    }
+    return true;
+}
+
+std::set<ino_t> inodesOfWatches()
+{
+    std::set<ino_t> inodes;
+    QDirIterator descriptors(QStringLiteral("/proc/self/fdinfo"), QDir::Files);
+    while (descriptors.hasNext()) {
+        std::ifstream info(descriptors.next().toStdString());
+        for (std::string line; std::getline(info, line);) {
+            const size_t inode = line.find("ino:");
+            if (line.rfind("inotify", 0) == 0 && inode != std::string::npos)
+                inodes.insert(std::stoul(line.substr(inode + 4), nullptr, 16));
+        }
+    }
+    return inodes;
+}
+
+ino_t inodeOf(const QString& path)
+{
+    struct stat status = {};
+    return stat(path.toUtf8().constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+/// Of the opened directories, their ancestors, and what lies above the root.
+std::set<ino_t> inodesOfOpen(const Clients& clients, const QString& root)
+{
+    std::set<QString> bases;
+    for (const auto& client : clients)
+        client->collectOpen(bases);
+    std::set<ino_t> inodes;
+    for (QString base : bases) {
+        inodes.insert({inodeOf(root), inodeOf(root + QStringLiteral("/.."))});
+        for (; !base.isEmpty(); base.truncate(std::max(base.lastIndexOf(u'/'), 0)))
+            inodes.insert(inodeOf(root + QLatin1Char('/') + base));
+    }
+    return inodes;
+}
+
+void expectCurrent(const Clients& clients, const QString& root)
+{
+    QString difference;
+    const bool isCurrent = waitUntil([&] {
+        difference.clear();
+        for (const auto& client : clients)
+            difference += client->difference(root);
+        return difference.isEmpty();
+    });
+    EXPECT_TRUE(isCurrent) << difference.toStdString();
+    EXPECT_TRUE(waitUntil([&] { return inodesOfWatches() == inodesOfOpen(clients, root); }))
+        << inodesOfWatches().size() << " directories are watched, " << inodesOfOpen(clients, root).size()
+        << " are open";
+}
+
+/// The operations are made in another thread, so that they meet requests and notifications under way.
+void changeAtRandom(Mutator& mutator, int operations)
+{
+    std::atomic<bool> done = false;
+    std::thread thread([&] {
+        for (int i = 0; i < operations; ++i)
+            mutator.change();
+        done = true;
+    });
+    const bool isDone = waitUntil([&] { return done.load(); });
+    thread.join();
+    EXPECT_TRUE(isDone);
+}
+
+void liveThrough(unsigned seed, int operations)
+{
+    const QTemporaryDir directory;
+    const QString root = QDir(directory.path()).canonicalPath() + QStringLiteral("/root");
+    ASSERT_TRUE(QDir().mkpath(root));
+    HostSettings settings;
+    settings.moduleFile = QStringLiteral(TAVO_MODULE);
+    settings.root = root;
+    settings.filter = QStringList(QStringLiteral("*.mp3"));
+    settings.serviceId = QStringLiteral("life%1").arg(seed);
+    settings.sweepInterval = sweepInterval;
+    const Result<std::unique_ptr<Host>> host = Host::start(settings);
+    ASSERT_TRUE(host) << host.failure().message.toStdString();
+
+    Mutator mutator(root, seed);
+    {
+        Clients clients;
+        for (unsigned i = 0; i < clientCount; ++i)
+            clients.push_back(std::make_unique<Client>(*host.value(), seed * 100 + i));
+        for (int done = 0; done < operations && !testing::Test::HasFailure(); done += operationsBetweenQuiet) {
+            changeAtRandom(mutator, operationsBetweenQuiet);
+            for (const auto& client : clients)
+                client->setQuiet(true);
+            expectCurrent(clients, root);
+            for (const auto& client : clients)
+                client->setQuiet(false);
+        }
+    }
+    EXPECT_TRUE(waitUntil([] { return inodesOfWatches().empty(); }));
+}
+
+TEST(Life, ClientsHoldWhatIsOnTheDiskInEveryQuietMoment)
+{
+    const int operations = fromEnvironment("TAVO_LIFE_OPERATIONS", 4000);
+    auto seed = static_cast<unsigned>(fromEnvironment("TAVO_LIFE_SEED", 1));
+    for (int done = 0; done < operations && !HasFailure(); done += operationsPerTree, ++seed) {
+        SCOPED_TRACE(testing::Message() << "TAVO_LIFE_SEED=" << seed);
+        liveThrough(seed, operationsPerTree);
+    }
+}
+
+} // namespace
