@@ -73,7 +73,7 @@ int main(int argc, char** argv)
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
         for (const int entries : workshop.sizes(1000000)) {
             addRace(
-                "page of 100 titles/" + std::to_string(entries), workshop.rounds(entries < 100000 ? 15 : 7),
+                "page of 100 titles/" + std::to_string(entries), workshop.rounds(entries < 100000 ? 15 : 5),
                 [=, &workshop] { return pageOfTitles(workshop, entries); });
         }
     });

@@ -35,8 +35,8 @@ public:
 private:
     void calibrate()
     {
-        m_many(1);
-        const Seconds once = std::max(m_many(1).wall, Seconds(1e-7));
+        const Seconds first = m_many(1).wall;
+        const Seconds once = first > slice ? first : std::max(m_many(1).wall, Seconds(1e-7));
         m_times = std::max(1, static_cast<int>(std::ceil(slice / once)));
     }
 
