@@ -1,0 +1,35 @@
+#pragma once
+
+#include "coverart_p.h"
+#include "tagfile_p.h"
+
+#include "tavo/tavomedia.h"
+#include "tavo/tavoroles.h"
+
+#include <QDir>
+
+/// An item in the making: the roles of one file, its media record taken apart to be completed.
+class MediaItem
+{
+public:
+    /// Parameters as for TagReader::readItem().
+    MediaItem(const QDir& root, const QString& path, const QString& serviceId, const QVariantList& rows);
+
+    /// Fields that the file does not have stay as they are.
+    void addPlayListFields(TagFile& file);
+    void addLibraryFields(TagFile& file);
+    void addAlbumArt(const CoverArt& art);
+
+    [[nodiscard]] QVariant toVariant() const;
+
+private:
+    void takeRows(const QVariantList& rows);
+    void takeMedia(const TavoMediaData& media);
+    void makeMedia(const QString& path, const QString& serviceId);
+
+    TavoRoles m_roles;
+    TavoMediaData m_media;
+    TavoMetaData m_metaData;
+    TavoResource m_resource;
+    TavoList<TavoResource> m_otherResources;
+};

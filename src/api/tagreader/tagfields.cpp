@@ -1,0 +1,184 @@
+#include "tagfields_p.h"
+
+#include <QVector>
+
+#include <apetag.h>
+#include <asftag.h>
+#include <id3v2tag.h>
+#include <mp4tag.h>
+#include <textidentificationframe.h>
+#include <tpropertymap.h>
+#include <xiphcomment.h>
+
+#include <algorithm>
+
+namespace {
+
+/// What a field is called in the kinds of tags that name their fields.
+struct Names
+{
+    const char* id3v2;
+    /// In Vorbis comments and APE tags; empty where there is no second or third usage.
+    const char* keys[3];
+    const char* mp4;
+    /// Empty: not an attribute.
+    const char* asf;
+};
+
+constexpr Names titleNames = {"TIT2", {"TITLE", "", ""}, "\251nam", ""};
+constexpr Names artistNames = {"TPE1", {"ARTIST", "", ""}, "\251ART", ""};
+constexpr Names albumNames = {"TALB", {"ALBUM", "", ""}, "\251alb", "WM/AlbumTitle"};
+constexpr Names albumArtistNames = {"TPE2", {"ALBUMARTIST", "ALBUM ARTIST", "ALBUM_ARTIST"}, "aART", "WM/AlbumArtist"};
+constexpr Names genreNames = {"TCON", {"GENRE", "", ""}, "\251gen", "WM/Genre"};
+constexpr Names discNames = {"TPOS", {"DISCNUMBER", "DISC", ""}, "disk", "WM/PartOfSet"};
+
+const Names& names(TagField field)
+{
+    switch (field) {
+    case TagField::Title:
+        return titleNames;
+    case TagField::Artist:
+        return artistNames;
+    case TagField::Album:
+        return albumNames;
+    case TagField::AlbumArtist:
+        return albumArtistNames;
+    case TagField::Genre:
+        break;
+    }
+    return genreNames;
+}
+
+/// The fields that every kind of tag has.
+TagLib::String commonField(const TagLib::Tag& tag, TagField field)
+{
+    switch (field) {
+    case TagField::Title:
+        return tag.title();
+    case TagField::Artist:
+        return tag.artist();
+    case TagField::Album:
+        return tag.album();
+    case TagField::Genre:
+        return tag.genre();
+    case TagField::AlbumArtist:
+        break;
+    }
+    return {};
+}
+
+TagLib::StringList values(const TagLib::ID3v2::Tag& tag, const Names& names)
+{
+    const TagLib::ID3v2::FrameList& frames = tag.frameList(names.id3v2);
+    const auto* text =
+        frames.isEmpty() ? nullptr : dynamic_cast<const TagLib::ID3v2::TextIdentificationFrame*>(frames.front());
+    if (!text)
+        return {};
+    // As a property, a genre has its name instead of its number.
+    return &names == &genreNames ? text->asProperties().value("GENRE") : text->fieldList();
+}
+
+TagLib::StringList values(const TagLib::Ogg::XiphComment& tag, const Names& names)
+{
+    const TagLib::Ogg::FieldListMap& fields = tag.fieldListMap();
+    for (const char* key : names.keys) {
+        const auto field = fields.find(key);
+        if (field != fields.end())
+            return field->second;
+    }
+    return {};
+}
+
+TagLib::StringList values(const TagLib::APE::Tag& tag, const Names& names)
+{
+    const TagLib::APE::ItemListMap& items = tag.itemListMap();
+    for (const char* key : names.keys) {
+        const auto item = items.find(key);
+        if (item != items.end())
+            return item->second.values();
+    }
+    return {};
+}
+
+TagLib::StringList values(const TagLib::MP4::Tag& tag, const Names& names)
+{
+    return tag.item(names.mp4).toStringList();
+}
+
+TagLib::StringList values(const TagLib::ASF::Tag& tag, const Names& names)
+{
+    TagLib::StringList result;
+    const TagLib::ASF::AttributeList attributes = tag.attribute(names.asf);
+    for (const TagLib::ASF::Attribute& attribute : attributes)
+        result.append(attribute.toString());
+    return result;
+}
+
+/// Nothing for the kinds of tags that do not name their fields.
+TagLib::StringList namedValues(const TagLib::Tag& tag, const Names& names)
+{
+    if (const auto* id3v2 = dynamic_cast<const TagLib::ID3v2::Tag*>(&tag))
+        return values(*id3v2, names);
+    if (const auto* xiph = dynamic_cast<const TagLib::Ogg::XiphComment*>(&tag))
+        return values(*xiph, names);
+    if (const auto* ape = dynamic_cast<const TagLib::APE::Tag*>(&tag))
+        return values(*ape, names);
+    if (const auto* mp4 = dynamic_cast<const TagLib::MP4::Tag*>(&tag))
+        return values(*mp4, names);
+    if (const auto* asf = dynamic_cast<const TagLib::ASF::Tag*>(&tag))
+        return values(*asf, names);
+    return {};
+}
+
+/// As much of a text as anybody reads, of texts of any length.
+constexpr unsigned int longestText = 4096;
+
+QString withoutHalves(const QString& text)
+{
+    const QVector<uint> characters = text.toUcs4();
+    return QString::fromUcs4(characters.constData(), characters.size());
+}
+
+QString toQString(const TagLib::String& text)
+{
+    const unsigned int length = std::min(text.size(), longestText);
+    QString result;
+    result.reserve(static_cast<int>(length));
+    const wchar_t* units = text.toCWString();
+    // TagLib holds UTF-16, whatever the width of its characters.
+    std::for_each(units, units + length, [&result](wchar_t unit) { result.append(QChar(static_cast<ushort>(unit))); });
+    // No UTF-8 or JSON could be made of half a character.
+    return result.isValidUtf16() ? result : withoutHalves(result);
+}
+
+QString joined(const TagLib::StringList& values)
+{
+    QString result;
+    for (const TagLib::String& value : values) {
+        if (static_cast<unsigned int>(result.size()) >= longestText)
+            break;
+        const QString text = toQString(value);
+        if (text.trimmed().isEmpty())
+            continue;
+        if (!result.isEmpty())
+            result += QLatin1String(", ");
+        result += text;
+    }
+    return result;
+}
+
+} // namespace
+
+QString tagText(const TagLib::Tag& tag, TagField field)
+{
+    const QString text = joined(namedValues(tag, names(field)));
+    return text.isEmpty() ? joined(commonField(tag, field)) : text;
+}
+
+int tagDiscNumber(const TagLib::Tag& tag)
+{
+    if (const auto* mp4 = dynamic_cast<const TagLib::MP4::Tag*>(&tag))
+        return mp4->item(discNames.mp4).toIntPair().first;
+    const TagLib::StringList numbers = namedValues(tag, discNames);
+    return numbers.isEmpty() ? 0 : numbers.front().toInt();
+}

@@ -1,0 +1,3 @@
+#include "tagreader.h"
+
+TagReader::~TagReader() = default;
