@@ -5,12 +5,15 @@
 #include "model/cmroot.h"
 #include "model/cmversion.h"
 #include "playlist/playlisthelper.h"
+#include "tagreader/musiclibrarytagreader.h"
+#include "tagreader/playlisttagreader.h"
 #include "tavo/mimetypes.h"
 #include "tavo/tavokeys.h"
 #include "tavo/tavomedia.h"
 #include "tavo/tavonamematcher.h"
 #include "tavo/tavoroles.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
@@ -41,6 +44,11 @@ constexpr char getRowsRequest[] = "virtual void CMFileWorker::getRowsRequest(con
 constexpr char sendRowsReply[] =
     "void CMFileWorker::sendRowsReply(const QVariantList&, const TrString&, CMGetRowsRequest)";
 constexpr char getDataRequest[] = "virtual void CMFileWorker::getDataRequest(const CMGetDataRequest&)";
+constexpr char setDataRequest[] = "virtual void CMFileWorker::setDataRequest(const CMSetDataRequest&)";
+constexpr char prepareRequest[] =
+    "QVariantList CMFileWorker::prepareItems(const CMSetDataRequest&, const TagReader&, const QStringList&)";
+constexpr char prepareList[] =
+    "QVariantList CMFileWorker::prepareItems(const QStringList&, const TagReader&, const QStringList&)";
 constexpr char addWatch[] = "void CMFileWorker::addWatch(QString)";
 constexpr char removeWatch[] = "void CMFileWorker::removeWatch(QString)";
 constexpr char subscribePathAdded[] = "void CMFileWorker::subscribePathAdded(const CMPath&)";
@@ -159,6 +167,17 @@ bool isPlain(const QStringRef& path)
             return false;
     }
     return path.startsWith(QLatin1Char('/'));
+}
+
+/// The files at all depths below a directory whose names match, in one order for all of them.
+QStringList sortedFiles(const QString& directory, const QStringList& patterns)
+{
+    QStringList files;
+    QDirIterator walk(directory, patterns, QDir::Files, QDirIterator::Subdirectories);
+    while (walk.hasNext())
+        files.append(walk.next());
+    files.sort(Qt::CaseSensitive);
+    return files;
 }
 
 } // namespace
@@ -489,6 +508,82 @@ void CMFileWorker::getDataRequest(const CMGetDataRequest& request)
     if (!QFileInfo(m_rootDir, path).exists())
         return reply.setError(createErrorInvalidPath(request.path()));
     reply.setValue(getDataImpl(reply, path, request.roles()));
+}
+
+void CMFileWorker::setDataRequest(const CMSetDataRequest& request)
+{
+    LOG(Signature::setDataRequest, TRACE, entering(Signature::setDataRequest) << "path: " << request.path());
+    if (request.path() == addPrefix(TavoPlayListPrepareItems())) {
+        QStringList patterns = m_filter;
+        for (const QString& playlistPattern : qAsConst(m_playlistPatterns))
+            patterns.removeAll(playlistPattern);
+        request.reply().setValue(prepareItems(request, PlayListTagReader(), patterns));
+    }
+    if (request.path() == addPrefix(TavoMusicLibraryPrepareItems())) {
+        LOG(Signature::setDataRequest, INFO, entering(Signature::setDataRequest) << "Prepare items for music library");
+        request.reply().setValue(prepareItems(request, MusicLibraryTagReader(m_albumArtWidth), m_filter));
+    } else if (request.path() == addPrefix(TavoFilesystemCountFilesPathSuffix())) {
+        countFiles(request);
+    }
+}
+
+void CMFileWorker::countFiles(const CMSetDataRequest& request)
+{
+    const QString path = joinedPath(request.value().toString());
+    LOG(Signature::setDataRequest, INFO, "Count files under path: " << path);
+    if (!isInsideRoot(path))
+        return request.reply().setError(errorAccessViolation(path));
+    int count = 0;
+    QDirIterator walk(path, m_filter, QDir::Files, QDirIterator::Subdirectories);
+    for (; walk.hasNext(); walk.next())
+        ++count;
+    LOG(Signature::setDataRequest, INFO, "audioFilesNb: " << count);
+    request.reply().setValue(count);
+}
+
+QVariantList
+CMFileWorker::prepareItems(const CMSetDataRequest& request, const TagReader& reader, const QStringList& patterns)
+{
+    QStringList itemIds;
+    for (const QVariant& itemId : request.value().value<QVariantList>())
+        itemIds.append(itemId.toString());
+    LOG(Signature::prepareRequest, DEBUG, "prepare items: " << itemIds);
+    const QVariantList result = prepareItems(itemIds, reader, patterns);
+    LOG(Signature::prepareRequest, TRACE, "preparedItems: " << result);
+    return result;
+}
+
+QVariantList
+CMFileWorker::prepareItems(const QStringList& itemIds, const TagReader& reader, const QStringList& patterns)
+{
+    LOG(Signature::prepareList, TRACE, entering(Signature::prepareList));
+    QVariantList result;
+    for (const QString& itemId : itemIds) {
+        const CMPath path = CMPath::fromEncoded(itemId);
+        LOG(Signature::prepareList, TRACE, "itemId: " << path);
+        const QString absolutePath = joinedPath(path.base());
+        LOG(Signature::prepareList, TRACE, "absolutePath: " << absolutePath);
+        CMVoidReply scratch;
+        const auto prepareFile = [&](const QString& rowPath, const QString& file) {
+            const QVariantList rows = getDataImpl(scratch, rowPath, CMAllRoles());
+            const QVariant item = reader.readItem(m_rootDir, file, m_serviceId, rows);
+            LOG(Signature::prepareList, TRACE, "Item: " << item);
+            result.append(item);
+        };
+        const QFileInfo info(absolutePath);
+        if (info.isDir()) {
+            LOG(Signature::prepareList, TRACE, "item is a dir: going through on subdirectories");
+            for (const QString& file : sortedFiles(absolutePath, patterns))
+                prepareFile(m_rootDir.absoluteFilePath(file), file);
+        } else if (info.isFile() && QDir::match(patterns, info.fileName())) {
+            LOG(Signature::prepareList, TRACE, "item is a file");
+            prepareFile(absolutePath, absolutePath);
+        } else {
+            LOG(Signature::prepareList, TRACE, "unkown type of object: " << absolutePath);
+        }
+    }
+    LOG(Signature::prepareList, TRACE, "res: " << result);
+    return result;
 }
 
 int CMFileWorker::renewRowsVersion()

@@ -14,6 +14,8 @@
 
 #include <optional>
 
+class TagReader;
+
 /// Serves one local directory tree, the root: directories are containers, files that match the playable patterns are
 /// items, hidden entries are never shown. Directories that clients have opened are watched.
 ///
@@ -29,6 +31,7 @@ public:
 
     void getDataRequest(const CMGetDataRequest& request) override;
     void getRowsRequest(const CMGetRowsRequest& request) override;
+    void setDataRequest(const CMSetDataRequest& request) override;
 
     /// `path` is relative to the root, or absolute; the entry need not exist.
     [[nodiscard]] QVariantList getDataImpl(CMVoidReply& reply, const QString& path, const QStringList& roles) override;
@@ -78,6 +81,12 @@ private:
 
     [[nodiscard]] QVariant roleValue(const QString& role, Entry& entry) const;
     [[nodiscard]] QVariant mediaData(Entry& entry) const;
+
+    void countFiles(const CMSetDataRequest& request);
+    [[nodiscard]] QVariantList
+    prepareItems(const CMSetDataRequest& request, const TagReader& reader, const QStringList& patterns);
+    [[nodiscard]] QVariantList
+    prepareItems(const QStringList& itemIds, const TagReader& reader, const QStringList& patterns);
 
     [[nodiscard]] CMError errorAccessViolation(const QString& path) const;
     [[nodiscard]] CMError errorNoReadPermission(const QString& path) const;
