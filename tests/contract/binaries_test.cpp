@@ -89,6 +89,11 @@ TEST(Binaries, SdkNeedsQtCoreAndLog4cplusAlone)
     EXPECT_THAT(needsOf(TAVO_API), UnorderedElementsAre("libQt5Core", "liblog4cplus"));
 }
 
+TEST(Binaries, TagReadersAloneNeedTagLibAndQtGui)
+{
+    EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Gui", "libtag"));
+}
+
 TEST(Binaries, PlayListHelperNeedsTheSdkAndQtCoreAlone)
 {
     EXPECT_THAT(needsOf(TAVO_PLAYLIST), UnorderedElementsAre("libtavo_api", "libQt5Core"));
