@@ -86,7 +86,7 @@ void SessionServer::begin(const SessionMethod& method, const JsonRpc::Request& r
 {
     m_free.acquire();
     if (m_stopped)
-        return;
+        return m_free.release();
     if (method.lane == SessionMethod::Lane::InOrder)
         return beginInOrder(method, request);
     QThreadPool& pool = method.lane == SessionMethod::Lane::Long ? m_walkPool : m_pool;
