@@ -56,9 +56,9 @@ public:
 
     int run()
     {
-        report(QStringLiteral("watching %1, interrupt to end").arg(counted(m_open.size())));
         const SignalWatcher signalWatcher;
         QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+        report(QStringLiteral("watching %1, interrupt to end").arg(counted(m_open.size())));
         const int status = QCoreApplication::exec();
         static_cast<void>(m_output.drain(Ending::patience));
         return status;
