@@ -5,6 +5,8 @@
 #include <QStringList>
 
 #include <log4cplus/configurator.h>
+#include <log4cplus/consoleappender.h>
+#include <log4cplus/layout.h>
 #include <log4cplus/logger.h>
 #include <log4cplus/loglevel.h>
 
@@ -34,7 +36,9 @@ Result<Done> configureFrom(const QString& file)
 void configureDefault()
 {
     constexpr bool toStandardError = true;
-    log4cplus::BasicConfigurator(log4cplus::Logger::getDefaultHierarchy(), toStandardError).configure();
+    log4cplus::SharedAppenderPtr appender(new log4cplus::ConsoleAppender(toStandardError));
+    appender->setLayout(std::make_unique<log4cplus::PatternLayout>("%D{%Y-%m-%d %H:%M:%S.%q} %p %c: %m%n"));
+    log4cplus::Logger::getRoot().addAppender(appender);
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::WARN_LOG_LEVEL);
 }
 
