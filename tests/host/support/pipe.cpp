@@ -1,7 +1,5 @@
 #include "pipe.h"
 
-#include <QList>
-
 #include <array>
 
 #include <fcntl.h>
@@ -33,6 +31,11 @@ Pipe::~Pipe()
     closeWritingEnd();
 }
 
+QString Pipe::writingFileName() const
+{
+    return QStringLiteral("/proc/self/fd/%1").arg(m_writingEnd);
+}
+
 void Pipe::write(const QByteArray& bytes) const
 {
     for (int done = 0; done < bytes.size();) {
@@ -54,11 +57,12 @@ QByteArray Pipe::read() const
 QList<QByteArray> Pipe::readLines(int count) const
 {
     QByteArray text;
-    while (text.count('\n') < count) {
-        const QByteArray more = read();
-        if (more.isEmpty())
-            break;
+    int ends = 0;
+    for (QByteArray more = read(); !more.isEmpty(); more = read()) {
         text += more;
+        ends += more.count('\n');
+        if (ends >= count)
+            break;
     }
     QList<QByteArray> lines = text.split('\n');
     if (lines.last().isEmpty())

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
+#include <QString>
 
-/// A pipe between threads of the test.
+/// A pipe between threads of the test, or from a program to it.
 class Pipe
 {
 public:
@@ -12,6 +14,9 @@ public:
 
     [[nodiscard]] int readingEnd() const { return m_readingEnd; }
     [[nodiscard]] int writingEnd() const { return m_writingEnd; }
+
+    /// Under which a program can open the writing end.
+    [[nodiscard]] QString writingFileName() const;
 
     /// All of it; waits for the reader.
     void write(const QByteArray& bytes) const;

@@ -4,9 +4,24 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
 TemporaryTree::TemporaryTree()
 {
     Q_ASSERT(m_directory.isValid());
+    m_directory.setAutoRemove(false);
+}
+
+TemporaryTree::~TemporaryTree()
+{
+    // Unlike Qt it also removes what has a name that is no UTF-8.
+    std::error_code ignored;
+    std::filesystem::remove_all(m_directory.path().toStdString(), ignored);
 }
 
 QString TemporaryTree::root() const
@@ -31,6 +46,13 @@ void TemporaryTree::addFile(const QString& path, const QByteArray& content)
     QFile file(absolute(path));
     const bool written = file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
     Q_ASSERT(written);
+}
+
+void TemporaryTree::setModified(const QString& path, qint64 seconds)
+{
+    const std::array<timespec, 2> times = {{{seconds, 0}, {seconds, 0}}};
+    const int set = utimensat(AT_FDCWD, QFile::encodeName(absolute(path)).constData(), times.data(), 0);
+    Q_ASSERT(set == 0);
 }
 
 void TemporaryTree::rename(const QString& from, const QString& to)

@@ -1,0 +1,406 @@
+#include "support/names.h"
+#include "support/pipe.h"
+#include "support/sessionclient.h"
+#include "support/temporarytree.h"
+
+#include "printers.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QSet>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <future>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class SessionProgram : public testing::Test
+{
+protected:
+    SessionProgram()
+    {
+        tree.addFile(QStringLiteral("a/b/song.mp3"));
+        tree.addFile(QStringLiteral("top.mp3"));
+        client = std::make_unique<SessionClient>(QStringList{QStringLiteral("--root"), tree.root()});
+    }
+
+    [[nodiscard]] static QJsonObject path(const char* encoded)
+    {
+        return {{QStringLiteral("path"), QString::fromUtf8(encoded)}};
+    }
+
+    [[nodiscard]] int errorOf(const char* method, const QJsonValue& parameters) const
+    {
+        return errorCode(client->call(QString::fromUtf8(method), parameters));
+    }
+
+    /// The answer's error to a line that is no request.
+    [[nodiscard]] int errorOfLine(const QByteArray& line) const
+    {
+        client->send(line);
+        const QJsonObject answer = client->next();
+        EXPECT_TRUE(answer.contains(QLatin1String("id"))) << line.left(100).toStdString();
+        return errorCode(answer);
+    }
+
+    void expectAlive() const { EXPECT_EQ(errorCode(client->call(QStringLiteral("describe"))), 0); }
+
+    [[nodiscard]] static QJsonObject resultOf(const QJsonObject& answer)
+    {
+        EXPECT_EQ(errorCode(answer), 0) << QJsonDocument(answer).toJson().toStdString();
+        return answer.value(QLatin1String("result")).toObject();
+    }
+
+    TemporaryTree tree;
+    std::unique_ptr<SessionClient> client;
+};
+
+TEST_F(SessionProgram, DescribeTellsWhatThereIs)
+{
+    const QJsonObject result = resultOf(client->call(QStringLiteral("describe")));
+    EXPECT_EQ(result.value(QLatin1String("prefix")).toString(), QStringLiteral("/file"));
+    EXPECT_EQ(result.value(QLatin1String("root")).toString(), tree.root());
+    EXPECT_EQ(result.value(QLatin1String("contextMenu")).toString(), QStringLiteral("/file/menu/context"));
+    EXPECT_TRUE(result.value(QLatin1String("roles")).toArray().contains(QStringLiteral("mediaData")));
+    const QJsonObject services = result.value(QLatin1String("services")).toObject();
+    for (const char* service : {"preparePlaylist", "prepareLibrary", "countFiles"})
+        EXPECT_THAT(services.value(QLatin1String(service)).toString().toStdString(), testing::StartsWith("/file/"));
+}
+
+TEST_F(SessionProgram, RowsTakeTheirParametersByNameOrInOrder)
+{
+    QJsonObject parameters = path("/file/");
+    parameters.insert(QStringLiteral("first"), 1);
+    parameters.insert(QStringLiteral("roles"), QJsonArray{QStringLiteral("title")});
+    const QJsonObject byName = resultOf(client->call(QStringLiteral("rows"), parameters));
+    EXPECT_EQ(byName.value(QLatin1String("count")).toInt(), 2);
+    EXPECT_EQ(byName.value(QLatin1String("version")).toInt(-1), 0);
+    EXPECT_EQ(byName.value(QLatin1String("rows")).toArray(), QJsonArray{QJsonArray{QStringLiteral("top.mp3")}});
+    const QJsonArray inOrder{QStringLiteral("/file/"), 1, 99, 0, QJsonArray{QStringLiteral("title")}};
+    EXPECT_EQ(resultOf(client->call(QStringLiteral("rows"), inOrder)), byName);
+}
+
+TEST_F(SessionProgram, DataAreOneEntrysValues)
+{
+    QJsonObject parameters = path("/file/a");
+    parameters.insert(QStringLiteral("roles"), QJsonArray{QStringLiteral("type"), QStringLiteral("nothing")});
+    const QJsonObject answer = client->call(QStringLiteral("data"), parameters);
+    EXPECT_EQ(
+        answer.value(QLatin1String("result")).toArray(), (QJsonArray{QStringLiteral("container"), QJsonValue::Null}));
+    EXPECT_EQ(errorOf("data", path("/file/missing")), -32000);
+}
+
+TEST_F(SessionProgram, MenuIsThatOfAnItem)
+{
+    const QJsonObject menu = resultOf(client->call(QStringLiteral("menu"), path("/file/top.mp3")));
+    EXPECT_EQ(
+        menu.keys(), (QStringList{
+                         QStringLiteral("containerType"), QStringLiteral("count"), QStringLiteral("rows"),
+                         QStringLiteral("title")}));
+    EXPECT_EQ(menu.value(QLatin1String("containerType")).toInt(), 100);
+}
+
+TEST_F(SessionProgram, MenuIsAlsoTheRowsBelowTheContextMenu)
+{
+    const QJsonObject menu = resultOf(client->call(QStringLiteral("menu"), path("/file/top.mp3")));
+    const QJsonObject rows = resultOf(client->call(
+        QStringLiteral("rows"), QJsonArray{
+                                    QStringLiteral("/file/menu/context//file/top.mp3"), 0, 9, 0,
+                                    resultOf(client->call(QStringLiteral("describe"))).value(QLatin1String("roles"))}));
+    EXPECT_EQ(rows, menu);
+    EXPECT_EQ(errorOf("rows", path("/file/menu/context")), -32000);
+}
+
+TEST_F(SessionProgram, RefusalCarriesNameMessageAndTitle)
+{
+    const QJsonObject error =
+        client->call(QStringLiteral("rows"), path("/file/../x")).value(QLatin1String("error")).toObject();
+    EXPECT_EQ(error.value(QLatin1String("code")).toInt(), -32000);
+    const QJsonObject data = error.value(QLatin1String("data")).toObject();
+    EXPECT_EQ(data.value(QLatin1String("name")).toString(), QStringLiteral("accessViolation"));
+    EXPECT_EQ(data.value(QLatin1String("message")), error.value(QLatin1String("message")));
+    EXPECT_FALSE(data.value(QLatin1String("title")).toString().isEmpty());
+}
+
+TEST_F(SessionProgram, ChangesOfOpenedPathsAreTold)
+{
+    ASSERT_EQ(errorOf("open", path("/file/a")), 0);
+    tree.addFile(QStringLiteral("a/new.mp3"));
+    const QJsonObject change = client->nextChange();
+    EXPECT_EQ(change.value(QLatin1String("path")).toString(), QStringLiteral("/file/a"));
+    EXPECT_EQ(change.value(QLatin1String("changes")).toArray(), QJsonArray{QStringLiteral("reset")});
+    const QJsonObject rows = resultOf(client->call(QStringLiteral("rows"), path("/file/a")));
+    EXPECT_EQ(rows.value(QLatin1String("version")), change.value(QLatin1String("version")));
+}
+
+TEST_F(SessionProgram, RowsOfAnOldVersionAreRefused)
+{
+    ASSERT_EQ(errorOf("open", path("/file/a")), 0);
+    QJsonObject parameters = path("/file/a");
+    const int version =
+        resultOf(client->call(QStringLiteral("rows"), parameters)).value(QLatin1String("version")).toInt();
+    EXPECT_GT(version, 0);
+    parameters.insert(QStringLiteral("version"), version);
+    EXPECT_EQ(errorOf("rows", parameters), 0);
+    parameters.insert(QStringLiteral("version"), version + 1);
+    EXPECT_EQ(errorOf("rows", parameters), -32000);
+}
+
+TEST_F(SessionProgram, OpenAndCloseRunInTheirOrder)
+{
+    QList<int> ids;
+    for (int round = 0; round < 50; ++round) {
+        ids.append(client->request(QStringLiteral("open"), path("/file/a/b")));
+        ids.append(client->request(QStringLiteral("close"), path("/file/a/b")));
+    }
+    for (const int id : ids) {
+        const QJsonObject answer = client->next();
+        EXPECT_EQ(answer.value(QLatin1String("id")).toInt(), id);
+        EXPECT_EQ(errorCode(answer), 0);
+    }
+}
+
+TEST_F(SessionProgram, WhatTheSessionGuardsDoesNotReachTheWorker)
+{
+    EXPECT_EQ(errorOf("rows", QJsonArray{QStringLiteral("/file/"), -1}), -32602);
+    EXPECT_EQ(errorOf("rows", QJsonArray{QStringLiteral("/file/"), 0, -2}), -32602);
+    EXPECT_EQ(errorOf("rows", QJsonArray{QStringLiteral("/file/"), 0, 9, -1}), -32602);
+    for (const char* encoded :
+         {"/file/a/../a", "/file//etc", "/file/..", "/file/./a", "/file/a%2F%2Fb", "/file/a%00", "/file/top.mp3",
+          "/file/missing", "/other/a", "", "/", "a", "/file/menu/context"})
+        EXPECT_EQ(errorOf("open", path(encoded)), -32000) << encoded;
+    EXPECT_EQ(errorOf("close", path("/file/a")), -32000);
+    expectAlive();
+}
+
+TEST_F(SessionProgram, ParametersOfAnotherTypeAreInvalid)
+{
+    const QList<QJsonValue> parameters = {
+        QJsonValue::Undefined,
+        QJsonArray{},
+        QJsonArray{1},
+        QJsonArray{QJsonValue::Null},
+        QJsonArray{QStringLiteral("/file/"), 1.5},
+        QJsonArray{QStringLiteral("/file/"), QStringLiteral("1")},
+        QJsonArray{QStringLiteral("/file/"), QJsonValue::Null},
+        QJsonArray{QStringLiteral("/file/"), 1e300},
+        QJsonArray{QStringLiteral("/file/"), 4294967296.0},
+        QJsonArray{QStringLiteral("/file/"), 0, true},
+        QJsonArray{QStringLiteral("/file/"), 0, 0, QJsonArray{}},
+        QJsonArray{QStringLiteral("/file/"), 0, 0, 0, QStringLiteral("title")},
+        QJsonArray{QStringLiteral("/file/"), 0, 0, 0, QJsonArray{1}},
+        QJsonArray{QStringLiteral("/file/"), 0, 0, 0, QJsonArray{}, 0},
+        QJsonObject{{QStringLiteral("path"), QStringLiteral("/file/")}, {QStringLiteral("frist"), 0}}};
+    for (const QJsonValue& given : parameters)
+        EXPECT_EQ(errorOf("rows", given), -32602) << QJsonDocument(QJsonArray{given}).toJson().toStdString();
+    EXPECT_EQ(errorOf("set", path("/file/x")), -32602);
+    EXPECT_EQ(errorOf("describe", QJsonArray{1}), -32602);
+    EXPECT_EQ(errorOf("open", QJsonArray{}), -32602);
+}
+
+TEST_F(SessionProgram, UnknownMethodsAreRefused)
+{
+    EXPECT_EQ(errorOf("Rows", path("/file/")), -32601);
+    EXPECT_EQ(errorOf("", QJsonValue::Undefined), -32601);
+}
+
+TEST_F(SessionProgram, MalformedLinesAreAnswered)
+{
+    EXPECT_EQ(errorOfLine("not json"), -32700);
+    EXPECT_EQ(errorOfLine(""), -32700);
+    EXPECT_EQ(errorOfLine("{\"a\":\"\xff\xfe\"}"), -32700);
+    EXPECT_EQ(errorOfLine(QByteArray("{}\0{}", 5)), -32700);
+    EXPECT_EQ(errorOfLine(QByteArray(100000, '[')), -32700);
+    EXPECT_EQ(errorOfLine("[]"), -32600);
+    EXPECT_EQ(errorOfLine("17"), -32600);
+    EXPECT_EQ(errorOfLine(R"({"jsonrpc":"2.0","method":[]})"), -32600);
+    expectAlive();
+}
+
+TEST_F(SessionProgram, OversizedLineIsRefusedAndPassedOver)
+{
+    EXPECT_EQ(errorOfLine(QByteArray(3 * 1024 * 1024, 'x')), -32600);
+    expectAlive();
+}
+
+TEST_F(SessionProgram, LargeLineIsServed)
+{
+    QJsonObject parameters = path("/file/");
+    QJsonArray roles;
+    while (roles.size() < 50000)
+        roles.append(QStringLiteral("nothing"));
+    parameters.insert(QStringLiteral("roles"), roles);
+    EXPECT_EQ(errorOf("rows", parameters), 0);
+}
+
+TEST_F(SessionProgram, NotificationsAreNotAnswered)
+{
+    client->send(R"({"jsonrpc":"2.0","method":"rows","params":["/file/"]})");
+    client->send(R"({"jsonrpc":"2.0","method":"nothing"})");
+    client->send(R"({"jsonrpc":"2.0","method":"open","params":["/file/missing"]})");
+    client->send(R"({"jsonrpc":"2.0","method":"open","params":["/file/a"]})");
+    const QJsonObject answer = client->call(QStringLiteral("close"), path("/file/a"));
+    EXPECT_EQ(errorCode(answer), 0);
+    EXPECT_THAT(client->program().finish().output.toStdString(), IsEmpty());
+}
+
+TEST_F(SessionProgram, AnswerHasTheIdOfItsRequest)
+{
+    for (const char* id : {"\"text\"", "0", "-7", "1.5", "null", "\"\\u0000\\ud800\"", "9007199254740993"}) {
+        client->send(QByteArray(R"({"jsonrpc":"2.0","method":"describe","id":)") + id + '}');
+        const QByteArray line = client->program().readLine();
+        EXPECT_TRUE(line.contains(QByteArray("\"id\":") + id)) << id << line.left(60).toStdString();
+    }
+}
+
+TEST_F(SessionProgram, EverythingIsAnsweredBeforeTheEnd)
+{
+    QSet<int> ids;
+    QByteArray lines;
+    for (int id = 1; id <= 2000; ++id) {
+        const char* method = id % 3 == 0 ? "open" : "rows";
+        lines += R"({"jsonrpc":"2.0","id":)" + QByteArray::number(id) + R"(,"method":")" + method +
+                 R"(","params":["/file/a"]})" + '\n';
+        ids.insert(id);
+    }
+    lines.chop(1);
+    client->program().write(lines);
+    const Outcome outcome = client->program().finish();
+    EXPECT_EQ(outcome.status, 0);
+    for (const QByteArray& line : linesOf(outcome.output)) {
+        const QJsonObject answer = QJsonDocument::fromJson(line).object();
+        EXPECT_EQ(errorCode(answer), 0);
+        EXPECT_TRUE(ids.remove(answer.value(QLatin1String("id")).toInt())) << line.toStdString();
+    }
+    EXPECT_THAT(ids, IsEmpty());
+}
+
+TEST_F(SessionProgram, EmptyInputIsAQuietEnd)
+{
+    const Outcome outcome = client->program().finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
+    EXPECT_THAT(outcome.errors.toStdString(), IsEmpty());
+}
+
+TEST_F(SessionProgram, SignalsEndItCleanly)
+{
+    for (const int signalNumber : {SIGINT, SIGTERM}) {
+        SessionClient other({QStringLiteral("--root"), tree.root()});
+        EXPECT_EQ(errorCode(other.call(QStringLiteral("open"), path("/file/a"))), 0);
+        other.program().signal(signalNumber);
+        const Outcome outcome = other.program().finish();
+        EXPECT_EQ(outcome.status, 0) << signalNumber;
+        EXPECT_THAT(outcome.errors.toStdString(), IsEmpty());
+    }
+}
+
+TEST_F(SessionProgram, EndsWhenNobodyReadsAnyMore)
+{
+    Pipe pipe;
+    SessionClient other;
+    other.program().setStandardOutputFile(pipe.writingFileName());
+    other.start({QStringLiteral("--root"), tree.root()});
+    pipe.closeWritingEnd();
+    pipe.closeReadingEnd();
+    other.send(R"({"jsonrpc":"2.0","id":1,"method":"describe"})");
+    // The input stays open: it is the output that ends the session.
+    EXPECT_EQ(other.program().waitForEnd().status, 0);
+}
+
+/// A session that is sent more requests than it takes while nobody reads.
+class StalledSession : public testing::Test
+{
+protected:
+    static constexpr int requests = 300;
+
+    /// A file makes about 10 kB of an answer.
+    void stall(int files)
+    {
+        for (int i = 0; i < files; ++i)
+            tree.addFile(QStringLiteral("%1.mp3").arg(i));
+        program.setStandardOutputFile(output.writingFileName());
+        program.start({QStringLiteral("--root"), tree.root(), QStringLiteral("session")});
+        output.closeWritingEnd();
+        const QByteArray roles = QByteArray(R"("mediaData",)").repeated(80) + R"("title")";
+        QByteArray lines;
+        for (int id = 1; id <= requests; ++id)
+            lines += R"({"jsonrpc":"2.0","id":)" + QByteArray::number(id) +
+                     R"(,"method":"rows","params":["/file/",0,99,0,[)" + roles + "]]}\n";
+        EXPECT_FALSE(program.writesAll(lines)) << "the session takes whatever comes";
+    }
+
+    TemporaryTree tree;
+    Pipe output;
+    Tavo program;
+};
+
+TEST_F(StalledSession, KeepsLittleOfWhatIsNotRead)
+{
+    stall(100);
+    QFile status(QStringLiteral("/proc/%1/status").arg(program.processId()));
+    ASSERT_TRUE(status.open(QIODevice::ReadOnly));
+    const QRegularExpressionMatch peak =
+        QRegularExpression(QStringLiteral("VmHWM:\\s*(\\d+) kB")).match(QString::fromLatin1(status.readAll()));
+    ASSERT_TRUE(peak.hasMatch());
+    EXPECT_LT(peak.captured(1).toInt(), 100 * 1024);
+}
+
+TEST_F(StalledSession, AnswersEverythingOnceItIsRead)
+{
+    stall(5);
+    auto reading = std::async(std::launch::async, [this] { return output.readLines(requests); });
+    EXPECT_EQ(program.finish().status, 0);
+    QSet<QByteArray> heads;
+    for (const QByteArray& line : reading.get()) {
+        EXPECT_TRUE(line.endsWith("\"version\":0}}")) << line.right(100).toStdString();
+        heads.insert(line.left(line.indexOf(",\"result\"")));
+    }
+    EXPECT_EQ(heads.size(), requests);
+}
+
+TEST_F(StalledSession, EndsAtASignal)
+{
+    stall(5);
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.waitForEnd().status, 0);
+}
+
+TEST_F(SessionProgram, NamesOfAllKindsCanBeOpened)
+{
+    for (const QByteArray& name : nastyNames())
+        tree.addDirectory(QString::fromUtf8(name));
+    const QJsonArray roles{QStringLiteral("path")};
+    const QJsonArray parameters{QStringLiteral("/file/"), 0, 99, 0, roles};
+    const QJsonObject root = resultOf(client->call(QStringLiteral("rows"), parameters));
+    for (const QJsonValue row : root.value(QLatin1String("rows")).toArray()) {
+        const QString encoded = row.toArray().first().toString();
+        if (encoded == QStringLiteral("/file/top.mp3"))
+            continue;
+        EXPECT_EQ(errorOf("open", QJsonArray{encoded}), 0) << encoded.toStdString();
+        EXPECT_EQ(errorOf("close", QJsonArray{encoded}), 0) << encoded.toStdString();
+    }
+}
+
+TEST_F(SessionProgram, DirectoryBelowOneThatCannotBeReadIsNotOpened)
+{
+    QFile::setPermissions(tree.absolute(QStringLiteral("a")), QFile::ExeOwner);
+    SessionClient other;
+    other.program().setRights(Tavo::Rights::NoOverride);
+    other.start({QStringLiteral("--root"), tree.root()});
+    const QJsonObject error =
+        other.call(QStringLiteral("open"), path("/file/a/b")).value(QLatin1String("error")).toObject();
+    EXPECT_EQ(error.value(QLatin1String("message")).toString(), QStringLiteral("No permission to read directory 'a'"));
+    QFile::setPermissions(tree.absolute(QStringLiteral("a")), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    EXPECT_EQ(errorCode(other.call(QStringLiteral("open"), path("/file/a/b"))), 0);
+}
+
+} // namespace

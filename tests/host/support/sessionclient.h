@@ -1,0 +1,42 @@
+#pragma once
+
+#include "support/tavo.h"
+
+#include <QJsonObject>
+#include <QList>
+
+/// A client of "tavo session".
+class SessionClient
+{
+public:
+    SessionClient() = default;
+    explicit SessionClient(const QStringList& arguments) { start(arguments); }
+
+    /// `arguments` come before the command.
+    void start(const QStringList& arguments);
+
+    [[nodiscard]] Tavo& program() { return m_program; }
+
+    void send(const QByteArray& line) { m_program.write(line + '\n'); }
+    /// Sends a request and returns its id.
+    int request(const QString& method, const QJsonValue& parameters);
+    /// The next message, whatever it is; empty if there is none any more.
+    [[nodiscard]] QJsonObject next();
+    /// The answer to a request; what else comes before it is kept for later.
+    [[nodiscard]] QJsonObject answerTo(int id);
+    /// The answer of a new request.
+    [[nodiscard]] QJsonObject call(const QString& method, const QJsonValue& parameters = QJsonValue::Undefined);
+    /// The parameters of the next rowsChanged.
+    [[nodiscard]] QJsonObject nextChange();
+
+private:
+    template<typename Condition>
+    [[nodiscard]] QJsonObject take(const Condition& isWanted);
+
+    Tavo m_program;
+    int m_lastId = 0;
+    QList<QJsonObject> m_kept;
+};
+
+/// 0 if the answer is a result.
+[[nodiscard]] int errorCode(const QJsonObject& answer);

@@ -1,0 +1,126 @@
+#include "tavo.h"
+
+#include <QProcessEnvironment>
+
+#include <csignal>
+
+#include <linux/capability.h>
+#include <sys/prctl.h>
+
+namespace {
+
+/// Milliseconds; programs under an emulator are slow.
+constexpr int patience = 60000;
+constexpr int shortPatience = 2000;
+
+} // namespace
+
+Tavo::~Tavo()
+{
+    if (state() == NotRunning)
+        return;
+    kill();
+    waitForFinished(patience);
+}
+
+void Tavo::setVariable(const QString& name, const QString& value)
+{
+    QProcessEnvironment environment = processEnvironment();
+    if (environment.isEmpty())
+        environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(name, value);
+    setProcessEnvironment(environment);
+}
+
+void Tavo::start(const QStringList& arguments)
+{
+    QProcess::start(QStringLiteral(TAVO_PROGRAM), arguments);
+    const bool started = waitForStarted(patience);
+    Q_ASSERT(started);
+}
+
+void Tavo::write(const QByteArray& input)
+{
+    QProcess::write(input);
+    while (bytesToWrite() > 0 && waitForBytesWritten(patience)) {
+    }
+}
+
+bool Tavo::writesAll(const QByteArray& input)
+{
+    QProcess::write(input);
+    while (bytesToWrite() > 0 && waitForBytesWritten(shortPatience)) {
+    }
+    return bytesToWrite() == 0;
+}
+
+void Tavo::closeInput()
+{
+    closeWriteChannel();
+}
+
+QByteArray Tavo::readLine()
+{
+    return readLine(StandardOutput);
+}
+
+QByteArray Tavo::readErrorLine()
+{
+    return readLine(StandardError);
+}
+
+QByteArray Tavo::readLine(ProcessChannel channel)
+{
+    setReadChannel(channel);
+    while (!canReadLine() && waitForReadyRead(patience)) {
+    }
+    if (!canReadLine())
+        return {};
+    QByteArray line = QProcess::readLine();
+    line.chop(1);
+    return line;
+}
+
+void Tavo::signal(int signalNumber)
+{
+    ::kill(static_cast<pid_t>(QProcess::processId()), signalNumber);
+}
+
+Outcome Tavo::finish()
+{
+    closeWriteChannel();
+    return waitForEnd();
+}
+
+Outcome Tavo::waitForEnd()
+{
+    if (!waitForFinished(patience))
+        kill();
+    waitForFinished(patience);
+    const int status = exitStatus() == NormalExit ? exitCode() : -exitCode();
+    return {status, readAllStandardOutput(), readAllStandardError()};
+}
+
+void Tavo::setupChildProcess()
+{
+    if (m_rights == Rights::Usual)
+        return;
+    // What root gets back when it starts a program is what is left in the bounding set.
+    prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+}
+
+Outcome runTavo(const QStringList& arguments, const QByteArray& input)
+{
+    Tavo tavo(arguments);
+    tavo.write(input);
+    return tavo.finish();
+}
+
+QList<QByteArray> linesOf(const QByteArray& text)
+{
+    QList<QByteArray> lines = text.split('\n');
+    if (lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QProcess>
+#include <QStringList>
+
+/// How a program ended.
+struct Outcome
+{
+    /// Below 0: minus the signal that ended it.
+    int status = 0;
+    QByteArray output;
+    QByteArray errors;
+};
+
+/// The built program, running. Waiting for it has an end: a program that does not do what is waited for is killed.
+class Tavo : private QProcess
+{
+public:
+    enum class Rights {
+        Usual,
+        /// Permissions of files hold even if the tests are run by root.
+        NoOverride
+    };
+
+    Tavo() = default;
+    explicit Tavo(const QStringList& arguments) { start(arguments); }
+    ~Tavo() override;
+    Q_DISABLE_COPY_MOVE(Tavo)
+
+    /// Before start().
+    void setRights(Rights rights) { m_rights = rights; }
+    void setVariable(const QString& name, const QString& value);
+    using QProcess::setStandardErrorFile;
+    using QProcess::setStandardOutputFile;
+    void start(const QStringList& arguments);
+
+    /// Waits until all is written.
+    void write(const QByteArray& input);
+    /// False if the program takes no more for a while; the rest is written while other things are waited for.
+    [[nodiscard]] bool writesAll(const QByteArray& input);
+    void closeInput();
+    /// Without its end; null if there comes none.
+    [[nodiscard]] QByteArray readLine();
+    /// Without its end; null if there comes none.
+    [[nodiscard]] QByteArray readErrorLine();
+    [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
+
+    void signal(int signalNumber);
+    [[nodiscard]] Outcome waitForEnd();
+    /// Closes the input first.
+    [[nodiscard]] Outcome finish();
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    [[nodiscard]] QByteArray readLine(ProcessChannel channel);
+
+    Rights m_rights = Rights::Usual;
+};
+
+[[nodiscard]] Outcome runTavo(const QStringList& arguments, const QByteArray& input = {});
+
+/// The lines of a text that ends in a newline.
+[[nodiscard]] QList<QByteArray> linesOf(const QByteArray& text);

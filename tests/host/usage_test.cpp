@@ -1,0 +1,114 @@
+#include "support/tavo.h"
+#include "support/temporarytree.h"
+
+#include "printers.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+QStringList words(const char* text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+/// The one line that says what is wrong.
+std::string wrongUse(const QStringList& arguments)
+{
+    const Outcome outcome = runTavo(arguments);
+    EXPECT_EQ(outcome.status, 2) << arguments.join(QLatin1Char(' ')).toStdString();
+    EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
+    EXPECT_EQ(outcome.errors.count('\n'), 1) << outcome.errors.toStdString();
+    EXPECT_TRUE(outcome.errors.startsWith("tavo: ")) << outcome.errors.toStdString();
+    return outcome.errors.toStdString();
+}
+
+TEST(Usage, HelpListsTheCommands)
+{
+    const Outcome outcome = runTavo({QStringLiteral("--help")});
+    EXPECT_EQ(outcome.status, 0);
+    for (const char* word : {"browse", "watch", "session", "info", "count", "menu", "--root", "--filter", "--module"})
+        EXPECT_THAT(outcome.output.toStdString(), HasSubstr(word));
+}
+
+TEST(Usage, EveryCommandExplainsItselfWithAnExample)
+{
+    for (const char* command : {"browse", "watch", "session", "info", "count", "menu"}) {
+        const Outcome outcome = runTavo({QString::fromUtf8(command), QStringLiteral("--help")});
+        EXPECT_EQ(outcome.status, 0) << command;
+        EXPECT_THAT(outcome.output.toStdString(), HasSubstr("tavo --root ~/Music"));
+        EXPECT_THAT(outcome.errors.toStdString(), IsEmpty());
+    }
+}
+
+TEST(Usage, VersionIsPrinted)
+{
+    const Outcome outcome = runTavo({QStringLiteral("--version")});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output.toStdString(), testing::MatchesRegex("tavo [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(Usage, WrongUseIsToldInOneLine)
+{
+    EXPECT_THAT(wrongUse({}), HasSubstr("command"));
+    EXPECT_THAT(wrongUse(words("bro")), HasSubstr("'bro'"));
+    EXPECT_THAT(wrongUse(words("--foo")), HasSubstr("foo"));
+    EXPECT_THAT(wrongUse(words("browse --foo")), HasSubstr("foo"));
+    EXPECT_THAT(wrongUse(words("--root")), HasSubstr("root"));
+    EXPECT_THAT(wrongUse(words("--root / browse a b")), HasSubstr("[PATH]"));
+    EXPECT_THAT(wrongUse(words("--root / watch")), HasSubstr("PATH..."));
+    EXPECT_THAT(wrongUse(words("--root / info")), HasSubstr("PATH"));
+    EXPECT_THAT(wrongUse(words("--root / session x")), HasSubstr("session"));
+    EXPECT_THAT(wrongUse(words("--root / browse --first -1")), HasSubstr("--first"));
+    EXPECT_THAT(wrongUse(words("--root / browse --first x")), HasSubstr("'x'"));
+    EXPECT_THAT(wrongUse(words("--root / browse --last -2")), HasSubstr("--last"));
+    EXPECT_THAT(wrongUse(words("--root / browse --rows-version 99999999999")), HasSubstr("--rows-version"));
+    EXPECT_THAT(wrongUse(words("--root / --album-art-width 0 browse")), HasSubstr("--album-art-width"));
+    EXPECT_THAT(wrongUse(words("--root / --sweep x browse")), HasSubstr("--sweep"));
+    EXPECT_THAT(wrongUse(words("--root / --log-level loud browse")), HasSubstr("'loud'"));
+    EXPECT_THAT(wrongUse(words("--root / --log-config /no/such/file browse")), HasSubstr("/no/such/file"));
+}
+
+TEST(Usage, RootThatIsNoneIsNamed)
+{
+    TemporaryTree tree;
+    tree.addFile(QStringLiteral("file"));
+    EXPECT_THAT(wrongUse(words("browse")), HasSubstr("--root"));
+    EXPECT_THAT(wrongUse({QStringLiteral("--root"), QString(""), QStringLiteral("browse")}), HasSubstr("--root ''"));
+    EXPECT_THAT(wrongUse(words("--root /no/such browse")), HasSubstr("/no/such"));
+    const QString file = tree.absolute(QStringLiteral("file"));
+    EXPECT_THAT(wrongUse({QStringLiteral("--root"), file, QStringLiteral("browse")}), HasSubstr(file.toStdString()));
+    EXPECT_THAT(
+        wrongUse({QStringLiteral("--root"), QStringLiteral("new\nline"), QStringLiteral("browse")}),
+        HasSubstr("new\\nline"));
+}
+
+TEST(Usage, ServiceIdMustBeFree)
+{
+    EXPECT_THAT(wrongUse(words("--root / --service-id settings browse")), HasSubstr("'settings'"));
+    EXPECT_THAT(
+        wrongUse(
+            {QStringLiteral("--root"), QStringLiteral("/"), QStringLiteral("--service-id"), QString(""),
+             QStringLiteral("browse")}),
+        HasSubstr("--service-id"));
+}
+
+TEST(Usage, ModuleThatCannotBeLoadedIsToldInTheLoadersWords)
+{
+    const auto withModule = [](const char* file) {
+        return QStringList{
+            QStringLiteral("--root"), QStringLiteral("/"), QStringLiteral("--module"), QString::fromUtf8(file),
+            QStringLiteral("browse")};
+    };
+    EXPECT_THAT(wrongUse(withModule("/no/such.so")), HasSubstr("/no/such.so: cannot open shared object file"));
+    EXPECT_THAT(wrongUse(withModule(TAVO_TEST_DATA "/modules/not_a_library.so")), HasSubstr("not_a_library.so"));
+    EXPECT_THAT(wrongUse(withModule(MODULE_NO_FACTORY)), HasSubstr("undefined symbol: worker_create"));
+    EXPECT_THAT(wrongUse(withModule(MODULE_MISSING_SYMBOL)), HasSubstr("undefined symbol"));
+    EXPECT_THAT(wrongUse(withModule(MODULE_THROWING_FACTORY)), HasSubstr("no memory for it"));
+}
+
+} // namespace
