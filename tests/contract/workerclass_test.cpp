@@ -109,7 +109,7 @@ TEST_F(WorkerClass, VirtualOperationsStandInTheirSlots)
         "CMFileWorker::getDataRequest",
         "CMFileWorker::getRowsRequest",
         "CMWorker::matchRowRequest",
-        "CMWorker::setDataRequest",
+        "CMFileWorker::setDataRequest",
         "CMWorker::connectChange",
         "CMWorker::disconnectChange",
         "CMFileWorker::getDataImpl"};
