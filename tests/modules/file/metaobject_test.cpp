@@ -228,7 +228,7 @@ TEST(VirtualTable, OnlyTheWorkersOwnOperationsAreOverridden)
         overridden, testing::ElementsAre(
                         metaObject, metaCast, metaCall, completeDestructor, deletingDestructor,
                         slotOf(&CMFileWorker::getDataRequest), slotOf(&CMFileWorker::getRowsRequest),
-                        slotOf(&CMFileWorker::getDataImpl)));
+                        slotOf(&CMFileWorker::setDataRequest), slotOf(&CMFileWorker::getDataImpl)));
 }
 
 } // namespace

@@ -71,6 +71,16 @@ public:
     {
         m_worker.sendRowsReply(rows, title, request);
     }
+    [[nodiscard]] QVariantList
+    prepareItems(const CMSetDataRequest& request, const TagReader& reader, const QStringList& patterns) const
+    {
+        return m_worker.prepareItems(request, reader, patterns);
+    }
+    [[nodiscard]] QVariantList
+    prepareItems(const QStringList& itemIds, const TagReader& reader, const QStringList& patterns) const
+    {
+        return m_worker.prepareItems(itemIds, reader, patterns);
+    }
     void addWatch(const QString& path) const { m_worker.addWatch(path); }
     void removeWatch(const QString& path) const { m_worker.removeWatch(path); }
     void onWatcherChanged(const QString& path) const { m_worker.on_watcherChanged(path); }

@@ -13,6 +13,11 @@ inline constexpr char getRowsRequest[] = "virtual void CMFileWorker::getRowsRequ
 inline constexpr char sendRowsReply[] =
     "void CMFileWorker::sendRowsReply(const QVariantList&, const TrString&, CMGetRowsRequest)";
 inline constexpr char getDataRequest[] = "virtual void CMFileWorker::getDataRequest(const CMGetDataRequest&)";
+inline constexpr char setDataRequest[] = "virtual void CMFileWorker::setDataRequest(const CMSetDataRequest&)";
+inline constexpr char prepareRequest[] =
+    "QVariantList CMFileWorker::prepareItems(const CMSetDataRequest&, const TagReader&, const QStringList&)";
+inline constexpr char prepareList[] =
+    "QVariantList CMFileWorker::prepareItems(const QStringList&, const TagReader&, const QStringList&)";
 inline constexpr char addWatch[] = "void CMFileWorker::addWatch(QString)";
 inline constexpr char removeWatch[] = "void CMFileWorker::removeWatch(QString)";
 inline constexpr char subscribePathAdded[] = "void CMFileWorker::subscribePathAdded(const CMPath&)";
