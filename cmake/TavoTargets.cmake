@@ -15,8 +15,10 @@ function(tavo_add_library name)
     target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${arg_INCLUDE_ROOT} FILES ${arg_HEADERS})
     target_compile_definitions(${name} PUBLIC QT_FORCE_ASSERTS PRIVATE ${name}_EXPORTS QT_NO_CAST_FROM_ASCII)
     target_link_libraries(${name} PUBLIC ${arg_LINK} PRIVATE ${arg_PRIVATE_LINK})
-    target_link_options(${name} PRIVATE ${TAVO_LINK_COMPLETE} -Wl,--as-needed)
+    target_link_options(${name} PRIVATE ${TAVO_LINK_COMPLETE} -Wl,--as-needed
+        "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/library.map")
     set_target_properties(${name} PROPERTIES
+        LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/library.map"
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} VERIFY_INTERFACE_HEADER_SETS ON)
     tavo_install(${name} "${CMAKE_INSTALL_LIBDIR}" EXPORT TavoTargets
         FILE_SET HEADERS DESTINATION "${TAVO_INSTALL_INCLUDEDIR}")
@@ -33,7 +35,6 @@ function(tavo_add_module name)
     target_link_libraries(${name}_objects PUBLIC ${arg_LINK})
     add_library(${name} MODULE)
     target_link_libraries(${name} PRIVATE ${name}_objects)
-    # The C++ library's templates have default visibility whatever the compiler is told: only a version script hides them.
     target_link_options(${name} PRIVATE ${TAVO_LINK_COMPLETE} -Wl,--as-needed
         "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module.map")
     set_target_properties(${name} PROPERTIES

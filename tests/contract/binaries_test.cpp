@@ -14,6 +14,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
 using Names = std::set<std::string>;
@@ -69,7 +70,8 @@ TEST(Binaries, ModuleExportsTheFactoryAndNothingElse)
 TEST(Binaries, ModuleNeedsTheSdkQtCoreAndLog4cplusAlone)
 {
     EXPECT_THAT(
-        needsOf(TAVO_MODULE), UnorderedElementsAre("libtavo_api", "libtavo_playlist", "libQt5Core", "liblog4cplus"));
+        needsOf(TAVO_MODULE),
+        UnorderedElementsAre("libtavo_api", "libtavo_tagreader", "libtavo_playlist", "libQt5Core", "liblog4cplus"));
 }
 
 TEST(Binaries, ModuleLoadsWithAllItsSymbolsBound)
@@ -92,6 +94,19 @@ TEST(Binaries, SdkNeedsQtCoreAndLog4cplusAlone)
 TEST(Binaries, TagReadersAloneNeedTagLibAndQtGui)
 {
     EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Gui", "libtag"));
+}
+
+TEST(Binaries, SdkExportsNoInstancesOfForeignTemplates)
+{
+    static const QRegularExpression foreign(QStringLiteral("^_ZN?K?St|6TagLib"));
+    for (const char* library : {TAVO_API, TAVO_TAGREADER, TAVO_PLAYLIST}) {
+        Names instances;
+        for (const std::string& name : exportsOf(library)) {
+            if (foreign.match(QString::fromStdString(name)).hasMatch())
+                instances.insert(name);
+        }
+        EXPECT_THAT(instances, IsEmpty()) << library;
+    }
 }
 
 TEST(Binaries, PlayListHelperNeedsTheSdkAndQtCoreAlone)
