@@ -11,7 +11,9 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <limits>
 
 #include <fcntl.h>
 #include <sys/inotify.h>
@@ -59,10 +61,25 @@ bool isWatchLimitReached(const QByteArray& localPath)
     return isReached;
 }
 
-QByteArray watchLimit()
+struct Limit
 {
-    QFile file(QStringLiteral("/proc/sys/fs/inotify/max_user_watches"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray("unknown");
+    const char* name;
+    QString file;
+    int value = std::numeric_limits<int>::max();
+};
+
+/// The lower of the two limits that the kernel has: the whole system's and that of the user's namespace.
+Limit watchLimit()
+{
+    std::array<Limit, 2> limits = {
+        {{"fs.inotify.max_user_watches", QStringLiteral("/proc/sys/fs/inotify/max_user_watches")},
+         {"user.max_inotify_watches", QStringLiteral("/proc/sys/user/max_inotify_watches")}}};
+    for (Limit& limit : limits) {
+        QFile file(limit.file);
+        if (file.open(QIODevice::ReadOnly))
+            limit.value = file.readAll().trimmed().toInt();
+    }
+    return limits[0].value <= limits[1].value ? limits[0] : limits[1];
 }
 
 } // namespace
@@ -146,12 +163,15 @@ void Healer::sweep()
     m_worker.subscribe()->renew(missed);
 }
 
-bool Healer::isMissed(Directory& directory, Time modified, Time told)
+bool Healer::isMissed(Directory& directory, Time modified, Time told) const
 {
     const bool wasToldSince = told != directory.told;
-    const bool isCovered = modified == directory.last.modified || (wasToldSince && modified <= told);
+    // The file system's clock is coarse: a change right after a reset may seem to be the one that the reset was for.
+    // Where events arrive it brings a reset of its own.
+    const bool isReset = m_eventsArrive && wasToldSince && modified <= told;
+    const bool isCovered = modified == directory.last.modified || isReset;
     // A change may be on its way still, so it is given until the next sweep.
-    const bool isMissed = !isCovered && directory.suspect && !wasToldSince;
+    const bool isMissed = !isCovered && directory.suspect && (!wasToldSince || !m_eventsArrive);
     directory.suspect = !isCovered;
     directory.told = told;
     if (isCovered)
@@ -182,10 +202,12 @@ void Healer::warnOfBlindFileSystem(const QByteArray& localPath)
         return;
     m_fileSystemChecked = true;
     const QByteArray type = QStorageInfo(QFile::decodeName(localPath)).fileSystemType();
-    if (sendsNoEvents(type))
-        WARN(
-            localPath.constData() << " lies on a file system of type " << type.constData()
-                                  << ", which does not tell of changes: they are found by looking, and later");
+    if (!sendsNoEvents(type))
+        return;
+    m_eventsArrive = false;
+    WARN(
+        localPath.constData() << " lies on a file system of type " << type.constData()
+                              << ", which does not tell of changes: they are found by looking, and later");
 }
 
 void Healer::warnOfWatchLimit()
@@ -196,7 +218,9 @@ void Healer::warnOfWatchLimit()
     if (!isWatchLimitReached(m_directories.cbegin()->localPath))
         return;
     m_watchLimitTold = true;
+    m_eventsArrive = false;
+    const Limit limit = watchLimit();
     WARN(
-        "the limit of watched directories is reached, fs.inotify.max_user_watches = "
-        << watchLimit().constData() << ": further changes are found by looking, and later");
+        "the limit of watched directories is reached, " << limit.name << " = " << limit.value
+                                                        << ": further changes are found by looking, and later");
 }

@@ -63,7 +63,7 @@ private:
 
     void sweep();
     void checkIdentities();
-    [[nodiscard]] static bool isMissed(Directory& directory, Time modified, Time told);
+    [[nodiscard]] bool isMissed(Directory& directory, Time modified, Time told) const;
     void renewTree(const CMPath& path);
 
     void warnOfBlindFileSystem(const QByteArray& localPath);
@@ -76,4 +76,6 @@ private:
     bool m_watchesAdded = false;
     bool m_fileSystemChecked = false;
     bool m_watchLimitTold = false;
+    /// Every directory is watched, as far as one can know.
+    bool m_eventsArrive = true;
 };
