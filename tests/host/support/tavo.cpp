@@ -3,15 +3,29 @@
 #include <QProcessEnvironment>
 
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 
+#include <fcntl.h>
 #include <linux/capability.h>
+#include <sched.h>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace {
 
 /// Milliseconds; programs under an emulator are slow.
 constexpr int patience = 60000;
 constexpr int shortPatience = 2000;
+
+/// A user namespace has a limit of its own. Ends the process where none can be had.
+void limitWatches(int limit)
+{
+    const int file =
+        unshare(CLONE_NEWUSER) == 0 ? open("/proc/sys/user/max_inotify_watches", O_WRONLY | O_CLOEXEC) : -1;
+    if (file < 0 || dprintf(file, "%d", limit) < 0)
+        _exit(EXIT_FAILURE);
+}
 
 } // namespace
 
@@ -103,6 +117,8 @@ Outcome Tavo::waitForEnd()
 
 void Tavo::setupChildProcess()
 {
+    if (m_watchLimit)
+        limitWatches(*m_watchLimit);
     if (m_rights == Rights::Usual)
         return;
     // What root gets back when it starts a program is what is left in the bounding set.

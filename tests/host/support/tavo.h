@@ -5,6 +5,8 @@
 #include <QProcess>
 #include <QStringList>
 
+#include <optional>
+
 /// How a program ended.
 struct Outcome
 {
@@ -31,6 +33,8 @@ public:
 
     /// Before start().
     void setRights(Rights rights) { m_rights = rights; }
+    /// The kernel grants the program no more watches than this. Before start().
+    void setWatchLimit(int limit) { m_watchLimit = limit; }
     void setVariable(const QString& name, const QString& value);
     using QProcess::setStandardErrorFile;
     using QProcess::setStandardOutputFile;
@@ -59,6 +63,7 @@ private:
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
 
     Rights m_rights = Rights::Usual;
+    std::optional<int> m_watchLimit;
 };
 
 [[nodiscard]] Outcome runTavo(const QStringList& arguments, const QByteArray& input = {});
