@@ -1,6 +1,6 @@
 #include "model/cmconnect.h"
 
-#include "model/cmpath.h"
+#include "connectobjects.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -8,36 +8,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-/// Qt knows it only by the name that signals use.
-struct Unregistered
-{
-    int number = 0;
-};
-
-class Sender : public QObject
-{
-    Q_OBJECT
-Q_SIGNALS:
-    void sentNumber(int number);
-    void sentPath(const CMPath& path);
-    void sentUnregistered(const Unregistered& value);
-    void sentPointer(Unregistered* value);
-    void sentBoth(int number, const Unregistered& value);
-};
-
-class Receiver : public QObject
-{
-    Q_OBJECT
-public:
-    void takeNumber(int number) { sum += number; }
-    void takePath(const CMPath& path) { base = path.base(); }
-    void takeUnregistered(const Unregistered& value) { sum += value.number; }
-    void takePointer(const Unregistered* value) { sum += value->number; }
-
-    int sum = 0;
-    QString base;
-};
 
 class GuardedConnect : public testing::Test
 {
@@ -148,5 +118,3 @@ TEST_F(Verify, TakesAutomaticConnectionsBetweenThreadsForQueued)
 }
 
 } // namespace
-
-#include "connect_test.moc"

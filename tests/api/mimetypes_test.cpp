@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <thread>
 #include <vector>
@@ -71,10 +72,9 @@ TEST(MimeTypes, NameOfStrangeCharactersIsUnknown)
 
 TEST(MimeTypes, ManyThreadsGetTheSameAnswers)
 {
-    const std::array<const char*, 6> extensions = {"mp3", "OGG", "pls", "png", "nosuchextension", "mkv"};
-    std::vector<QString> expected;
-    for (const char* extension : extensions)
-        expected.push_back(typeOf(extension));
+    constexpr std::array<const char*, 6> extensions = {"mp3", "OGG", "pls", "png", "nosuchextension", "mkv"};
+    std::array<QString, extensions.size()> expected;
+    std::transform(extensions.begin(), extensions.end(), expected.begin(), &typeOf);
     std::array<int, 4> wrong = {};
     std::vector<std::thread> threads;
     for (size_t thread = 0; thread < wrong.size(); ++thread) {

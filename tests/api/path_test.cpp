@@ -39,7 +39,8 @@ TEST(Path, DecodingReversesEncoding)
         QString(QChar(0)),
         QString(QChar(0xD800)),
         QString(QChar(0xDFFF)) + QChar(0xD800),
-        QString(QChar(0xFFFD)), QString(QChar(0xFEFF)),
+        QString(QChar(0xFFFD)),
+        QString(QChar(0xFEFF)),
         QString(QChar(0xDC00)) + QChar(0xFEFF) + QChar(0xFEFF)};
     for (const QString& base : bases) {
         const CMPath original(QStringLiteral("fi/le"), base);

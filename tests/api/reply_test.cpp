@@ -104,8 +104,17 @@ protected:
     CMReply<T> m_reply{new CMReplyData<T>};
 };
 
+struct ValueName
+{
+    template<typename T>
+    static std::string GetName(int /*index*/)
+    {
+        return QMetaType::typeName(qMetaTypeId<T>());
+    }
+};
+
 using ReplyTypes = testing::Types<QVariant, QVariantList, TavoRowsRoles>;
-TYPED_TEST_SUITE(EveryReply, ReplyTypes);
+TYPED_TEST_SUITE(EveryReply, ReplyTypes, ValueName);
 
 TYPED_TEST(EveryReply, StartsUnfinished)
 {

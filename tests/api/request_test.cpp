@@ -5,7 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
 #include <thread>
+#include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -89,11 +92,10 @@ TEST(Request, EachHasAReplyOfItsOwn)
 TEST(Request, CopiesShareTheReply)
 {
     const CMGetDataRequest request(somePath(), {});
-    const CMGetDataRequest copy = request;
-    const CMRequest plain = request;
-    copy.reply().setValue({1});
+    const std::vector<CMRequest> copies(2, request);
+    CMGetDataRequest(copies.front()).reply().setValue({1});
     EXPECT_EQ(request.reply().value(), QVariantList{1});
-    EXPECT_TRUE(plain.voidReply().isFinished());
+    EXPECT_TRUE(copies.back().voidReply().isFinished());
 }
 
 TEST(Request, PlainHandleBecomesTheTypedOneAgain)
@@ -128,9 +130,22 @@ class RequestWithoutRecord : public testing::Test
 {
 };
 
+struct RequestName
+{
+    template<typename T>
+    static std::string GetName(int /*index*/)
+    {
+        return std::is_same_v<T, CMPingRequest>      ? "Ping"
+               : std::is_same_v<T, CMGetRowsRequest> ? "GetRows"
+               : std::is_same_v<T, CMGetDataRequest> ? "GetData"
+               : std::is_same_v<T, CMSetDataRequest> ? "SetData"
+                                                     : "MatchRow";
+    }
+};
+
 using RequestTypes =
     testing::Types<CMPingRequest, CMGetRowsRequest, CMGetDataRequest, CMSetDataRequest, CMMatchRowRequest>;
-TYPED_TEST_SUITE(RequestWithoutRecord, RequestTypes);
+TYPED_TEST_SUITE(RequestWithoutRecord, RequestTypes, RequestName);
 
 TYPED_TEST(RequestWithoutRecord, EndsTheProcessWhenAsked)
 {

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -236,16 +237,14 @@ TEST(Root, ManyThreadsAskWhileWorkersComeAndGo)
 {
     NamedWorker lasting("lasting");
     EXPECT_TRUE(root().mount(&lasting));
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 300; ++round) {
-                EXPECT_EQ(dataOf("lasting", "x").value().value(1), QVariant(QStringLiteral("x")));
-                EXPECT_GE(rowsOfRoot(0, 9, {TavoRoles::Title()}).rowsCount(), 1);
-                EXPECT_TRUE(albumArtWidth().isValid());
-            }
-        });
-    }
+    const auto asking = [] {
+        for (int round = 0; round < 300; ++round) {
+            EXPECT_EQ(dataOf("lasting", "x").value().value(1), QVariant(QStringLiteral("x")));
+            EXPECT_GE(rowsOfRoot(0, 9, {TavoRoles::Title()}).rowsCount(), 1);
+            EXPECT_TRUE(albumArtWidth().isValid());
+        }
+    };
+    std::array threads{std::thread(asking), std::thread(asking), std::thread(asking)};
     for (int round = 0; round < 300; ++round) {
         NamedWorker brief("brief");
         EXPECT_TRUE(root().mount(&brief));

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <array>
 #include <future>
 #include <memory>
 #include <random>
@@ -629,7 +629,7 @@ TEST_F(Subscription, LockIsALeafUnderTheWorkersOwn)
     m_worker.adding.acquire();
     bool announcedInTime = false;
     QSemaphore locked;
-    std::thread announcing([&] {
+    std::thread announcing([this, &locked, &announcedInTime] {
         const QMutexLocker lock(&m_worker.mutex);
         locked.release();
         // The worker's thread is on its way into the slot now, and waits there for the lock.
@@ -650,7 +650,7 @@ TEST_F(Subscription, RemovalWaitsForAnnouncementsThatAreUnderWay)
     EXPECT_TRUE(open("a", m_client));
     m_worker.asked.acquire(m_worker.asked.available());
     QSemaphore locked;
-    std::thread announcing([&] {
+    std::thread announcing([this, &locked] {
         const QMutexLocker lock(&m_worker.mutex);
         locked.release();
         EXPECT_TRUE(m_worker.asked.tryAcquire(1, 20000));
@@ -667,13 +667,13 @@ TEST_F(Subscription, ChangesFromManyThreadsAllArriveEachThreadsInOrder)
 {
     constexpr int changes = 200;
     EXPECT_TRUE(open("a", m_client));
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 3; ++thread) {
-        threads.emplace_back([this, thread] {
+    const auto announcing = [this](int firstVersion) {
+        return std::thread([this, firstVersion] {
             for (int i = 0; i < changes; ++i)
-                subscribe().rowsChanged(path("a"), reset(), thread * changes + i, -1);
+                subscribe().rowsChanged(path("a"), reset(), firstVersion + i, -1);
         });
-    }
+    };
+    std::array threads{announcing(0), announcing(changes), announcing(2 * changes)};
     for (std::thread& thread : threads)
         thread.join();
     QCoreApplication::processEvents();
@@ -689,12 +689,12 @@ TEST_F(Subscription, ChangesFromManyThreadsAllArriveEachThreadsInOrder)
 class BusySubscription : public testing::Test
 {
 protected:
-    BusySubscription()
+    void SetUp() override
     {
         m_worker.moveToThread(&m_thread);
         m_thread.start();
     }
-    ~BusySubscription() override
+    void TearDown() override
     {
         m_thread.quit();
         m_thread.wait();
@@ -739,9 +739,10 @@ void useAtRandom(CMSubscribe& subscribe, unsigned seed)
 
 TEST_F(BusySubscription, AdditionsAndRemovalsAlternateHoweverManyThreadsOpenAndClose)
 {
-    std::vector<std::thread> threads;
-    for (unsigned seed = 1; seed <= 4; ++seed)
-        threads.emplace_back([this, seed] { useAtRandom(*m_worker.subscribe(), seed); });
+    const auto client = [this](unsigned seed) {
+        return std::thread([this, seed] { useAtRandom(*m_worker.subscribe(), seed); });
+    };
+    std::array threads{client(1), client(2), client(3), client(4)};
     for (std::thread& thread : threads)
         thread.join();
     settle();

@@ -141,8 +141,8 @@ public:
 class TranslatedText : public testing::Test
 {
 protected:
-    TranslatedText() { QCoreApplication::installTranslator(&m_translator); }
-    ~TranslatedText() override { QCoreApplication::removeTranslator(&m_translator); }
+    void SetUp() override { QCoreApplication::installTranslator(&m_translator); }
+    void TearDown() override { QCoreApplication::removeTranslator(&m_translator); }
 
     AskedTranslator m_translator;
 };
