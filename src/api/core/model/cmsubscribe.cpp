@@ -167,8 +167,14 @@ bool CMSubscribe::endAddition(const CMPath& path, bool isTaken)
 bool CMSubscribe::offerToWorker(const CMPath& path)
 {
     Q_EMIT rowsPathAdded(path);
-    // A worker that did not take the path must not be told of its removal either.
-    return isTracked(path);
+    // A worker that did not take the path must not be told of its removal either; one that has lost it since, must.
+    return isTracked(path) || isLost(path);
+}
+
+bool CMSubscribe::isLost(const CMPath& path) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_clients.value(path).isLost;
 }
 
 void CMSubscribe::removeHere(const CMPath& path, CMChangeReceiver* receiver)
@@ -249,8 +255,10 @@ void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, in
     for (const CMPath& below : subscribed) {
         if (!below.startsWith(path))
             continue;
-        if (m_clients[below].isUnsettled) {
-            m_clients[below].isClosed = true;
+        Clients& clients = m_clients[below];
+        if (clients.isUnsettled) {
+            clients.isClosed = true;
+            clients.isLost = clients.isLost || below == path;
             continue;
         }
         tellLocked(below, below == path ? changes : QStringList(RowsChangeClose()), version);
@@ -337,13 +345,17 @@ void CMSubscribe::endRenewal(const CMPath& path, bool isTaken, int version)
     const QMutexLocker lock(&m_mutex);
     Clients& clients = m_clients[path];
     clients.isUnsettled = false;
-    if (version > 0 && !clients.isClosed && !clients.receivers.isEmpty())
+    const bool isOpen = version > 0 && !clients.isClosed;
+    if (isOpen && !clients.receivers.isEmpty())
         return tellLocked(path, {RowsChangeReset()}, version);
-    tellLocked(path, {RowsChangeClose()}, version);
+    if (!isOpen)
+        tellLocked(path, {RowsChangeClose()}, version);
     m_clients.remove(path);
     if (isTaken)
         m_ended.append(path);
-    closeLocked(path, {}, version);
+    if (!isOpen)
+        closeLocked(path, {}, version);
+    settleLater();
 }
 
 int CMSubscribe::currentVersion(const CMPath& path) const

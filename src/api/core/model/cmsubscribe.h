@@ -88,6 +88,8 @@ private:
         bool isUnsettled = false;
         /// Closed while it was unsettled.
         bool isClosed = false;
+        /// Closed itself, not by a path above: the worker had it.
+        bool isLost = false;
     };
     class Inbox;
 
@@ -99,6 +101,7 @@ private:
     [[nodiscard]] bool endAddition(const CMPath& path, bool isTaken);
     /// Tells the worker that the path is subscribed; false if it does not track it.
     [[nodiscard]] bool offerToWorker(const CMPath& path);
+    [[nodiscard]] bool isLost(const CMPath& path) const;
     void removeHere(const CMPath& path, CMChangeReceiver* receiver);
     void removeEverywhere(QObject* receiver);
 
