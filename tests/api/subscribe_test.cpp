@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <future>
 #include <memory>
 #include <random>
@@ -369,15 +370,26 @@ TEST_F(Close, ClientThatLetsGoAfterwardsTellsNobody)
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
 }
 
-TEST_F(Close, WhileThePathIsBeingOpenedIsToldAsOneAfterwards)
+TEST_F(Close, WhileThePathIsBeingOpenedRefusesAndReleasesIt)
 {
     const auto losing = QObject::connect(&subscribe(), &CMSubscribe::rowsPathAdded, [this] { loseContainer("a"); });
-    EXPECT_TRUE(open("a", m_client));
+    EXPECT_FALSE(open("a", m_client));
     QObject::disconnect(losing);
     EXPECT_FALSE(isOpen("a", m_client));
     QCoreApplication::processEvents();
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
-    EXPECT_EQ(m_client.told(), texts({"a close 5"}));
+    EXPECT_EQ(m_client.told(), QStringList());
+}
+
+TEST_F(Close, OfAPathAboveWhileItIsBeingOpenedReleasesOnlyWhatTheWorkerTook)
+{
+    const auto losing = QObject::connect(&subscribe(), &CMSubscribe::rowsPathAdded, [this] { loseContainer("a"); });
+    EXPECT_FALSE(open("a/b", m_client));
+    EXPECT_FALSE(open("a/missing", m_client));
+    QObject::disconnect(losing);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a/b", "removed a/b", "added a/missing"}));
+    EXPECT_EQ(m_client.told(), QStringList());
 }
 
 TEST_F(Subscription, WorkersQueuedNotificationsArriveBeforeTheRemoval)
@@ -556,16 +568,35 @@ TEST_F(Renewal, HidesPathsUntilTheyAreAddedAgain)
     EXPECT_EQ(subscribe().rowsPathsStartingWith(path("")).size(), 3);
 }
 
-TEST_F(Renewal, OutlastsAClose)
+TEST_F(Renewal, EndsWithTheCloseOfAPathThatIsLostMeanwhile)
 {
     EXPECT_TRUE(open("a", m_client));
-    const auto losing = QObject::connect(
-        &subscribe(), &CMSubscribe::rowsPathRemoved, [this] { subscribe().rowsChanged(path("a"), closed(), 1, -1); });
+    EXPECT_TRUE(open("a/b", m_other));
+    const auto losing = QObject::connect(&subscribe(), &CMSubscribe::rowsPathRemoved, [this](const CMPath& removed) {
+        if (removed == path("a"))
+            subscribe().rowsChanged(removed, closed(), 1, -1);
+    });
     renew({"a"});
     QObject::disconnect(losing);
     QCoreApplication::processEvents();
-    EXPECT_EQ(m_client.told(), QStringList(resetOf("a")));
-    EXPECT_TRUE(isOpen("a", m_client));
+    EXPECT_EQ(m_client.told(), texts({"a close 0"}));
+    EXPECT_EQ(m_other.told(), texts({"a/b close 1"}));
+    EXPECT_TRUE(subscribe().rowsPathsStartingWith(path("")).isEmpty());
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "added a/b", "removed a", "removed a/b"}));
+}
+
+TEST_F(Renewal, ReleasesAPathThatIsLostAsSoonAsItIsAddedAgain)
+{
+    EXPECT_TRUE(open("a", m_client));
+    const auto losing = QObject::connect(&subscribe(), &CMSubscribe::rowsPathAdded, [this] {
+        m_worker.versions.remove(QStringLiteral("a"));
+        subscribe().rowsChanged(path("a"), closed(), 1, -1);
+    });
+    renew({"a"});
+    QObject::disconnect(losing);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a close 0"}));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a", "added a", "removed a"}));
 }
 
 TEST_F(Renewal, ReleasesAPathWhoseLastClientGoesMeanwhile)
@@ -581,6 +612,63 @@ TEST_F(Renewal, ReleasesAPathWhoseLastClientGoesMeanwhile)
     EXPECT_EQ(m_worker.takeEvents(), texts({"removed a", "added a", "removed a"}));
     EXPECT_EQ(m_client.told(), QStringList());
     EXPECT_TRUE(isOpen("a/b", m_client));
+}
+
+TEST_F(Subscription, ObserverIsToldOfTheChangesOfEveryPathThatHasClients)
+{
+    KeepingReceiver observer;
+    subscribe().setObserver(&observer);
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a/b", m_other));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    subscribe().rowsChanged(path("ab"), reset(), 2, -1);
+    subscribe().rowsChanged(path("a"), closed(), 3, -1);
+    EXPECT_EQ(observer.told(), QStringList());
+    QCoreApplication::processEvents();
+    EXPECT_THAT(
+        observer.told(),
+        UnorderedElementsAre(QStringLiteral("a reset 1"), QStringLiteral("a close 3"), QStringLiteral("a/b close 3")));
+    subscribe().setObserver(nullptr);
+}
+
+TEST_F(Subscription, ObserverIsNoClient)
+{
+    KeepingReceiver observer;
+    subscribe().setObserver(&observer);
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_FALSE(isOpen("a", observer));
+    close("a", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+    subscribe().setObserver(nullptr);
+}
+
+TEST_F(Subscription, ReplacedObserverIsToldNoMore)
+{
+    KeepingReceiver first;
+    KeepingReceiver second;
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().setObserver(&first);
+    subscribe().setObserver(&second);
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    subscribe().setObserver(nullptr);
+    subscribe().rowsChanged(path("a"), reset(), 2, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(first.told(), QStringList());
+    EXPECT_EQ(second.told(), texts({"a reset 1"}));
+}
+
+TEST_F(Subscription, RemembersWhenAPathsClientsWereToldOfAChange)
+{
+    using Clock = std::chrono::system_clock;
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_EQ(subscribe().lastChange(path("a")), Clock::time_point());
+    const Clock::time_point before = Clock::now();
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    EXPECT_GE(subscribe().lastChange(path("a")), before);
+    EXPECT_LE(subscribe().lastChange(path("a")), Clock::now());
+    EXPECT_EQ(subscribe().lastChange(path("ab")), Clock::time_point());
+    close("a", m_client);
+    EXPECT_EQ(subscribe().lastChange(path("a")), Clock::time_point());
 }
 
 // Threads.
