@@ -112,8 +112,8 @@ void Healer::rowsChanged(const CMPath& /*path*/, const QStringList& /*changes*/,
 Healer::Look Healer::lookAt(const QByteArray& localPath)
 {
     struct statx status = {};
-    constexpr unsigned wanted = STATX_INO | STATX_MTIME | STATX_BTIME;
-    if (statx(AT_FDCWD, localPath.constData(), 0, wanted, &status) != 0)
+    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_MTIME | STATX_BTIME;
+    if (statx(AT_FDCWD, localPath.constData(), 0, wanted, &status) != 0 || !S_ISDIR(status.stx_mode))
         return {};
     const quint64 device = quint64{status.stx_dev_major} << 32 | status.stx_dev_minor;
     return {{device, status.stx_ino, timePoint(status.stx_btime)}, timePoint(status.stx_mtime)};
@@ -121,8 +121,7 @@ Healer::Look Healer::lookAt(const QByteArray& localPath)
 
 bool Healer::isSame(const Identity& a, const Identity& b)
 {
-    const bool areThere = a.inode != 0 && b.inode != 0;
-    return areThere && a.device == b.device && a.inode == b.inode && a.birth == b.birth;
+    return a.device == b.device && a.inode == b.inode && a.birth == b.birth;
 }
 
 void Healer::added(const CMPath& path)
@@ -185,8 +184,12 @@ void Healer::checkIdentities()
     std::sort(paths.begin(), paths.end());
     for (const CMPath& path : qAsConst(paths)) {
         const auto directory = m_directories.constFind(path);
-        if (directory != m_directories.constEnd() &&
-            !isSame(directory->last.identity, lookAt(directory->localPath).identity))
+        if (directory == m_directories.constEnd())
+            continue;
+        const Identity identity = lookAt(directory->localPath).identity;
+        if (identity.inode == 0)
+            m_worker.subscribe()->rowsChanged(path, {CMSubscribe::RowsChangeClose()}, 0, -1);
+        else if (!isSame(directory->last.identity, identity))
             renewTree(path);
     }
 }

@@ -14,8 +14,9 @@ class CMWorker;
 /// watch along, a full event queue loses changes, and at the watch limit or on a network file system nothing comes.
 ///
 /// It looks at every subscribed directory in regular sweeps. A changed directory that no reset has told of is renewed
-/// at the worker, and so is everything at and below a path where another directory lies now. So every change is told
-/// within two sweeps. Belongs to the worker's thread; the worker must outlive it.
+/// at the worker, and so is everything at and below a path where another directory lies now; where none is left the
+/// path is closed. So every change is told within two sweeps. Belongs to the worker's thread; the worker must outlive
+/// it.
 class Healer : public CMChangeReceiver
 {
     Q_OBJECT
@@ -29,7 +30,7 @@ public:
 private:
     using Time = std::chrono::system_clock::time_point;
 
-    /// What tells one directory from another: inode numbers are used again at once. All zero: there is none.
+    /// What tells one directory from another: inode numbers are used again at once. All zero: there is no directory.
     struct Identity
     {
         quint64 device = 0;
@@ -54,7 +55,6 @@ private:
     };
 
     [[nodiscard]] static Look lookAt(const QByteArray& localPath);
-    /// False where there is none.
     [[nodiscard]] static bool isSame(const Identity& a, const Identity& b);
 
     void added(const CMPath& path);

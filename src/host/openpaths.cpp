@@ -28,7 +28,8 @@ OpenPaths::~OpenPaths()
 bool OpenPaths::open(const CMPath& path)
 {
     const QVector<CMPath> paths = lineage(path);
-    if (!m_opened.contains(path)) {
+    const bool wasOpen = m_opened.contains(path);
+    if (!wasOpen) {
         m_opened.insert(path);
         for (const CMPath& user : paths)
             ++m_users[user];
@@ -36,6 +37,8 @@ bool OpenPaths::open(const CMPath& path)
     if (hold(paths))
         return true;
     forget(path);
+    if (wasOpen)
+        m_handler(path, {CMSubscribe::RowsChangeClose()}, 0);
     return false;
 }
 
