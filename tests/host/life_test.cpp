@@ -413,7 +413,7 @@ void liveThrough(unsigned seed, int operations)
 
 TEST(Life, ClientsHoldWhatIsOnTheDiskInEveryQuietMoment)
 {
-    const int operations = fromEnvironment("TAVO_LIFE_OPERATIONS", 4000);
+    const int operations = fromEnvironment("TAVO_LIFE_OPERATIONS", 20000);
     auto seed = static_cast<unsigned>(fromEnvironment("TAVO_LIFE_SEED", 1));
     for (int done = 0; done < operations && !HasFailure(); done += operationsPerTree, ++seed) {
         SCOPED_TRACE(testing::Message() << "TAVO_LIFE_SEED=" << seed);
