@@ -50,12 +50,12 @@ Result<std::unique_ptr<Host>> Host::start(const HostSettings& settings)
         return worker.failure();
     if (!CMRootWorker::instance().mount(worker.value().get()))
         return Failure::wrongUse(QStringLiteral("the service id '%1' is taken").arg(settings.serviceId));
-    return std::unique_ptr<Host>(new Host(std::move(worker.value()), root.value(), settings.sweepInterval));
+    return std::unique_ptr<Host>(new Host(std::move(worker.value()), settings, root.value()));
 }
 
-Host::Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::milliseconds sweepInterval)
-    : m_worker(std::move(worker)), m_rootDirectory(std::move(rootDirectory)),
-      m_healer(std::make_unique<Healer>(*m_worker, sweepInterval))
+Host::Host(std::unique_ptr<CMWorker> worker, const HostSettings& settings, QString rootDirectory)
+    : m_worker(std::move(worker)), m_rootDirectory(std::move(rootDirectory)), m_filter(settings.filter),
+      m_healer(std::make_unique<Healer>(*m_worker, settings.sweepInterval))
 {
 }
 

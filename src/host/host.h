@@ -38,13 +38,16 @@ public:
     [[nodiscard]] CMWorker& worker() const { return *m_worker; }
     /// Canonical.
     [[nodiscard]] const QString& rootDirectory() const { return m_rootDirectory; }
+    /// Wildcards of playable names.
+    [[nodiscard]] const QStringList& filter() const { return m_filter; }
     /// Paths at and below it name context menus, not directories.
     [[nodiscard]] CMPath contextMenu() const;
 
 private:
-    Host(std::unique_ptr<CMWorker> worker, QString rootDirectory, std::chrono::milliseconds sweepInterval);
+    Host(std::unique_ptr<CMWorker> worker, const HostSettings& settings, QString rootDirectory);
 
     std::unique_ptr<CMWorker> m_worker;
     QString m_rootDirectory;
+    QStringList m_filter;
     std::unique_ptr<Healer> m_healer;
 };

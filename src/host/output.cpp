@@ -15,7 +15,7 @@ int claimStandardOutput()
     return results;
 }
 
-Result<Done> writeOutput(int fileDescriptor, const QByteArray& text)
+Result<Written> writeOutput(int fileDescriptor, const QByteArray& text)
 {
     const char* rest = text.constData();
     for (auto size = static_cast<size_t>(text.size()); size > 0;) {
@@ -23,7 +23,7 @@ Result<Done> writeOutput(int fileDescriptor, const QByteArray& text)
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0 && errno == EPIPE)
-            return Done();
+            return Written::ReaderGone;
         if (written < 0)
             return Failure{
                 Failure::Kind::Refused,
@@ -31,7 +31,7 @@ Result<Done> writeOutput(int fileDescriptor, const QByteArray& text)
         rest += written;
         size -= static_cast<size_t>(written);
     }
-    return Done();
+    return Written::All;
 }
 
 void report(const QString& message)

@@ -8,9 +8,14 @@
 /// written there from now on goes to standard error. Returns the descriptor for the results.
 [[nodiscard]] int claimStandardOutput();
 
-/// Writes it all, waiting as long as the reader lets it. Does not fail if the reader has gone away: nobody is left to
-/// be told.
-Result<Done> writeOutput(int fileDescriptor, const QByteArray& text);
+enum class Written {
+    All,
+    /// Nobody reads it any more, which is no failure.
+    ReaderGone
+};
+
+/// Writes it all, waiting as long as the reader lets it.
+Result<Written> writeOutput(int fileDescriptor, const QByteArray& text);
 
 /// One line on standard error, with the program's name, whatever the message holds.
 void report(const QString& message);

@@ -84,7 +84,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
         return page.failure();
     const QByteArray text =
         json ? toJson(page.value().toVariant()) + '\n' : pageText(page.value(), shown, Terminal::at(context.output));
-    if (const Result<Done> written = writeOutput(context.output, text); !written)
+    if (const Result<Written> written = writeOutput(context.output, text); !written)
         return written.failure();
     return Success;
 }

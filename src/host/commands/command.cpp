@@ -4,8 +4,8 @@
 
 const std::vector<Command>& allCommands()
 {
-    static const std::vector<Command> commands = {browseCommand(), watchCommand(), sessionCommand(),
-                                                  infoCommand(),   countCommand(), menuCommand()};
+    static const std::vector<Command> commands = {browseCommand(),  watchCommand(), sessionCommand(), infoCommand(),
+                                                  prepareCommand(), countCommand(), menuCommand()};
     return commands;
 }
 

@@ -42,5 +42,6 @@ struct Command
 [[nodiscard]] Command watchCommand();
 [[nodiscard]] Command sessionCommand();
 [[nodiscard]] Command infoCommand();
+[[nodiscard]] Command prepareCommand();
 [[nodiscard]] Command countCommand();
 [[nodiscard]] Command menuCommand();

@@ -18,7 +18,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     const Result<QVariant> count = session.set(session.describe().countFiles, path.base());
     if (!count)
         return count.failure();
-    if (const Result<Done> written = writeOutput(context.output, count.value().toByteArray() + '\n'); !written)
+    if (const Result<Written> written = writeOutput(context.output, count.value().toByteArray() + '\n'); !written)
         return written.failure();
     return Success;
 }

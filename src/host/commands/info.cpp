@@ -60,7 +60,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
         return values.failure();
     const QByteArray text = wantsJson(parser) ? toJson(namedValues(entryRoles(), values.value())) + '\n'
                                               : textOf(entryRoles(), values.value(), Terminal::at(context.output));
-    if (const Result<Done> written = writeOutput(context.output, text); !written)
+    if (const Result<Written> written = writeOutput(context.output, text); !written)
         return written.failure();
     return Success;
 }

@@ -26,7 +26,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
         return menu.failure();
     const QByteArray text =
         json ? toJson(menu.value().toVariant()) + '\n' : pageText(menu.value(), shown, Terminal::at(context.output));
-    if (const Result<Done> written = writeOutput(context.output, text); !written)
+    if (const Result<Written> written = writeOutput(context.output, text); !written)
         return written.failure();
     return Success;
 }
