@@ -226,6 +226,20 @@ TEST_F(SessionTest, MenuIsThatOfTheItem)
     EXPECT_EQ(menu.value().rows.first().toList().first(), path("top.mp3").toEncoded());
 }
 
+TEST_F(SessionTest, ServiceAnswersToTheValue)
+{
+    const Result<QVariant> count = client->session.set(client->session.describe().countFiles, QStringLiteral("a"));
+    ASSERT_TRUE(count);
+    EXPECT_EQ(count.value(), 1);
+}
+
+TEST_F(SessionTest, ServiceThatGivesNoAnswerIsNotWaitedFor)
+{
+    const Result<QVariant> answer = client->session.set(path("no/such/service"), 1);
+    ASSERT_FALSE(answer);
+    EXPECT_EQ(answer.failure().kind, Failure::Kind::Unanswered);
+}
+
 TEST_F(SessionTest, ChangesOfAnOpenedDirectoryAreTold)
 {
     ASSERT_TRUE(open("a/b"));

@@ -98,6 +98,61 @@ TEST_F(SessionProgram, DataAreOneEntrysValues)
     EXPECT_EQ(errorOf("data", path("/file/missing")), -32000);
 }
 
+TEST_F(SessionProgram, ServicesAnswerToValues)
+{
+    const QJsonObject services =
+        resultOf(client->call(QStringLiteral("describe"))).value(QLatin1String("services")).toObject();
+    const auto set = [&](const char* service, const QJsonValue& value) {
+        return client->call(QStringLiteral("set"), QJsonArray{services.value(QLatin1String(service)), value});
+    };
+    EXPECT_EQ(set("countFiles", QStringLiteral("a")).value(QLatin1String("result")).toInt(), 1);
+    const QJsonArray ids{QStringLiteral("/file/a"), QStringLiteral("/file/top.mp3")};
+    EXPECT_EQ(set("preparePlaylist", ids).value(QLatin1String("result")).toArray().size(), 2);
+    EXPECT_EQ(set("prepareLibrary", ids).value(QLatin1String("result")).toArray().size(), 2);
+    EXPECT_EQ(errorCode(set("countFiles", QStringLiteral("/etc"))), -32000);
+}
+
+TEST_F(SessionProgram, ValuesOfAnyTypeAreTaken)
+{
+    const QJsonArray values{
+        QJsonValue::Null,
+        true,
+        1.5,
+        -1,
+        QStringLiteral("text"),
+        QJsonArray{QJsonArray{}, QJsonObject{}, 1},
+        QJsonObject{{QStringLiteral("a"), 1}}};
+    for (const char* service : {"/file/playList/prepareItems", "/file/musicLibrary/prepareItems"}) {
+        for (const QJsonValue value : values)
+            EXPECT_EQ(errorOf("set", QJsonArray{QString::fromUtf8(service), value}), 0);
+    }
+    for (const QJsonValue value : values)
+        EXPECT_NE(errorOf("set", QJsonArray{QStringLiteral("/file/filesystem/countFiles"), value}), -32602);
+    expectAlive();
+}
+
+TEST_F(SessionProgram, ServiceWithoutAnAnswerIsReported)
+{
+    QJsonObject parameters = path("/file/no/such/service");
+    parameters.insert(QStringLiteral("value"), 1);
+    EXPECT_EQ(errorOf("set", parameters), -32001);
+}
+
+TEST_F(SessionProgram, WalksHoldNobodyUp)
+{
+    for (int i = 0; i < 400; ++i)
+        tree.addDirectory(QStringLiteral("large/%1").arg(i));
+    QList<int> walks;
+    const QJsonArray everything{QStringLiteral("/file/filesystem/countFiles"), QString("")};
+    while (walks.size() < 10)
+        walks.append(client->request(QStringLiteral("set"), everything));
+    const QJsonArray page{QStringLiteral("/file/a"), 0, 0};
+    EXPECT_EQ(errorCode(client->call(QStringLiteral("rows"), page)), 0);
+    EXPECT_LT(client->kept(), walks.size() / 2) << "answered before most of the walks are";
+    for (const int walk : walks)
+        EXPECT_EQ(errorCode(client->answerTo(walk)), 0);
+}
+
 TEST_F(SessionProgram, MenuIsThatOfAnItem)
 {
     const QJsonObject menu = resultOf(client->call(QStringLiteral("menu"), path("/file/top.mp3")));

@@ -24,6 +24,8 @@ public:
     [[nodiscard]] QJsonObject next();
     /// The answer to a request; what else comes before it is kept for later.
     [[nodiscard]] QJsonObject answerTo(int id);
+    /// How many messages are kept.
+    [[nodiscard]] int kept() const { return m_kept.size(); }
     /// The answer of a new request.
     [[nodiscard]] QJsonObject call(const QString& method, const QJsonValue& parameters = QJsonValue::Undefined);
     /// The parameters of the next rowsChanged.

@@ -46,6 +46,18 @@ void Tavo::setVariable(const QString& name, const QString& value)
     setProcessEnvironment(environment);
 }
 
+void Tavo::setStandardOutputFile(const QString& name)
+{
+    QProcess::setStandardOutputFile(name);
+    m_holdsOutput = false;
+}
+
+void Tavo::setStandardErrorFile(const QString& name)
+{
+    QProcess::setStandardErrorFile(name);
+    m_holdsErrors = false;
+}
+
 void Tavo::start(const QStringList& arguments)
 {
     QProcess::start(QStringLiteral(TAVO_PROGRAM), arguments);
@@ -112,7 +124,9 @@ Outcome Tavo::waitForEnd()
         kill();
     waitForFinished(patience);
     const int status = exitStatus() == NormalExit ? exitCode() : -exitCode();
-    return {status, readAllStandardOutput(), readAllStandardError()};
+    return {
+        status, m_holdsOutput ? readAllStandardOutput() : QByteArray(),
+        m_holdsErrors ? readAllStandardError() : QByteArray()};
 }
 
 void Tavo::setupChildProcess()

@@ -36,8 +36,9 @@ public:
     /// The kernel grants the program no more watches than this. Before start().
     void setWatchLimit(int limit) { m_watchLimit = limit; }
     void setVariable(const QString& name, const QString& value);
-    using QProcess::setStandardErrorFile;
-    using QProcess::setStandardOutputFile;
+    /// What goes to a file is not in the outcome.
+    void setStandardOutputFile(const QString& name);
+    void setStandardErrorFile(const QString& name);
     void start(const QStringList& arguments);
 
     /// Waits until all is written.
@@ -64,6 +65,8 @@ private:
 
     Rights m_rights = Rights::Usual;
     std::optional<int> m_watchLimit;
+    bool m_holdsOutput = true;
+    bool m_holdsErrors = true;
 };
 
 [[nodiscard]] Outcome runTavo(const QStringList& arguments, const QByteArray& input = {});

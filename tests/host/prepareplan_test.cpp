@@ -1,0 +1,242 @@
+#include "prepareplan.h"
+
+#include "host.h"
+#include "session.h"
+
+#include "support/names.h"
+#include "support/temporarytree.h"
+
+#include "printers.h"
+
+#include <tavo/tavoroles.h>
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTextCodec>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using Kind = PreparePlan::Kind;
+
+class Plan : public testing::Test
+{
+protected:
+    Plan()
+    {
+        // As the program has it.
+        QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+        tree.addDirectory(QString());
+    }
+
+    void start(const QStringList& filter)
+    {
+        Result<std::unique_ptr<Host>> started =
+            Host::start({QStringLiteral(TAVO_MODULE), tree.root(), filter, QStringLiteral("file")});
+        ASSERT_TRUE(started) << started.failure().message.toStdString();
+        host = std::move(started.value());
+        session = std::make_unique<Session>(*host, Session::ChangeHandler());
+    }
+
+    [[nodiscard]] QVariantList prepared(Kind kind, const QStringList& ids) const
+    {
+        const Session::Description description = session->describe();
+        const bool forLibrary = kind == Kind::MusicLibrary;
+        const Result<QVariant> items =
+            session->set(forLibrary ? description.prepareLibrary : description.preparePlaylist, ids);
+        EXPECT_TRUE(items);
+        return items ? items.value().toList() : QVariantList();
+    }
+
+    [[nodiscard]] PreparePlan planFor(Kind kind, const QStringList& bases, int smallDirectory) const
+    {
+        PreparePlan plan(*host, kind, smallDirectory);
+        for (const QString& base : bases)
+            plan.add(host->worker().addPrefix(base));
+        return plan;
+    }
+
+    /// The plan's items are those of one request, however small the pieces; the number of items.
+    int expectSame(Kind kind, const QStringList& bases)
+    {
+        QStringList ids;
+        for (const QString& base : bases)
+            ids.append(host->worker().addPrefix(base).toEncoded());
+        const QVariantList expected = prepared(kind, ids);
+        for (const int smallDirectory : {0, 1, 3, 1000}) {
+            QVariantList items;
+            const PreparePlan plan = planFor(kind, bases, smallDirectory);
+            for (const PreparePlan::Step& step : plan.steps())
+                items += prepared(kind, {step.id});
+            EXPECT_EQ(items, expected) << "small: " << smallDirectory;
+        }
+        return expected.size();
+    }
+
+    void addRaw(const QByteArray& path)
+    {
+        const int descriptor = ::creat((tree.root().toUtf8() + '/' + path).constData(), 0644);
+        ASSERT_GE(descriptor, 0) << path.toStdString();
+        ::close(descriptor);
+    }
+
+    TemporaryTree tree;
+    std::unique_ptr<Host> host;
+    std::unique_ptr<Session> session;
+};
+
+const QStringList usual = {QStringLiteral("*.mp3"), QStringLiteral("*.m3u")};
+
+TEST_F(Plan, SmallDirectoryIsAskedForAsOne)
+{
+    tree.addFile(QStringLiteral("a/1.mp3"));
+    tree.addFile(QStringLiteral("a/b/2.mp3"));
+    start(usual);
+    const PreparePlan plan = planFor(Kind::MusicLibrary, {QStringLiteral("a")}, 2);
+    ASSERT_EQ(plan.steps().size(), 1);
+    EXPECT_EQ(plan.steps().first().files, 2);
+}
+
+TEST_F(Plan, LargeDirectoryIsAskedForByWhatLiesInIt)
+{
+    for (const char* file : {"1.mp3", "a/1.mp3", "a/2.mp3", "b/1.mp3", "b/c/1.mp3", "z.mp3"})
+        tree.addFile(QString::fromUtf8(file));
+    start(usual);
+    const PreparePlan plan = planFor(Kind::MusicLibrary, {QString()}, 2);
+    QStringList steps;
+    for (const PreparePlan::Step& step : plan.steps())
+        steps.append(QDir(tree.root()).relativeFilePath(CMPath::fromEncoded(step.id).base()));
+    EXPECT_EQ(
+        steps,
+        (QStringList{QStringLiteral("1.mp3"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("z.mp3")}));
+    EXPECT_EQ(plan.files(), 6);
+}
+
+TEST_F(Plan, OrderDoesNotFollowTheNesting)
+{
+    for (const char* file :
+         {"a/x.mp3", "a b/x.mp3", "a.mp3", "a-b.mp3", "A/x.mp3", "a/b/x.mp3", "a/b.mp3", "a0.mp3", "B.mp3",
+          "\u00e4.mp3", "\U0001F3B5.mp3", "\uFF5A.mp3"})
+        tree.addFile(QString::fromUtf8(file));
+    start(usual);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString()}), 12);
+}
+
+TEST_F(Plan, PlayListFilesAreLeftToTheWorker)
+{
+    for (const char* file : {"a/1.mp3", "a/2.m3u", "3.m3u", "4.mp3", "5.txt"})
+        tree.addFile(QString::fromUtf8(file));
+    start(usual);
+    EXPECT_EQ(expectSame(Kind::PlayList, {QString(), QStringLiteral("3.m3u")}), 2);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString(), QStringLiteral("3.m3u")}), 5);
+}
+
+TEST_F(Plan, FilterOfPlayListsAloneTakesEveryFileOfADirectory)
+{
+    for (const char* file : {"a/1.mp3", "a/2.m3u", "a/b/3.txt"})
+        tree.addFile(QString::fromUtf8(file));
+    start({QStringLiteral("*.m3u"), QStringLiteral("*.pls")});
+    EXPECT_EQ(expectSame(Kind::PlayList, {QString(), QStringLiteral("a/2.m3u")}), 3);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString()}), 1);
+    EXPECT_EQ(planFor(Kind::PlayList, {QString()}, 0).files(), 3);
+}
+
+TEST_F(Plan, NamesOfAllKindsAreFound)
+{
+    for (const QByteArray& name : nastyNames()) {
+        addRaw(name);
+        tree.addFile(QStringLiteral("dir/") + QString::fromUtf8(name) + QStringLiteral("/x.mp3"));
+    }
+    start(usual);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString()}), 2 * nastyNames().size());
+}
+
+TEST_F(Plan, NamesThatAreNoUtf8GiveTheSameItems)
+{
+    for (const char* file : {"a/1.mp3", "a/b/2.mp3", "c.mp3"})
+        tree.addFile(QString::fromUtf8(file));
+    addRaw("a/b/" + brokenName());
+    ASSERT_EQ(::mkdir((tree.root().toUtf8() + "/a/b/broken\xff").constData(), 0755), 0);
+    addRaw("a/b/broken\xff/4.mp3");
+    addRaw("a/replacement \xef\xbf\xbd.mp3");
+    start(usual);
+    EXPECT_GE(expectSame(Kind::MusicLibrary, {QString()}), 4);
+    expectSame(Kind::PlayList, {QStringLiteral("a/b"), QString()});
+}
+
+TEST_F(Plan, PathsAreTakenInTheirOrderAndAsOftenAsTheyCome)
+{
+    for (const char* file : {"a/1.mp3", "b/2.mp3", "3.mp3"})
+        tree.addFile(QString::fromUtf8(file));
+    start(usual);
+    const QStringList bases = {QStringLiteral("b"), QStringLiteral("3.mp3"), QStringLiteral("a"), QStringLiteral("b")};
+    EXPECT_EQ(expectSame(Kind::PlayList, bases), 4);
+}
+
+TEST_F(Plan, WhatIsNeitherFileNorDirectoryGivesNothing)
+{
+    tree.addFile(QStringLiteral("a.txt"));
+    tree.addFile(QStringLiteral(".hidden/x.mp3"));
+    tree.addFile(QStringLiteral("d/.hidden.mp3"));
+    ASSERT_EQ(::mkfifo((tree.root().toUtf8() + "/d/fifo.mp3").constData(), 0644), 0);
+    start(usual);
+    EXPECT_EQ(
+        expectSame(
+            Kind::MusicLibrary, {QStringLiteral("missing.mp3"), QStringLiteral("a.txt"), QStringLiteral("d"),
+                                 QStringLiteral("d/fifo.mp3"), QString()}),
+        0);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QStringLiteral(".hidden"), QStringLiteral("d/.hidden.mp3")}), 2);
+}
+
+TEST_F(Plan, LinksToFilesAreItemsAndLinksToDirectoriesAreNot)
+{
+    tree.addFile(QStringLiteral("a/1.mp3"));
+    QFile::link(QStringLiteral("1.mp3"), tree.absolute(QStringLiteral("a/link.mp3")));
+    QFile::link(QStringLiteral("a"), tree.absolute(QStringLiteral("b")));
+    QFile::link(QStringLiteral("."), tree.absolute(QStringLiteral("a/loop.mp3")));
+    QFile::link(QStringLiteral("nowhere"), tree.absolute(QStringLiteral("a/dangling.mp3")));
+    start(usual);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString()}), 2);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QStringLiteral("b")}), 2) << "a link that is named is followed";
+}
+
+TEST_F(Plan, PathsThatClimbAreWalkedAsTheWorkerDoes)
+{
+    tree.addFile(QStringLiteral("root/a/1.mp3"));
+    tree.addFile(QStringLiteral("other/2.mp3"));
+    Result<std::unique_ptr<Host>> started = Host::start(
+        {QStringLiteral(TAVO_MODULE), tree.absolute(QStringLiteral("root")), usual, QStringLiteral("file")});
+    ASSERT_TRUE(started);
+    host = std::move(started.value());
+    session = std::make_unique<Session>(*host, Session::ChangeHandler());
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QStringLiteral("../other"), QStringLiteral("a/../a")}), 2);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {tree.absolute(QStringLiteral("other"))}), 1);
+}
+
+TEST_F(Plan, RandomTreesGiveTheSameItems)
+{
+    const QList<QByteArray> parts = {"a", "A", "a b", "a-", "a.", "b", "\xc3\xa4", "\xff", "!", "\xf0\x9f\x8e\xb5",
+                                     "~"};
+    QRandomGenerator random(7);
+    for (int i = 0; i < 150; ++i) {
+        QByteArray directory = tree.root().toUtf8();
+        for (quint32 depth = random.bounded(4U); depth > 0; --depth) {
+            directory += '/' + parts.at(random.bounded(parts.size()));
+            ::mkdir(directory.constData(), 0755);
+        }
+        const char* ending = random.bounded(5) == 0 ? ".m3u" : ".mp3";
+        const QByteArray file = directory + '/' + parts.at(random.bounded(parts.size())) + ending;
+        ::close(::creat(file.constData(), 0644));
+    }
+    start(usual);
+    EXPECT_GT(expectSame(Kind::MusicLibrary, {QString()}), 50);
+    expectSame(Kind::PlayList, {QStringLiteral("a"), QString(), QStringLiteral("a b")});
+}
+
+} // namespace
