@@ -11,6 +11,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <optional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -80,6 +81,15 @@ TEST_F(Subscription, ClientThatOpensTwiceCountsOnce)
     close("a", m_client);
     EXPECT_EQ(m_worker.takeEvents(), texts({"removed a"}));
     EXPECT_FALSE(isOpen("a", m_client));
+}
+
+TEST_F(Subscription, ClientThatOpensTwiceIsToldOnce)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.told(), texts({"a reset 1"}));
 }
 
 TEST_F(Subscription, ClosingWhatIsNotOpenTellsNobody)
@@ -428,6 +438,18 @@ TEST_F(Subscription, DestroyedClientLetsGoOfEverything)
     EXPECT_TRUE(isOpen("ab", m_client));
 }
 
+TEST_F(Subscription, DestroyedClientLeavesNothingToTheNextAtItsAddress)
+{
+    std::optional<KeepingReceiver> client(std::in_place);
+    EXPECT_TRUE(open("a", *client));
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    client.emplace();
+    EXPECT_TRUE(open("a", *client));
+    subscribe().rowsChanged(path("a"), reset(), 2, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(client->told(), texts({"a reset 2"}));
+}
+
 TEST_F(Subscription, ClientMayLetGoWhileItIsTold)
 {
     class LettingGo : public KeepingReceiver
@@ -605,10 +627,14 @@ TEST_F(Renewal, ReleasesAPathWhoseLastClientGoesMeanwhile)
     EXPECT_TRUE(open("a", *brief));
     EXPECT_TRUE(open("a/b", m_client));
     static_cast<void>(m_worker.takeEvents());
+    KeepingReceiver observer;
+    subscribe().setObserver(&observer);
     const auto going = QObject::connect(&subscribe(), &CMSubscribe::rowsPathRemoved, [&] { brief.reset(); });
     renew({"a"});
     QObject::disconnect(going);
     QCoreApplication::processEvents();
+    EXPECT_EQ(observer.told(), QStringList());
+    subscribe().setObserver(nullptr);
     EXPECT_EQ(m_worker.takeEvents(), texts({"removed a", "added a", "removed a"}));
     EXPECT_EQ(m_client.told(), QStringList());
     EXPECT_TRUE(isOpen("a/b", m_client));
@@ -655,6 +681,21 @@ TEST_F(Subscription, ReplacedObserverIsToldNoMore)
     QCoreApplication::processEvents();
     EXPECT_EQ(first.told(), QStringList());
     EXPECT_EQ(second.told(), texts({"a reset 1"}));
+}
+
+TEST_F(Subscription, ReplacedObserverLeavesNothingToTheNextAtItsAddress)
+{
+    std::optional<KeepingReceiver> observer(std::in_place);
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().setObserver(&*observer);
+    subscribe().rowsChanged(path("a"), reset(), 1, -1);
+    subscribe().setObserver(nullptr);
+    observer.emplace();
+    subscribe().setObserver(&*observer);
+    subscribe().rowsChanged(path("a"), reset(), 2, -1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(observer->told(), texts({"a reset 2"}));
+    subscribe().setObserver(nullptr);
 }
 
 TEST_F(Subscription, RemembersWhenAPathsClientsWereToldOfAChange)
