@@ -38,11 +38,6 @@ TEST(MimeTypes, UnknownExtensionGivesTheFallback)
     EXPECT_EQ(MimeTypes::extensionToMimeType(QStringLiteral("nosuchextension"), QString()), QString());
 }
 
-TEST(MimeTypes, TypeThatSaysNothingGivesTheFallback)
-{
-    EXPECT_EQ(typeOf("bin"), QStringLiteral("fallback"));
-}
-
 TEST(MimeTypes, FallbackIsNotRemembered)
 {
     const QString extension = QStringLiteral("alsounknown");

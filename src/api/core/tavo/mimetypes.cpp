@@ -39,7 +39,7 @@ private:
                     return type.name();
             }
         }
-        return types.isEmpty() || types.first().isDefault() ? QString() : types.first().name();
+        return types.isEmpty() ? QString() : types.first().name();
     }
 
     QReadWriteLock m_lock;
