@@ -1,76 +1,102 @@
 #include "peers/floor.h"
+#include "support/hostsession.h"
 #include "support/module.h"
 #include "support/race.h"
 #include "support/workshop.h"
 #include "tavo/tavoroles.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QThread>
 
 #include <cstdio>
 
+#include <unistd.h>
+
 namespace {
 
-/// What a process that lists a large directory holds, in kB.
+constexpr double restingGrowth = 1.05;
+
+/// What a process holds before it lists a large directory, while it does, and after it; in kB.
 struct Memory
 {
-    double before;
-    double peak;
-    double after;
+    double before = 0;
+    double peak = 0;
+    double after = 0;
 };
 
-/// A value of this process' status, in kB.
-double status(const char* name)
+/// A file of /proc about a process of ours.
+QString procFile(pid_t process, const char* name)
 {
-    QFile file(QStringLiteral("/proc/self/status"));
-    require(file.open(QIODevice::ReadOnly), "cannot read /proc/self/status");
+    return QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name));
+}
+
+double status(pid_t process, const char* name)
+{
+    QFile file(procFile(process, "status"));
+    require(file.open(QIODevice::ReadOnly), "cannot read a process' status");
     const QRegularExpression line(
-        QLatin1String("^") + QLatin1String(name) + QLatin1String(":\\s+(\\d+) kB"),
-        QRegularExpression::MultilineOption);
+        QStringLiteral("^%1:\\s+(\\d+) kB").arg(QLatin1String(name)), QRegularExpression::MultilineOption);
     const QRegularExpressionMatch match = line.match(QString::fromLatin1(file.readAll()));
-    require(match.hasMatch(), "/proc/self/status has changed");
+    require(match.hasMatch(), "a process' status has another form");
     return match.captured(1).toDouble();
 }
 
-void forgetPeak()
+void forgetPeak(pid_t process)
 {
-    QFile file(QStringLiteral("/proc/self/clear_refs"));
-    require(file.open(QIODevice::WriteOnly) && file.write("5") == 1, "cannot write /proc/self/clear_refs");
+    QFile file(procFile(process, "clear_refs"));
+    require(file.open(QIODevice::WriteOnly) && file.write("5") == 1, "cannot reset a process' peak");
 }
 
-void listWith(const QString& lister, CMWorker& worker, const QString& directory)
+/// The small directory is listed first, so that everything is in its place.
+template<typename List>
+Memory watch(pid_t process, const List& list, const QString& small, const QString& large)
 {
-    if (lister == QLatin1String("floor"))
-        Floor::listNames(directory.toStdString());
-    else
-        require(
-            requestRows(worker, directory, 0, 99, {TavoRoles::Title()}).rowsCount() > 0, "the worker lists nothing");
+    list(small);
+    forgetPeak(process);
+    Memory memory;
+    memory.before = status(process, "VmRSS");
+    list(large);
+    memory.peak = status(process, "VmHWM");
+    list(small);
+    // A process may clean up after it has answered.
+    const QDeadlineTimer deadline(2000);
+    do {
+        memory.after = status(process, "VmRSS");
+        QThread::msleep(10);
+    } while (memory.after > restingGrowth * memory.before && !deadline.hasExpired());
+    return memory;
 }
 
-/// The child's part: lists a small directory, so that everything is in its place, and then the large one.
-int probe(const QString& lister, const QString& small, const QString& large)
+Memory ofHost(const Workshop& workshop, const QString& small, const QString& large)
 {
-    const std::unique_ptr<CMWorker> worker = loadWorker(QFileInfo(large).path(), playablePatterns());
-    listWith(lister, *worker, small);
-    forgetPeak();
-    const double before = status("VmRSS");
-    listWith(lister, *worker, large);
-    std::printf("%f %f %f\n", before, status("VmHWM"), status("VmRSS"));
+    HostSession host(workshop.root(), playablePatterns());
+    const auto list = [&](const QString& directory) {
+        host.rows(directory.mid(workshop.root().size() + 1), 0, 99, {TavoRoles::Title()});
+    };
+    return watch(host.process(), list, small, large);
+}
+
+int probeFloor(const QString& small, const QString& large)
+{
+    const auto list = [](const QString& directory) { Floor::listNames(directory.toStdString()); };
+    const Memory memory = watch(getpid(), list, small, large);
+    std::printf("%f %f %f\n", memory.before, memory.peak, memory.after);
     return 0;
 }
 
-Memory memoryOf(const char* lister, const QString& small, const QString& large)
+/// In a process of its own, that holds nothing else.
+Memory ofFloor(const QString& small, const QString& large)
 {
     QProcess child;
-    child.start(
-        QCoreApplication::applicationFilePath(), {QStringLiteral("--probe"), QLatin1String(lister), small, large});
-    require(child.waitForFinished(-1) && child.exitStatus() == QProcess::NormalExit, "the listing process failed");
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--probe-floor"), small, large});
+    require(child.waitForFinished(-1) && child.exitStatus() == QProcess::NormalExit, "the floor's process failed");
     const QList<QByteArray> values = child.readAllStandardOutput().simplified().split(' ');
-    require(values.size() == 3, "the listing process failed");
+    require(values.size() == 3, "the floor's process failed");
     return {values[0].toDouble(), values[1].toDouble(), values[2].toDouble()};
 }
 
@@ -82,37 +108,59 @@ double kilobytesOfNames(const QString& directory)
     return bytes / 1024;
 }
 
+/// The facts of one round come from the same two runs.
+class Listing
+{
+public:
+    Listing(const Workshop& workshop, int entries)
+        : m_workshop(workshop), m_small(workshop.directoryOf(1000)), m_large(workshop.directoryOf(entries)),
+          m_names(kilobytesOfNames(m_large))
+    {
+    }
+
+    double peakByFloor()
+    {
+        m_host = ofHost(m_workshop, m_small, m_large);
+        m_floor = ofFloor(m_small, m_large);
+        return growth(m_host) / growth(m_floor);
+    }
+    [[nodiscard]] double peakByNames() const { return growth(m_host) / m_names; }
+    [[nodiscard]] double floorByNames() const { return growth(m_floor) / m_names; }
+    [[nodiscard]] double rest() const { return m_host.after / m_host.before; }
+    [[nodiscard]] double floorRest() const { return m_floor.after / m_floor.before; }
+
+private:
+    [[nodiscard]] static double growth(const Memory& memory) { return memory.peak - memory.before; }
+
+    const Workshop& m_workshop;
+    QString m_small;
+    QString m_large;
+    double m_names;
+    Memory m_host;
+    Memory m_floor;
+};
+
 Race listing(const Workshop& workshop, int entries)
 {
-    const QString small = workshop.directoryOf(1000);
-    const QString large = workshop.directoryOf(entries);
-    const double names = kilobytesOfNames(large);
-    const auto peak = [=](const char* lister) {
-        const Memory memory = memoryOf(lister, small, large);
-        return memory.peak - memory.before;
-    };
+    const auto shared = std::make_shared<Listing>(workshop, entries);
     return {
         {},
         {},
-        {{"peak / floor", [=] { return peak("worker") / peak("floor"); }, 3.0},
-         {"peak / the names' bytes", [=] { return peak("worker") / names; }},
-         {"floor's peak / the names' bytes", [=] { return peak("floor") / names; }},
-         {"at rest after / before",
-          [=] {
-              const Memory memory = memoryOf("worker", small, large);
-              return memory.after / memory.before;
-          },
-          1.05}}};
+        {{"peak of the host / floor", [=] { return shared->peakByFloor(); }, 3.0},
+         {"peak of the host / the names' bytes", [=] { return shared->peakByNames(); }},
+         {"peak of the floor / the names' bytes", [=] { return shared->floorByNames(); }},
+         {"host at rest after it / before", [=] { return shared->rest(); }, restingGrowth},
+         {"floor at rest after it / before", [=] { return shared->floorRest(); }}}};
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc == 5 && QByteArray(argv[1]) == "--probe") {
+    if (argc == 4 && QByteArray(argv[1]) == "--probe-floor") {
         const QCoreApplication application(argc, argv);
         const QStringList arguments = QCoreApplication::arguments();
-        return probe(arguments[2], arguments[3], arguments[4]);
+        return probeFloor(arguments[2], arguments[3]);
     }
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
         const int entries = workshop.isSmoke() ? 1000 : 1000000;

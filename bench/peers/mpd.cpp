@@ -1,5 +1,6 @@
 #include "peers/mpd.h"
 
+#include "support/lines.h"
 #include "support/race.h"
 
 #include <QDeadlineTimer>
@@ -33,42 +34,6 @@ bool startsWith(std::string_view text, std::string_view start)
 {
     return text.substr(0, start.size()) == start;
 }
-
-/// Reads a socket line by line.
-class Lines
-{
-public:
-    explicit Lines(int socket) : m_socket(socket) {}
-
-    /// Valid until the next call.
-    [[nodiscard]] std::string_view next()
-    {
-        std::size_t end = m_text.find('\n', m_start);
-        while (end == std::string::npos) {
-            const std::size_t searched = m_text.size() - m_start;
-            readMore();
-            end = m_text.find('\n', m_start + searched);
-        }
-        const std::string_view line = std::string_view(m_text).substr(m_start, end - m_start);
-        m_start = end + 1;
-        return line;
-    }
-
-private:
-    void readMore()
-    {
-        char block[65536];
-        const ssize_t size = read(m_socket, block, sizeof block);
-        require(size > 0, "mpd hung up");
-        m_text.erase(0, m_start);
-        m_start = 0;
-        m_text.append(block, static_cast<std::size_t>(size));
-    }
-
-    int m_socket;
-    std::string m_text;
-    std::size_t m_start = 0;
-};
 
 } // namespace
 

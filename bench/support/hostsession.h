@@ -1,0 +1,32 @@
+#pragma once
+
+#include "support/lines.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <string_view>
+
+#include <sys/types.h>
+
+/// The host in another process, spoken to over its standard input and output.
+class HostSession
+{
+public:
+    HostSession(const QString& root, const QStringList& patterns);
+    ~HostSession();
+    Q_DISABLE_COPY_MOVE(HostSession)
+
+    /// Asks for rows of a directory, which is relative to the root, and waits for the answer: the line, valid until the
+    /// next call. A refusal ends the program.
+    std::string_view rows(const QString& directory, int first, int last, const QStringList& roles);
+
+    [[nodiscard]] pid_t process() const { return m_process; }
+
+private:
+    pid_t m_process = 0;
+    int m_input = -1;
+    int m_output = -1;
+    std::unique_ptr<Lines> m_answers;
+};
