@@ -8,9 +8,11 @@
 #include <QFile>
 #include <QThread>
 
+#include <csignal>
 #include <cstring>
 #include <string_view>
 
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -36,6 +38,11 @@ bool startsWith(std::string_view text, std::string_view start)
 }
 
 } // namespace
+
+void Mpd::Daemon::setupChildProcess()
+{
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
 
 Mpd::Mpd(const QString& musicDirectory)
 {

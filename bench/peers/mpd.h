@@ -29,7 +29,13 @@ private:
     template<typename PerLine>
     void command(const std::string& text, const PerLine& perLine);
 
+    /// Ends with this program, however that ends.
+    class Daemon : public QProcess
+    {
+        void setupChildProcess() override;
+    };
+
     QTemporaryDir m_state;
-    QProcess m_daemon;
+    Daemon m_daemon;
     int m_socket = -1;
 };

@@ -2,6 +2,7 @@
 
 #include "support/race.h"
 
+#include <poll.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -30,6 +31,13 @@ void Inotify::remove(int watch) const
 
 void Inotify::read() const
 {
-    alignas(inotify_event) char events[4096];
+    alignas(inotify_event) char events[65536];
     require(::read(m_descriptor, events, sizeof events) > 0, "cannot read inotify's events");
+}
+
+void Inotify::readWithin(int milliseconds) const
+{
+    pollfd waiting = {m_descriptor, POLLIN, 0};
+    if (poll(&waiting, 1, milliseconds) > 0)
+        read();
 }

@@ -17,6 +17,8 @@ public:
     void remove(int watch) const;
     /// Waits for events and takes them.
     void read() const;
+    /// Waits so many milliseconds at most.
+    void readWithin(int milliseconds) const;
 
 private:
     int m_descriptor;
