@@ -72,7 +72,11 @@ unsigned long BoundedStream::allowedLength(unsigned long wanted)
     if (!isOpen() || m_position >= m_length || m_left.reads == 0 || std::abs(stackPosition() - m_stack) > deepestStack)
         return 0;
     const auto rest = static_cast<unsigned long>(m_length - m_position);
-    const unsigned long length = std::min({wanted, rest, m_left.block, m_left.total});
+    unsigned long length = std::min({wanted, rest, m_left.block, m_left.total});
+    if (length <= shortBlock) {
+        length = std::min(length, m_left.searched);
+        m_left.searched -= length;
+    }
     m_left.total -= length;
     --m_left.reads;
     return length;
@@ -80,15 +84,27 @@ unsigned long BoundedStream::allowedLength(unsigned long wanted)
 
 TagLib::ByteVector BoundedStream::readThroughWindow(unsigned long length)
 {
-    const long end = m_position + static_cast<long>(length);
-    if (m_position < m_windowStart || end > m_windowStart + static_cast<long>(m_windowLength)) {
-        m_windowStart = m_position - m_position % static_cast<long>(shortBlock);
-        m_windowLength = readAt(m_windowStart, m_window.data(), m_window.size());
-    }
-    const auto offset = static_cast<unsigned long>(m_position - m_windowStart);
-    if (offset >= m_windowLength)
+    const Window& window = windowOver(m_position, m_position + static_cast<long>(length));
+    const auto offset = static_cast<unsigned long>(m_position - window.start);
+    if (offset >= window.length)
         return {};
-    return {m_window.data() + offset, static_cast<unsigned int>(std::min(length, m_windowLength - offset))};
+    return {window.bytes.data() + offset, static_cast<unsigned int>(std::min(length, window.length - offset))};
+}
+
+const BoundedStream::Window& BoundedStream::windowOver(long start, long end)
+{
+    for (size_t i = 0; i < m_windows.size(); ++i) {
+        const Window& window = m_windows[i];
+        if (start >= window.start && end <= window.start + static_cast<long>(window.length)) {
+            m_lastWindow = i;
+            return window;
+        }
+    }
+    m_lastWindow = 1 - m_lastWindow;
+    Window& window = m_windows[m_lastWindow];
+    window.start = start - start % static_cast<long>(shortBlock);
+    window.length = readAt(window.start, window.bytes.data(), window.bytes.size());
+    return window;
 }
 
 TagLib::ByteVector BoundedStream::readDirectly(unsigned long length) const

@@ -19,6 +19,8 @@ public:
         unsigned long block = 1UL << 24;
         /// Bytes in all reads together.
         unsigned long total = 1UL << 26;
+        /// Bytes in all reads of up to 4 KiB together: TagLib searches by these.
+        unsigned long searched = 1UL << 22;
         /// Number of reads.
         int reads = 200'000;
     };
@@ -46,8 +48,17 @@ public:
 private:
     static constexpr unsigned long shortBlock = 4096;
 
+    /// Part of the file, so aligned that any short block lies in one.
+    struct Window
+    {
+        std::array<char, 4 * shortBlock> bytes;
+        long start = 0;
+        unsigned long length = 0;
+    };
+
     [[nodiscard]] unsigned long allowedLength(unsigned long wanted);
     [[nodiscard]] TagLib::ByteVector readThroughWindow(unsigned long length);
+    [[nodiscard]] const Window& windowOver(long start, long end);
     [[nodiscard]] TagLib::ByteVector readDirectly(unsigned long length) const;
     [[nodiscard]] unsigned long readAt(long position, char* to, unsigned long length) const;
 
@@ -58,8 +69,7 @@ private:
     Limits m_left;
     /// Where the stack was when the stream was made.
     const char* m_stack;
-    /// The last part of the file that short reads came from. Any short block lies in one window.
-    std::array<char, 4 * shortBlock> m_window;
-    long m_windowStart = 0;
-    unsigned long m_windowLength = 0;
+    /// The last two parts of the file that short reads came from: TagLib goes to and fro between a file's ends.
+    std::array<Window, 2> m_windows;
+    size_t m_lastWindow = 0;
 };

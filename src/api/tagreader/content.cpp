@@ -100,6 +100,7 @@ Content contentOf(TagLib::IOStream& stream)
     return {kind == ContentKind::Unknown ? streamKind(head) : kind, 0};
 }
 
+/// Of Musepack, TagLib would take anything for its earliest version, which has no signature.
 ContentKind kindByExtension(const QString& extension)
 {
     static const QHash<QString, ContentKind> kinds = [] {
@@ -115,7 +116,6 @@ ContentKind kindByExtension(const QString& extension)
             {ContentKind::Asf, "wma asf"},
             {ContentKind::Ape, "ape"},
             {ContentKind::WavPack, "wv"},
-            {ContentKind::Musepack, "mpc"},
             {ContentKind::TrueAudio, "tta"}};
         QHash<QString, ContentKind> result;
         for (const auto& [kind, names] : extensions) {

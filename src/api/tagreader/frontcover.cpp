@@ -66,9 +66,11 @@ ByteVector cover(const TagLib::MP4::Tag& tag)
 
 ByteVector cover(const TagLib::ASF::Tag& tag)
 {
+    const auto pictures = tag.attributeListMap().find("WM/Picture");
+    if (pictures == tag.attributeListMap().end())
+        return {};
     Choice choice;
-    const TagLib::ASF::AttributeList pictures = tag.attribute("WM/Picture");
-    for (const TagLib::ASF::Attribute& attribute : pictures) {
+    for (const TagLib::ASF::Attribute& attribute : pictures->second) {
         const TagLib::ASF::Picture picture = attribute.toPicture();
         choice.consider(picture.type(), picture.picture());
     }

@@ -11,6 +11,7 @@
 #include <xiphcomment.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -21,16 +22,19 @@ struct Names
     /// In Vorbis comments and APE tags; empty where there is no second or third usage.
     const char* keys[3];
     const char* mp4;
-    /// Empty: not an attribute.
-    const char* asf;
+    /// Empty where the field is no attribute, or has no second usage.
+    const char* asf[2];
 };
 
-constexpr Names titleNames = {"TIT2", {"TITLE", "", ""}, "\251nam", ""};
-constexpr Names artistNames = {"TPE1", {"ARTIST", "", ""}, "\251ART", ""};
-constexpr Names albumNames = {"TALB", {"ALBUM", "", ""}, "\251alb", "WM/AlbumTitle"};
-constexpr Names albumArtistNames = {"TPE2", {"ALBUMARTIST", "ALBUM ARTIST", "ALBUM_ARTIST"}, "aART", "WM/AlbumArtist"};
-constexpr Names genreNames = {"TCON", {"GENRE", "", ""}, "\251gen", "WM/Genre"};
-constexpr Names discNames = {"TPOS", {"DISCNUMBER", "DISC", ""}, "disk", "WM/PartOfSet"};
+constexpr Names titleNames = {"TIT2", {"TITLE", "", ""}, "\251nam", {"", ""}};
+constexpr Names artistNames = {"TPE1", {"ARTIST", "", ""}, "\251ART", {"", ""}};
+constexpr Names albumNames = {"TALB", {"ALBUM", "", ""}, "\251alb", {"WM/AlbumTitle", ""}};
+constexpr Names albumArtistNames = {
+    "TPE2", {"ALBUMARTIST", "ALBUM ARTIST", "ALBUM_ARTIST"}, "aART", {"WM/AlbumArtist", ""}};
+constexpr Names genreNames = {"TCON", {"GENRE", "", ""}, "\251gen", {"WM/Genre", ""}};
+constexpr Names yearNames = {"TDRC", {"DATE", "YEAR", ""}, "\251day", {"WM/Year", "date"}};
+constexpr Names trackNames = {"TRCK", {"TRACKNUMBER", "TRACK", "TRACKNUM"}, "trkn", {"WM/TrackNumber", ""}};
+constexpr Names discNames = {"TPOS", {"DISCNUMBER", "DISC", ""}, "disk", {"WM/PartOfSet", ""}};
 
 const Names& names(TagField field)
 {
@@ -49,6 +53,19 @@ const Names& names(TagField field)
     return genreNames;
 }
 
+const Names& names(TagNumber field)
+{
+    switch (field) {
+    case TagNumber::Year:
+        return yearNames;
+    case TagNumber::Track:
+        return trackNames;
+    case TagNumber::Disc:
+        break;
+    }
+    return discNames;
+}
+
 /// The fields that every kind of tag has.
 TagLib::String commonField(const TagLib::Tag& tag, TagField field)
 {
@@ -65,6 +82,20 @@ TagLib::String commonField(const TagLib::Tag& tag, TagField field)
         break;
     }
     return {};
+}
+
+unsigned int commonNumber(const TagLib::Tag& tag, TagNumber field)
+{
+    switch (field) {
+    case TagNumber::Year:
+        return tag.year();
+    case TagNumber::Track:
+        return tag.track();
+    case TagNumber::Disc:
+        break;
+    }
+    const auto* mp4 = dynamic_cast<const TagLib::MP4::Tag*>(&tag);
+    return mp4 ? static_cast<unsigned int>(mp4->item(discNames.mp4).toIntPair().first) : 0;
 }
 
 TagLib::StringList values(const TagLib::ID3v2::Tag& tag, const Names& names)
@@ -108,9 +139,15 @@ TagLib::StringList values(const TagLib::MP4::Tag& tag, const Names& names)
 TagLib::StringList values(const TagLib::ASF::Tag& tag, const Names& names)
 {
     TagLib::StringList result;
-    const TagLib::ASF::AttributeList attributes = tag.attribute(names.asf);
-    for (const TagLib::ASF::Attribute& attribute : attributes)
-        result.append(attribute.toString());
+    const TagLib::ASF::AttributeListMap& attributes = tag.attributeListMap();
+    for (const char* name : names.asf) {
+        // Asking the tag itself for an attribute adds it, without a value, which TagLib takes for granted later.
+        const auto found = attributes.find(name);
+        if (found == attributes.end())
+            continue;
+        for (const TagLib::ASF::Attribute& attribute : found->second)
+            result.append(attribute.toString());
+    }
     return result;
 }
 
@@ -167,6 +204,12 @@ QString joined(const TagLib::StringList& values)
     return result;
 }
 
+/// 0 for what is no number of anything.
+int positive(unsigned int number)
+{
+    return number <= static_cast<unsigned int>(std::numeric_limits<int>::max()) ? static_cast<int>(number) : 0;
+}
+
 } // namespace
 
 QString tagText(const TagLib::Tag& tag, TagField field)
@@ -175,10 +218,9 @@ QString tagText(const TagLib::Tag& tag, TagField field)
     return text.isEmpty() ? joined(commonField(tag, field)) : text;
 }
 
-int tagDiscNumber(const TagLib::Tag& tag)
+int tagNumber(const TagLib::Tag& tag, TagNumber field)
 {
-    if (const auto* mp4 = dynamic_cast<const TagLib::MP4::Tag*>(&tag))
-        return mp4->item(discNames.mp4).toIntPair().first;
-    const TagLib::StringList numbers = namedValues(tag, discNames);
-    return numbers.isEmpty() ? 0 : numbers.front().toInt();
+    const TagLib::StringList named = namedValues(tag, names(field));
+    const int number = named.isEmpty() ? 0 : named.front().toInt();
+    return number > 0 ? number : positive(commonNumber(tag, field));
 }

@@ -30,14 +30,10 @@
 
 namespace {
 
-/// For Ogg, whose comments may go on for as long as a file: what a comment with the longest picture needs.
-constexpr BoundedStream::Limits oggLimits = {1UL << 24, 3UL << 23, 200'000};
-
-/// 0 for what is no number of anything.
-int positive(unsigned int number)
-{
-    return number <= static_cast<unsigned int>(std::numeric_limits<int>::max()) ? static_cast<int>(number) : 0;
-}
+/// For the kinds whose blocks do not tell text from pictures: the memory of text is a multiple of its length.
+constexpr BoundedStream::Limits tightLimits = {1UL << 23, 1UL << 23, 1UL << 22, 100'000};
+/// For those that do not even tell how many texts there are. They are not used with pictures.
+constexpr BoundedStream::Limits tightestLimits = {1UL << 20, 1UL << 20, 1UL << 20, 100'000};
 
 } // namespace
 
@@ -46,6 +42,7 @@ TagFile::TagFile(const QString& path, Pictures pictures) : m_stream(QFile::encod
     if (!m_stream.isOpen())
         return;
     m_content = findContent(m_stream, QFileInfo(path).suffix().toLower());
+    m_stream.setKind(m_content.kind);
     m_stream.seek(0);
     open();
 }
@@ -66,16 +63,16 @@ void TagFile::open()
         openFlac();
         break;
     case ContentKind::OggVorbis:
-        openOgg<TagLib::Ogg::Vorbis::File>();
+        openOgg<TagLib::Ogg::Vorbis::File>(tightLimits);
         break;
     case ContentKind::OggOpus:
-        openOgg<TagLib::Ogg::Opus::File>();
+        openOgg<TagLib::Ogg::Opus::File>(tightLimits);
         break;
     case ContentKind::OggFlac:
-        openOgg<TagLib::Ogg::FLAC::File>();
+        openOgg<TagLib::Ogg::FLAC::File>(tightestLimits);
         break;
     case ContentKind::OggSpeex:
-        openOgg<TagLib::Ogg::Speex::File>();
+        openOgg<TagLib::Ogg::Speex::File>(tightestLimits);
         break;
     case ContentKind::Mp4:
         if (auto* file = openAs<TagLib::MP4::File>())
@@ -88,6 +85,7 @@ void TagFile::open()
         openAiff();
         break;
     case ContentKind::Asf:
+        m_stream.setLimits(tightLimits);
         if (auto* file = openAs<TagLib::ASF::File>())
             addTags({file->tag()});
         break;
@@ -121,22 +119,20 @@ void TagFile::openFlac()
 
 void TagFile::openWav()
 {
-    m_stream.hideId3Chunk();
     if (auto* file = openAs<TagLib::RIFF::WAV::File>())
         addTags({hiddenTag(), file->InfoTag()});
 }
 
 void TagFile::openAiff()
 {
-    m_stream.hideId3Chunk();
     if (openAs<TagLib::RIFF::AIFF::File>())
         addTags({hiddenTag()});
 }
 
 template<typename File>
-void TagFile::openOgg()
+void TagFile::openOgg(const BoundedStream::Limits& limits)
 {
-    m_stream.setLimits(oggLimits);
+    m_stream.setLimits(limits);
     if (auto* file = openAs<File>())
         addTags({file->tag()});
 }
@@ -190,19 +186,22 @@ QString TagFile::text(TagField field) const
 
 int TagFile::year() const
 {
-    constexpr unsigned int lastYear = 9999;
-    const unsigned int year = firstOf([](const TagLib::Tag& tag) { return tag.year(); });
-    return year <= lastYear ? static_cast<int>(year) : 0;
+    constexpr int lastYear = 9999;
+    int year = firstOf([](const TagLib::Tag& tag) { return tagNumber(tag, TagNumber::Year); });
+    // A date such as 19980501 starts with its year.
+    while (year > lastYear)
+        year /= 10;
+    return year;
 }
 
 int TagFile::trackNumber() const
 {
-    return positive(firstOf([](const TagLib::Tag& tag) { return tag.track(); }));
+    return firstOf([](const TagLib::Tag& tag) { return tagNumber(tag, TagNumber::Track); });
 }
 
 int TagFile::discNumber() const
 {
-    return firstOf([](const TagLib::Tag& tag) { return std::max(tagDiscNumber(tag), 0); });
+    return firstOf([](const TagLib::Tag& tag) { return tagNumber(tag, TagNumber::Disc); });
 }
 
 SoundFormat TagFile::sound()

@@ -37,7 +37,7 @@ public:
 private:
     void open();
     template<typename File>
-    void openOgg();
+    void openOgg(const BoundedStream::Limits& limits);
     template<typename File>
     void openWithApeTag(bool readProperties = true);
     void openMpeg(bool readProperties = true);

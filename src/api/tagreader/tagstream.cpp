@@ -1,13 +1,71 @@
 #include "tagstream_p.h"
 
+#include "textlimit_p.h"
+
+#include <algorithm>
+#include <string_view>
+
 TagLib::ByteVector TagStream::readBlock(unsigned long length)
 {
-    constexpr unsigned long chunkName = 4;
     constexpr long chunkSize = 4;
     TagLib::ByteVector block = BoundedStream::readBlock(length);
-    if (!m_hiding || length != chunkName || (block != "ID3 " && block != "id3 "))
-        return block;
-    if (m_hiddenTag < 0)
-        m_hiddenTag = tell() + chunkSize;
-    return "junk";
+    if (isId3ChunkName(block)) {
+        if (m_hiddenTag < 0)
+            m_hiddenTag = tell() + chunkSize;
+        return "junk";
+    }
+    limitText(block);
+    remember(block);
+    return block;
+}
+
+bool TagStream::isId3ChunkName(const TagLib::ByteVector& block) const
+{
+    constexpr unsigned int chunkName = 4;
+    return block.size() == chunkName && (m_kind == ContentKind::Wav || m_kind == ContentKind::Aiff) &&
+           (block == "ID3 " || block == "id3 ");
+}
+
+void TagStream::limitText(TagLib::ByteVector& block)
+{
+    constexpr char vorbisComment[] = "\x03vorbis";
+    constexpr char opusComment[] = "OpusTags";
+    if (m_kind == ContentKind::Mp4)
+        limitMp4Text(block);
+    else if (m_kind == ContentKind::OggVorbis && block.startsWith(vorbisComment))
+        TextLimit::applyToVorbisCommentStart(block, sizeof(vorbisComment) - 1);
+    else if (m_kind == ContentKind::OggOpus && block.startsWith(opusComment))
+        TextLimit::applyToVorbisCommentStart(block, sizeof(opusComment) - 1);
+    else if (block.size() > TextLimit::mostText)
+        limitLongText(block);
+}
+
+void TagStream::limitLongText(TagLib::ByteVector& block)
+{
+    constexpr char flacComment = 4;
+    constexpr char flacKindMask = 0x7f;
+    if (std::string_view(m_lastStart.data(), m_lastStart.size()) == "APETAGEX")
+        TextLimit::applyToApeItems(block);
+    else if (m_kind == ContentKind::Flac && m_lastLength == 4 && (m_lastStart[0] & flacKindMask) == flacComment)
+        TextLimit::applyToVorbisComment(block);
+    else if (m_kind == ContentKind::Wav && block.startsWith("INFO"))
+        block.resize(TextLimit::mostText);
+}
+
+void TagStream::limitMp4Text(TagLib::ByteVector& block)
+{
+    constexpr unsigned int shortestValue = 16;
+    if (block.size() < shortestValue || !TextLimit::isMp4Text(block))
+        return;
+    if (block.size() > TextLimit::mostText - m_mp4Text)
+        block.clear();
+    else
+        m_mp4Text += block.size();
+}
+
+void TagStream::remember(const TagLib::ByteVector& block)
+{
+    m_lastLength = block.size();
+    m_lastStart.fill('\0');
+    std::copy_n(block.begin(), std::min<size_t>(m_lastLength, m_lastStart.size()), m_lastStart.begin());
 }
