@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 
 #include <cerrno>
-#include <cstring>
 
 void Ending::exitLater(ExitStatus status)
 {
@@ -17,6 +16,6 @@ void Ending::exitAfterFailedOutput(int errorNumber)
 {
     if (errorNumber == EPIPE)
         return exitLater(Success);
-    report(QStringLiteral("cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(errorNumber))));
+    report(QStringLiteral("cannot write: %1").arg(qt_error_string(errorNumber)));
     exitLater(Refused);
 }

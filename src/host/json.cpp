@@ -127,23 +127,16 @@ void Writer::addPlain(const QChar* units, int count)
 
 int Writer::addUnit(const QString& text, int index)
 {
-    const ushort unit = text.at(index).unicode();
-    if (unit == '"' || unit == '\\') {
-        m_out += '\\';
-        m_out += static_cast<char>(unit);
-    } else if (unit < 0x20 || unit == 0x7F) {
-        addEscaped(unit);
-    } else if (unit < 0x80) {
-        m_out += static_cast<char>(unit);
-    } else if (!QChar::isSurrogate(unit)) {
-        m_out += QStringView(text).mid(index, 1).toUtf8().toStdString();
-    } else if (QChar::isHighSurrogate(unit) && index + 1 < text.size() && text.at(index + 1).isLowSurrogate()) {
-        m_out += QStringView(text).mid(index, 2).toUtf8().toStdString();
-        return 2;
-    } else {
-        addEscaped(unit);
-    }
-    return 1;
+    const QChar unit = text.at(index);
+    const bool isPair = unit.isHighSurrogate() && index + 1 < text.size() && text.at(index + 1).isLowSurrogate();
+    const int units = isPair ? 2 : 1;
+    if (unit == QLatin1Char('"') || unit == QLatin1Char('\\'))
+        m_out += {'\\', unit.toLatin1()};
+    else if (unit < QLatin1Char(' ') || unit == QChar(0x7F) || (unit.isSurrogate() && !isPair))
+        addEscaped(unit.unicode());
+    else
+        m_out += QStringView(text).mid(index, units).toUtf8().toStdString();
+    return units;
 }
 
 void Writer::addEscaped(ushort unit)

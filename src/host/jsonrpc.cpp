@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 namespace {
 
@@ -40,6 +41,35 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QJsonObject
     return JsonRpc::Request{id, method.toString(), parameters};
 }
 
+/// JSON knows no largest number, QJsonDocument does: what is beyond becomes the largest, so that a message is not lost
+/// for one parameter that is out of range.
+QByteArray withNumbersInRange(const QByteArray& json)
+{
+    static const QRegularExpression stringOrNumber(
+        QStringLiteral(R"("(?:[^"\\]++|\\.)*+"|-?[0-9]++(?:\.[0-9]++)?(?:[eE][-+]?[0-9]++)?)"));
+    const QString text = QString::fromLatin1(json);
+    QByteArray result;
+    int end = 0;
+    for (auto tokens = stringOrNumber.globalMatch(text); tokens.hasNext();) {
+        const QRegularExpressionMatch token = tokens.next();
+        bool isInRange = token.capturedView().startsWith(QLatin1Char('"'));
+        if (!isInRange)
+            static_cast<void>(token.captured().toDouble(&isInRange));
+        result += json.mid(end, token.capturedStart() - end);
+        result += isInRange ? token.captured().toLatin1() : QByteArrayLiteral("1e308");
+        end = token.capturedEnd();
+    }
+    return result + json.mid(end);
+}
+
+QJsonDocument documentFrom(const QByteArray& json, QJsonParseError& problem)
+{
+    QJsonDocument document = QJsonDocument::fromJson(json, &problem);
+    if (problem.error != QJsonParseError::IllegalNumber)
+        return document;
+    return QJsonDocument::fromJson(withNumbersInRange(json), &problem);
+}
+
 QByteArray head(const QJsonValue& id)
 {
     return R"({"jsonrpc":"2.0","id":)" + toJson(id.toVariant());
@@ -51,11 +81,11 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> JsonRpc::parse(const QByteArr
 {
     // Documents hold arrays and objects only, but a message can be any value; so it is read as an array's one element.
     QJsonParseError problem{};
-    const QJsonArray values = QJsonDocument::fromJson('[' + message + ']', &problem).array();
+    const QJsonArray values = documentFrom('[' + message + ']', problem).array();
     if (problem.error != QJsonParseError::NoError)
-        return Malformed{QJsonValue::Null, {ParseError, problem.errorString()}};
+        return Malformed{QJsonValue::Null, {ParseError, QStringLiteral("not JSON: ") + problem.errorString()}};
     if (values.size() != 1)
-        return Malformed{QJsonValue::Null, {ParseError, QStringLiteral("not one JSON value")}};
+        return Malformed{QJsonValue::Null, {ParseError, QStringLiteral("not JSON: more or less than one value")}};
     if (values.first().isArray())
         return invalidRequest(QJsonValue::Null, QStringLiteral("batches are not served, send one message a line"));
     if (!values.first().isObject())

@@ -35,7 +35,7 @@ LineReader::Line LineReader::next()
 
 QByteArray LineReader::take(int end)
 {
-    const QByteArray text = m_buffer.mid(m_begin, end - m_begin);
+    QByteArray text = m_buffer.mid(m_begin, end - m_begin);
     skipTo(std::min(end + 1, m_buffer.size()));
     return text;
 }

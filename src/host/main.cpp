@@ -10,7 +10,7 @@ int main(int argc, char** argv)
 {
     const int output = claimStandardOutput();
     // A reader that goes away is noticed where it is written to.
-    std::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVO_VERSION));

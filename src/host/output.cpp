@@ -3,7 +3,6 @@
 #include "displaytext.h"
 
 #include <cerrno>
-#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -25,9 +24,7 @@ Result<Written> writeOutput(int fileDescriptor, const QByteArray& text)
         if (written < 0 && errno == EPIPE)
             return Written::ReaderGone;
         if (written < 0)
-            return Failure{
-                Failure::Kind::Refused,
-                QStringLiteral("cannot write: %1").arg(QString::fromLocal8Bit(std::strerror(errno)))};
+            return Failure{Failure::Kind::Refused, QStringLiteral("cannot write: %1").arg(qt_error_string(errno))};
         rest += written;
         size -= static_cast<size_t>(written);
     }

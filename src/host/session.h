@@ -73,18 +73,18 @@ public:
     Q_DISABLE_COPY_MOVE(Session)
 
     [[nodiscard]] Description describe() const;
-    Result<Page> rows(const RowsQuery& query) const;
+    [[nodiscard]] Result<Page> rows(const RowsQuery& query) const;
     /// The values of one entry, in the order of the roles.
-    Result<QVariantList> data(const CMPath& path, const QStringList& roles) const;
+    [[nodiscard]] Result<QVariantList> data(const CMPath& path, const QStringList& roles) const;
     /// What the path's service answers to the value.
-    Result<QVariant> set(const CMPath& path, const QVariant& value) const;
+    [[nodiscard]] Result<QVariant> set(const CMPath& path, const QVariant& value) const;
     /// The context menu of an item.
-    Result<Page> menu(const CMPath& item, const QStringList& roles) const;
-    Result<Done> open(const CMPath& path);
-    Result<Done> close(const CMPath& path);
+    [[nodiscard]] Result<Page> menu(const CMPath& item, const QStringList& roles) const;
+    [[nodiscard]] Result<Done> open(const CMPath& path);
+    [[nodiscard]] Result<Done> close(const CMPath& path);
 
 private:
-    Result<Done> openHere(const CMPath& path);
+    [[nodiscard]] Result<Done> openHere(const CMPath& path);
     [[nodiscard]] bool isOpenable(const CMPath& path) const;
     /// Why the worker does not track the path: it may be an ancestor that it cannot read.
     [[nodiscard]] Failure refusal(const CMPath& path) const;

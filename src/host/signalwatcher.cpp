@@ -46,7 +46,7 @@ SignalWatcher::SignalWatcher()
 SignalWatcher::~SignalWatcher()
 {
     for (const int signalNumber : watchedSignals)
-        std::signal(signalNumber, SIG_DFL);
+        static_cast<void>(std::signal(signalNumber, SIG_DFL));
     m_notifier.reset();
     for (const int end : signalPipe)
         close(end);

@@ -2,6 +2,8 @@
 
 #include "printers.h"
 
+#include <QJsonArray>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -50,11 +52,26 @@ TEST(JsonRpc, WhatIsNoJsonIsAParseError)
         R"({"a":1,})",
         "\xff",
         "{\"a\":\"\xff\"}",
-        "1e400",
+        "-",
+        "1e",
+        "01e400",
         QByteArray("\0", 1),
         "\xef\xbb\xbf{}"};
     for (const QByteArray& message : messages)
         EXPECT_EQ(problemOf(message), JsonRpc::ParseError) << message.toStdString();
+}
+
+TEST(JsonRpc, NumbersOutOfRangeSpoilNoMessage)
+{
+    for (const char* number : {"1e400", "-1e400", "1.5E+99999", "1e308"}) {
+        const JsonRpc::Request request = requestFrom(
+            QByteArray(R"({"jsonrpc":"2.0","id":7,"method":"1e400 \" 1e400","params":[)") + number + R"(,"1e400"]})");
+        EXPECT_EQ(request.id.toInt(), 7);
+        EXPECT_EQ(request.method, QStringLiteral("1e400 \" 1e400"));
+        EXPECT_GE(request.parameters.toArray().first().toDouble(), 1e308);
+        EXPECT_EQ(request.parameters.toArray().last().toString(), QStringLiteral("1e400"));
+    }
+    EXPECT_EQ(problemOf(QByteArray("1e400,").repeated(100000)), JsonRpc::ParseError);
 }
 
 TEST(JsonRpc, NestingWithoutEndIsAParseError)

@@ -256,6 +256,8 @@ TEST_F(SessionProgram, ParametersOfAnotherTypeAreInvalid)
         QJsonObject{{QStringLiteral("path"), QStringLiteral("/file/")}, {QStringLiteral("frist"), 0}}};
     for (const QJsonValue& given : parameters)
         EXPECT_EQ(errorOf("rows", given), -32602) << QJsonDocument(QJsonArray{given}).toJson().toStdString();
+    client->send(R"({"jsonrpc":"2.0","id":4711,"method":"rows","params":["/file/",1e400]})");
+    EXPECT_EQ(errorCode(client->answerTo(4711)), -32602);
     EXPECT_EQ(errorOf("set", path("/file/x")), -32602);
     EXPECT_EQ(errorOf("describe", QJsonArray{1}), -32602);
     EXPECT_EQ(errorOf("open", QJsonArray{}), -32602);
