@@ -65,14 +65,14 @@ protected:
     /// A file with the pictures, given as frames of ID3v2.
     [[nodiscard]] QString fileWithFrames(const QByteArray& frames, const char* name = "x.mp3") const
     {
-        const QString file = folder.filePath(QString::fromLatin1(name));
+        QString file = folder.filePath(QString::fromLatin1(name));
         writeFile(file, id3Tag(frames) + mpegSound());
         return file;
     }
 
     [[nodiscard]] QString file(const char* name, const QByteArray& content) const
     {
-        const QString path = folder.filePath(QString::fromLatin1(name));
+        QString path = folder.filePath(QString::fromLatin1(name));
         writeFile(path, content);
         return path;
     }
@@ -275,6 +275,7 @@ TEST_F(CoverTest, ManyThreadsReadTheSameAlbumsWithOneReader)
         return right;
     };
     std::vector<std::future<int>> running;
+    running.reserve(threads);
     for (int thread = 0; thread < threads; ++thread)
         running.push_back(std::async(std::launch::async, read, thread));
     for (std::future<int>& thread : running)

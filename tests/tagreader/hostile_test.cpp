@@ -56,7 +56,7 @@ class HostileTest : public testing::Test
 protected:
     [[nodiscard]] QString file(const char* name, const QByteArray& content) const
     {
-        const QString path = folder.filePath(QString::fromLatin1(name));
+        QString path = folder.filePath(QString::fromLatin1(name));
         writeFile(path, content);
         return path;
     }
@@ -102,7 +102,7 @@ TEST_F(HostileTest, FlacBlockThatIsLongerThanTheFile)
 
 TEST_F(HostileTest, Id3TagOfTwoHundredMegabytesOfZeros)
 {
-    constexpr qint64 length = 200 * megabyte;
+    constexpr qint64 length = 200LL * megabyte;
     const QString path = file("x.mp3", id3Tag({}, length));
     QFile sparse(path);
     ASSERT_TRUE(sparse.resize(10 + length));
@@ -140,7 +140,7 @@ QByteArray nestedChapters(int depth)
     QByteArray frames;
     for (int level = depth; level > 0; --level) {
         QByteArray header = id3Frame("CHAP", {});
-        header.replace(4, 4, id3Tag({}, level * overhead - 10).mid(6, 4));
+        header.replace(4, 4, id3Tag({}, qint64(level) * overhead - 10).mid(6, 4));
         frames += header + QByteArray("a\0", 2) + QByteArray(16, '\0');
     }
     return frames;
@@ -289,7 +289,7 @@ QByteArray nestedAtoms(const char* name, int depth)
 {
     QByteArray atoms;
     for (int level = depth; level > 0; --level)
-        atoms += mp4Atom(name, {}, level * 8);
+        atoms += mp4Atom(name, {}, 8LL * level);
     return atoms;
 }
 
