@@ -238,9 +238,18 @@ private:
         if (m_held.count(path) == 0)
             return;
         if (isClose)
-            m_held.erase(path);
+            letGo(path, lock);
         else
             read(path, lock);
+    }
+
+    /// The path may have been opened again before the client got to hear of the close.
+    void letGo(const CMPath& path, std::unique_lock<std::mutex>& lock)
+    {
+        m_held.erase(path);
+        lock.unlock();
+        static_cast<void>(m_session.close(path));
+        lock.lock();
     }
 
     void act(std::unique_lock<std::mutex>& lock)
