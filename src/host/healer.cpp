@@ -32,9 +32,7 @@ const log4cplus::Logger& logger()
 }
 
 #define WARN(pieces)                                                                                                   \
-    DBGLOG(                                                                                                            \
-        logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{__FILE__, __LINE__, static_cast<const char*>(__func__)}),     \
-        pieces)
+    DBGLOG(logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/host/healer", __LINE__, __func__}), pieces)
 
 std::chrono::system_clock::time_point timePoint(const statx_timestamp& time)
 {

@@ -237,6 +237,7 @@ TEST(Worker, TracesToTheLogOfItsName)
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_EQ(log.lines()[0].message, "a \u00fc");
     EXPECT_EQ(log.lines()[0].level, log4cplus::TRACE_LOG_LEVEL);
+    EXPECT_EQ(log.lines()[0].file, "src/api/core/model/cmworker");
 }
 
 TEST(Worker, TracesNothingAboveTheTraceLevel)

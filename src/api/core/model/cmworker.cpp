@@ -46,8 +46,9 @@ void CMWorker::ping(const CMPingRequest& request)
 
 void CMWorker::trace(const QString& text)
 {
+    constexpr DbgLogSite site{"src/api/core/model/cmworker", __LINE__, "virtual void CMWorker::trace(const QString&)"};
     const log4cplus::Logger logger = log4cplus::Logger::getInstance(m_name.toStdString());
-    DBGLOG(logger, log4cplus::TRACE_LOG_LEVEL, (DbgLogSite{__FILE__, __LINE__, __func__}), text);
+    DBGLOG(logger, log4cplus::TRACE_LOG_LEVEL, site, text);
 }
 
 void CMWorker::getDataRequest(const CMGetDataRequest& request)
