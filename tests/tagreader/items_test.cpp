@@ -159,6 +159,13 @@ TEST_P(ItemTest, MissingFileGivesWhatTheRowsTell)
     EXPECT_EQ(item(QStringLiteral("gone.mp3"), rowsOf(someValues())), QVariant(someValues()));
 }
 
+TEST_P(ItemTest, NameWithANullCharacterIsNoFile)
+{
+    write(QStringLiteral("x.mp3"), taggedSound());
+    const QString name = QStringLiteral("x.mp3") + QChar(0) + QStringLiteral(".mp3");
+    EXPECT_EQ(item(name, rowsOf(someValues())), QVariant(someValues()));
+}
+
 TEST_P(ItemTest, FileThatIsNoAudioGivesWhatTheRowsTell)
 {
     write(QStringLiteral("list.m3u"), "#EXTM3U\nx.mp3\n");

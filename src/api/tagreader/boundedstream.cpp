@@ -22,10 +22,12 @@ bool isReadable(const struct stat& file)
 }
 
 /// Looks before it opens, since opening alone can have effects on devices and pipes. Returns -1 for what is no file.
-int openRegularFile(const char* name, long& length)
+int openRegularFile(const QByteArray& path, long& length)
 {
+    const char* name = path.constData();
     struct stat file = {};
-    if (stat(name, &file) != 0 || !isReadable(file))
+    // Cut off at a null byte, the path would be another file's.
+    if (path.contains('\0') || stat(name, &file) != 0 || !isReadable(file))
         return -1;
     // Should it have become a pipe meanwhile, the flags keep open() from waiting.
     const int descriptor = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
@@ -47,7 +49,7 @@ const char* stackPosition()
 } // namespace
 
 BoundedStream::BoundedStream(QByteArray name)
-    : m_name(std::move(name)), m_descriptor(openRegularFile(m_name.constData(), m_length)), m_stack(stackPosition())
+    : m_name(std::move(name)), m_descriptor(openRegularFile(m_name, m_length)), m_stack(stackPosition())
 {
 }
 

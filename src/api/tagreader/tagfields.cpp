@@ -168,40 +168,44 @@ TagLib::StringList namedValues(const TagLib::Tag& tag, const Names& names)
 }
 
 /// As much of a text as anybody reads, of texts of any length.
-constexpr unsigned int longestText = 4096;
+constexpr int longestText = 4096;
 
+/// The first units of it. TagLib holds UTF-16, whatever the width of its characters.
+QString startOf(const TagLib::String& text, int length)
+{
+    QString result;
+    const wchar_t* units = text.toCWString();
+    std::for_each(units, units + std::min(static_cast<int>(text.size()), length), [&result](wchar_t unit) {
+        result.append(QChar(static_cast<ushort>(unit)));
+    });
+    return result;
+}
+
+/// No UTF-8 or JSON could be made of half a character.
 QString withoutHalves(const QString& text)
 {
+    if (text.isValidUtf16())
+        return text;
     const QVector<uint> characters = text.toUcs4();
     return QString::fromUcs4(characters.constData(), characters.size());
 }
 
-QString toQString(const TagLib::String& text)
-{
-    const unsigned int length = std::min(text.size(), longestText);
-    QString result;
-    result.reserve(static_cast<int>(length));
-    const wchar_t* units = text.toCWString();
-    // TagLib holds UTF-16, whatever the width of its characters.
-    std::for_each(units, units + length, [&result](wchar_t unit) { result.append(QChar(static_cast<ushort>(unit))); });
-    // No UTF-8 or JSON could be made of half a character.
-    return result.isValidUtf16() ? result : withoutHalves(result);
-}
-
 QString joined(const TagLib::StringList& values)
 {
+    const QLatin1String separator(", ");
     QString result;
     for (const TagLib::String& value : values) {
-        if (static_cast<unsigned int>(result.size()) >= longestText)
+        const int room = longestText - result.size() - separator.size();
+        if (room <= 0)
             break;
-        const QString text = toQString(value);
+        const QString text = startOf(value, room);
         if (text.trimmed().isEmpty())
             continue;
         if (!result.isEmpty())
-            result += QLatin1String(", ");
+            result += separator;
         result += text;
     }
-    return result;
+    return withoutHalves(result);
 }
 
 /// 0 for what is no number of anything.

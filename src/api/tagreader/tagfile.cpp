@@ -57,7 +57,10 @@ void TagFile::open()
         break;
     case ContentKind::Adts:
         // Without a tag at its start, TagLib would look through all of a file for frames that it does not know.
-        m_content.start > 0 ? openMpeg(false) : openWithApeTag<TagLib::APE::File>(false);
+        if (m_content.start > 0)
+            openMpeg(false);
+        else
+            openWithApeTag<TagLib::APE::File>(false);
         break;
     case ContentKind::Flac:
         openFlac();
