@@ -42,6 +42,7 @@ public:
 
     void push(const QString& key, const QByteArray& line);
     void endLatest();
+    bool hasRoom();
     void waitForRoom();
     bool drain(int milliseconds);
     void close();
@@ -58,6 +59,7 @@ private:
     std::optional<QByteArray> takeNext();
     void finish(const QByteArray& line, int errorNumber);
     void closeLocked();
+    [[nodiscard]] bool hasRoomLocked() const;
 
     const int m_fileDescriptor;
     FailureHandler m_handler;
@@ -97,10 +99,21 @@ void OutputQueue::State::endLatest()
     m_latest.clear();
 }
 
+bool OutputQueue::State::hasRoom()
+{
+    const std::lock_guard lock(m_mutex);
+    return hasRoomLocked();
+}
+
+bool OutputQueue::State::hasRoomLocked() const
+{
+    return m_closed || m_pendingBytes <= muchPending;
+}
+
 void OutputQueue::State::waitForRoom()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_closed || m_pendingBytes <= muchPending; });
+    m_changed.wait(lock, [this] { return hasRoomLocked(); });
 }
 
 bool OutputQueue::State::drain(int milliseconds)
@@ -187,6 +200,11 @@ void OutputQueue::pushLatest(const QString& key, const QByteArray& line)
 void OutputQueue::endLatest()
 {
     m_state->endLatest();
+}
+
+bool OutputQueue::hasRoom() const
+{
+    return m_state->hasRoom();
 }
 
 void OutputQueue::waitForRoom()

@@ -27,6 +27,8 @@ public:
     /// What comes from now on replaces nothing that is pending now.
     void endLatest();
 
+    /// False if so much is pending that waitForRoom() would wait.
+    [[nodiscard]] bool hasRoom() const;
     /// Waits as long as too much is pending. Not for a thread that others wait for.
     void waitForRoom();
     /// Waits until everything is written, at most `milliseconds` (below 0: without limit). False if it is not.

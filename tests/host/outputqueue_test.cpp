@@ -68,7 +68,9 @@ TEST_F(OutputQueueTest, WrittenLineIsNotReplaced)
 
 TEST_F(OutputQueueTest, WhoAsksForRoomWaitsUntilTheReaderHasRead)
 {
+    EXPECT_TRUE(m_queue.hasRoom());
     m_queue.push(tooMuch);
+    EXPECT_FALSE(m_queue.hasRoom());
     auto waiting = std::async(std::launch::async, [this] { m_queue.waitForRoom(); });
     EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     EXPECT_EQ(m_pipe.readLines(1), QList<QByteArray>{tooMuch});

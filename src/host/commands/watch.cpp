@@ -56,11 +56,9 @@ public:
 
     int run()
     {
-        const SignalWatcher signalWatcher;
-        QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
-        report(QStringLiteral("watching %1, interrupt to end").arg(counted(m_open.size())));
-        const int status = QCoreApplication::exec();
-        static_cast<void>(m_output.drain(Ending::patience));
+        const int status = watchUntilSignalled();
+        // Nobody waits for the end of what was interrupted; the last changes of what has ended are waited for.
+        static_cast<void>(m_output.drain(status == Success ? Ending::patience : -1));
         return status;
     }
 
@@ -70,18 +68,34 @@ private:
         return directories == 1 ? QStringLiteral("1 directory") : QStringLiteral("%1 directories").arg(directories);
     }
 
+    int watchUntilSignalled()
+    {
+        const SignalWatcher signalWatcher;
+        QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+        report(QStringLiteral("watching %1, interrupt to end").arg(counted(m_open.size())));
+        return QCoreApplication::exec();
+    }
+
     void print(const CMPath& path, const QStringList& changes, int version)
     {
         const QByteArray line =
             m_json ? toJson(changeParameters(path, changes, version)) : lineOf(path, changes, version);
-        if (!changes.contains(CMSubscribe::RowsChangeClose()))
-            return m_output.pushLatest(path.toEncoded(), line);
+        if (changes.contains(CMSubscribe::RowsChangeClose()))
+            return printEnd(path, line);
+        if (m_output.hasRoom())
+            m_output.push(line);
+        else
+            m_output.pushLatest(path.toEncoded(), line);
+    }
+
+    void printEnd(const CMPath& path, const QByteArray& line)
+    {
         m_output.push(line);
         m_open.remove(path);
-        if (m_open.isEmpty()) {
-            report(QStringLiteral("nothing is left to watch"));
-            QCoreApplication::exit(Refused);
-        }
+        if (!m_open.isEmpty())
+            return;
+        report(QStringLiteral("nothing is left to watch"));
+        QCoreApplication::exit(Refused);
     }
 
     const bool m_json;
