@@ -10,10 +10,7 @@
 
 namespace {
 
-QString helpOption()
-{
-    return QStringLiteral("help");
-}
+const QLatin1String helpOption("help");
 
 constexpr char programDescription[] = "Browses, watches and reads a directory tree of media files through a worker "
                                       "module.";
@@ -21,7 +18,7 @@ constexpr char programDescription[] = "Browses, watches and reads a directory tr
 /// Qt's own would speak of options that a program without windows does not have.
 void addHelpOption(QCommandLineParser& parser)
 {
-    parser.addOption({{QStringLiteral("h"), helpOption()}, QStringLiteral("Print this help.")});
+    parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
 }
 
 QString commandList()
@@ -106,7 +103,7 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
     const QString name = QLatin1String(command.name);
     if (!parser.parse(program.positionalArguments()))
         return refuseUse(parser.errorText(), name);
-    if (parser.isSet(helpOption()))
+    if (parser.isSet(helpOption))
         return print(output, helpText(command));
     if (!fitsArguments(command, parser.positionalArguments().size()))
         return refuseUse(QStringLiteral("%1 takes %2").arg(name, QLatin1String(command.arguments)), name);
@@ -130,7 +127,7 @@ int runApplication(const QStringList& arguments, int output)
     setUpProgramParser(program);
     if (!program.parse(arguments))
         return refuseUse(program.errorText());
-    if (program.isSet(helpOption()))
+    if (program.isSet(helpOption))
         return print(output, program.helpText() + commandList());
     if (program.isSet(QStringLiteral("version")))
         return print(output, QStringLiteral("tavo %1\n").arg(QCoreApplication::applicationVersion()));

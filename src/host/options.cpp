@@ -6,38 +6,14 @@ namespace {
 
 constexpr int defaultSweepSeconds = 5;
 
-QString rootOption()
-{
-    return QStringLiteral("root");
-}
-QString filterOption()
-{
-    return QStringLiteral("filter");
-}
-QString serviceIdOption()
-{
-    return QStringLiteral("service-id");
-}
-QString moduleOption()
-{
-    return QStringLiteral("module");
-}
-QString albumArtWidthOption()
-{
-    return QStringLiteral("album-art-width");
-}
-QString sweepOption()
-{
-    return QStringLiteral("sweep");
-}
-QString logLevelOption()
-{
-    return QStringLiteral("log-level");
-}
-QString logConfigOption()
-{
-    return QStringLiteral("log-config");
-}
+const QLatin1String rootOption("root");
+const QLatin1String filterOption("filter");
+const QLatin1String serviceIdOption("service-id");
+const QLatin1String moduleOption("module");
+const QLatin1String albumArtWidthOption("album-art-width");
+const QLatin1String sweepOption("sweep");
+const QLatin1String logLevelOption("log-level");
+const QLatin1String logConfigOption("log-config");
 
 QStringList usualPatterns()
 {
@@ -61,20 +37,20 @@ QString lastValue(const QCommandLineParser& first, const QCommandLineParser& sec
 void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags)
 {
     const QList<QCommandLineOption> options = {
-        {rootOption(), QStringLiteral("Directory tree to serve (required)."), QStringLiteral("DIR")},
-        {filterOption(),
+        {rootOption, QStringLiteral("Directory tree to serve (required)."), QStringLiteral("DIR")},
+        {filterOption,
          QStringLiteral("Wildcard of playable names; may be given again. Default: the usual audio and "
                         "playlist files."),
          QStringLiteral("PATTERN")},
-        {serviceIdOption(), QStringLiteral("Name of the service and prefix of its paths."), QStringLiteral("ID"),
+        {serviceIdOption, QStringLiteral("Name of the service and prefix of its paths."), QStringLiteral("ID"),
          QStringLiteral("file")},
-        {moduleOption(), QStringLiteral("Worker module to load. Default: the one that comes with this program."),
+        {moduleOption, QStringLiteral("Worker module to load. Default: the one that comes with this program."),
          QStringLiteral("FILE")},
-        {albumArtWidthOption(), QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
-        {sweepOption(), QStringLiteral("Seconds between looks at opened directories, 0: never. Default: 5."),
+        {albumArtWidthOption, QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
+        {sweepOption, QStringLiteral("Seconds between looks at opened directories, 0: never. Default: 5."),
          QStringLiteral("SECONDS")},
-        {logLevelOption(), QStringLiteral("OFF, FATAL, ERROR, WARN, INFO, DEBUG or TRACE."), QStringLiteral("LEVEL")},
-        {logConfigOption(),
+        {logLevelOption, QStringLiteral("OFF, FATAL, ERROR, WARN, INFO, DEBUG or TRACE."), QStringLiteral("LEVEL")},
+        {logConfigOption,
          QStringLiteral("Properties file for log4cplus. Default: warnings and worse on standard "
                         "error."),
          QStringLiteral("FILE")}};
@@ -88,27 +64,27 @@ Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCo
 {
     const auto value = [&](const QString& name) { return lastValue(program, command, name); };
     GlobalOptions options;
-    options.host.root = value(rootOption());
-    options.host.filter = program.values(filterOption()) + command.values(filterOption());
+    options.host.root = value(rootOption);
+    options.host.filter = program.values(filterOption) + command.values(filterOption);
     if (options.host.filter.isEmpty())
         options.host.filter = usualPatterns();
-    options.host.serviceId = value(serviceIdOption());
+    options.host.serviceId = value(serviceIdOption);
     if (options.host.serviceId.isEmpty())
         return Failure::wrongUse(QStringLiteral("--service-id is empty"));
-    const QString module = value(moduleOption());
+    const QString module = value(moduleOption);
     options.host.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
-    options.logLevel = value(logLevelOption());
-    options.logConfig = value(logConfigOption());
+    options.logLevel = value(logLevelOption);
+    options.logConfig = value(logConfigOption);
     const auto number = [&](const QString& name, int byDefault, int minimum) {
         return integerOption(command.isSet(name) ? command : program, name, byDefault, minimum);
     };
-    const Result<int> sweep = number(sweepOption(), defaultSweepSeconds, 0);
+    const Result<int> sweep = number(sweepOption, defaultSweepSeconds, 0);
     if (!sweep)
         return sweep.failure();
     options.host.sweepInterval = std::chrono::seconds(sweep.value());
-    if (value(albumArtWidthOption()).isNull())
+    if (value(albumArtWidthOption).isNull())
         return options;
-    const Result<int> width = number(albumArtWidthOption(), 0, 1);
+    const Result<int> width = number(albumArtWidthOption, 0, 1);
     if (!width)
         return width.failure();
     options.host.albumArtWidth = width.value();

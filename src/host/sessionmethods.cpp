@@ -32,35 +32,12 @@ private:
 
 namespace {
 
-QString pathName()
-{
-    return QStringLiteral("path");
-}
-
-QString firstName()
-{
-    return QStringLiteral("first");
-}
-
-QString lastName()
-{
-    return QStringLiteral("last");
-}
-
-QString versionName()
-{
-    return QStringLiteral("version");
-}
-
-QString rolesName()
-{
-    return QStringLiteral("roles");
-}
-
-QString valueName()
-{
-    return QStringLiteral("value");
-}
+const QLatin1String pathName("path");
+const QLatin1String firstName("first");
+const QLatin1String lastName("last");
+const QLatin1String versionName("version");
+const QLatin1String rolesName("roles");
+const QLatin1String valueName("value");
 
 template<typename T>
 Result<QVariant> toResult(const Result<T>& result)
@@ -96,9 +73,9 @@ Result<QVariant> rows(Session& session, Parameters& parameters)
 {
     Session::RowsQuery query;
     query.path = parameters.path();
-    query.first = parameters.integer(firstName(), query.first);
-    query.last = parameters.integer(lastName(), query.last);
-    query.version = parameters.integer(versionName(), query.version);
+    query.first = parameters.integer(firstName, query.first);
+    query.last = parameters.integer(lastName, query.last);
+    query.version = parameters.integer(versionName, query.version);
     query.roles = parameters.roles(query.roles);
     if (parameters.problem())
         return *parameters.problem();
@@ -153,12 +130,12 @@ const std::vector<SessionMethod>& sessionMethods()
     using Lane = SessionMethod::Lane;
     static const std::vector<SessionMethod> methods = {
         {"describe", Lane::Quick, {}, describe},
-        {"rows", Lane::Quick, {pathName(), firstName(), lastName(), versionName(), rolesName()}, rows},
-        {"data", Lane::Quick, {pathName(), rolesName()}, data},
-        {"set", Lane::Long, {pathName(), valueName()}, set},
-        {"menu", Lane::Quick, {pathName(), rolesName()}, menu},
-        {"open", Lane::InOrder, {pathName()}, open},
-        {"close", Lane::InOrder, {pathName()}, close}};
+        {"rows", Lane::Quick, {pathName, firstName, lastName, versionName, rolesName}, rows},
+        {"data", Lane::Quick, {pathName, rolesName}, data},
+        {"set", Lane::Long, {pathName, valueName}, set},
+        {"menu", Lane::Quick, {pathName, rolesName}, menu},
+        {"open", Lane::InOrder, {pathName}, open},
+        {"close", Lane::InOrder, {pathName}, close}};
     return methods;
 }
 
@@ -197,7 +174,7 @@ void Parameters::takeObject(const QJsonObject& fields, const QStringList& known)
 
 CMPath Parameters::path()
 {
-    const QJsonValue text = m_fields.value(pathName());
+    const QJsonValue text = m_fields.value(pathName);
     if (!text.isString())
         complain(QStringLiteral("'path' must be a string"));
     return CMPath::fromEncoded(text.toString());
@@ -217,7 +194,7 @@ int Parameters::integer(const QString& name, int byDefault)
 
 QStringList Parameters::roles(const QStringList& byDefault)
 {
-    const QJsonValue list = m_fields.value(rolesName());
+    const QJsonValue list = m_fields.value(rolesName);
     if (list.isUndefined())
         return byDefault;
     const QJsonArray elements = list.toArray();
@@ -233,9 +210,9 @@ QStringList Parameters::roles(const QStringList& byDefault)
 
 QVariant Parameters::value()
 {
-    if (!m_fields.contains(valueName()))
+    if (!m_fields.contains(valueName))
         complain(QStringLiteral("'value' is missing"));
-    return m_fields.value(valueName()).toVariant();
+    return m_fields.value(valueName).toVariant();
 }
 
 void Parameters::complain(const QString& what)

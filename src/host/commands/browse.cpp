@@ -17,31 +17,19 @@ constexpr char manual[] = R"(Prints the rows of a directory below the root: dire
   tavo --root ~/Music browse Albums/Blue
   tavo --root ~/Music browse --first 0 --last 9 --roles title,mediaData --json)";
 
-QString firstOption()
-{
-    return QStringLiteral("first");
-}
-QString lastOption()
-{
-    return QStringLiteral("last");
-}
-QString rolesOption()
-{
-    return QStringLiteral("roles");
-}
-QString versionOption()
-{
-    return QStringLiteral("rows-version");
-}
+const QLatin1String firstOption("first");
+const QLatin1String lastOption("last");
+const QLatin1String rolesOption("roles");
+const QLatin1String versionOption("rows-version");
 
 void addOptions(QCommandLineParser& parser)
 {
     parser.addOptions({
-        {firstOption(), QStringLiteral("First row, from 0."), QStringLiteral("INDEX")},
-        {lastOption(), QStringLiteral("Last row. Default: the last there is."), QStringLiteral("INDEX")},
-        {rolesOption(), QStringLiteral("What to tell of each row: any of %1.").arg(entryRoles().join(QLatin1Char(','))),
+        {firstOption, QStringLiteral("First row, from 0."), QStringLiteral("INDEX")},
+        {lastOption, QStringLiteral("Last row. Default: the last there is."), QStringLiteral("INDEX")},
+        {rolesOption, QStringLiteral("What to tell of each row: any of %1.").arg(entryRoles().join(QLatin1Char(','))),
          QStringLiteral("ROLE,...")},
-        {versionOption(), QStringLiteral("Version that the rows must have."), QStringLiteral("VERSION")},
+        {versionOption, QStringLiteral("Version that the rows must have."), QStringLiteral("VERSION")},
     });
     addJsonOption(parser);
 }
@@ -50,9 +38,9 @@ Result<Session::RowsQuery> queryFrom(const Host& host, const QCommandLineParser&
 {
     Session::RowsQuery query;
     query.path = pathFrom(host, parser.positionalArguments().value(0));
-    const Result<int> first = integerOption(parser, firstOption(), query.first, 0);
-    const Result<int> last = integerOption(parser, lastOption(), query.last, -1);
-    const Result<int> version = integerOption(parser, versionOption(), query.version, 0);
+    const Result<int> first = integerOption(parser, firstOption, query.first, 0);
+    const Result<int> last = integerOption(parser, lastOption, query.last, -1);
+    const Result<int> version = integerOption(parser, versionOption, query.version, 0);
     for (const Result<int>* number : {&first, &last, &version}) {
         if (!*number)
             return number->failure();
@@ -65,9 +53,9 @@ Result<Session::RowsQuery> queryFrom(const Host& host, const QCommandLineParser&
 
 QStringList rolesFrom(const QCommandLineParser& parser, const QStringList& byDefault)
 {
-    if (!parser.isSet(rolesOption()))
+    if (!parser.isSet(rolesOption))
         return byDefault;
-    return parser.value(rolesOption()).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    return parser.value(rolesOption).split(QLatin1Char(','), Qt::SkipEmptyParts);
 }
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
