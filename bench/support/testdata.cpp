@@ -93,8 +93,17 @@ std::string NameMaker::unused(const std::string& stem, const std::string& ending
 
 std::string NameMaker::file()
 {
-    const std::string ending = below(100) < 70 ? oneOf(playableEndings) : oneOf(otherEndings);
+    return fileEndingWith(below(100) < 70 ? oneOf(playableEndings) : oneOf(otherEndings));
+}
+
+std::string NameMaker::fileEndingWith(const std::string& ending)
+{
     return unused(stem(), ending);
+}
+
+std::string NameMaker::artist()
+{
+    return oneOf(artists);
 }
 
 std::string NameMaker::directory()

@@ -12,12 +12,14 @@ class NameMaker
 {
 public:
     [[nodiscard]] std::string file();
+    [[nodiscard]] std::string fileEndingWith(const std::string& ending);
     [[nodiscard]] std::string directory();
+    [[nodiscard]] std::string title();
+    [[nodiscard]] std::string artist();
 
 private:
     [[nodiscard]] unsigned below(unsigned limit);
     [[nodiscard]] const std::string& oneOf(const std::vector<std::string>& texts);
-    [[nodiscard]] std::string title();
     [[nodiscard]] std::string stem();
     [[nodiscard]] std::string unused(const std::string& stem, const std::string& ending);
 

@@ -27,10 +27,10 @@ public:
     [[nodiscard]] QString newDirectoryOf(int entries) const;
     /// A tree of ten files in each of so many directories. Not to be changed.
     [[nodiscard]] QString treeOf(int directories) const;
-
-private:
+    /// The directory with this name, which `fill` fills when it is first asked for. Not to be changed.
     [[nodiscard]] QString filled(const QString& name, const std::function<void(const std::string&)>& fill) const;
 
+private:
     bool m_smoke;
     QTemporaryDir m_own;
     QString m_root;
