@@ -1,4 +1,6 @@
 #include "application.h"
+#include "descriptors.h"
+#include "exitstatus.h"
 #include "output.h"
 
 #include <QCoreApplication>
@@ -8,6 +10,10 @@
 
 int main(int argc, char** argv)
 {
+    if (const Result<Done> claimed = claimDescriptors(); !claimed) {
+        report(claimed.failure().message);
+        return exitStatus(claimed.failure());
+    }
     const int output = claimStandardOutput();
     // A reader that goes away is noticed where it is written to.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
