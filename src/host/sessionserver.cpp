@@ -5,6 +5,8 @@
 
 #include <QDeadlineTimer>
 
+#include <memory>
+
 namespace {
 
 constexpr int mostUnderWay = 64;
@@ -32,6 +34,29 @@ QByteArray answerText(const QJsonValue& id, const Result<QVariant>& result)
     return result ? JsonRpc::result(id, result.value()) : JsonRpc::error(id, errorFrom(result.failure()));
 }
 
+/// Starts all the pool's threads, for as long as the pool is there: Qt ends the process if it finds no file descriptor
+/// for the event loop of a thread that it starts, and the process may have none left by then.
+void startThreads(QThreadPool& pool, int count)
+{
+    constexpr int never = -1;
+    pool.setMaxThreadCount(count);
+    pool.setExpiryTimeout(never);
+    struct Meeting
+    {
+        QSemaphore arrived;
+        QSemaphore complete;
+    };
+    const auto meeting = std::make_shared<Meeting>();
+    for (int i = 0; i < count; ++i) {
+        pool.start([meeting] {
+            meeting->arrived.release();
+            meeting->complete.acquire();
+        });
+    }
+    meeting->arrived.acquire(count);
+    meeting->complete.release(count);
+}
+
 } // namespace
 
 SessionServer::SessionServer(Host& host, OutputQueue& output)
@@ -40,8 +65,8 @@ SessionServer::SessionServer(Host& host, OutputQueue& output)
           host, [this](const CMPath& path, const QStringList& changes, int version) { tell(path, changes, version); }),
       m_free(mostUnderWay)
 {
-    m_pool.setMaxThreadCount(poolThreads);
-    m_walkPool.setMaxThreadCount(walkThreads);
+    startThreads(m_pool, poolThreads);
+    startThreads(m_walkPool, walkThreads);
 }
 
 SessionServer::~SessionServer() = default;
