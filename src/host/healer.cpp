@@ -1,14 +1,13 @@
 #include "healer.h"
 
+#include "localpath.h"
+
 #include <log/dbglog.h>
 #include <model/cmworker.h>
-#include <tavo/tavomedia.h>
-#include <tavo/tavoroles.h>
 
 #include <QFile>
 #include <QSet>
 #include <QStorageInfo>
-#include <QUrl>
 
 #include <algorithm>
 #include <array>
@@ -125,7 +124,7 @@ bool Healer::isSame(const Identity& a, const Identity& b)
 void Healer::added(const CMPath& path)
 {
     Directory directory;
-    directory.localPath = localPath(path);
+    directory.localPath = localPath(m_worker, path);
     directory.last = lookAt(directory.localPath);
     m_directories.insert(path, directory);
     m_watchesAdded = true;
@@ -135,16 +134,6 @@ void Healer::added(const CMPath& path)
 void Healer::removed(const CMPath& path)
 {
     m_directories.remove(path);
-}
-
-QByteArray Healer::localPath(const CMPath& path) const
-{
-    const CMGetDataRequest request(path, {TavoRoles::MediaData()});
-    m_worker.getDataRequest(request);
-    const TavoMediaData media(request.reply().value().value(0).toHash());
-    if (media.resources().size() == 0)
-        return {};
-    return QFile::encodeName(QUrl::fromEncoded(media.resources().at(0).uri().toLatin1()).toLocalFile());
 }
 
 void Healer::sweep()

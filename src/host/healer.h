@@ -59,7 +59,6 @@ private:
 
     void added(const CMPath& path);
     void removed(const CMPath& path);
-    [[nodiscard]] QByteArray localPath(const CMPath& path) const;
 
     void sweep();
     void checkIdentities();

@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include "host.h"
+#include "localpath.h"
 
 #include <model/cmroot.h>
 #include <tavo/tavokeys.h>
@@ -9,6 +10,9 @@
 #include <QThread>
 
 #include <algorithm>
+#include <cerrno>
+
+#include <dirent.h>
 
 namespace {
 
@@ -25,6 +29,12 @@ Failure invalidPath(const CMPath& path)
 Failure notOpen(const CMPath& path)
 {
     return refused({TavoErrorInvalidPath(), TrString({"Session", "'%1' is not open"}, path.toEncoded())});
+}
+
+Failure unreadable(const CMPath& path, int errorNumber)
+{
+    const QList<TrArg> arguments = {path.toEncoded(), qt_error_string(errorNumber)};
+    return refused({CMError::DefaultName(), TrString({"Session", "'%1' cannot be read: %2"}, arguments)});
 }
 
 Failure unanswered(const CMPath& path)
@@ -136,7 +146,10 @@ Result<Session::Page> Session::rows(const RowsQuery& query) const
     const CMGetRowsRequest request(query.path, query.first, query.last, query.version, query.roles);
     if (std::optional<Failure> failure = ask(request))
         return *failure;
-    return pageOf(request.reply().value());
+    Page page = pageOf(request.reply().value());
+    if (const int error = page.count == 0 ? readError(query.path) : 0; error != 0)
+        return unreadable(query.path, error);
+    return page;
 }
 
 Result<QVariantList> Session::data(const CMPath& path, const QStringList& roles) const
@@ -206,6 +219,15 @@ Failure Session::refusal(const CMPath& path) const
             return emptyPage.failure();
     }
     return invalidPath(path);
+}
+
+int Session::readError(const CMPath& path) const
+{
+    DIR* const directory = opendir(localPath(m_host.worker(), path).constData());
+    if (!directory)
+        return errno == ENOTDIR || errno == ENOENT ? 0 : errno;
+    closedir(directory);
+    return 0;
 }
 
 std::optional<Failure> Session::ask(const CMRequest& request) const

@@ -88,6 +88,9 @@ private:
     [[nodiscard]] bool isOpenable(const CMPath& path) const;
     /// Why the worker does not track the path: it may be an ancestor that it cannot read.
     [[nodiscard]] Failure refusal(const CMPath& path) const;
+    /// 0 for what is no directory. To the worker a directory that it cannot read is empty, say for want of file
+    /// descriptors.
+    [[nodiscard]] int readError(const CMPath& path) const;
     /// None if the worker has answered.
     [[nodiscard]] std::optional<Failure> ask(const CMRequest& request) const;
 
