@@ -8,6 +8,7 @@
 #include "printers.h"
 
 #include <model/cmroot.h>
+#include <model/cmversion.h>
 #include <tavo/tavokeys.h>
 #include <tavo/tavoroles.h>
 
@@ -15,6 +16,8 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <limits>
+#include <utility>
 
 namespace {
 
@@ -248,6 +251,25 @@ TEST_F(SessionTest, ChangesOfAnOpenedDirectoryAreTold)
     Session::RowsQuery query;
     query.path = path("a/b");
     EXPECT_EQ(client->session.rows(query).value().version, client->lastVersion);
+}
+
+TEST_F(SessionTest, VersionAfterTheLargestIsOne)
+{
+    constexpr int largest = std::numeric_limits<int>::max();
+    client.reset();
+    host.reset();
+    const int last = std::exchange(CMVersion::s_last, largest - 2);
+    host = startHost(tree.root());
+    CMVersion::s_last = last;
+    client = std::make_unique<Client>(*host);
+    ASSERT_TRUE(open(""));
+    const auto rowsOf = [this](int version) { return client->session.rows({path(""), 0, 9, version, {}}); };
+    EXPECT_EQ(rowsOf(largest).value().version, largest);
+    tree.addFile(QStringLiteral("more.mp3"));
+    ASSERT_TRUE(client->isTold(reset + QStringLiteral(" ")));
+    EXPECT_EQ(client->lastVersion, 1);
+    EXPECT_EQ(rowsOf(largest).failure().name, TavoErrorInvalidRowsVersion());
+    EXPECT_EQ(rowsOf(1).value().count, 3);
 }
 
 TEST_F(SessionTest, AncestorsOfAnOpenedDirectoryAreHeldToo)

@@ -98,7 +98,7 @@ TEST(Usage, ServiceIdMustBeFree)
         HasSubstr("--service-id"));
 }
 
-TEST(Usage, ModuleThatCannotBeLoadedIsToldInTheLoadersWords)
+TEST(Usage, ModuleThatMakesNoWorkerIsToldWithTheReason)
 {
     const auto withModule = [](const char* file) {
         return QStringList{
@@ -110,6 +110,7 @@ TEST(Usage, ModuleThatCannotBeLoadedIsToldInTheLoadersWords)
     EXPECT_THAT(wrongUse(withModule(MODULE_NO_FACTORY)), HasSubstr("undefined symbol: worker_create"));
     EXPECT_THAT(wrongUse(withModule(MODULE_MISSING_SYMBOL)), HasSubstr("undefined symbol"));
     EXPECT_THAT(wrongUse(withModule(MODULE_THROWING_FACTORY)), HasSubstr("no memory for it"));
+    EXPECT_THAT(wrongUse(withModule(MODULE_NULL_FACTORY)), HasSubstr("its factory gives none"));
 }
 
 } // namespace

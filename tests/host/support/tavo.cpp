@@ -1,5 +1,6 @@
 #include "tavo.h"
 
+#include <QFileInfo>
 #include <QProcessEnvironment>
 
 #include <csignal>
@@ -112,6 +113,23 @@ void Tavo::signal(int signalNumber)
     ::kill(static_cast<pid_t>(QProcess::processId()), signalNumber);
 }
 
+Tavo::WithoutDescriptors::WithoutDescriptors(const Tavo& program) : m_process(static_cast<pid_t>(program.processId()))
+{
+    const QString descriptors = QStringLiteral("/proc/%1/fd/").arg(m_process);
+    rlim_t unused = 0;
+    while (QFileInfo(descriptors + QString::number(unused)).isSymLink())
+        ++unused;
+    prlimit(m_process, RLIMIT_NOFILE, nullptr, &m_usual);
+    const rlimit scarce = {unused, m_usual.rlim_max};
+    const int limited = prlimit(m_process, RLIMIT_NOFILE, &scarce, nullptr);
+    Q_ASSERT(limited == 0);
+}
+
+Tavo::WithoutDescriptors::~WithoutDescriptors()
+{
+    prlimit(m_process, RLIMIT_NOFILE, &m_usual, nullptr);
+}
+
 Outcome Tavo::finish()
 {
     closeWriteChannel();
@@ -133,6 +151,11 @@ void Tavo::setupChildProcess()
 {
     if (m_watchLimit)
         limitWatches(*m_watchLimit);
+    if (m_descriptorLimits) {
+        const rlimit limits = {
+            static_cast<rlim_t>(m_descriptorLimits->first), static_cast<rlim_t>(m_descriptorLimits->second)};
+        setrlimit(RLIMIT_NOFILE, &limits);
+    }
     if (m_rights == Rights::Usual)
         return;
     // What root gets back when it starts a program is what is left in the bounding set.

@@ -6,6 +6,9 @@
 #include <QStringList>
 
 #include <optional>
+#include <utility>
+
+#include <sys/resource.h>
 
 /// How a program ended.
 struct Outcome
@@ -35,6 +38,8 @@ public:
     void setRights(Rights rights) { m_rights = rights; }
     /// The kernel grants the program no more watches than this. Before start().
     void setWatchLimit(int limit) { m_watchLimit = limit; }
+    /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
+    void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     void setVariable(const QString& name, const QString& value);
     /// What goes to a file is not in the outcome.
     void setStandardOutputFile(const QString& name);
@@ -53,6 +58,18 @@ public:
     [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
 
     void signal(int signalNumber);
+    /// The running program can open nothing any more, until the object goes.
+    class WithoutDescriptors
+    {
+    public:
+        explicit WithoutDescriptors(const Tavo& program);
+        ~WithoutDescriptors();
+        Q_DISABLE_COPY_MOVE(WithoutDescriptors)
+
+    private:
+        pid_t m_process;
+        rlimit m_usual = {};
+    };
     [[nodiscard]] Outcome waitForEnd();
     /// Closes the input first.
     [[nodiscard]] Outcome finish();
@@ -65,6 +82,7 @@ private:
 
     Rights m_rights = Rights::Usual;
     std::optional<int> m_watchLimit;
+    std::optional<std::pair<int, int>> m_descriptorLimits;
     bool m_holdsOutput = true;
     bool m_holdsErrors = true;
 };

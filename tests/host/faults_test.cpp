@@ -1,0 +1,348 @@
+// What may break under a running program: it goes on, says what is wrong, and finds its way back.
+
+#include "support/follower.h"
+#include "support/temporarytree.h"
+#include "support/terminal.h"
+
+#include "printers.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+namespace {
+
+using testing::AnyOf;
+using testing::Each;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+const QString root = QStringLiteral("root");
+const QString directory = QStringLiteral("a");
+const QStringList oldRows = {QStringLiteral("old.mp3")};
+const QStringList newRows = {QStringLiteral("new.mp3")};
+
+/// A client of root/, which has the directory a open.
+class Faults : public testing::Test
+{
+protected:
+    Faults()
+    {
+        tree.addFile(QStringLiteral("root/a/old.mp3"));
+        tree.addFile(QStringLiteral("other/a/new.mp3"));
+        tree.addFile(QStringLiteral("file"));
+    }
+
+    [[nodiscard]] QStringList options(const QStringList& more = {}) const
+    {
+        return QStringList{
+                   QStringLiteral("--root"), tree.absolute(root), QStringLiteral("--sweep"), QStringLiteral("1")} +
+               more;
+    }
+
+    void start(const QStringList& more = {})
+    {
+        client.start(options(more));
+        ASSERT_TRUE(client.open(directory));
+    }
+
+    void expectToldOfChanges()
+    {
+        QStringList rows = client.titles(directory);
+        tree.addFile(QStringLiteral("root/a/~told.mp3"));
+        rows.append(QStringLiteral("~told.mp3"));
+        EXPECT_TRUE(client.comesToHold(directory, rows));
+    }
+
+    TemporaryTree tree;
+    Follower client;
+};
+
+using FaultyRoot = Faults;
+
+TEST_F(FaultyRoot, RemovedIsClosedAndRestoredIsServedAgain)
+{
+    start();
+    tree.remove(root);
+    ASSERT_TRUE(client.isClosed(directory));
+    EXPECT_FALSE(client.open(QString()));
+    EXPECT_FALSE(client.open(directory));
+    tree.addFile(QStringLiteral("root/a/new.mp3"));
+    ASSERT_TRUE(client.open(directory));
+    EXPECT_EQ(client.titles(directory), newRows);
+    expectToldOfChanges();
+}
+
+TEST_F(FaultyRoot, RenamedIsClosedAndServedAgainUnderItsOldName)
+{
+    start();
+    tree.rename(root, QStringLiteral("moved"));
+    ASSERT_TRUE(client.isClosed(directory));
+    tree.rename(QStringLiteral("moved"), root);
+    ASSERT_TRUE(client.open(directory));
+    EXPECT_EQ(client.titles(directory), oldRows);
+    expectToldOfChanges();
+}
+
+TEST_F(FaultyRoot, ReplacedByAnotherDirectoryIsReadAgain)
+{
+    start();
+    tree.rename(root, QStringLiteral("moved"));
+    tree.rename(QStringLiteral("other"), root);
+    EXPECT_TRUE(client.comesToHold(directory, newRows));
+    expectToldOfChanges();
+}
+
+TEST_F(FaultyRoot, ReplacedByAFileIsClosedAndRestoredIsServedAgain)
+{
+    start();
+    tree.rename(root, QStringLiteral("moved"));
+    tree.rename(QStringLiteral("file"), root);
+    ASSERT_TRUE(client.isClosed(directory));
+    EXPECT_FALSE(client.open(QString()));
+    tree.remove(root);
+    tree.rename(QStringLiteral("moved"), root);
+    ASSERT_TRUE(client.open(directory));
+    EXPECT_EQ(client.titles(directory), oldRows);
+    expectToldOfChanges();
+}
+
+using FaultyDirectory = Faults;
+
+TEST_F(FaultyDirectory, DeletedIsClosedAndRecreatedIsServedAgain)
+{
+    start();
+    tree.remove(QStringLiteral("root/a"));
+    ASSERT_TRUE(client.isClosed(directory));
+    EXPECT_FALSE(client.open(directory));
+    tree.addFile(QStringLiteral("root/a/new.mp3"));
+    ASSERT_TRUE(client.open(directory));
+    EXPECT_EQ(client.titles(directory), newRows);
+    expectToldOfChanges();
+}
+
+TEST_F(FaultyDirectory, RenamedIsClosedAndChangesUnderItsNewNameAreNotTold)
+{
+    start();
+    tree.rename(QStringLiteral("root/a"), QStringLiteral("root/b"));
+    ASSERT_TRUE(client.isClosed(directory));
+    tree.addFile(QStringLiteral("root/b/new.mp3"));
+    EXPECT_FALSE(client.open(directory));
+    EXPECT_EQ(client.kept(), 0);
+    EXPECT_THAT(client.program().finish().output.toStdString(), IsEmpty());
+}
+
+TEST_F(FaultyDirectory, ReplacedByAFileIsClosed)
+{
+    start();
+    tree.rename(QStringLiteral("root/a"), QStringLiteral("moved"));
+    tree.rename(QStringLiteral("file"), QStringLiteral("root/a"));
+    EXPECT_TRUE(client.isClosed(directory));
+    EXPECT_FALSE(client.open(directory));
+}
+
+TEST_F(FaultyDirectory, PermissionThatIsLostIsToldAndRegainedIsToldToo)
+{
+    const QString path = tree.absolute(QStringLiteral("root/a"));
+    client.program().setRights(Tavo::Rights::NoOverride);
+    start();
+    QFile::setPermissions(path, {});
+    EXPECT_EQ(client.nextChange().value(QLatin1String("changes")).toArray(), QJsonArray{QStringLiteral("reset")});
+    EXPECT_EQ(client.refusal(directory), QStringLiteral("No permission to read directory 'a'"));
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    EXPECT_TRUE(client.comesToHold(directory, oldRows));
+    expectToldOfChanges();
+}
+
+class ScarceDescriptors : public Faults
+{
+protected:
+    static constexpr char shortage[] = "Too many open files";
+};
+
+TEST_F(ScarceDescriptors, TooFewAreToldOfAtTheStart)
+{
+    constexpr int enoughToBeLoaded = 4;
+    constexpr int enoughToWork = 48;
+    for (int limit = enoughToBeLoaded; limit <= enoughToWork; ++limit) {
+        Tavo tavo;
+        tavo.setDescriptorLimits(limit, limit);
+        tavo.start(options({QStringLiteral("browse"), QStringLiteral("a")}));
+        const Outcome outcome = tavo.finish();
+        if (outcome.status == 0) {
+            EXPECT_THAT(outcome.output.toStdString(), HasSubstr("old.mp3")) << limit;
+            EXPECT_THAT(outcome.errors.toStdString(), IsEmpty()) << limit;
+        } else {
+            EXPECT_EQ(outcome.status, 1) << limit;
+            EXPECT_EQ(outcome.errors, "tavo: 32 file descriptors are needed: Too many open files\n") << limit;
+            EXPECT_LT(limit, enoughToWork);
+        }
+    }
+}
+
+TEST_F(ScarceDescriptors, UsualLimitDoesNotBindAWalk)
+{
+    constexpr int depth = 100;
+    const QString path = QStringLiteral("d/").repeated(depth);
+    tree.addFile(QStringLiteral("root/") + path + QStringLiteral("deep.mp3"));
+    Tavo tavo;
+    tavo.setDescriptorLimits(depth / 2, 4 * depth);
+    tavo.start(options({QStringLiteral("count"), QStringLiteral("d")}));
+    EXPECT_EQ(tavo.finish().output, "1\n");
+}
+
+TEST_F(ScarceDescriptors, RowsThatCannotBeReadAreRefusedAndNotMistakenForNone)
+{
+    start();
+    {
+        const Tavo::WithoutDescriptors scarce(client.program());
+        EXPECT_THAT(client.refusal(QString()).toStdString(), HasSubstr(shortage));
+        EXPECT_THAT(client.refusal(directory).toStdString(), HasSubstr(shortage));
+    }
+    EXPECT_EQ(client.titles(QString()), QStringList(directory));
+    EXPECT_TRUE(client.comesToHold(directory, oldRows));
+    expectToldOfChanges();
+}
+
+TEST_F(ScarceDescriptors, EveryRequestIsAnswered)
+{
+    start();
+    const QJsonObject described = client.call(QStringLiteral("describe"));
+    const QJsonValue services = described[QStringLiteral("result")][QStringLiteral("services")];
+    const QJsonArray ids{Follower::path(directory), Follower::path(QStringLiteral("a/old.mp3"))};
+    const QString opened = Follower::path(QStringLiteral("b"));
+    tree.addDirectory(QStringLiteral("root/b"));
+    const QList<QPair<QString, QJsonArray>> requests = {
+        {QStringLiteral("describe"), {}},
+        {QStringLiteral("rows"), {Follower::path(directory)}},
+        {QStringLiteral("data"), {Follower::path(directory)}},
+        {QStringLiteral("menu"), {Follower::path(directory)}},
+        {QStringLiteral("set"), {services[QStringLiteral("countFiles")], directory}},
+        {QStringLiteral("set"), {services[QStringLiteral("preparePlaylist")], ids}},
+        {QStringLiteral("set"), {services[QStringLiteral("prepareLibrary")], ids}},
+        {QStringLiteral("open"), {opened}},
+        {QStringLiteral("close"), {opened}}};
+    {
+        const Tavo::WithoutDescriptors scarce(client.program());
+        QList<int> requested;
+        for (int round = 0; round < 20; ++round) {
+            for (const auto& [method, parameters] : requests)
+                requested.append(client.request(method, parameters));
+        }
+        for (const int id : qAsConst(requested))
+            EXPECT_THAT(errorCode(client.answerTo(id)), AnyOf(0, -32000)) << id;
+    }
+    EXPECT_EQ(client.titles(QString()), (QStringList{directory, QStringLiteral("b")}));
+    expectToldOfChanges();
+    EXPECT_EQ(client.program().finish().status, 0);
+}
+
+class FullLog : public Faults
+{
+protected:
+    FullLog()
+    {
+        tree.addFile(
+            QStringLiteral("log.properties"), "log4cplus.rootLogger=TRACE, A\n"
+                                              "log4cplus.appender.A=log4cplus::FileAppender\n"
+                                              "log4cplus.appender.A.File=/dev/full\n"
+                                              "log4cplus.appender.A.layout=log4cplus::SimpleLayout\n");
+    }
+
+    const QStringList fullLog = {QStringLiteral("--log-config"), tree.absolute(QStringLiteral("log.properties"))};
+};
+
+TEST_F(FullLog, IsToldOfAndHoldsNothingUp)
+{
+    start(fullLog);
+    EXPECT_EQ(client.titles(directory), oldRows);
+    expectToldOfChanges();
+    const Outcome outcome = client.program().finish();
+    EXPECT_EQ(outcome.status, 0);
+    // It is tried again once in a second.
+    EXPECT_THAT(linesOf(outcome.errors), Not(IsEmpty()));
+    EXPECT_THAT(linesOf(outcome.errors), Each(QByteArray("log4cplus:ERROR file is not open: /dev/full")));
+}
+
+TEST_F(FullLog, DoesNotSpoilTheResults)
+{
+    const Outcome outcome = runTavo(
+        options(fullLog + QStringList{QStringLiteral("browse"), QStringLiteral("a"), QStringLiteral("--json")}));
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(QJsonDocument::fromJson(outcome.output).isObject()) << outcome.output.toStdString();
+}
+
+/// Walks in which every name is compared with so many patterns that they take long.
+class InterruptedWalk : public Faults
+{
+protected:
+    InterruptedWalk()
+    {
+        constexpr int files = 1000;
+        constexpr int patterns = 20000;
+        for (int i = 0; i < files; ++i)
+            tree.addFile(QStringLiteral("root/w/%1.txt").arg(i));
+        for (int i = 0; i < patterns; ++i)
+            filters += {QStringLiteral("--filter"), QStringLiteral("*.%1").arg(i)};
+    }
+
+    QStringList filters;
+};
+
+TEST_F(InterruptedWalk, CountEndsAtOnce)
+{
+    for (const int signalNumber : {SIGINT, SIGTERM}) {
+        Tavo tavo(options(
+            filters + QStringList{QStringLiteral("--log-level"), QStringLiteral("INFO"), QStringLiteral("count")}));
+        ASSERT_THAT(tavo.readErrorLine().toStdString(), HasSubstr("Count files under path"));
+        tavo.signal(signalNumber);
+        const Outcome outcome = tavo.finish();
+        EXPECT_EQ(outcome.status, -signalNumber);
+        EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
+    }
+}
+
+TEST_F(InterruptedWalk, PreparationEndsWhileItLooksForFiles)
+{
+    for (const auto& [signalNumber, status] : {std::pair(SIGINT, 130), std::pair(SIGTERM, 143)}) {
+        const PseudoTerminal terminal(80);
+        Tavo tavo;
+        tavo.setStandardErrorFile(terminal.fileName());
+        tavo.start(options(
+            filters +
+            QStringList{
+                QStringLiteral("prepare"), QStringLiteral("library"), QStringLiteral("w"), QStringLiteral("--json")}));
+        ASSERT_THAT(terminal.readUntil("looking for files").toStdString(), HasSubstr("looking for files"));
+        tavo.signal(signalNumber);
+        EXPECT_THAT(terminal.readAll().toStdString(), EndsWith("\r\x1b[K"));
+        const Outcome outcome = tavo.finish();
+        EXPECT_EQ(outcome.status, status);
+        EXPECT_THAT(outcome.output.toStdString(), AnyOf("", "[]\n")) << "what is written is well-formed";
+    }
+}
+
+TEST_F(InterruptedWalk, SessionEndsWithoutItsAnswer)
+{
+    for (const int signalNumber : {SIGINT, SIGTERM}) {
+        Follower walker;
+        walker.start(options(filters + QStringList{QStringLiteral("--log-level"), QStringLiteral("INFO")}));
+        const QJsonObject described = walker.call(QStringLiteral("describe"));
+        const QJsonValue count =
+            described[QStringLiteral("result")][QStringLiteral("services")][QStringLiteral("countFiles")];
+        walker.request(QStringLiteral("set"), QJsonArray{count, QString()});
+        ASSERT_THAT(walker.program().readErrorLine().toStdString(), HasSubstr("Count files under path"));
+        walker.program().signal(signalNumber);
+        const Outcome outcome = walker.program().waitForEnd();
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
+    }
+}
+
+} // namespace
