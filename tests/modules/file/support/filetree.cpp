@@ -91,6 +91,11 @@ void FileTree::forbid(const QString& relative)
     m_forbidden.append(path(relative));
 }
 
+void FileTree::permit(const QString& relative) const
+{
+    check(chmod(path(relative).toUtf8().constData(), 0755));
+}
+
 WithoutPrivileges::WithoutPrivileges()
 {
     if (geteuid() == 0)

@@ -28,6 +28,8 @@ public:
     void setModified(const QString& relative, qint64 secondsSinceEpoch, long nanoseconds = 0) const;
     /// Takes every right from everybody, until the tree goes.
     void forbid(const QString& relative);
+    /// Gives everybody the right to read a directory.
+    void permit(const QString& relative) const;
 
 private:
     QTemporaryDir m_directory;
