@@ -399,6 +399,22 @@ private:
     std::mt19937 m_random;
 };
 
+TEST(NameMatcher, EndingsOfAllLengthsAreDecidedAsQRegExpDoes)
+{
+    const QString name = QString::fromUtf8("xa.B\u212A@[Z`{\u00C4z");
+    for (int size = 0; size < name.size(); ++size) {
+        const QString ending = name.right(size).replace('[', '?');
+        for (const QString& pattern : {'*' + ending, "*a" + ending, ending, "*[a-z]" + ending}) {
+            const TavoNameMatcher matcher({pattern});
+            for (int length = 0; length <= name.size(); ++length) {
+                for (const QString& text : {name.right(length), name.right(length).toLower(), 'q' + name.right(length)})
+                    ASSERT_EQ(matcher.matches(text), regExpMatches(pattern, text))
+                        << readable(pattern) << " on " << readable(text);
+            }
+        }
+    }
+}
+
 TEST(NameMatcher, RandomPatternsAreDecidedAsQRegExpDoes)
 {
     const unsigned seed = std::random_device()();

@@ -4,7 +4,9 @@
 #include <QStringView>
 
 #include <algorithm>
+#include <array>
 #include <bitset>
+#include <cstring>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -26,12 +28,59 @@ char16_t folded(char16_t unit)
     return isUpper ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
 }
 
-/// The last four folded units of a name, side by side, so that one comparison rules out most of the patterns.
-quint64 foldedEnding(QStringView name)
+/// Four code units side by side, so that a few operations deal with them all.
+using Lanes = quint64;
+constexpr Lanes everyLane = 0x0001'0001'0001'0001;
+
+Lanes foldedLanes(Lanes units)
 {
-    quint64 ending = 0;
-    for (const QChar unit : name.mid(std::max<qsizetype>(name.size() - 4, 0)))
-        ending = ending << 16 | folded(unit.unicode());
+    constexpr Lanes beyondAscii = everyLane * 0xFF80;
+    if ((units & beyondAscii) != 0) {
+        std::array<char16_t, sizeof(Lanes) / sizeof(char16_t)> each = {};
+        std::memcpy(each.data(), &units, sizeof(units));
+        std::transform(each.cbegin(), each.cend(), each.begin(), [](char16_t unit) { return folded(unit); });
+        std::memcpy(&units, each.data(), sizeof(units));
+        return units;
+    }
+    // Bit 7 of a lane tells whether its unit is at least the letter, as nothing is carried into the next lane.
+    const Lanes fromA = units + everyLane * (0x80 - u'A');
+    const Lanes beyondZ = units + everyLane * (0x80 - u'Z' - 1);
+    const Lanes isUpper = (fromA ^ beyondZ) & (everyLane * 0x80);
+    return units + (isUpper >> 2); // 0x20, from a capital letter to its small one
+}
+
+/// The last eight code units of a text, 0 in front of a shorter one.
+class Ending
+{
+public:
+    static constexpr std::size_t size = 8;
+    using Units = std::array<char16_t, size>;
+
+    Ending() = default;
+    explicit Ending(const Units& units) { std::memcpy(m_lanes.data(), units.data(), sizeof(m_lanes)); }
+    [[nodiscard]] static Ending folding(QStringView text);
+
+    [[nodiscard]] bool isUnder(const Ending& mask, const Ending& expected) const
+    {
+        return (m_lanes[1] & mask.m_lanes[1]) == expected.m_lanes[1] &&
+               (m_lanes[0] & mask.m_lanes[0]) == expected.m_lanes[0];
+    }
+
+private:
+    std::array<Lanes, size * sizeof(char16_t) / sizeof(Lanes)> m_lanes = {};
+};
+
+Ending Ending::folding(QStringView text)
+{
+    Ending ending;
+    if (text.size() >= static_cast<qsizetype>(size)) {
+        std::memcpy(ending.m_lanes.data(), text.cend() - size, sizeof(m_lanes));
+    } else {
+        Units units = {};
+        std::transform(text.crbegin(), text.crend(), units.rbegin(), [](QChar unit) { return unit.unicode(); });
+        ending = Ending(units);
+    }
+    ending.m_lanes = {foldedLanes(ending.m_lanes[0]), foldedLanes(ending.m_lanes[1])};
     return ending;
 }
 
@@ -122,9 +171,11 @@ public:
     /// Nothing for an invalid pattern.
     [[nodiscard]] static std::optional<Wildcard> compile(QStringView pattern);
 
-    /// False for most names that do not match, given their foldedEnding().
-    [[nodiscard]] bool mayMatch(quint64 ending) const { return (ending & m_endingMask) == m_ending; }
-    [[nodiscard]] bool matches(QStringView name) const;
+    /// `ending` is the name's, folded.
+    [[nodiscard]] bool matches(QStringView name, const Ending& ending) const
+    {
+        return ending.isUnder(m_endingMask, m_ending) && name.size() >= m_minSize && (m_isEnding || matchesRuns(name));
+    }
 
 private:
     Wildcard() = default;
@@ -133,14 +184,17 @@ private:
     void addLiteral(QChar unit) { add({0xFFFF, folded(unit.unicode()), 0}); }
     [[nodiscard]] qsizetype addClass(QStringView rest);
     [[nodiscard]] qsizetype addWildcard(QStringView rest);
-    void setEnding();
-
+    void finish();
+    [[nodiscard]] bool isOnlyEnding() const;
+    [[nodiscard]] bool matchesRuns(QStringView name) const;
     [[nodiscard]] bool accepts(const Token& token, char16_t unit) const;
     [[nodiscard]] bool isAt(const QChar* units, const Run& run) const;
     [[nodiscard]] bool dropThrough(QStringView& name, const Run& run) const;
 
-    quint64 m_ending = 0;
-    quint64 m_endingMask = 0;
+    Ending m_ending;
+    Ending m_endingMask;
+    qsizetype m_minSize = 0;
+    bool m_isEnding = false;
     std::vector<Run> m_runs = std::vector<Run>(1);
     std::vector<CharacterClass> m_classes;
 };
@@ -165,7 +219,7 @@ std::optional<Wildcard> Wildcard::compile(QStringView pattern)
         escaped = isBackslash(unit);
         pattern = pattern.mid(taken);
     }
-    wildcard.setEnding();
+    wildcard.finish();
     return wildcard;
 }
 
@@ -198,22 +252,34 @@ qsizetype Wildcard::addClass(QStringView rest)
     return end + 1;
 }
 
-void Wildcard::setEnding()
+void Wildcard::finish()
 {
-    for (const Token& token : m_runs.back()) {
-        m_ending = m_ending << 16 | token.value;
-        m_endingMask = m_endingMask << 16 | token.mask;
+    for (const Run& run : m_runs)
+        m_minSize += sizeOf(run);
+    const Run& tail = m_runs.back();
+    Ending::Units values = {};
+    Ending::Units masks = {};
+    for (std::size_t i = 1; i <= std::min(tail.size(), Ending::size); ++i) {
+        values[Ending::size - i] = tail[tail.size() - i].value;
+        masks[Ending::size - i] = tail[tail.size() - i].mask;
     }
+    m_ending = Ending(values);
+    m_endingMask = Ending(masks);
+    m_isEnding = isOnlyEnding();
 }
 
-bool Wildcard::matches(QStringView name) const
+/// True for patterns such as `*.mp3`, of whose names nothing but the ending counts.
+bool Wildcard::isOnlyEnding() const
+{
+    return m_runs.size() == 2 && m_runs.front().empty() && m_runs.back().size() <= Ending::size && m_classes.empty();
+}
+
+bool Wildcard::matchesRuns(QStringView name) const
 {
     const Run& head = m_runs.front();
     const Run& tail = m_runs.back();
     if (m_runs.size() == 1)
         return name.size() == sizeOf(head) && isAt(name.data(), head);
-    if (name.size() < sizeOf(head) + sizeOf(tail))
-        return false;
     if (!isAt(name.data() + name.size() - sizeOf(tail), tail) || !isAt(name.data(), head))
         return false;
     // The first place for each run in turn is the best one: it leaves the most of the name to the runs behind it.
@@ -288,10 +354,8 @@ const TavoNameMatcher& TavoNameMatcher::shared(const QStringList& patterns)
 
 bool TavoNameMatcher::matches(const QString& name) const
 {
-    const quint64 ending = foldedEnding(name);
-    const auto matchesName = [&name, ending](const Wildcard& wildcard) {
-        return wildcard.mayMatch(ending) && wildcard.matches(name);
-    };
+    const Ending ending = Ending::folding(name);
+    const auto matchesName = [&name, ending](const Wildcard& wildcard) { return wildcard.matches(name, ending); };
     return std::any_of(m_p->wildcards.cbegin(), m_p->wildcards.cend(), matchesName) ||
            std::any_of(m_p->oversized.cbegin(), m_p->oversized.cend(), [&name](const QString& pattern) {
                return QRegExp(pattern, Qt::CaseInsensitive, QRegExp::Wildcard).exactMatch(name);
