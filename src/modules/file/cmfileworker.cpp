@@ -129,11 +129,12 @@ private:
 
 QString nameOf(const dirent& entry)
 {
-    const QString name = QString::fromUtf8(entry.d_name);
+    QString name = QString::fromUtf8(entry.d_name);
     // Qt takes it for a byte order mark, but here it is a part of the name.
     constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
-    const bool isDropped = std::strncmp(entry.d_name, byteOrderMark, sizeof(byteOrderMark) - 1) == 0;
-    return isDropped ? QChar(QChar::ByteOrderMark) + name : name;
+    if (std::strncmp(entry.d_name, byteOrderMark, sizeof(byteOrderMark) - 1) == 0)
+        name.prepend(QChar(QChar::ByteOrderMark));
+    return name;
 }
 
 /// Asks the file system only where the listing did not tell.
@@ -187,15 +188,15 @@ QStringList sortedFiles(const QString& directory, const QStringList& patterns)
 class CMFileWorker::Entry
 {
 public:
-    Entry(const QDir& root, const QString& path) : m_info(root, path) { m_info.makeAbsolute(); }
+    explicit Entry(QString absolutePath) : m_path(std::move(absolutePath)) {}
 
-    [[nodiscard]] QString path() const { return m_info.filePath(); }
-    [[nodiscard]] QString name() const { return m_info.fileName(); }
+    [[nodiscard]] const QString& path() const { return m_path; }
+    [[nodiscard]] QString name() const { return m_path.mid(m_path.lastIndexOf(QLatin1Char('/')) + 1); }
 
     [[nodiscard]] const QString& mimeType()
     {
         if (!m_mimeType)
-            m_mimeType = MimeTypes::extensionToMimeType(m_info.suffix(), QString());
+            m_mimeType = MimeTypes::extensionToMimeType(QFileInfo(m_path).suffix(), QString());
         return *m_mimeType;
     }
 
@@ -206,7 +207,7 @@ public:
     }
 
     /// A name that the file system would cut short is nobody's.
-    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode) && !path().contains(QChar(QChar::Null)); }
+    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode) && !m_path.contains(QChar(QChar::Null)); }
 
     /// QFileInfo::lastModified().toTime_t(), without its way to local time and back.
     [[nodiscard]] uint timestamp()
@@ -223,13 +224,13 @@ private:
     {
         if (!m_status) {
             m_status.emplace();
-            if (stat(QFile::encodeName(path()).constData(), &*m_status) != 0)
+            if (stat(QFile::encodeName(m_path).constData(), &*m_status) != 0)
                 *m_status = {};
         }
         return *m_status;
     }
 
-    QFileInfo m_info;
+    QString m_path;
     std::optional<QString> m_mimeType;
     std::optional<struct stat> m_status;
 };
@@ -265,6 +266,8 @@ CMFileWorker::~CMFileWorker() = default;
 
 QString CMFileWorker::joinedPath(const QString& path) const
 {
+    if (path.startsWith(QLatin1Char('/')))
+        return path;
     QFileInfo info(m_rootDir, path);
     info.makeAbsolute();
     return info.filePath();
@@ -317,6 +320,7 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
         return {};
     }
     QStringList names;
+    names.reserve(scanned.count());
     for (int i = 0; i < scanned.count(); ++i) {
         if (!isDirectory(*scanned.at(i), dir))
             continue;
@@ -353,7 +357,7 @@ bool CMFileWorker::filter(const QString& name, bool isDir) const
 QVariantList CMFileWorker::getDataImpl(CMVoidReply& reply, const QString& path, const QStringList& roles)
 {
     LOG(Signature::getDataImpl, TRACE, entering(Signature::getDataImpl));
-    Entry entry(m_rootDir, path);
+    Entry entry(joinedPath(path));
     if (!isInsideRoot(entry.path())) {
         reply.setError(errorAccessViolation(path));
         return {};
@@ -466,6 +470,7 @@ CMFileWorker::buildRows(const CMGetRowsRequest& request, const QString& absolute
     const QDir dir(absolutePath);
     const int last = std::min(request.last(), names.size() - 1);
     QVariantList rows;
+    rows.reserve(std::max(last - std::max(request.first(), 0) + 1, 0));
     for (int i = request.first(); i <= last; ++i) {
         rows.append(QVariant(getDataImpl(reply, dir.filePath(names.at(i)), request.roles())));
         if (reply.isFinished())
