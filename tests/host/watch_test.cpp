@@ -38,6 +38,15 @@ protected:
         ASSERT_THAT(tavo.readErrorLine().toStdString(), HasSubstr("watching"));
     }
 
+    /// Waits for a line on standard error that holds the text.
+    [[nodiscard]] bool reports(const QByteArray& text)
+    {
+        QByteArray line = tavo.readErrorLine();
+        while (!line.isNull() && !line.contains(text))
+            line = tavo.readErrorLine();
+        return !line.isNull();
+    }
+
     [[nodiscard]] QJsonObject nextChange() { return QJsonDocument::fromJson(tavo.readLine()).object(); }
 
     TemporaryTree tree;
@@ -108,6 +117,19 @@ TEST_F(Watch, EndsWhenNobodyReadsAnyMore)
     pipe.closeWritingEnd();
     pipe.closeReadingEnd();
     tree.addFile(QStringLiteral("a/x.mp3"));
+    EXPECT_EQ(tavo.waitForEnd().status, 0);
+}
+
+TEST_F(Watch, InterruptionDoesNotWaitForAReaderThatDoesNotRead)
+{
+    Pipe pipe;
+    pipe.fill();
+    tavo.setStandardOutputFile(pipe.writingFileName());
+    tavo.start(arguments({QStringLiteral("a"), QStringLiteral("--log-level"), QStringLiteral("INFO")}));
+    ASSERT_TRUE(reports("watching"));
+    tree.addFile(QStringLiteral("a/x.mp3"));
+    ASSERT_TRUE(reports("Changed"));
+    tavo.signal(SIGINT);
     EXPECT_EQ(tavo.waitForEnd().status, 0);
 }
 

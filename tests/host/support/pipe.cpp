@@ -36,6 +36,14 @@ QString Pipe::writingFileName() const
     return QStringLiteral("/proc/self/fd/%1").arg(m_writingEnd);
 }
 
+void Pipe::fill() const
+{
+    fcntl(m_writingEnd, F_SETFL, O_NONBLOCK);
+    while (::write(m_writingEnd, "\n", 1) == 1) {
+    }
+    fcntl(m_writingEnd, F_SETFL, 0);
+}
+
 void Pipe::write(const QByteArray& bytes) const
 {
     for (int done = 0; done < bytes.size();) {

@@ -18,6 +18,8 @@ public:
     /// Under which a program can open the writing end.
     [[nodiscard]] QString writingFileName() const;
 
+    /// Writes until the pipe takes no more.
+    void fill() const;
     /// All of it; waits for the reader.
     void write(const QByteArray& bytes) const;
     /// Waits for at least one byte; empty at the end.
