@@ -1,7 +1,6 @@
 // What may break under a running program: it goes on, says what is wrong, and finds its way back.
 
-#include "support/follower.h"
-#include "support/temporarytree.h"
+#include "support/servedtree.h"
 #include "support/terminal.h"
 
 #include "printers.h"
@@ -24,48 +23,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-const QString root = QStringLiteral("root");
-const QString directory = QStringLiteral("a");
-const QStringList oldRows = {QStringLiteral("old.mp3")};
-const QStringList newRows = {QStringLiteral("new.mp3")};
-
-/// A client of root/, which has the directory a open.
-class Faults : public testing::Test
-{
-protected:
-    Faults()
-    {
-        tree.addFile(QStringLiteral("root/a/old.mp3"));
-        tree.addFile(QStringLiteral("other/a/new.mp3"));
-        tree.addFile(QStringLiteral("file"));
-    }
-
-    [[nodiscard]] QStringList options(const QStringList& more = {}) const
-    {
-        return QStringList{
-                   QStringLiteral("--root"), tree.absolute(root), QStringLiteral("--sweep"), QStringLiteral("1")} +
-               more;
-    }
-
-    void start(const QStringList& more = {})
-    {
-        client.start(options(more));
-        ASSERT_TRUE(client.open(directory));
-    }
-
-    void expectToldOfChanges()
-    {
-        QStringList rows = client.titles(directory);
-        tree.addFile(QStringLiteral("root/a/~told.mp3"));
-        rows.append(QStringLiteral("~told.mp3"));
-        EXPECT_TRUE(client.comesToHold(directory, rows));
-    }
-
-    TemporaryTree tree;
-    Follower client;
-};
-
-using FaultyRoot = Faults;
+using FaultyRoot = ServedTree;
 
 TEST_F(FaultyRoot, RemovedIsClosedAndRestoredIsServedAgain)
 {
@@ -114,7 +72,7 @@ TEST_F(FaultyRoot, ReplacedByAFileIsClosedAndRestoredIsServedAgain)
     expectToldOfChanges();
 }
 
-using FaultyDirectory = Faults;
+using FaultyDirectory = ServedTree;
 
 TEST_F(FaultyDirectory, DeletedIsClosedAndRecreatedIsServedAgain)
 {
@@ -161,90 +119,7 @@ TEST_F(FaultyDirectory, PermissionThatIsLostIsToldAndRegainedIsToldToo)
     expectToldOfChanges();
 }
 
-class ScarceDescriptors : public Faults
-{
-protected:
-    static constexpr char shortage[] = "Too many open files";
-};
-
-TEST_F(ScarceDescriptors, TooFewAreToldOfAtTheStart)
-{
-    constexpr int enoughToBeLoaded = 4;
-    constexpr int enoughToWork = 48;
-    for (int limit = enoughToBeLoaded; limit <= enoughToWork; ++limit) {
-        Tavo tavo;
-        tavo.setDescriptorLimits(limit, limit);
-        tavo.start(options({QStringLiteral("browse"), QStringLiteral("a")}));
-        const Outcome outcome = tavo.finish();
-        if (outcome.status == 0) {
-            EXPECT_THAT(outcome.output.toStdString(), HasSubstr("old.mp3")) << limit;
-            EXPECT_THAT(outcome.errors.toStdString(), IsEmpty()) << limit;
-        } else {
-            EXPECT_EQ(outcome.status, 1) << limit;
-            EXPECT_EQ(outcome.errors, "tavo: 32 file descriptors are needed: Too many open files\n") << limit;
-            EXPECT_LT(limit, enoughToWork);
-        }
-    }
-}
-
-TEST_F(ScarceDescriptors, UsualLimitDoesNotBindAWalk)
-{
-    constexpr int depth = 100;
-    const QString path = QStringLiteral("d/").repeated(depth);
-    tree.addFile(QStringLiteral("root/") + path + QStringLiteral("deep.mp3"));
-    Tavo tavo;
-    tavo.setDescriptorLimits(depth / 2, 4 * depth);
-    tavo.start(options({QStringLiteral("count"), QStringLiteral("d")}));
-    EXPECT_EQ(tavo.finish().output, "1\n");
-}
-
-TEST_F(ScarceDescriptors, RowsThatCannotBeReadAreRefusedAndNotMistakenForNone)
-{
-    start();
-    {
-        const Tavo::WithoutDescriptors scarce(client.program());
-        EXPECT_THAT(client.refusal(QString()).toStdString(), HasSubstr(shortage));
-        EXPECT_THAT(client.refusal(directory).toStdString(), HasSubstr(shortage));
-    }
-    EXPECT_EQ(client.titles(QString()), QStringList(directory));
-    EXPECT_TRUE(client.comesToHold(directory, oldRows));
-    expectToldOfChanges();
-}
-
-TEST_F(ScarceDescriptors, EveryRequestIsAnswered)
-{
-    start();
-    const QJsonObject described = client.call(QStringLiteral("describe"));
-    const QJsonValue services = described[QStringLiteral("result")][QStringLiteral("services")];
-    const QJsonArray ids{Follower::path(directory), Follower::path(QStringLiteral("a/old.mp3"))};
-    const QString opened = Follower::path(QStringLiteral("b"));
-    tree.addDirectory(QStringLiteral("root/b"));
-    const QList<QPair<QString, QJsonArray>> requests = {
-        {QStringLiteral("describe"), {}},
-        {QStringLiteral("rows"), {Follower::path(directory)}},
-        {QStringLiteral("data"), {Follower::path(directory)}},
-        {QStringLiteral("menu"), {Follower::path(directory)}},
-        {QStringLiteral("set"), {services[QStringLiteral("countFiles")], directory}},
-        {QStringLiteral("set"), {services[QStringLiteral("preparePlaylist")], ids}},
-        {QStringLiteral("set"), {services[QStringLiteral("prepareLibrary")], ids}},
-        {QStringLiteral("open"), {opened}},
-        {QStringLiteral("close"), {opened}}};
-    {
-        const Tavo::WithoutDescriptors scarce(client.program());
-        QList<int> requested;
-        for (int round = 0; round < 20; ++round) {
-            for (const auto& [method, parameters] : requests)
-                requested.append(client.request(method, parameters));
-        }
-        for (const int id : qAsConst(requested))
-            EXPECT_THAT(errorCode(client.answerTo(id)), AnyOf(0, -32000)) << id;
-    }
-    EXPECT_EQ(client.titles(QString()), (QStringList{directory, QStringLiteral("b")}));
-    expectToldOfChanges();
-    EXPECT_EQ(client.program().finish().status, 0);
-}
-
-class FullLog : public Faults
+class FullLog : public ServedTree
 {
 protected:
     FullLog()
@@ -280,7 +155,7 @@ TEST_F(FullLog, DoesNotSpoilTheResults)
 }
 
 /// Walks in which every name is compared with so many patterns that they take long.
-class InterruptedWalk : public Faults
+class InterruptedWalk : public ServedTree
 {
 protected:
     InterruptedWalk()

@@ -59,6 +59,13 @@ CMReply<QVariantList> FileWorkerTest::data(const QString& base, const QStringLis
     return request.reply();
 }
 
+CMReply<QVariant> FileWorkerTest::set(const QString& service, const QVariant& value) const
+{
+    const CMSetDataRequest request(worker->addPrefix(service), value);
+    worker->setDataRequest(request);
+    return request.reply();
+}
+
 QVariantList FileWorkerTest::values(const QString& path, const QStringList& roles, CMError* error)
 {
     CMReply<QVariantList> reply(new CMReplyData<QVariantList>);

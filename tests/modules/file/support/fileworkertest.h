@@ -38,6 +38,7 @@ protected:
         const QString& base, int first = 0, int last = 99, int version = 0,
         const QStringList& roles = {TavoRoles::Title()});
     [[nodiscard]] CMReply<QVariantList> data(const QString& base, const QStringList& roles = {TavoRoles::Title()});
+    [[nodiscard]] CMReply<QVariant> set(const QString& service, const QVariant& value) const;
     /// Without a request; the error is that of the list's reply, if there is one.
     [[nodiscard]] QVariantList values(const QString& path, const QStringList& roles, CMError* error = nullptr);
     [[nodiscard]] QStringList list(const QString& path, CMError* error = nullptr);
