@@ -5,6 +5,21 @@
 #include <algorithm>
 #include <string_view>
 
+namespace {
+
+/// Whether it is the name of an ASF object that starts with the number of its attributes.
+bool hasAsfAttributes(const TagLib::ByteVector& name)
+{
+    using namespace std::string_view_literals;
+    static constexpr std::string_view names[] = {
+        "\x40\xa4\xd0\xd2\x07\xe3\xd2\x11\x97\xf0\x00\xa0\xc9\x5e\xa8\x50"sv,
+        "\xea\xcb\xf8\xc5\xaf\x5b\x77\x48\x84\x67\xaa\x8c\x44\xfa\x4c\xca"sv,
+        "\x94\x1c\x23\x44\x98\x94\xd1\x49\xa1\x41\x1d\x13\x4e\x45\x70\x54"sv};
+    return std::find(std::begin(names), std::end(names), std::string_view(name.data(), name.size())) != std::end(names);
+}
+
+} // namespace
+
 TagLib::ByteVector TagStream::readBlock(unsigned long length)
 {
     constexpr long chunkSize = 4;
@@ -32,6 +47,8 @@ void TagStream::limitText(TagLib::ByteVector& block)
     constexpr char opusComment[] = "OpusTags";
     if (m_kind == ContentKind::Mp4)
         limitMp4Text(block);
+    else if (m_kind == ContentKind::Asf)
+        limitAsfAttributes(block);
     else if (m_kind == ContentKind::OggVorbis && block.startsWith(vorbisComment))
         TextLimit::applyToVorbisCommentStart(block, sizeof(vorbisComment) - 1);
     else if (m_kind == ContentKind::OggOpus && block.startsWith(opusComment))
@@ -61,6 +78,17 @@ void TagStream::limitMp4Text(TagLib::ByteVector& block)
         block.clear();
     else
         m_mp4Text += block.size();
+}
+
+/// TagLib makes as many attributes as the file says there are, whether it has them or not.
+void TagStream::limitAsfAttributes(TagLib::ByteVector& block)
+{
+    constexpr unsigned int nameOfObject = 16;
+    // Its size comes between the name and the number.
+    if (block.size() == nameOfObject)
+        m_asfCountAhead = hasAsfAttributes(block) ? 2 : 0;
+    else if (m_asfCountAhead > 0 && --m_asfCountAhead == 0 && block.toUShort(false) > TextLimit::mostFields)
+        block = TagLib::ByteVector::fromShort(TextLimit::mostFields, false);
 }
 
 void TagStream::remember(const TagLib::ByteVector& block)

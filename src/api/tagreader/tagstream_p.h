@@ -22,6 +22,7 @@ private:
     void limitText(TagLib::ByteVector& block);
     void limitLongText(TagLib::ByteVector& block);
     void limitMp4Text(TagLib::ByteVector& block);
+    void limitAsfAttributes(TagLib::ByteVector& block);
     void remember(const TagLib::ByteVector& block);
 
     ContentKind m_kind = ContentKind::Unknown;
@@ -30,4 +31,6 @@ private:
     std::array<char, 8> m_lastStart = {};
     unsigned int m_lastLength = 0;
     unsigned int m_mp4Text = 0;
+    /// Blocks until the one that is the number of an ASF object's attributes; 0: none is ahead.
+    int m_asfCountAhead = 0;
 };

@@ -25,6 +25,11 @@ quint32 claimed(qint64 claimedSize, int trueSize)
     return static_cast<quint32>(claimedSize < 0 ? trueSize : claimedSize);
 }
 
+QByteArray shortLittleEndian(quint16 number)
+{
+    return littleEndian(number).left(2);
+}
+
 /// An Ogg page; `segments` are the lacing values.
 QByteArray oggPage(char flags, quint32 number, const QByteArray& segments, const QByteArray& content)
 {
@@ -152,6 +157,33 @@ QByteArray mp4File(const QByteArray& entries)
 {
     const QByteArray meta = mp4Atom("meta", bigEndian(0) + mp4Atom("ilst", entries));
     return mp4Atom("ftyp", "M4A ") + mp4Atom("moov", mp4Atom("udta", meta));
+}
+
+QByteArray asfObject(const char* name, const QByteArray& content)
+{
+    constexpr int header = 24;
+    return QByteArray::fromHex(name) + littleEndian(static_cast<quint32>(content.size() + header)) + littleEndian(0) +
+           content;
+}
+
+QByteArray asfFile(const QByteArrayList& objects)
+{
+    const QByteArrayList needed = {
+        asfObject("a1dcab8c47a9cf118ee400c00c205365", QByteArray(80, '\0')),
+        asfObject("9107dcb7b7a9cf118ee600c00c205365", QByteArray(78, '\0'))};
+    const auto count = static_cast<quint32>(needed.size() + objects.size());
+    const QByteArray content = littleEndian(count) + "\1\2" + needed.join() + objects.join();
+    return asfObject("3026b2758e66cf11a6d900aa0062ce6c", content);
+}
+
+QByteArray asfAttribute(const QString& name, const QString& text, quint16 claimedCount)
+{
+    const auto counted = [](const QString& content) {
+        const auto size = static_cast<quint16>(content.size() * 2);
+        return shortLittleEndian(size) + QByteArray(reinterpret_cast<const char*>(content.utf16()), size);
+    };
+    const QByteArray attribute = counted(name) + shortLittleEndian(0) + counted(text);
+    return asfObject("40a4d0d207e3d21197f000a0c95ea850", shortLittleEndian(claimedCount) + attribute);
 }
 
 QByteArray oggFile(const QByteArray& comment)

@@ -35,6 +35,12 @@
 [[nodiscard]] QByteArray wavFile(const QByteArray& chunks);
 /// An MP4 file without sound: the entries of its list of tags.
 [[nodiscard]] QByteArray mp4File(const QByteArray& entries);
+/// An object of an ASF file; `name` in hexadecimal digits.
+[[nodiscard]] QByteArray asfObject(const char* name, const QByteArray& content);
+/// An ASF file without sound: the objects of its header beside those that it must have.
+[[nodiscard]] QByteArray asfFile(const QByteArrayList& objects);
+/// An ASF object of one attribute of text, and the number of attributes that it claims to have.
+[[nodiscard]] QByteArray asfAttribute(const QString& name, const QString& text, quint16 claimedCount);
 /// An Ogg Vorbis file without sound.
 [[nodiscard]] QByteArray oggFile(const QByteArray& comment);
 
