@@ -206,8 +206,7 @@ public:
                        : TavoRolesType::toString(CMGlobal::mimeTypeToRolesType(mimeType()));
     }
 
-    /// A name that the file system would cut short is nobody's.
-    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode) && !m_path.contains(QChar(QChar::Null)); }
+    [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode); }
 
     /// QFileInfo::lastModified().toTime_t(), without its way to local time and back.
     [[nodiscard]] uint timestamp()
@@ -219,12 +218,13 @@ public:
     }
 
 private:
-    /// All zero if there is no such entry.
+    /// All zero if there is no such entry. A name that the file system would cut short is nobody's.
     [[nodiscard]] const struct stat& status()
     {
         if (!m_status) {
             m_status.emplace();
-            if (stat(QFile::encodeName(m_path).constData(), &*m_status) != 0)
+            const bool cutShort = m_path.contains(QChar(QChar::Null));
+            if (cutShort || stat(QFile::encodeName(m_path).constData(), &*m_status) != 0)
                 *m_status = {};
         }
         return *m_status;
