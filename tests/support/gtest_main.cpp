@@ -1,6 +1,30 @@
 #include <QCoreApplication>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+/// Where all temporary files of the program go. Its death tests, which start it anew, use it too: they remove nothing.
+std::unique_ptr<QTemporaryDir> makeTemporaryFolder()
+{
+    constexpr const char* made = "TAVO_TESTS_HAVE_FOLDER";
+    if (qEnvironmentVariableIsSet(made))
+        return nullptr;
+    auto folder = std::make_unique<QTemporaryDir>();
+    // Tests that run as another user pass through it.
+    std::filesystem::permissions(
+        folder->path().toStdString(), std::filesystem::perms::group_exec | std::filesystem::perms::others_exec,
+        std::filesystem::perm_options::add);
+    qputenv("TMPDIR", folder->path().toLocal8Bit());
+    qputenv(made, "1");
+    return folder;
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -10,5 +34,6 @@ int main(int argc, char** argv)
     // File names are UTF-8, in whatever environment the tests run; listings are in the order of the C locale.
     qputenv("LC_ALL", "C.UTF-8");
     const QCoreApplication application(argc, argv);
+    const auto folder = makeTemporaryFolder();
     return RUN_ALL_TESTS();
 }
