@@ -36,7 +36,7 @@ constexpr long instrumented = 6;
 constexpr long instrumented = 1;
 #endif
 
-/// Far beyond what any of the files takes, since other programs run beside the tests: what is endless takes longer.
+/// Far beyond what any of the files takes, also with a sanitizer: what is endless takes longer.
 constexpr double mostSeconds = 30;
 
 QString mediaPath(const char* file)
