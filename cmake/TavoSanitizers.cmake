@@ -3,6 +3,14 @@ if(TAVO_SANITIZE)
     add_link_options(-fsanitize=${TAVO_SANITIZE})
 endif()
 
+# What the tests' programs find in their environment.
+set(TAVO_TEST_ENVIRONMENT "")
+if(TAVO_SANITIZE MATCHES "address")
+    # The runtime guesses where the thread-local variables of a loaded library lie. It can be wrong, and the search for
+    # leaks then ends with a fault of its own.
+    set(TAVO_TEST_ENVIRONMENT "ASAN_OPTIONS=intercept_tls_get_addr=0")
+endif()
+
 # Clang links the sanitizers' runtime into programs only, so that its libraries have symbols to be found later.
 set(TAVO_LINK_COMPLETE -Wl,--no-undefined)
 if(TAVO_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")

@@ -68,7 +68,8 @@ function(tavo_add_test name)
     if(CMAKE_CROSSCOMPILING)
         set(limit 900)
     endif()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${limit})
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+        PROPERTIES TIMEOUT ${limit} ENVIRONMENT "${TAVO_TEST_ENVIRONMENT}")
 endfunction()
 
 # tavo_add_fuzzer(NAME SOURCES ... LINK ...): needs clang's libFuzzer.
