@@ -83,7 +83,7 @@ Limit watchLimit()
 
 Healer::Healer(CMWorker& worker, std::chrono::milliseconds interval) : m_worker(worker)
 {
-    connect(m_worker.subscribe(), &CMSubscribe::rowsPathAdded, this, &Healer::added);
+    connect(m_worker.subscribe(), &CMSubscribe::rowsPathAboutToBeAdded, this, &Healer::aboutToBeAdded);
     connect(m_worker.subscribe(), &CMSubscribe::rowsPathRemoved, this, &Healer::removed);
     m_worker.subscribe()->setObserver(this);
 
@@ -121,7 +121,7 @@ bool Healer::isSame(const Identity& a, const Identity& b)
     return a.device == b.device && a.inode == b.inode && a.birth == b.birth;
 }
 
-void Healer::added(const CMPath& path)
+void Healer::aboutToBeAdded(const CMPath& path)
 {
     Directory directory;
     directory.localPath = localPath(m_worker, path);

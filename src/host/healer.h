@@ -57,7 +57,8 @@ private:
     [[nodiscard]] static Look lookAt(const QByteArray& localPath);
     [[nodiscard]] static bool isSame(const Identity& a, const Identity& b);
 
-    void added(const CMPath& path);
+    /// Looks before the watch is set, as another directory may come in between.
+    void aboutToBeAdded(const CMPath& path);
     void removed(const CMPath& path);
 
     void sweep();

@@ -73,6 +73,17 @@ TEST_F(Subscription, WorkerIsToldOfTheFirstClientAndOfTheLast)
     EXPECT_EQ(m_worker.takeEvents(), texts({"removed a"}));
 }
 
+TEST_F(Subscription, AdditionIsAnnouncedJustBeforeTheWorkerIsToldOfIt)
+{
+    QObject::connect(&subscribe(), &CMSubscribe::rowsPathAboutToBeAdded, [this](const CMPath& path) {
+        const QMutexLocker lock(&m_worker.mutex);
+        m_worker.note("about to add " + path.base());
+    });
+    EXPECT_TRUE(open("a", m_client));
+    subscribe().renew({path("a")});
+    EXPECT_EQ(m_worker.takeEvents(), texts({"about to add a", "added a", "removed a", "about to add a", "added a"}));
+}
+
 TEST_F(Subscription, ClientThatOpensTwiceCountsOnce)
 {
     EXPECT_TRUE(open("a", m_client));

@@ -28,6 +28,8 @@
 #include <set>
 #include <thread>
 
+#include <sys/stat.h>
+
 namespace {
 
 constexpr std::chrono::milliseconds sweepInterval{50};
@@ -196,6 +198,13 @@ public:
         return {};
     }
 
+    void collectOpen(std::set<QString>& bases) const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (const auto& held : m_held)
+            bases.insert(held.first.base());
+    }
+
 private:
     void noteChange(const CMPath& path, const QStringList& changes)
     {
@@ -330,6 +339,27 @@ std::set<ino_t> inodesOfWatches()
     return inodes;
 }
 
+ino_t inodeOf(const QString& path)
+{
+    struct stat status = {};
+    return stat(path.toUtf8().constData(), &status) == 0 ? status.st_ino : 0;
+}
+
+/// Of the opened directories, their ancestors, and what lies above the root.
+std::set<ino_t> inodesOfOpen(const Clients& clients, const QString& root)
+{
+    std::set<QString> bases;
+    for (const auto& client : clients)
+        client->collectOpen(bases);
+    std::set<ino_t> inodes;
+    for (QString base : bases) {
+        inodes.insert({inodeOf(root), inodeOf(root + QStringLiteral("/.."))});
+        for (; !base.isEmpty(); base.truncate(std::max(base.lastIndexOf(u'/'), 0)))
+            inodes.insert(inodeOf(root + QLatin1Char('/') + base));
+    }
+    return inodes;
+}
+
 void expectCurrent(const Clients& clients, const QString& root)
 {
     QString difference;
@@ -340,6 +370,9 @@ void expectCurrent(const Clients& clients, const QString& root)
         return difference.isEmpty();
     });
     EXPECT_TRUE(isCurrent) << difference.toStdString();
+    EXPECT_TRUE(waitUntil([&] { return inodesOfWatches() == inodesOfOpen(clients, root); }))
+        << inodesOfWatches().size() << " directories are watched, " << inodesOfOpen(clients, root).size()
+        << " are open";
 }
 
 /// The operations are made in another thread, so that they meet requests and notifications under way.
@@ -389,7 +422,7 @@ void liveThrough(unsigned seed, int operations)
 
 TEST(Life, ClientsHoldWhatIsOnTheDiskInEveryQuietMoment)
 {
-    const int operations = fromEnvironment("TAVO_LIFE_OPERATIONS", 8000);
+    const int operations = fromEnvironment("TAVO_LIFE_OPERATIONS", 20000);
     auto seed = static_cast<unsigned>(fromEnvironment("TAVO_LIFE_SEED", 1));
     for (int done = 0; done < operations && !HasFailure(); done += operationsPerTree, ++seed) {
         SCOPED_TRACE(testing::Message() << "TAVO_LIFE_SEED=" << seed);

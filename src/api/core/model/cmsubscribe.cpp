@@ -166,6 +166,7 @@ bool CMSubscribe::endAddition(const CMPath& path, bool isTaken)
 
 bool CMSubscribe::offerToWorker(const CMPath& path)
 {
+    Q_EMIT rowsPathAboutToBeAdded(path);
     Q_EMIT rowsPathAdded(path);
     // A worker that did not take the path must not be told of its removal either; one that has lost it since, must.
     return isTracked(path) || isLost(path);

@@ -76,6 +76,8 @@ public:
     void renew(const QList<CMPath>& paths);
 
 Q_SIGNALS:
+    /// Just before rowsPathAdded(): the worker does not watch the path yet.
+    void rowsPathAboutToBeAdded(const CMPath& path);
     void rowsPathAdded(const CMPath& path);
     void rowsPathRemoved(const CMPath& path);
 
