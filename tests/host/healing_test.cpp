@@ -76,13 +76,25 @@ TEST_F(Healing, ADirectoryRemovedAndMadeAnewAtOnceIsWatchedAgain)
 TEST_F(Healing, WithoutAnyEventsEveryChangeIsTold)
 {
     tree.addFile(QStringLiteral("a/one.mp3"));
-    client.program().setWatchLimit(0);
+    client.program().setKernelLimit("inotify_watches", 0);
     start();
     ASSERT_TRUE(client.open(QStringLiteral("a")));
     tree.addFile(QStringLiteral("a/two.mp3"));
     EXPECT_TRUE(client.comesToHold(QStringLiteral("a"), {QStringLiteral("one.mp3"), QStringLiteral("two.mp3")}));
     tree.rename(QStringLiteral("a/two.mp3"), QStringLiteral("a/three.mp3"));
     EXPECT_TRUE(client.comesToHold(QStringLiteral("a"), {QStringLiteral("one.mp3"), QStringLiteral("three.mp3")}));
+}
+
+TEST_F(Healing, WhereTheKernelHasNoMoreInstancesEveryChangeIsTold)
+{
+    tree.addFile(QStringLiteral("a/one.mp3"));
+    client.program().setKernelLimit("inotify_instances", 0);
+    start();
+    ASSERT_TRUE(client.open(QStringLiteral("a")));
+    tree.addFile(QStringLiteral("a/two.mp3"));
+    EXPECT_TRUE(client.comesToHold(QStringLiteral("a"), {QStringLiteral("one.mp3"), QStringLiteral("two.mp3")}));
+    tree.remove(QStringLiteral("a"));
+    EXPECT_TRUE(client.isClosed(QStringLiteral("a")));
 }
 
 TEST_F(Healing, BeyondTheWatchLimitChangesAreToldAndTheLimitIsNamedOnce)
@@ -92,7 +104,7 @@ TEST_F(Healing, BeyondTheWatchLimitChangesAreToldAndTheLimitIsNamedOnce)
         directories.append(QStringLiteral("d%1").arg(i));
         tree.addDirectory(directories.last());
     }
-    client.program().setWatchLimit(5);
+    client.program().setKernelLimit("inotify_watches", 5);
     start();
     for (const QString& directory : qAsConst(directories))
         ASSERT_TRUE(client.open(directory));

@@ -23,7 +23,7 @@ protected:
 
 TEST_F(ScarceDescriptors, TooFewAreToldOfAtTheStart)
 {
-    constexpr int enoughToBeLoaded = 4;
+    constexpr int enoughToBeLoaded = 8;
     constexpr int enoughToWork = 48;
     for (int limit = enoughToBeLoaded; limit <= enoughToWork; ++limit) {
         Tavo tavo;

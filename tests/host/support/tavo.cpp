@@ -20,10 +20,10 @@ constexpr int patience = 60000;
 constexpr int shortPatience = 2000;
 
 /// A user namespace has a limit of its own. Ends the process where none can be had.
-void limitWatches(int limit)
+void limitInNamespace(const QByteArray& what, int limit)
 {
-    const int file =
-        unshare(CLONE_NEWUSER) == 0 ? open("/proc/sys/user/max_inotify_watches", O_WRONLY | O_CLOEXEC) : -1;
+    const QByteArray name = "/proc/sys/user/max_" + what;
+    const int file = unshare(CLONE_NEWUSER) == 0 ? open(name.constData(), O_WRONLY | O_CLOEXEC) : -1;
     if (file < 0 || dprintf(file, "%d", limit) < 0)
         _exit(EXIT_FAILURE);
 }
@@ -149,8 +149,8 @@ Outcome Tavo::waitForEnd()
 
 void Tavo::setupChildProcess()
 {
-    if (m_watchLimit)
-        limitWatches(*m_watchLimit);
+    if (m_kernelLimit)
+        limitInNamespace(m_kernelLimit->first, m_kernelLimit->second);
     if (m_descriptorLimits) {
         const rlimit limits = {
             static_cast<rlim_t>(m_descriptorLimits->first), static_cast<rlim_t>(m_descriptorLimits->second)};
