@@ -3,6 +3,8 @@
 #include <QFileInfo>
 #include <QProcessEnvironment>
 
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -34,8 +36,16 @@ Tavo::~Tavo()
 {
     if (state() == NotRunning)
         return;
-    kill();
+    // A program that is killed cannot count its leaks and what of it has been covered.
+    closeWriteChannel();
+    terminate();
+    if (!waitForFinished(shortPatience))
+        kill();
     waitForFinished(patience);
+    const int code = exitCode();
+    const bool endedWell =
+        exitStatus() == NormalExit ? code == 0 || code == 128 + SIGTERM : code == SIGTERM || code == SIGKILL;
+    EXPECT_TRUE(endedWell) << code << ": " << readAllStandardError().toStdString();
 }
 
 void Tavo::setVariable(const QString& name, const QString& value)
