@@ -39,6 +39,7 @@ TEST(Path, DecodingReversesEncoding)
         QString(QChar(0)),
         QString(QChar(0xD800)),
         QString(QChar(0xDFFF)) + QChar(0xD800),
+        QString(QChar(0xD7FF)) + QChar(0xE000),
         QString(QChar(0xFFFD)),
         QString(QChar(0xFEFF)),
         QString(QChar(0xDC00)) + QChar(0xFEFF) + QChar(0xFEFF)};

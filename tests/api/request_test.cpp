@@ -96,6 +96,9 @@ TEST(Request, CopiesShareTheReply)
     CMGetDataRequest(copies.front()).reply().setValue({1});
     EXPECT_EQ(request.reply().value(), QVariantList{1});
     EXPECT_TRUE(copies.back().voidReply().isFinished());
+    CMRequest assigned = CMPingRequest(somePath());
+    assigned = request;
+    EXPECT_TRUE(assigned.voidReply().isFinished());
 }
 
 TEST(Request, PlainHandleBecomesTheTypedOneAgain)

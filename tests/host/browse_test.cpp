@@ -333,6 +333,18 @@ TEST_F(Browse, TerminalGetsColoursAndNoLongLines)
                   QByteArray(48, 'x') + "\u2026\n");
 }
 
+TEST_F(Browse, TerminalThatDoesNotTellItsWidthHasEightyColumns)
+{
+    tree.addFile(QString(100, QLatin1Char('x')) + QStringLiteral(".mp3"));
+    const PseudoTerminal terminal(0);
+    Tavo tavo;
+    tavo.setVariable(QStringLiteral("TERM"), QStringLiteral("dumb"));
+    tavo.setStandardOutputFile(terminal.fileName());
+    tavo.start(arguments({QStringLiteral("--roles"), QStringLiteral("title")}));
+    EXPECT_EQ(terminal.readAll(), "TITLE\n" + QByteArray(79, 'x') + "\u2026\n");
+    EXPECT_EQ(tavo.finish().status, 0);
+}
+
 TEST_F(Browse, ColoursCanBeSwitchedOff)
 {
     tree.addDirectory(QStringLiteral("dir"));

@@ -127,6 +127,18 @@ TEST(Prepare, ProgressIsShownOnATerminalOnly)
     EXPECT_EQ(tavo.finish().status, 0);
 }
 
+TEST(Prepare, FullDiskIsAFailure)
+{
+    for (const char* arguments : {"prepare playlist .", "prepare playlist . --json"}) {
+        Tavo tavo;
+        tavo.setStandardOutputFile(QStringLiteral("/dev/full"));
+        tavo.start(demo(words(arguments)));
+        const Outcome outcome = tavo.finish();
+        EXPECT_EQ(outcome.status, 1) << arguments;
+        EXPECT_EQ(outcome.errors, "tavo: cannot write: No space left on device\n") << arguments;
+    }
+}
+
 /// Enough files to be interrupted in the middle.
 class LongPreparation : public testing::Test
 {

@@ -373,6 +373,17 @@ TEST_F(SessionProgram, EndsWhenNobodyReadsAnyMore)
     EXPECT_EQ(other.program().waitForEnd().status, 0);
 }
 
+TEST_F(SessionProgram, FullDiskIsAFailure)
+{
+    SessionClient other;
+    other.program().setStandardOutputFile(QStringLiteral("/dev/full"));
+    other.start({QStringLiteral("--root"), tree.root()});
+    other.send(R"({"jsonrpc":"2.0","id":1,"method":"describe"})");
+    const Outcome outcome = other.program().waitForEnd();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors, "tavo: cannot write: No space left on device\n");
+}
+
 /// A session that is sent more requests than it takes while nobody reads.
 class StalledSession : public testing::Test
 {

@@ -55,6 +55,18 @@ TEST(Table, NoLineIsWiderThanTheTerminal)
     EXPECT_TRUE(text.contains(QChar(0x2026)));
 }
 
+TEST(Table, LinesEndWithoutBlanks)
+{
+    EXPECT_EQ(table({{QStringLiteral("a"), QString()}}).toText(pipe), "A  TITLE\na\n");
+}
+
+TEST(Table, ColumnsStayReadableOnATerminalThatIsTooNarrowForThem)
+{
+    const QStringList row = {QString(30, QLatin1Char('x')), QString(30, QLatin1Char('y'))};
+    const QString text = QString::fromUtf8(table({row}).toText({true, 3, false}));
+    EXPECT_TRUE(text.contains(QStringLiteral("xxx")) && text.contains(QStringLiteral("yyy"))) << text.toStdString();
+}
+
 TEST(Table, PipeGetsEverything)
 {
     const QString title(500, QLatin1Char('x'));

@@ -120,6 +120,16 @@ TEST_F(Watch, EndsWhenNobodyReadsAnyMore)
     EXPECT_EQ(tavo.waitForEnd().status, 0);
 }
 
+TEST_F(Watch, FullDiskIsAFailure)
+{
+    tavo.setStandardOutputFile(QStringLiteral("/dev/full"));
+    watch({QStringLiteral("a")});
+    tree.addFile(QStringLiteral("a/x.mp3"));
+    const Outcome outcome = tavo.waitForEnd();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.errors, "tavo: cannot write: No space left on device\n");
+}
+
 TEST_F(Watch, InterruptionDoesNotWaitForAReaderThatDoesNotRead)
 {
     Pipe pipe;
