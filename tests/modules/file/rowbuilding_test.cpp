@@ -263,6 +263,10 @@ TEST_F(RowBuilding, UnknownEndingsHaveNoMimeType)
 TEST_F(RowBuilding, TheMimeTypeIsThatOfTheLastEnding)
 {
     EXPECT_EQ(mediaData("x.tar.png").resources().at(0).mimeType(), "image/png");
+    const QString wholeEnding = MimeTypes::extensionToMimeType("tar.gz", {});
+    const QString lastEnding = MimeTypes::extensionToMimeType("gz", {});
+    ASSERT_NE(wholeEnding, lastEnding);
+    EXPECT_EQ(mediaData("x.tar.gz").resources().at(0).mimeType(), lastEnding);
 }
 
 TEST_F(RowBuilding, UrisKeepWhatTheRequestClimbs)
