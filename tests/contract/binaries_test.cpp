@@ -91,9 +91,15 @@ TEST(Binaries, SdkNeedsQtCoreAndLog4cplusAlone)
     EXPECT_THAT(needsOf(TAVO_API), UnorderedElementsAre("libQt5Core", "liblog4cplus"));
 }
 
-TEST(Binaries, TagReadersAloneNeedTagLibAndQtGui)
+TEST(Binaries, TagReadersAloneNeedTagLib)
 {
-    EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Gui", "libtag"));
+    EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core", "libtag"));
+}
+
+TEST(Binaries, CoversAloneNeedQtGui)
+{
+    EXPECT_THAT(needsOf(TAVO_COVERART), UnorderedElementsAre("libQt5Core", "libQt5Gui"));
+    EXPECT_THAT(exportsOf(TAVO_COVERART), ElementsAre("tavo_make_cover_art"));
 }
 
 TEST(Binaries, SdkExportsNoInstancesOfForeignTemplates)

@@ -182,8 +182,8 @@ const std::vector<Rule> rules = {
     {"TagReaderSources",
      "src/api/tagreader",
      Side::Inner,
-     {"std", "fcntl.h", "sys/stat.h", "unistd.h", "Qt Core", "Qt Gui", "TagLib", "src/api/core", "src/api/tagreader",
-      "private src/api/tagreader", "moc"}},
+     {"std", "dlfcn.h", "fcntl.h", "sys/stat.h", "unistd.h", "Qt Core", "Qt Gui", "TagLib", "src/api/core",
+      "src/api/tagreader", "private src/api/tagreader", "moc"}},
     {"PlayListPublicHeaders", "src/api/playlist", Side::Public, {"std", "Qt Core", "src/api/core", "src/api/playlist"}},
     {"PlayListSources",
      "src/api/playlist",
@@ -243,7 +243,7 @@ TEST(Rooms, TestsKnowThePrivateHeadersOfOneRoomAtMost)
     EXPECT_THAT(privateRooms, testing::Each(testing::Pair(testing::_, testing::SizeIs(1))));
 }
 
-TEST(Rooms, OneSourceOfTheHostLoadsLibraries)
+TEST(Rooms, TwoSourcesAloneLoadLibraries)
 {
     Origins loaders;
     for (const QString& file : sourcesBelow(QStringLiteral("src"))) {
@@ -252,7 +252,7 @@ TEST(Rooms, OneSourceOfTheHostLoadsLibraries)
                 loaders.insert(file.toStdString());
         }
     }
-    EXPECT_THAT(loaders, testing::SizeIs(1));
+    EXPECT_THAT(loaders, testing::ElementsAre("src/api/tagreader/coverart.cpp", "src/host/workermodule.cpp"));
 }
 
 } // namespace

@@ -15,3 +15,7 @@ struct CoverArt
 /// `picture` (the bytes of a picture file), scaled down to `width` pixels if it is wider, ratio kept. No art if it is
 /// no picture, or one that takes more than a cover's memory or time to decode.
 [[nodiscard]] CoverArt makeCoverArt(const QByteArray& picture, int width);
+
+/// What makes it, in a library of its own that the first picture loads; its exported name.
+using CoverArtMaker = void(const QByteArray& picture, int width, CoverArt& art);
+constexpr char coverArtMaker[] = "tavo_make_cover_art";
