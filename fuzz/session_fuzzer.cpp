@@ -162,8 +162,9 @@ public:
     void addLine(const QByteArray& line)
     {
         const auto parsed = JsonRpc::parse(line);
-        const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed);
-        const QJsonValue id = malformed ? malformed->id : std::get<JsonRpc::Request>(parsed).id;
+        if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed))
+            return add(malformed->id);
+        const QJsonValue id = std::get<JsonRpc::Request>(parsed).id;
         const QJsonValue plainId = QJsonDocument::fromJson(line).object().value(QLatin1String("id"));
         FUZZ_CHECK(id == plainId || !(plainId.isString() || plainId.isDouble()));
         if (!id.isUndefined())

@@ -6,6 +6,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QSet>
+
+#include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -62,6 +66,58 @@ QByteArray withNumbersInRange(const QByteArray& json)
     return result + json.mid(end);
 }
 
+/// Where the string ends that starts at `start`: behind its quote.
+int endOfString(const QByteArray& json, int start)
+{
+    int end = start + 1;
+    while (end < json.size() && json.at(end) != '"')
+        end += json.at(end) == '\\' ? 2 : 1;
+    return std::min(end + 1, json.size());
+}
+
+/// A string is a field's name if a colon follows.
+bool endsName(const QByteArray& json, int end)
+{
+    const auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    const auto next = std::find_if_not(json.cbegin() + end, json.cend(), isSpace);
+    return next != json.cend() && *next == ':';
+}
+
+QString textOf(const QByteArray& string)
+{
+    if (!string.contains('\\'))
+        return QString::fromUtf8(string.mid(1, string.size() - 2));
+    return QJsonDocument::fromJson('[' + string + ']').array().at(0).toString();
+}
+
+/// Takes the name in.
+bool isNew(const QString& name, QSet<QString>& names)
+{
+    const int count = names.size();
+    names.insert(name);
+    return names.size() > count;
+}
+
+/// Whether an object has two fields of one name. Nobody can tell which of them counts, and QJsonDocument never frees
+/// what is in the first.
+bool repeatsAName(const QByteArray& json)
+{
+    std::vector<QSet<QString>> namesByDepth;
+    for (int start = 0, end = 0; start < json.size(); start = end) {
+        const char c = json.at(start);
+        end = c == '"' ? endOfString(json, start) : start + 1;
+        if (c == '{' || c == '[')
+            namesByDepth.emplace_back();
+        if (namesByDepth.empty())
+            continue;
+        if (c == '}' || c == ']')
+            namesByDepth.pop_back();
+        else if (c == '"' && endsName(json, end) && !isNew(textOf(json.mid(start, end - start)), namesByDepth.back()))
+            return true;
+    }
+    return false;
+}
+
 QJsonDocument documentFrom(const QByteArray& json, QJsonParseError& problem)
 {
     QJsonDocument document = QJsonDocument::fromJson(json, &problem);
@@ -79,6 +135,8 @@ QByteArray head(const QJsonValue& id)
 
 std::variant<JsonRpc::Request, JsonRpc::Malformed> JsonRpc::parse(const QByteArray& message)
 {
+    if (repeatsAName(message))
+        return invalidRequest(QJsonValue::Null, QStringLiteral("an object has two fields of one name"));
     // Documents hold arrays and objects only, but a message can be any value; so it is read as an array's one element.
     QJsonParseError problem{};
     const QJsonArray values = documentFrom('[' + message + ']', problem).array();

@@ -100,6 +100,26 @@ TEST(JsonRpc, JsonThatIsNoRequestIsInvalid)
         EXPECT_EQ(problemOf(message), JsonRpc::InvalidRequest) << message.toStdString();
 }
 
+TEST(JsonRpc, TwoFieldsOfOneNameAreInvalid)
+{
+    const QList<QByteArray> messages = {
+        R"({"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":"/"},"params":[]})",
+        R"({"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":["/"],"p\u0061th" : "/"}})",
+        R"({"jsonrpc":"2.0","id":1,"id":1,"method":"rows"})",
+        R"({"jsonrpc":"2.0","method":"set","params":[[{"":[{}],"x":":","":0}]]})",
+        R"({"\"":[1],"\"":1})",
+        R"({"a":[1],"a")"
+        "\t\r\n:1}"};
+    for (const QByteArray& message : messages)
+        EXPECT_EQ(problemOf(message), JsonRpc::InvalidRequest) << message.toStdString();
+}
+
+TEST(JsonRpc, FieldsOfDifferentObjectsMayHaveOneName)
+{
+    const QByteArray parameters = R"([{"a":{"a":["a","a"]}},{"a":"\",\"a\":","b":{"b":"a"},"\\":1,"c":[{"b":1}]}])";
+    EXPECT_EQ(problemOf(R"({"jsonrpc":"2.0","id":1,"method":"a","params":)" + parameters + '}'), 0);
+}
+
 TEST(JsonRpc, BatchesAreInvalid)
 {
     EXPECT_EQ(problemOf("[]"), JsonRpc::InvalidRequest);
