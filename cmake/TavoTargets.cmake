@@ -54,9 +54,10 @@ function(tavo_add_program name)
     tavo_install(${name} "${CMAKE_INSTALL_BINDIR}")
 endfunction()
 
-# tavo_add_test(NAME SOURCES ... LINK ... NEEDS targets ...): one test program; CTest sees every test in it.
+# tavo_add_test(NAME [THREADED] SOURCES ... LINK ... NEEDS targets ...): one test program; CTest sees every test in it.
+# THREADED: what it tests runs in several threads; the thread sanitizer is meant for it.
 function(tavo_add_test name)
-    cmake_parse_arguments(arg "" "" "SOURCES;LINK;NEEDS" ${ARGN})
+    cmake_parse_arguments(arg "THREADED" "" "SOURCES;LINK;NEEDS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     tavo_common(${name})
     target_link_libraries(${name} PRIVATE tavo_test_support ${arg_LINK})
@@ -68,8 +69,13 @@ function(tavo_add_test name)
     if(CMAKE_CROSSCOMPILING)
         set(limit 900)
     endif()
+    set(label "")
+    if(arg_THREADED)
+        set(label LABELS threaded)
+        add_dependencies(tavo_threaded_tests ${name})
+    endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT ${limit} ENVIRONMENT "${TAVO_TEST_ENVIRONMENT}")
+        PROPERTIES TIMEOUT ${limit} ENVIRONMENT "${TAVO_TEST_ENVIRONMENT}" ${label})
 endfunction()
 
 # tavo_add_fuzzer(NAME SOURCES ... LINK ...): needs clang's libFuzzer.
