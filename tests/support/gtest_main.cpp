@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <memory>
 
 namespace {
@@ -15,10 +14,6 @@ std::unique_ptr<QTemporaryDir> makeTemporaryFolder()
     if (qEnvironmentVariableIsSet(made))
         return nullptr;
     auto folder = std::make_unique<QTemporaryDir>();
-    // Tests that run as another user pass through it.
-    std::filesystem::permissions(
-        folder->path().toStdString(), std::filesystem::perms::group_exec | std::filesystem::perms::others_exec,
-        std::filesystem::perm_options::add);
     qputenv("TMPDIR", folder->path().toLocal8Bit());
     qputenv(made, "1");
     return folder;

@@ -2,18 +2,22 @@
 
 #include <QFileInfo>
 
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <linux/securebits.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
-
-constexpr uid_t nobody = 65534;
 
 std::filesystem::path native(const QString& path)
 {
@@ -26,12 +30,23 @@ void check(int result)
         throw std::system_error(errno, std::generic_category());
 }
 
+/// Those by which the thread passes over the permissions of files. There is no function of the C library for it.
+void setFileCapabilities(bool effective)
+{
+    constexpr uint32_t overriding = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> sets{};
+    check(static_cast<int>(syscall(SYS_capget, &header, sets.data())));
+    sets[0].effective =
+        effective ? sets[0].effective | (overriding & sets[0].permitted) : sets[0].effective & ~overriding;
+    check(static_cast<int>(syscall(SYS_capset, &header, sets.data())));
+}
+
 } // namespace
 
 FileTree::FileTree()
 {
     const QString top = QFileInfo(m_directory.path()).canonicalFilePath();
-    std::filesystem::permissions(native(top), std::filesystem::perms(0755));
     m_root = top + "/root";
     std::filesystem::create_directory(native(m_root));
 }
@@ -96,17 +111,19 @@ void FileTree::permit(const QString& relative) const
     check(chmod(path(relative).toUtf8().constData(), 0755));
 }
 
-WithoutPrivileges::WithoutPrivileges()
+WithoutPrivileges::WithoutPrivileges() : m_securityBits(prctl(PR_GET_SECUREBITS))
 {
-    if (geteuid() == 0)
-        check(setresuid(nobody, nobody, 0));
+    if (geteuid() != 0)
+        return;
+    // access() gives the super-user's capabilities back otherwise.
+    check(prctl(PR_SET_SECUREBITS, m_securityBits | SECBIT_NO_SETUID_FIXUP));
+    setFileCapabilities(false);
 }
 
 WithoutPrivileges::~WithoutPrivileges()
 {
-    uid_t real = 0;
-    uid_t effective = 0;
-    uid_t saved = 0;
-    if (getresuid(&real, &effective, &saved) == 0 && saved == 0 && setresuid(0, 0, 0) != 0)
-        std::abort();
+    if (geteuid() != 0)
+        return;
+    setFileCapabilities(true);
+    prctl(PR_SET_SECUREBITS, m_securityBits);
 }

@@ -37,11 +37,15 @@ private:
     QStringList m_forbidden;
 };
 
-/// While it lives the process has no more rights than anybody: the super-user reads what is forbidden too.
+/// While it lives the thread, and those that it starts, have no more rights than anybody: the super-user reads what is
+/// forbidden too. Takes capabilities, for in an emulator's user namespace there is no other user.
 class WithoutPrivileges
 {
 public:
     WithoutPrivileges();
     ~WithoutPrivileges();
     Q_DISABLE_COPY_MOVE(WithoutPrivileges)
+
+private:
+    int m_securityBits;
 };
