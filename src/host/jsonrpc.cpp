@@ -79,7 +79,7 @@ int endOfString(const QByteArray& json, int start)
 bool endsName(const QByteArray& json, int end)
 {
     const auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    const auto next = std::find_if_not(json.cbegin() + end, json.cend(), isSpace);
+    const auto* const next = std::find_if_not(json.cbegin() + end, json.cend(), isSpace);
     return next != json.cend() && *next == ':';
 }
 
