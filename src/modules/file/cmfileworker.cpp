@@ -106,8 +106,10 @@ public:
     }
     ~ScannedDirectory()
     {
-        for (int i = 0; i < m_count; ++i)
-            std::free(m_entries[i]);
+        for (int i = 0; i < m_count; ++i) {
+            if (m_entries[i])
+                std::free(m_entries[i]);
+        }
         std::free(m_entries);
     }
     Q_DISABLE_COPY_MOVE(ScannedDirectory)
@@ -132,7 +134,8 @@ QString nameOf(const dirent& entry)
     QString name = QString::fromUtf8(entry.d_name);
     // Qt takes it for a byte order mark, but here it is a part of the name.
     constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
-    if (std::strncmp(entry.d_name, byteOrderMark, sizeof(byteOrderMark) - 1) == 0)
+    if (entry.d_name[0] == byteOrderMark[0] &&
+        std::strncmp(entry.d_name, byteOrderMark, sizeof(byteOrderMark) - 1) == 0)
         name.prepend(QChar(QChar::ByteOrderMark));
     return name;
 }
@@ -319,6 +322,7 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
         LOG(Signature::entryList, ERROR, "scandir failed: " << scanned.count());
         return {};
     }
+    const bool isTraced = logger().isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
     QStringList names;
     names.reserve(scanned.count());
     for (int i = 0; i < scanned.count(); ++i) {
@@ -326,7 +330,8 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
             continue;
         const QString name = nameOf(*scanned.at(i));
         if (filter(name, true)) {
-            LOG(Signature::entryList, TRACE, "found dir:" << name);
+            if (isTraced)
+                LOG(Signature::entryList, TRACE, "found dir:" << name);
             names.append(name);
         }
         scanned.release(i);
@@ -336,7 +341,8 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
             continue;
         const QString name = nameOf(*scanned.at(i));
         if (filter(name, false)) {
-            LOG(Signature::entryList, TRACE, "found file:" << name);
+            if (isTraced)
+                LOG(Signature::entryList, TRACE, "found file:" << name);
             names.append(name);
         }
         scanned.release(i);
@@ -346,7 +352,7 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
 
 bool CMFileWorker::filter(const QString& name, bool isDir) const
 {
-    if (name.startsWith(QLatin1Char('.')))
+    if (!name.isEmpty() && name.front() == QLatin1Char('.'))
         return false;
     if (isDir || TavoNameMatcher::shared(m_filter).matches(name))
         return true;
