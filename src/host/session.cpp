@@ -13,8 +13,11 @@
 #include <cerrno>
 
 #include <dirent.h>
+#include <malloc.h>
 
 namespace {
+
+constexpr int longListing = 100'000;
 
 Failure refused(const CMError& error)
 {
@@ -149,6 +152,9 @@ Result<Session::Page> Session::rows(const RowsQuery& query) const
     Page page = pageOf(request.reply().value());
     if (const int error = page.count == 0 ? readError(query.path) : 0; error != 0)
         return unreadable(query.path, error);
+    // The allocator would keep what the names took, which may be more than a small device has to spare.
+    if (page.count >= longListing)
+        malloc_trim(0);
     return page;
 }
 
