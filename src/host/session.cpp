@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include "confinement.h"
 #include "host.h"
 #include "localpath.h"
 
@@ -146,6 +147,9 @@ Result<Session::Page> Session::rows(const RowsQuery& query) const
 {
     if (std::optional<Failure> failure = misuse(query))
         return *failure;
+    const bool isMenu = query.path.startsWith(m_host.contextMenu());
+    if (std::optional<Failure> failure = isMenu ? std::nullopt : accessViolation(query.path.base()))
+        return *failure;
     const CMGetRowsRequest request(query.path, query.first, query.last, query.version, query.roles);
     if (std::optional<Failure> failure = ask(request))
         return *failure;
@@ -160,6 +164,8 @@ Result<Session::Page> Session::rows(const RowsQuery& query) const
 
 Result<QVariantList> Session::data(const CMPath& path, const QStringList& roles) const
 {
+    if (std::optional<Failure> failure = accessViolation(path.base()))
+        return *failure;
     const CMGetDataRequest request(path, roles);
     if (std::optional<Failure> failure = ask(request))
         return *failure;
@@ -168,6 +174,10 @@ Result<QVariantList> Session::data(const CMPath& path, const QStringList& roles)
 
 Result<QVariant> Session::set(const CMPath& path, const QVariant& value) const
 {
+    for (const QString& base : basesIn(path, value)) {
+        if (std::optional<Failure> failure = accessViolation(base))
+            return *failure;
+    }
     const CMSetDataRequest request(path, value);
     if (std::optional<Failure> failure = ask(request))
         return *failure;
@@ -234,6 +244,30 @@ int Session::readError(const CMPath& path) const
         return errno == ENOTDIR || errno == ENOENT ? 0 : errno;
     closedir(directory);
     return 0;
+}
+
+std::optional<Failure> Session::accessViolation(const QString& base) const
+{
+    const QString& root = m_host.rootDirectory();
+    if (isConfined(root, base))
+        return std::nullopt;
+    const QList<TrArg> arguments = {base, root};
+    return refused(
+        {TavoErrorAccessViolation(), TrString({"Session", "Access violation: path '%1' is outside '%2'"}, arguments)});
+}
+
+QStringList Session::basesIn(const CMPath& service, const QVariant& value) const
+{
+    const CMWorker& worker = m_host.worker();
+    if (service == worker.addPrefix(TavoFilesystemCountFilesPathSuffix()))
+        return {value.toString()};
+    QStringList bases;
+    if (service == worker.addPrefix(TavoPlayListPrepareItems()) ||
+        service == worker.addPrefix(TavoMusicLibraryPrepareItems())) {
+        for (const QVariant& item : value.value<QVariantList>())
+            bases.append(CMPath::fromEncoded(item.toString()).base());
+    }
+    return bases;
 }
 
 std::optional<Failure> Session::ask(const CMRequest& request) const

@@ -91,6 +91,10 @@ private:
     /// 0 for what is no directory. To the worker a directory that it cannot read is empty, say for want of file
     /// descriptors.
     [[nodiscard]] int readError(const CMPath& path) const;
+    /// None if the base stays in the root directory. The worker lets some through that do not.
+    [[nodiscard]] std::optional<Failure> accessViolation(const QString& base) const;
+    /// Of what a value for the service names.
+    [[nodiscard]] QStringList basesIn(const CMPath& service, const QVariant& value) const;
     /// None if the worker has answered.
     [[nodiscard]] std::optional<Failure> ask(const CMRequest& request) const;
 

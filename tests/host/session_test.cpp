@@ -12,6 +12,8 @@
 #include <tavo/tavokeys.h>
 #include <tavo/tavoroles.h>
 
+#include <QFile>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -39,6 +41,12 @@ std::unique_ptr<Host> startHost(const QString& root)
     Result<std::unique_ptr<Host>> host = Host::start(settingsFor(root));
     EXPECT_TRUE(host) << host.failure().message.toStdString();
     return host ? std::move(host.value()) : nullptr;
+}
+
+template<typename Value>
+QString failureOf(const Result<Value>& result)
+{
+    return result ? QStringLiteral("done") : result.failure().name;
 }
 
 /// A session that remembers what it was told, as "code base".
@@ -197,6 +205,29 @@ TEST_F(SessionTest, RefusalsAreTheWorkers)
     EXPECT_EQ(page.failure().kind, Failure::Kind::Refused);
     EXPECT_EQ(page.failure().name, TavoErrorAccessViolation());
     EXPECT_THAT(page.failure().message.toStdString(), HasSubstr("'../x' is outside"));
+}
+
+TEST_F(SessionTest, NothingOutsideTheRootIsShownOrPrepared)
+{
+    tree.addFile(QStringLiteral("abroad/secret.mp3"));
+    QFile::link(tree.absolute(QStringLiteral("abroad")), tree.absolute(QStringLiteral("a/link")));
+    client.reset();
+    host.reset();
+    host = startHost(tree.absolute(QStringLiteral("a")));
+    client = std::make_unique<Client>(*host);
+    const Session& session = client->session;
+    const Session::Description services = session.describe();
+    for (const QString& base :
+         {QStringLiteral("../abroad"), QStringLiteral(".."), tree.absolute(QStringLiteral("abroad")), tree.root(),
+          QStringLiteral("b/../../abroad/secret.mp3"), QStringLiteral("link/../top.mp3")}) {
+        const CMPath outside = host->worker().addPrefix(base);
+        const QVariantList items = {path("b").toEncoded(), outside.toEncoded()};
+        EXPECT_EQ(failureOf(session.rows({outside})), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(session.data(outside, entryRoles())), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(session.set(services.countFiles, base)), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(session.set(services.preparePlaylist, items)), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(session.set(services.prepareLibrary, items)), TavoErrorAccessViolation()) << base.toStdString();
+    }
 }
 
 TEST_F(SessionTest, PathsOfOtherWorkersAreInvalid)

@@ -1,0 +1,73 @@
+#include "confinement.h"
+
+#include "printers.h"
+#include "support/temporarytree.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Confinement : public testing::Test
+{
+protected:
+    Confinement()
+    {
+        tree.addFile(QStringLiteral("root/a/b/song.mp3"));
+        tree.addFile(QStringLiteral("root2/song.mp3"));
+        tree.addFile(QStringLiteral("abroad/deep/song.mp3"));
+        QFile::link(tree.absolute(QStringLiteral("abroad/deep")), tree.absolute(QStringLiteral("root/link")));
+        QFile::link(tree.absolute(QStringLiteral("root/a/b")), tree.absolute(QStringLiteral("root/inner")));
+    }
+
+    [[nodiscard]] bool isConfinedHere(const QString& base) const { return isConfined(root, base); }
+
+    TemporaryTree tree;
+    const QString root = tree.absolute(QStringLiteral("root"));
+};
+
+TEST_F(Confinement, WhatIsBelowTheRootIsConfined)
+{
+    for (const char* base : {"", "a", "a/b/song.mp3", "missing", "a/./b", "a//b", "..a", "a/...", "a/"})
+        EXPECT_TRUE(isConfinedHere(QString::fromUtf8(base))) << base;
+    EXPECT_TRUE(isConfinedHere(root));
+    EXPECT_TRUE(isConfinedHere(root + QStringLiteral("/a")));
+}
+
+TEST_F(Confinement, WhatClimbsOutIsNot)
+{
+    for (const char* base :
+         {"..", "../", "../root2", "../root2/song.mp3", "a/../..", "a/b/../../../abroad", "missing/../.."})
+        EXPECT_FALSE(isConfinedHere(QString::fromUtf8(base))) << base;
+}
+
+TEST_F(Confinement, WhatClimbsAndStaysIsConfined)
+{
+    for (const char* base : {"a/..", "a/../a/b", "../root", "../root/a", "missing/../a", "inner/../b"})
+        EXPECT_TRUE(isConfinedHere(QString::fromUtf8(base))) << base;
+}
+
+TEST_F(Confinement, AbsolutePathsElsewhereAreNot)
+{
+    for (const QString& base :
+         {QStringLiteral("/"), QStringLiteral("/etc"), tree.root(), root + QStringLiteral("2"),
+          root + QStringLiteral("2/song.mp3"), root + QStringLiteral("/../abroad")})
+        EXPECT_FALSE(isConfinedHere(base)) << base.toStdString();
+}
+
+TEST_F(Confinement, LinksAreFollowedButNotUpFromWhereTheyLead)
+{
+    for (const char* base : {"link", "link/song.mp3"})
+        EXPECT_TRUE(isConfinedHere(QString::fromUtf8(base))) << base;
+    for (const char* base : {"link/..", "link/../deep/song.mp3", "a/../link/../x", "inner/../../../a"})
+        EXPECT_FALSE(isConfinedHere(QString::fromUtf8(base))) << base;
+}
+
+TEST_F(Confinement, EverythingIsBelowTheRootOfTheFileSystem)
+{
+    for (const char* base : {"", "etc", "..", "../etc", "/etc", "/"})
+        EXPECT_TRUE(isConfined(QStringLiteral("/"), QString::fromUtf8(base))) << base;
+}
+
+} // namespace
