@@ -3,15 +3,15 @@ if(TAVO_SANITIZE)
     add_link_options(-fsanitize=${TAVO_SANITIZE})
 endif()
 
-# What the tests' programs find in their environment.
+# What the tests' programs find in their environment, as a property of theirs.
 set(TAVO_TEST_ENVIRONMENT "")
 if(TAVO_SANITIZE MATCHES "address")
     # The runtime guesses where the thread-local variables of a loaded library lie. It can be wrong, and the search for
     # leaks then ends with a fault of its own.
-    set(TAVO_TEST_ENVIRONMENT "ASAN_OPTIONS=intercept_tls_get_addr=0")
+    set(TAVO_TEST_ENVIRONMENT ENVIRONMENT "ASAN_OPTIONS=intercept_tls_get_addr=0")
 elseif(TAVO_SANITIZE MATCHES "thread")
     # What libraries that are not instrumented do to keep their memory safe cannot be seen.
-    set(TAVO_TEST_ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
+    set(TAVO_TEST_ENVIRONMENT ENVIRONMENT "TSAN_OPTIONS=ignore_noninstrumented_modules=1")
 endif()
 
 # Clang links the sanitizers' runtime into programs only, so that its libraries have symbols to be found later.

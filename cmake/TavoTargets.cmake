@@ -69,13 +69,14 @@ function(tavo_add_test name)
     if(CMAKE_CROSSCOMPILING)
         set(limit 900)
     endif()
-    set(label "")
+    # A list of labels does not survive the way to CTest: one has all, as in "modules/file,threaded".
+    file(RELATIVE_PATH label "${PROJECT_SOURCE_DIR}/tests" "${CMAKE_CURRENT_SOURCE_DIR}")
     if(arg_THREADED)
-        set(label LABELS threaded)
+        string(APPEND label ",threaded")
         add_dependencies(tavo_threaded_tests ${name})
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT ${limit} ENVIRONMENT "${TAVO_TEST_ENVIRONMENT}" ${label})
+        PROPERTIES TIMEOUT ${limit} LABELS "${label}" ${TAVO_TEST_ENVIRONMENT})
 endfunction()
 
 # tavo_add_fuzzer(NAME SOURCES ... LINK ...): needs clang's libFuzzer.
