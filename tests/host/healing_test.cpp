@@ -76,7 +76,7 @@ TEST_F(Healing, ADirectoryRemovedAndMadeAnewAtOnceIsWatchedAgain)
 TEST_F(Healing, WithoutAnyEventsEveryChangeIsTold)
 {
     tree.addFile(QStringLiteral("a/one.mp3"));
-    client.program().setKernelLimit("inotify_watches", 0);
+    client.program().setKernelLimit(QStringLiteral("inotify_watches"), 0);
     start();
     ASSERT_TRUE(client.open(QStringLiteral("a")));
     tree.addFile(QStringLiteral("a/two.mp3"));
@@ -88,7 +88,7 @@ TEST_F(Healing, WithoutAnyEventsEveryChangeIsTold)
 TEST_F(Healing, WhereTheKernelHasNoMoreInstancesEveryChangeIsTold)
 {
     tree.addFile(QStringLiteral("a/one.mp3"));
-    client.program().setKernelLimit("inotify_instances", 0);
+    client.program().setKernelLimit(QStringLiteral("inotify_instances"), 0);
     start();
     ASSERT_TRUE(client.open(QStringLiteral("a")));
     tree.addFile(QStringLiteral("a/two.mp3"));
@@ -104,7 +104,7 @@ TEST_F(Healing, BeyondTheWatchLimitChangesAreToldAndTheLimitIsNamedOnce)
         directories.append(QStringLiteral("d%1").arg(i));
         tree.addDirectory(directories.last());
     }
-    client.program().setKernelLimit("inotify_watches", 5);
+    client.program().setKernelLimit(QStringLiteral("inotify_watches"), 5);
     start();
     for (const QString& directory : qAsConst(directories))
         ASSERT_TRUE(client.open(directory));

@@ -225,8 +225,10 @@ TEST_F(SessionTest, NothingOutsideTheRootIsShownOrPrepared)
         EXPECT_EQ(failureOf(session.rows({outside})), TavoErrorAccessViolation()) << base.toStdString();
         EXPECT_EQ(failureOf(session.data(outside, entryRoles())), TavoErrorAccessViolation()) << base.toStdString();
         EXPECT_EQ(failureOf(session.set(services.countFiles, base)), TavoErrorAccessViolation()) << base.toStdString();
-        EXPECT_EQ(failureOf(session.set(services.preparePlaylist, items)), TavoErrorAccessViolation()) << base.toStdString();
-        EXPECT_EQ(failureOf(session.set(services.prepareLibrary, items)), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(session.set(services.preparePlaylist, items)), TavoErrorAccessViolation())
+            << base.toStdString();
+        EXPECT_EQ(failureOf(session.set(services.prepareLibrary, items)), TavoErrorAccessViolation())
+            << base.toStdString();
     }
 }
 

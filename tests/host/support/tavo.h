@@ -37,7 +37,7 @@ public:
     /// Before start().
     void setRights(Rights rights) { m_rights = rights; }
     /// The kernel grants the program no more than this of "inotify_watches" or "inotify_instances". Before start().
-    void setKernelLimit(const QByteArray& what, int limit) { m_kernelLimit = {what, limit}; }
+    void setKernelLimit(const QString& what, int limit) { m_kernelLimit = {what, limit}; }
     /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     void setVariable(const QString& name, const QString& value);
@@ -81,7 +81,7 @@ private:
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
 
     Rights m_rights = Rights::Usual;
-    std::optional<std::pair<QByteArray, int>> m_kernelLimit;
+    std::optional<std::pair<QString, int>> m_kernelLimit;
     std::optional<std::pair<int, int>> m_descriptorLimits;
     bool m_holdsOutput = true;
     bool m_holdsErrors = true;
