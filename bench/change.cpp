@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QFileSystemWatcher>
 #include <QTimer>
 
 #include <memory>
@@ -188,19 +189,29 @@ Race openAndClose(const Workshop& workshop, int count)
 {
     const QString tree = workshop.treeOf(workshop.isSmoke() ? 100 : 10000);
     const QStringList directories = someDirectories(tree, count);
-    std::vector<std::string> watched = {tree.toStdString()};
+    QStringList watched = {tree};
     for (const QString& directory : directories)
-        watched.push_back((tree + QLatin1Char('/') + directory).toStdString());
+        watched.append(tree + QLatin1Char('/') + directory);
+    std::vector<std::string> watchedByKernel;
+    for (const QString& directory : watched)
+        watchedByKernel.push_back(directory.toStdString());
     const std::shared_ptr<CMWorker> worker = loadWorker(tree, playablePatterns());
     const auto client = std::make_shared<Client>(*worker);
     return {
         {{"floor", repeating([=] {
               const Inotify inotify;
               std::vector<int> watches;
-              for (const std::string& directory : watched)
+              for (const std::string& directory : watchedByKernel)
                   watches.push_back(inotify.add(directory));
               for (const int watch : watches)
                   inotify.remove(watch);
+          })},
+         {"QFileSystemWatcher", repeating([=] {
+              QFileSystemWatcher watcher;
+              for (const QString& directory : watched)
+                  watcher.addPath(directory);
+              for (int i = watched.size() - 1; i >= 0; --i)
+                  watcher.removePath(watched.at(i));
           })},
          {"worker", repeating([=, keepsWorker = worker] {
               for (const QString& directory : directories)
@@ -208,7 +219,7 @@ Race openAndClose(const Workshop& workshop, int count)
               for (int i = directories.size() - 1; i >= 0; --i)
                   client->close(directories.at(i));
           })}},
-        {{"worker", "floor", 3.0}}};
+        {{"worker", "floor", 3.0}, {"worker", "QFileSystemWatcher"}}};
 }
 
 } // namespace
