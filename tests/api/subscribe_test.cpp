@@ -791,6 +791,7 @@ TEST_F(Subscription, RemovalWaitsForAnnouncementsThatAreUnderWay)
     m_worker.asked.acquire(m_worker.asked.available());
     QSemaphore locked;
     std::thread announcing([this, &locked] {
+        const CMGetRowsRequest served(path("a/b"), 0, -1, 0, QStringList());
         const QMutexLocker lock(&m_worker.mutex);
         locked.release();
         EXPECT_TRUE(m_worker.asked.tryAcquire(1, 20000));
@@ -801,6 +802,15 @@ TEST_F(Subscription, RemovalWaitsForAnnouncementsThatAreUnderWay)
     close("a", m_client);
     announcing.join();
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "notified", "removed a"}));
+}
+
+TEST_F(Subscription, RemovalWaitsForNobodyWhereNoRowsAreRequested)
+{
+    EXPECT_TRUE(open("a", m_client));
+    m_worker.asked.acquire(m_worker.asked.available());
+    close("a", m_client);
+    EXPECT_EQ(m_worker.asked.available(), 0);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
 }
 
 TEST_F(Subscription, ChangesFromManyThreadsAllArriveEachThreadsInOrder)

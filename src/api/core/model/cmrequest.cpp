@@ -1,5 +1,9 @@
 #include "model/cmrequest.h"
 
+#include "model/cmrequest_p.h"
+
+#include <atomic>
+
 class CMRequestData : public QSharedData
 {
 public:
@@ -23,6 +27,8 @@ public:
 
 namespace {
 
+std::atomic<int> rowsRequests{0};
+
 class GetRowsData : public CMRequestData
 {
 public:
@@ -30,7 +36,10 @@ public:
         : CMRequestData(CMRequest::Kind::GetRows, requestPath, new CMReplyData<TavoRowsRoles>), first(firstRow),
           last(lastRow), rowsVersion(version), roles(wanted)
     {
+        ++rowsRequests;
     }
+    ~GetRowsData() override { --rowsRequests; }
+    Q_DISABLE_COPY_MOVE(GetRowsData)
 
     const int first;
     const int last;
@@ -73,6 +82,11 @@ public:
 };
 
 } // namespace
+
+bool RowsRequests::exist()
+{
+    return rowsRequests > 0;
+}
 
 CMRequest::CMRequest() = default;
 CMRequest::CMRequest(const CMRequest& other) = default;

@@ -1,5 +1,6 @@
 #include "model/cmsubscribe.h"
 
+#include "model/cmrequest_p.h"
 #include "model/cmworker.h"
 #include "tavo/tavokeys.h"
 
@@ -295,9 +296,11 @@ void CMSubscribe::removeFromWorker(const QList<CMPath>& paths)
 {
     // A rows request in another thread may be about to announce one of these paths once more. Asking the worker waits
     // for that, and the announcement must arrive before the removal: a later one would bring back the record of a path
-    // that nobody holds.
-    for (const CMPath& path : paths)
-        static_cast<void>(isTracked(path));
+    // that nobody holds. A request that comes to life only now finds these paths without clients.
+    for (const CMPath& path : paths) {
+        if (RowsRequests::exist())
+            static_cast<void>(isTracked(path));
+    }
     QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
     std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
 }
