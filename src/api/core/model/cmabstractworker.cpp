@@ -34,7 +34,7 @@ CMError CMAbstractWorker::createErrorInvalidPath(const CMPath& path)
 
 CMError CMAbstractWorker::createErrorInvalidRowsVersion(const CMPath& path, int requested, int current)
 {
-    const TrCharData text{"CMAbstractWorker", "Rows version %2 of '%1' is not current, the current one is %3"};
+    static const TrCharData text{"CMAbstractWorker", "Rows version %2 of '%1' is not current, the current one is %3"};
     const QList<TrArg> arguments = {path.toEncoded(), QString::number(requested), QString::number(current)};
     return {TavoErrorInvalidRowsVersion(), TrString(text, arguments)};
 }

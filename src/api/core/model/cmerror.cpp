@@ -1,8 +1,12 @@
 #include "model/cmerror.h"
 
 CMError::CMError(const QString& name, const TrString& message)
-    : QVariantHash{{Name(), name}, {Message(), message}, {Title(), DefaultTitle()}}
 {
+    static const QVariant title = DefaultTitle();
+    reserve(3);
+    insert(Name(), name);
+    insert(Message(), message);
+    insert(Title(), title);
 }
 
 const QString& CMError::Name()
