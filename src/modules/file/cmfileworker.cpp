@@ -91,11 +91,6 @@ int albumArtWidthSetting()
     return TavoHash(CMRoot()->getValue(TavoMusicLibraryAlbumArtWidth()).toHash()).i32_();
 }
 
-QString parentDirectory(const QFileInfo& info)
-{
-    return info.dir().absolutePath();
-}
-
 /// What scandir() returned; entries are freed one by one as they are done with, the rest at the end.
 class ScannedDirectory
 {
@@ -164,13 +159,29 @@ TrString rowsRequestText(const char* sourceText)
 /// True if each of the path's slashes is followed by the first character of a name, one that is no dot.
 bool isPlain(const QStringRef& path)
 {
-    const auto startsName = [](QChar c) { return c != QLatin1Char('/') && c != QLatin1Char('.'); };
-    const QChar* const end = path.cend();
-    for (const QChar* c = path.cbegin(); c != end; ++c) {
-        if (*c == QLatin1Char('/') && (c + 1 == end || !startsName(c[1])))
+    constexpr QLatin1Char slash('/');
+    if (!path.startsWith(slash))
+        return false;
+    for (int i = 0; i >= 0; i = path.indexOf(slash, i + 1)) {
+        if (i + 1 == path.size() || path.at(i + 1) == slash || path.at(i + 1) == QLatin1Char('.'))
             return false;
     }
-    return path.startsWith(QLatin1Char('/'));
+    return true;
+}
+
+/// QFileInfo::absoluteFilePath(), which cleans every path.
+QString absoluteFilePath(const QFileInfo& info)
+{
+    const QString path = info.filePath();
+    return isPlain(QStringRef(&path)) ? path : info.absoluteFilePath();
+}
+
+/// QDir::absolutePath() of QFileInfo::dir(), which takes every path to pieces.
+QString parentDirectory(const QFileInfo& info)
+{
+    const QString path = info.filePath();
+    const int lastSlash = path.lastIndexOf(QLatin1Char('/'));
+    return lastSlash > 0 && isPlain(QStringRef(&path)) ? path.left(lastSlash) : info.dir().absolutePath();
 }
 
 /// The files at all depths below a directory whose names match, in one order for all of them.
@@ -306,7 +317,7 @@ CMError CMFileWorker::errorNoReadPermission(const QString& path) const
 QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
 {
     const QFileInfo info(m_rootDir, path);
-    const QDir dir(info.absoluteFilePath());
+    const QDir dir(absoluteFilePath(info));
     LOG(Signature::entryList, TRACE, entering(Signature::entryList) << "dir:" << dir.path() << "path:" << path);
     if (!isInsideRoot(dir.path())) {
         reply.setError(errorAccessViolation(path));
@@ -418,7 +429,7 @@ void CMFileWorker::getRowsRequest(const CMGetRowsRequest& request)
     if (request.path().startsWith(m_contextMenuPath))
         return sendContextMenu(request);
 
-    const QString absolutePath = QFileInfo(m_rootDir, base).absoluteFilePath();
+    const QString absolutePath = absoluteFilePath(QFileInfo(m_rootDir, base));
     if (!isInsideRoot(absolutePath))
         return request.reply().setError(errorAccessViolation(base));
     const std::optional<Listing> listing = consistentListing(request, absolutePath);
