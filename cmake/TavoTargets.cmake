@@ -54,7 +54,8 @@ function(tavo_add_program name)
     tavo_install(${name} "${CMAKE_INSTALL_BINDIR}")
 endfunction()
 
-# tavo_add_test(NAME [THREADED] SOURCES ... LINK ... NEEDS targets ...): one test program; CTest sees every test in it.
+# tavo_add_test(NAME [THREADED] SOURCES ... LINK ... NEEDS targets ...): one test program. CTest sees every test in it,
+# or the program as one test where it would take longer to start than its tests do: emulated, or with a sanitizer.
 # THREADED: what it tests runs in several threads; the thread sanitizer is meant for it.
 function(tavo_add_test name)
     cmake_parse_arguments(arg "THREADED" "" "SOURCES;LINK;NEEDS" ${ARGN})
@@ -64,19 +65,18 @@ function(tavo_add_test name)
     if(arg_NEEDS)
         add_dependencies(${name} ${arg_NEEDS})
     endif()
-    # Seconds. An emulated program is some twenty times slower.
-    set(limit 120)
-    if(CMAKE_CROSSCOMPILING)
-        set(limit 900)
-    endif()
     # A list of labels does not survive the way to CTest: one has all, as in "modules/file,threaded".
     file(RELATIVE_PATH label "${PROJECT_SOURCE_DIR}/tests" "${CMAKE_CURRENT_SOURCE_DIR}")
     if(arg_THREADED)
         string(APPEND label ",threaded")
         add_dependencies(tavo_threaded_tests ${name})
     endif()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-        PROPERTIES TIMEOUT ${limit} LABELS "${label}" ${TAVO_TEST_ENVIRONMENT})
+    if(CMAKE_CROSSCOMPILING OR TAVO_SANITIZE)
+        add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+        set_tests_properties(${name} PROPERTIES TIMEOUT 900 LABELS "${label}" ${TAVO_TEST_ENVIRONMENT})
+    else()
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120 LABELS "${label}")
+    endif()
 endfunction()
 
 # tavo_add_fuzzer(NAME SOURCES ... LINK ...): needs clang's libFuzzer.
