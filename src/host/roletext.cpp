@@ -22,7 +22,8 @@ QString timeText(uint seconds)
 {
     if (seconds == noTime)
         return nothing();
-    return QDateTime::fromSecsSinceEpoch(seconds).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    // For a format of one's own Qt finds out all about the locale, each time.
+    return QDateTime::fromSecsSinceEpoch(seconds).toString(Qt::ISODate).replace(QLatin1Char('T'), QLatin1Char(' '));
 }
 
 QString flagsText(const QVariantHash& flags)
