@@ -156,10 +156,16 @@ Result<Session::Page> Session::rows(const RowsQuery& query) const
     Page page = pageOf(request.reply().value());
     if (const int error = page.count == 0 ? readError(query.path) : 0; error != 0)
         return unreadable(query.path, error);
-    // The allocator would keep what the names took, which may be more than a small device has to spare.
     if (page.count >= longListing)
-        malloc_trim(0);
+        m_hasListedMuch = true;
     return page;
+}
+
+void Session::giveBackMemory()
+{
+    // The allocator would keep what the names took, which may be more than a small device has to spare.
+    if (m_hasListedMuch.exchange(false))
+        malloc_trim(0);
 }
 
 Result<QVariantList> Session::data(const CMPath& path, const QStringList& roles) const

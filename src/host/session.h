@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <atomic>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -83,6 +84,10 @@ public:
     [[nodiscard]] Result<Done> open(const CMPath& path);
     [[nodiscard]] Result<Done> close(const CMPath& path);
 
+    /// To be called when answers are gone: what a page lies in cannot be given back while it is held. Cheap but after
+    /// long listings.
+    void giveBackMemory();
+
 private:
     [[nodiscard]] Result<Done> openHere(const CMPath& path);
     [[nodiscard]] bool isOpenable(const CMPath& path) const;
@@ -100,4 +105,5 @@ private:
 
     Host& m_host;
     std::unique_ptr<OpenPaths> m_openPaths;
+    mutable std::atomic<bool> m_hasListedMuch{false};
 };

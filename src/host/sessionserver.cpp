@@ -135,9 +135,12 @@ void SessionServer::beginInOrder(const SessionMethod& method, const JsonRpc::Req
 
 void SessionServer::answer(const SessionMethod& method, const JsonRpc::Request& request)
 {
-    const Result<QVariant> result = callSession(m_session, method, request.parameters);
-    if (!request.id.isUndefined())
-        m_output.push(answerText(request.id, result));
+    {
+        const Result<QVariant> result = callSession(m_session, method, request.parameters);
+        if (!request.id.isUndefined())
+            m_output.push(answerText(request.id, result));
+    }
+    m_session.giveBackMemory();
     m_free.release();
 }
 
