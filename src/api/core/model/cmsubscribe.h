@@ -31,9 +31,9 @@ public:
 /// A path is subscribed as long as at least one client follows it: rowsPathAdded() tells the worker of the first,
 /// rowsPathRemoved() of the last. Both are emitted in the worker's thread, no lock held. A worker tracks a path if,
 /// after rowsPathAdded(), it answers a rows request at once with a version above 0, or refuses a wrong version; of a
-/// path that it does not track it is not told again. Before a removal the worker's queued calls are delivered, those too
-/// that a rows request in another thread was about to queue; so nothing that adds or removes paths may be queued for
-/// the worker itself.
+/// path that it does not track it is not told again. Before a removal the worker's queued calls are delivered, those
+/// too that a rows request in another thread was about to queue; so nothing that adds or removes paths may be queued
+/// for the worker itself.
 class TAVO_API_EXPORT CMSubscribe : public QObject
 {
     Q_OBJECT
