@@ -23,6 +23,9 @@ QString climbOf(const QString& path)
 
 bool isConfined(const QString& rootDirectory, const QString& base)
 {
+    // To the system's calls a name ends at its first NUL, and to Qt a colon begins what it has in itself.
+    if (base.contains(QChar::Null) || base.startsWith(QLatin1Char(':')))
+        return false;
     const QString path = base.startsWith(slash) ? base : rootDirectory + slash + base;
     if (!isAtOrBelow(rootDirectory, QDir::cleanPath(path)))
         return false;

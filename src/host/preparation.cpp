@@ -13,9 +13,6 @@ std::optional<Failure> Preparation::run(const QVector<CMPath>& paths)
 {
     m_progress.show(QStringLiteral("looking for files"));
     for (const CMPath& path : paths) {
-        // What may not be prepared need not be walked.
-        if (const Result<QVariantList> seen = m_session.data(path, {}); !seen)
-            return seen.failure();
         if (!m_stopped)
             m_plan.add(path);
     }

@@ -19,6 +19,8 @@
 namespace {
 
 constexpr int longListing = 100'000;
+/// In this thread, since it gave back its memory.
+thread_local bool hasListedMuch = false;
 
 Failure refused(const CMError& error)
 {
@@ -156,15 +158,14 @@ Result<Session::Page> Session::rows(const RowsQuery& query) const
     Page page = pageOf(request.reply().value());
     if (const int error = page.count == 0 ? readError(query.path) : 0; error != 0)
         return unreadable(query.path, error);
-    if (page.count >= longListing)
-        m_hasListedMuch = true;
+    hasListedMuch = hasListedMuch || page.count >= longListing;
     return page;
 }
 
 void Session::giveBackMemory()
 {
     // The allocator would keep what the names took, which may be more than a small device has to spare.
-    if (m_hasListedMuch.exchange(false))
+    if (std::exchange(hasListedMuch, false))
         malloc_trim(0);
 }
 

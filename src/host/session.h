@@ -9,7 +9,6 @@
 #include <QStringList>
 #include <QVariant>
 
-#include <atomic>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -84,9 +83,9 @@ public:
     [[nodiscard]] Result<Done> open(const CMPath& path);
     [[nodiscard]] Result<Done> close(const CMPath& path);
 
-    /// To be called when answers are gone: what a page lies in cannot be given back while it is held. Cheap but after
-    /// long listings.
-    void giveBackMemory();
+    /// Of what this thread has asked for. To be called when the pages are gone: what they lie in cannot be given back
+    /// before. Cheap but after long listings.
+    static void giveBackMemory();
 
 private:
     [[nodiscard]] Result<Done> openHere(const CMPath& path);
@@ -105,5 +104,4 @@ private:
 
     Host& m_host;
     std::unique_ptr<OpenPaths> m_openPaths;
-    mutable std::atomic<bool> m_hasListedMuch{false};
 };

@@ -205,6 +205,10 @@ QStringList Parameters::roles(const QStringList& byDefault)
     }
     if (!list.isArray() || roles.size() != elements.size())
         complain(QStringLiteral("'roles' must be a list of strings"));
+    // Each makes every row longer, and there are not ten.
+    constexpr int mostRoles = 100;
+    if (roles.size() > mostRoles)
+        complain(QStringLiteral("there are more than %1 roles").arg(mostRoles));
     return roles;
 }
 

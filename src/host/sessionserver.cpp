@@ -99,7 +99,10 @@ void SessionServer::waitForAnswers()
 
 bool SessionServer::stop(int milliseconds)
 {
-    m_stopped = true;
+    {
+        const std::lock_guard lock(m_starting);
+        m_stopped = true;
+    }
     m_free.release(mostUnderWay);
     m_pool.clear();
     m_walkPool.clear();
@@ -110,6 +113,7 @@ bool SessionServer::stop(int milliseconds)
 void SessionServer::begin(const SessionMethod& method, const JsonRpc::Request& request)
 {
     m_free.acquire();
+    const std::lock_guard lock(m_starting);
     if (m_stopped)
         return m_free.release();
     if (method.lane == SessionMethod::Lane::InOrder)
@@ -140,7 +144,7 @@ void SessionServer::answer(const SessionMethod& method, const JsonRpc::Request& 
         if (!request.id.isUndefined())
             m_output.push(answerText(request.id, result));
     }
-    m_session.giveBackMemory();
+    Session::giveBackMemory();
     m_free.release();
 }
 

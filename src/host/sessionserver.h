@@ -6,7 +6,7 @@
 #include <QSemaphore>
 #include <QThreadPool>
 
-#include <atomic>
+#include <mutex>
 
 namespace JsonRpc {
 struct Error;
@@ -51,7 +51,8 @@ private:
     Session m_session;
     /// In the worker's thread.
     QObject m_inOrder;
-    std::atomic_bool m_stopped = false;
+    std::mutex m_starting;
+    bool m_stopped = false;
     QSemaphore m_free;
     QThreadPool m_pool;
     /// For walks, so that they hold up nothing else.

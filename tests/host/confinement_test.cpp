@@ -56,6 +56,16 @@ TEST_F(Confinement, AbsolutePathsElsewhereAreNot)
         EXPECT_FALSE(isConfinedHere(base)) << base.toStdString();
 }
 
+TEST_F(Confinement, WhatIsNoPathIsNot)
+{
+    const QString nul(QChar::Null);
+    for (const QString& base :
+         {nul, QStringLiteral("a/") + nul, QStringLiteral("../abroad") + nul + QStringLiteral("/../root"),
+          QStringLiteral(":/"), QStringLiteral(":a")})
+        EXPECT_FALSE(isConfinedHere(base)) << base.toStdString();
+    EXPECT_TRUE(isConfinedHere(QStringLiteral("a/:b")));
+}
+
 TEST_F(Confinement, LinksAreFollowedButNotUpFromWhereTheyLead)
 {
     for (const char* base : {"link", "link/song.mp3"})

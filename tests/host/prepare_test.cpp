@@ -98,6 +98,16 @@ TEST(Prepare, PathThatDoesNotExistIsRefused)
     EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
 }
 
+TEST(Prepare, WhatIsOutsideTheRootIsRefused)
+{
+    for (const char* path : {"..", "/usr", "../demo/../src"}) {
+        const Outcome outcome = runTavo(demo(words("prepare library Sketches") << QString::fromUtf8(path)));
+        EXPECT_EQ(outcome.status, 1) << path;
+        EXPECT_THAT(outcome.errors.toStdString(), HasSubstr("Access violation")) << path;
+        EXPECT_THAT(outcome.output.toStdString(), IsEmpty()) << path;
+    }
+}
+
 TEST(Prepare, AlbumArtWidthIsTheCoversWidth)
 {
     const auto widest = [](const QStringList& arguments) {

@@ -1,10 +1,14 @@
 // The system has not what a program needs: it says so, goes on with what it has, and finds its way back.
 
+#include "support/eventually.h"
 #include "support/servedtree.h"
+#include "support/sessionclient.h"
 
 #include "printers.h"
 
+#include <QFile>
 #include <QJsonArray>
+#include <QRegularExpression>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -96,6 +100,45 @@ TEST_F(ScarceDescriptors, EveryRequestIsAnswered)
     EXPECT_EQ(client.titles(QString()), (QStringList{directory, QStringLiteral("b")}));
     expectToldOfChanges();
     EXPECT_EQ(client.program().finish().status, 0);
+}
+
+class ScarceMemory : public testing::Test
+{
+protected:
+    void readRows(const QString& directory)
+    {
+        const QJsonArray parameters = {
+            QStringLiteral("/file/") + directory, 0, 99, 0, QJsonArray{QStringLiteral("title")}};
+        EXPECT_EQ(errorCode(client.call(QStringLiteral("rows"), parameters)), 0);
+    }
+
+    /// In kB, from /proc.
+    int memory(const char* name)
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(client.program().processId()));
+        EXPECT_TRUE(status.open(QIODevice::ReadOnly));
+        const QRegularExpression line(QStringLiteral("%1:\\s*(\\d+) kB").arg(QLatin1String(name)));
+        return line.match(QString::fromLatin1(status.readAll())).captured(1).toInt();
+    }
+
+    TemporaryTree tree;
+    SessionClient client;
+};
+
+TEST_F(ScarceMemory, WhatALongListingTookIsGivenBack)
+{
+    constexpr int many = 120000;
+    tree.addFile(QStringLiteral("few/song.mp3"));
+    tree.addDirectory(QStringLiteral("many"));
+    for (int i = 0; i < many; ++i)
+        QFile(tree.absolute(QStringLiteral("many/%1 - the name of a song.mp3").arg(i))).open(QIODevice::WriteOnly);
+    client.start({QStringLiteral("--root"), tree.root()});
+    readRows(QStringLiteral("few"));
+    const int before = memory("VmRSS");
+    readRows(QStringLiteral("many"));
+    const int taken = memory("VmHWM") - before;
+    EXPECT_GT(taken, 8 * 1024);
+    EXPECT_TRUE(eventually([&] { return memory("VmRSS") - before < taken / 3; }));
 }
 
 } // namespace

@@ -219,7 +219,7 @@ TEST_F(SessionTest, NothingOutsideTheRootIsShownOrPrepared)
     const Session::Description services = session.describe();
     for (const QString& base :
          {QStringLiteral("../abroad"), QStringLiteral(".."), tree.absolute(QStringLiteral("abroad")), tree.root(),
-          QStringLiteral("b/../../abroad/secret.mp3"), QStringLiteral("link/../top.mp3")}) {
+          QStringLiteral("b/../../abroad/secret.mp3"), QStringLiteral("link/../top.mp3"), QString(QChar::Null)}) {
         const CMPath outside = host->worker().addPrefix(base);
         const QVariantList items = {path("b").toEncoded(), outside.toEncoded()};
         EXPECT_EQ(failureOf(session.rows({outside})), TavoErrorAccessViolation()) << base.toStdString();

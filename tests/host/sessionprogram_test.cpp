@@ -253,6 +253,9 @@ TEST_F(SessionProgram, ParametersOfAnotherTypeAreInvalid)
         QJsonArray{QStringLiteral("/file/"), 0, 0, 0, QStringLiteral("title")},
         QJsonArray{QStringLiteral("/file/"), 0, 0, 0, QJsonArray{1}},
         QJsonArray{QStringLiteral("/file/"), 0, 0, 0, QJsonArray{}, 0},
+        QJsonArray{
+            QStringLiteral("/file/"), 0, 0, 0,
+            QJsonArray::fromVariantList(QVector<QVariant>(101, QStringLiteral("title")).toList())},
         QJsonObject{{QStringLiteral("path"), QStringLiteral("/file/")}, {QStringLiteral("frist"), 0}}};
     for (const QJsonValue& given : parameters)
         EXPECT_EQ(errorOf("rows", given), -32602) << QJsonDocument(QJsonArray{given}).toJson().toStdString();
@@ -290,12 +293,9 @@ TEST_F(SessionProgram, OversizedLineIsRefusedAndPassedOver)
 
 TEST_F(SessionProgram, LargeLineIsServed)
 {
-    QJsonObject parameters = path("/file/");
-    QJsonArray roles;
-    while (roles.size() < 50000)
-        roles.append(QStringLiteral("nothing"));
-    parameters.insert(QStringLiteral("roles"), roles);
-    EXPECT_EQ(errorOf("rows", parameters), 0);
+    QJsonObject parameters = path("/file/filesystem/countFiles");
+    parameters.insert(QStringLiteral("value"), QString(900000, QLatin1Char('x')));
+    EXPECT_EQ(errorOf("set", parameters), 0);
 }
 
 TEST_F(SessionProgram, NotificationsAreNotAnswered)

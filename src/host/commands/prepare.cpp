@@ -6,8 +6,6 @@
 #include "session.h"
 #include "signalwatcher.h"
 
-#include <tavo/tavokeys.h>
-
 #include <QCoreApplication>
 #include <QThread>
 
@@ -38,8 +36,7 @@ Result<QVector<CMPath>> pathsFrom(const Host& host, const Session& session, cons
     QVector<CMPath> paths;
     for (const QString& argument : arguments) {
         const CMPath path = pathFrom(host, argument);
-        const Result<QVariantList> found = session.data(path, {});
-        if (!found && found.failure().name == TavoErrorInvalidPath())
+        if (const Result<QVariantList> found = session.data(path, {}); !found)
             return found.failure();
         paths.append(path);
     }
