@@ -27,7 +27,7 @@ int main(int argc, char** argv)
 {
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
         const int entries = workshop.isSmoke() ? 1000 : 10000;
-        addRace("listing/" + std::to_string(entries), workshop.rounds(201), [=, &workshop] {
+        addRace("listing/" + std::to_string(entries), workshop.rounds(101), [=, &workshop] {
             return listing(workshop, entries);
         });
     });

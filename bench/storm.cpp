@@ -178,7 +178,7 @@ int main(int argc, char** argv)
 {
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
         const int files = workshop.isSmoke() ? 1000 : 20000;
-        addRace("writer of files in an open directory/" + std::to_string(files), workshop.rounds(21), [=, &workshop] {
+        addRace("writer of files in an open directory/" + std::to_string(files), workshop.rounds(11), [=, &workshop] {
             return storm(workshop, files);
         });
     });
