@@ -41,7 +41,7 @@ Race session(const Workshop& workshop, int entries, const QStringList& roles)
 int main(int argc, char** argv)
 {
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
-        addRace("start of the host/10", workshop.rounds(31), [&workshop] { return start(workshop); });
+        addRace("start of the host/10", workshop.rounds(21), [&workshop] { return start(workshop); });
         for (const int entries : workshop.sizes(10000)) {
             addRace("session, 100 rows, titles/" + std::to_string(entries), workshop.rounds(21), [=, &workshop] {
                 return session(workshop, entries, {TavoRoles::Title()});

@@ -109,7 +109,7 @@ int main(int argc, char** argv)
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
         for (const int entries : workshop.sizes(100000)) {
             addRace(
-                "all rows, seven roles/" + std::to_string(entries), workshop.rounds(entries < 100000 ? 15 : 5),
+                "all rows, seven roles/" + std::to_string(entries), workshop.rounds(entries < 100000 ? 9 : 5),
                 [=, &workshop] { return allRows(workshop, entries); });
         }
         addRace("cost of a row, many by few", workshop.rounds(9), [&workshop] {
