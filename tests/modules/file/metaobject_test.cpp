@@ -161,7 +161,7 @@ size_t slotOf(Function function)
 void* const* virtualTable(const QObject& object)
 {
     void* const* table = nullptr;
-    std::memcpy(&table, &object, sizeof table);
+    std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
     return table;
 }
 
