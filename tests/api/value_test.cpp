@@ -163,8 +163,8 @@ TEST(Json, WholePageIsOneObject)
         {QStringLiteral("rowsCount"), 12},
         {QStringLiteral("rowsVersion"), 3},
         {QStringLiteral("rows"),
-         QJsonArray{
-             QJsonArray{QStringLiteral("/file/a"), QJsonObject{{QStringLiteral("file"), true}}, QJsonValue::Null}}},
+         QJsonArray{QJsonValue(
+             QJsonArray{QStringLiteral("/file/a"), QJsonObject{{QStringLiteral("file"), true}}, QJsonValue::Null})}},
         {QStringLiteral("roles"),
          QJsonObject{{QStringLiteral("title"), QStringLiteral("Menu")}, {QStringLiteral("containerType"), 100}}}};
     EXPECT_EQ(QJsonValue::fromVariant(page.__variant()), expected);

@@ -83,7 +83,8 @@ TEST_F(SessionProgram, RowsTakeTheirParametersByNameOrInOrder)
     const QJsonObject byName = resultOf(client->call(QStringLiteral("rows"), parameters));
     EXPECT_EQ(byName.value(QLatin1String("count")).toInt(), 2);
     EXPECT_EQ(byName.value(QLatin1String("version")).toInt(-1), 0);
-    EXPECT_EQ(byName.value(QLatin1String("rows")).toArray(), QJsonArray{QJsonArray{QStringLiteral("top.mp3")}});
+    EXPECT_EQ(
+        byName.value(QLatin1String("rows")).toArray(), (QJsonArray{QJsonValue(QJsonArray{QStringLiteral("top.mp3")})}));
     const QJsonArray inOrder{QStringLiteral("/file/"), 1, 99, 0, QJsonArray{QStringLiteral("title")}};
     EXPECT_EQ(resultOf(client->call(QStringLiteral("rows"), inOrder)), byName);
 }
