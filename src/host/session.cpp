@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include <dirent.h>
 #include <malloc.h>

@@ -1,7 +1,9 @@
 #include "tavo.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QProcessEnvironment>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -114,6 +116,15 @@ QByteArray Tavo::readLine(ProcessChannel channel)
     QByteArray line = QProcess::readLine();
     line.chop(1);
     return line;
+}
+
+int Tavo::memory(const char* name) const
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(processId()));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QRegularExpression line(QStringLiteral("%1:\\s*(\\d+) kB").arg(QLatin1String(name)));
+    return line.match(QString::fromLatin1(status.readAll())).captured(1).toInt();
 }
 
 void Tavo::signal(int signalNumber)

@@ -56,6 +56,8 @@ public:
     /// Without its end; null if there comes none.
     [[nodiscard]] QByteArray readErrorLine();
     [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
+    /// In kB, by its name in /proc: "VmRSS" for now, "VmHWM" for the most so far; 0 if the kernel does not tell.
+    [[nodiscard]] int memory(const char* name) const;
 
     void signal(int signalNumber);
     /// The running program can open nothing any more, until the object goes.
