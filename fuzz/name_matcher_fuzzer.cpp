@@ -22,6 +22,17 @@ bool qRegExpMatches(const QStringList& patterns, const QString& name)
     });
 }
 
+/// The name's bytes, as a directory has them, agree with the name that is decoded from them.
+bool agreesUndecoded(const QStringList& patterns, const QByteArray& text)
+{
+    const QByteArray name(text.constData());
+    QString decoded = QString::fromUtf8(name);
+    if (name.startsWith("\xEF\xBB\xBF"))
+        decoded.prepend(QChar(QChar::ByteOrderMark));
+    const bool expected = qRegExpMatches(patterns, decoded);
+    return TavoNameMatcher(patterns).matchesUndecoded(name).value_or(expected) == expected;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -31,7 +42,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     QStringList patterns = source.rest();
     for (QString& pattern : patterns)
         pattern.truncate(longestPattern);
-    FUZZ_CHECK(TavoNameMatcher(patterns).matches(name) == qRegExpMatches(patterns, name));
+    const bool expected = qRegExpMatches(patterns, name);
+    FUZZ_CHECK(TavoNameMatcher(patterns).matches(name) == expected);
     FUZZ_CHECK(TavoNameMatcher::shared(patterns).matches(name) == TavoNameMatcher(patterns).matches(name));
+    FUZZ_CHECK(agreesUndecoded(patterns, name.toUtf8()));
+    FUZZ_CHECK(agreesUndecoded(patterns, name.toLatin1()));
     return 0;
 }

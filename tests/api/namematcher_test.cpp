@@ -34,11 +34,21 @@ std::string readable(const QString& text)
     return result.toStdString();
 }
 
+/// False if the name's bytes say otherwise than `expected`. Names that UTF-8 cannot hold, or no directory, are passed.
+bool agreesUndecoded(const TavoNameMatcher& matcher, const QString& name, bool expected)
+{
+    const QByteArray bytes = name.toUtf8();
+    const bool isEncoded = QString::fromUtf8(bytes) == name && !name.contains(QChar::Null);
+    return !isEncoded || matcher.matchesUndecoded(bytes).value_or(expected) == expected;
+}
+
 void expectMatch(const QString& pattern, std::initializer_list<QString> names)
 {
     for (const QString& name : names) {
         EXPECT_TRUE(regExpMatches(pattern, name)) << "QRegExp: " << readable(pattern) << " on " << readable(name);
         EXPECT_TRUE(matches(pattern, name)) << readable(pattern) << " on " << readable(name);
+        EXPECT_TRUE(agreesUndecoded(TavoNameMatcher({pattern}), name, true))
+            << readable(pattern) << " on the bytes of " << readable(name);
     }
 }
 
@@ -47,6 +57,8 @@ void expectNoMatch(const QString& pattern, std::initializer_list<QString> names)
     for (const QString& name : names) {
         EXPECT_FALSE(regExpMatches(pattern, name)) << "QRegExp: " << readable(pattern) << " on " << readable(name);
         EXPECT_FALSE(matches(pattern, name)) << readable(pattern) << " on " << readable(name);
+        EXPECT_TRUE(agreesUndecoded(TavoNameMatcher({pattern}), name, false))
+            << readable(pattern) << " on the bytes of " << readable(name);
     }
 }
 
@@ -407,9 +419,13 @@ TEST(NameMatcher, EndingsOfAllLengthsAreDecidedAsQRegExpDoes)
         for (const QString& pattern : {'*' + ending, "*a" + ending, ending, "*[a-z]" + ending}) {
             const TavoNameMatcher matcher({pattern});
             for (int length = 0; length <= name.size(); ++length) {
-                for (const QString& text : {name.right(length), name.right(length).toLower(), 'q' + name.right(length)})
-                    ASSERT_EQ(matcher.matches(text), regExpMatches(pattern, text))
-                        << readable(pattern) << " on " << readable(text);
+                for (const QString& text :
+                     {name.right(length), name.right(length).toLower(), 'q' + name.right(length)}) {
+                    const bool expected = regExpMatches(pattern, text);
+                    ASSERT_EQ(matcher.matches(text), expected) << readable(pattern) << " on " << readable(text);
+                    ASSERT_TRUE(agreesUndecoded(matcher, text, expected))
+                        << readable(pattern) << " on the bytes of " << readable(text);
+                }
             }
         }
     }
@@ -430,11 +446,36 @@ TEST(NameMatcher, RandomPatternsAreDecidedAsQRegExpDoes)
             const bool expected = regExp.exactMatch(name);
             ASSERT_EQ(matcher.matches(name), expected)
                 << readable(pattern) << " on " << readable(name) << ", seed " << seed;
+            ASSERT_TRUE(agreesUndecoded(matcher, name, expected))
+                << readable(pattern) << " on the bytes of " << readable(name) << ", seed " << seed;
             ++(expected ? matched : unmatched);
         }
     }
     EXPECT_GT(matched, 5'000);
     EXPECT_GT(unmatched, 5'000);
+}
+
+TEST(NameMatcher, TellsByAnAsciiEndingWithoutDecoding)
+{
+    const TavoNameMatcher matcher({"*.mp3", "*.FLAC", "*.o?g"});
+    for (const char* name : {"a.mp3", ".MP3", "\u65E5\u672C.mp3", "a \u65E5\u672C.Flac", "\xFF\xC3.mp3", "a.ogg"})
+        EXPECT_EQ(matcher.matchesUndecoded(name), true) << name;
+    for (const char* name : {"", "a", "mp3", "a.mp3.txt", "cover.jpg", "\u65E5\u672C.txt", "\xFF\xC3.txt", "a.og"})
+        EXPECT_EQ(matcher.matchesUndecoded(name), false) << name;
+    EXPECT_EQ(TavoNameMatcher(QStringList()).matchesUndecoded("a"), false);
+    EXPECT_EQ(TavoNameMatcher({"*"}).matchesUndecoded("\u65E5"), true);
+}
+
+TEST(NameMatcher, LeavesToTheDecodedNameWhatTheEndingDoesNotTell)
+{
+    const TavoNameMatcher matcher({"*[0-9].mp3", "cover.jpg", "*longer than eight.wav", "*k"});
+    for (const char* name :
+         {"a1.mp3", "a.mp3", "cover.jpg", "a cover.jpg", "longer than eight.wav", "x eight.wav", "a\u212A", "a\u00C4"})
+        EXPECT_EQ(matcher.matchesUndecoded(name), std::nullopt) << name;
+    for (const char* name : {"1.mp4", "covers", "a.wav", "ka"})
+        EXPECT_EQ(matcher.matchesUndecoded(name), false) << name;
+    EXPECT_EQ(TavoNameMatcher({"*.?"}).matchesUndecoded("a.\u00C4"), std::nullopt);
+    EXPECT_EQ(TavoNameMatcher({QString(0xFFFF, '?')}).matchesUndecoded("a"), std::nullopt);
 }
 
 /// Runs each check in a thread of its own; true if all of them were.

@@ -143,6 +143,17 @@ bool isDirectory(dirent& entry, const QDir& dir)
     return entry.d_type == DT_DIR;
 }
 
+/// CMFileWorker::filter() for a file, without decoding its name; nothing where that does not tell, or a log line is
+/// due.
+std::optional<bool> filterUndecoded(const TavoNameMatcher& playable, const char* name)
+{
+    if (name[0] == '.')
+        return false;
+    const std::optional<bool> isPlayable = playable.matchesUndecoded(name);
+    const bool isLogged = isPlayable == false && logger().isEnabledFor(log4cplus::DEBUG_LOG_LEVEL);
+    return isLogged ? std::nullopt : isPlayable;
+}
+
 QStringList texts(const QSet<CMPath>& paths)
 {
     QStringList list;
@@ -333,6 +344,7 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
         LOG(Signature::entryList, ERROR, "scandir failed: " << scanned.count());
         return {};
     }
+    const TavoNameMatcher& playable = TavoNameMatcher::shared(m_filter);
     const bool isTraced = logger().isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
     QStringList names;
     names.reserve(scanned.count());
@@ -350,11 +362,14 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
     for (int i = 0; i < scanned.count(); ++i) {
         if (!scanned.at(i))
             continue;
-        const QString name = nameOf(*scanned.at(i));
-        if (filter(name, false)) {
-            if (isTraced)
-                LOG(Signature::entryList, TRACE, "found file:" << name);
-            names.append(name);
+        const std::optional<bool> isShown = filterUndecoded(playable, scanned.at(i)->d_name);
+        if (isShown.value_or(true)) {
+            const QString name = nameOf(*scanned.at(i));
+            if (isShown || filter(name, false)) {
+                if (isTraced)
+                    LOG(Signature::entryList, TRACE, "found file:" << name);
+                names.append(name);
+            }
         }
         scanned.release(i);
     }

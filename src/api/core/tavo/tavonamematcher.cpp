@@ -2,6 +2,8 @@
 
 #include <QRegExp>
 #include <QStringView>
+#include <QtAlgorithms>
+#include <QtEndian>
 
 #include <algorithm>
 #include <array>
@@ -28,61 +30,69 @@ char16_t folded(char16_t unit)
     return isUpper ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
 }
 
-/// Four code units side by side, so that a few operations deal with them all.
-using Lanes = quint64;
-constexpr Lanes everyLane = 0x0001'0001'0001'0001;
+constexpr quint64 everyByte = 0x01'01'01'01'01'01'01'01;
 
-Lanes foldedLanes(Lanes units)
-{
-    constexpr Lanes beyondAscii = everyLane * 0xFF80;
-    if ((units & beyondAscii) != 0) {
-        std::array<char16_t, sizeof(Lanes) / sizeof(char16_t)> each = {};
-        std::memcpy(each.data(), &units, sizeof(units));
-        std::transform(each.cbegin(), each.cend(), each.begin(), [](char16_t unit) { return folded(unit); });
-        std::memcpy(&units, each.data(), sizeof(units));
-        return units;
-    }
-    // Bit 7 of a lane tells whether its unit is at least the letter, as nothing is carried into the next lane.
-    const Lanes fromA = units + everyLane * (0x80 - u'A');
-    const Lanes beyondZ = units + everyLane * (0x80 - u'Z' - 1);
-    const Lanes isUpper = (fromA ^ beyondZ) & (everyLane * 0x80);
-    return units + (isUpper >> 2); // 0x20, from a capital letter to its small one
-}
-
-/// The last eight code units of a text, 0 in front of a shorter one.
+/// The last eight bytes of a name in UTF-8, 0 in front of a shorter one. Of these only the ASCII ones behind all others
+/// tell anything: there, each byte is a code unit.
 class Ending
 {
 public:
-    static constexpr std::size_t size = 8;
-    using Units = std::array<char16_t, size>;
+    static constexpr std::size_t size = sizeof(quint64);
 
-    Ending() = default;
-    explicit Ending(const Units& units) { std::memcpy(m_lanes.data(), units.data(), sizeof(m_lanes)); }
-    [[nodiscard]] static Ending folding(QStringView text);
+    Ending(const char* name, std::size_t length);
 
-    [[nodiscard]] bool isUnder(const Ending& mask, const Ending& expected) const
-    {
-        return (m_lanes[1] & mask.m_lanes[1]) == expected.m_lanes[1] &&
-               (m_lanes[0] & mask.m_lanes[0]) == expected.m_lanes[0];
-    }
+    /// The last byte is the highest.
+    [[nodiscard]] quint64 folded() const { return m_folded; }
+    /// All bits of the bytes that tell something.
+    [[nodiscard]] quint64 known() const { return m_known; }
 
 private:
-    std::array<Lanes, size * sizeof(char16_t) / sizeof(Lanes)> m_lanes = {};
+    quint64 m_folded;
+    quint64 m_known;
 };
 
-Ending Ending::folding(QStringView text)
+quint64 lastBytes(const char* name, std::size_t length)
 {
-    Ending ending;
-    if (text.size() >= static_cast<qsizetype>(size)) {
-        std::memcpy(ending.m_lanes.data(), text.cend() - size, sizeof(m_lanes));
-    } else {
-        Units units = {};
-        std::transform(text.crbegin(), text.crend(), units.rbegin(), [](QChar unit) { return unit.unicode(); });
-        ending = Ending(units);
-    }
-    ending.m_lanes = {foldedLanes(ending.m_lanes[0]), foldedLanes(ending.m_lanes[1])};
-    return ending;
+    if (length >= Ending::size)
+        return qFromLittleEndian<quint64>(name + length - Ending::size);
+    std::array<char, Ending::size> padded = {};
+    std::copy_n(name, length, padded.end() - length);
+    return qFromLittleEndian<quint64>(padded.data());
 }
+
+// All bytes at once; the highest bit of a sum tells whether its byte is at least the letter, as nothing is carried.
+quint64 foldedBytes(quint64 bytes)
+{
+    const quint64 lower = bytes & (everyByte * 0x7F);
+    const quint64 fromA = lower + everyByte * (0x80 - u'A');
+    const quint64 beyondZ = lower + everyByte * (0x80 - u'Z' - 1);
+    const quint64 isUpper = (fromA ^ beyondZ) & ~bytes & (everyByte * 0x80);
+    return bytes + (isUpper >> 2); // 0x20, from a capital letter to its small one
+}
+
+quint64 behindLastNonAscii(quint64 bytes)
+{
+    const quint64 nonAscii = bytes & (everyByte * 0x80);
+    const uint knownBits = qCountLeadingZeroBits(nonAscii);
+    return knownBits == 0 ? 0 : ~quint64(0) << (64 - knownBits);
+}
+
+Ending::Ending(const char* name, std::size_t length)
+{
+    const quint64 bytes = lastBytes(name, length);
+    m_folded = foldedBytes(bytes);
+    m_known = behindLastNonAscii(bytes);
+}
+
+/// What a pattern wants of a name's last bytes.
+struct EndingPattern
+{
+    quint64 folded = 0;
+    /// All bits of the bytes that have to be those of `folded`.
+    quint64 mask = 0;
+    /// All bits of the bytes that one code unit of the pattern stands for, whatever it is.
+    quint64 covered = 0;
+};
 
 bool isBackslash(QChar unit)
 {
@@ -171,10 +181,16 @@ public:
     /// Nothing for an invalid pattern.
     [[nodiscard]] static std::optional<Wildcard> compile(QStringView pattern);
 
-    /// `ending` is the name's, folded.
-    [[nodiscard]] bool matches(QStringView name, const Ending& ending) const
+    [[nodiscard]] bool matches(QStringView name) const { return name.size() >= m_minSize && matchesRuns(name); }
+    [[nodiscard]] bool isExcludedBy(const Ending& ending) const
     {
-        return ending.isUnder(m_endingMask, m_ending) && name.size() >= m_minSize && (m_isEnding || matchesRuns(name));
+        return ((ending.folded() ^ m_ending.folded) & m_ending.mask & ending.known()) != 0;
+    }
+    /// True if a name of so many bytes matches that the ending does not exclude.
+    [[nodiscard]] bool isDecidedBy(const Ending& ending, std::size_t length) const
+    {
+        return m_isOnlyEnding && (m_ending.covered & ~ending.known()) == 0 &&
+               length >= static_cast<std::size_t>(m_minSize);
     }
 
 private:
@@ -191,13 +207,27 @@ private:
     [[nodiscard]] bool isAt(const QChar* units, const Run& run) const;
     [[nodiscard]] bool dropThrough(QStringView& name, const Run& run) const;
 
-    Ending m_ending;
-    Ending m_endingMask;
+    EndingPattern m_ending;
     qsizetype m_minSize = 0;
-    bool m_isEnding = false;
+    bool m_isOnlyEnding = false;
     std::vector<Run> m_runs = std::vector<Run>(1);
     std::vector<CharacterClass> m_classes;
 };
+
+EndingPattern endingOf(const Run& run)
+{
+    constexpr quint64 lastByte = quint64(0xFF) << (8 * (Ending::size - 1));
+    EndingPattern ending;
+    quint64 byte = lastByte;
+    for (auto token = run.crbegin(); token != run.crend() && byte != 0; ++token, byte >>= 8) {
+        // No ASCII byte is the one that stands for a literal beyond ASCII.
+        const quint64 value = std::min(token->value, static_cast<char16_t>(asciiCount));
+        ending.folded |= value * everyByte & byte;
+        ending.mask |= token->mask != 0 ? byte : 0;
+        ending.covered |= byte;
+    }
+    return ending;
+}
 
 std::optional<Wildcard> Wildcard::compile(QStringView pattern)
 {
@@ -256,16 +286,8 @@ void Wildcard::finish()
 {
     for (const Run& run : m_runs)
         m_minSize += sizeOf(run);
-    const Run& tail = m_runs.back();
-    Ending::Units values = {};
-    Ending::Units masks = {};
-    for (std::size_t i = 1; i <= std::min(tail.size(), Ending::size); ++i) {
-        values[Ending::size - i] = tail[tail.size() - i].value;
-        masks[Ending::size - i] = tail[tail.size() - i].mask;
-    }
-    m_ending = Ending(values);
-    m_endingMask = Ending(masks);
-    m_isEnding = isOnlyEnding();
+    m_ending = endingOf(m_runs.back());
+    m_isOnlyEnding = isOnlyEnding();
 }
 
 /// True for patterns such as `*.mp3`, of whose names nothing but the ending counts.
@@ -354,10 +376,24 @@ const TavoNameMatcher& TavoNameMatcher::shared(const QStringList& patterns)
 
 bool TavoNameMatcher::matches(const QString& name) const
 {
-    const Ending ending = Ending::folding(name);
-    const auto matchesName = [&name, ending](const Wildcard& wildcard) { return wildcard.matches(name, ending); };
+    const auto matchesName = [&name](const Wildcard& wildcard) { return wildcard.matches(name); };
     return std::any_of(m_p->wildcards.cbegin(), m_p->wildcards.cend(), matchesName) ||
            std::any_of(m_p->oversized.cbegin(), m_p->oversized.cend(), [&name](const QString& pattern) {
                return QRegExp(pattern, Qt::CaseInsensitive, QRegExp::Wildcard).exactMatch(name);
            });
+}
+
+std::optional<bool> TavoNameMatcher::matchesUndecoded(const char* name) const
+{
+    const std::size_t length = std::strlen(name);
+    const Ending ending(name, length);
+    bool isClear = m_p->oversized.isEmpty();
+    for (const Wildcard& wildcard : m_p->wildcards) {
+        if (wildcard.isExcludedBy(ending))
+            continue;
+        if (wildcard.isDecidedBy(ending, length))
+            return true;
+        isClear = false;
+    }
+    return isClear ? std::optional(false) : std::nullopt;
 }

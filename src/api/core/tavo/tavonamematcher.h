@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <memory>
+#include <optional>
 
 /// Tells whether a whole file name matches any of a list of shell-style wildcard patterns, without regard to case:
 /// the decision of QRegExp (Wildcard, CaseInsensitive, exactMatch) for every name and every pattern.
@@ -22,6 +23,8 @@ public:
     [[nodiscard]] static const TavoNameMatcher& shared(const QStringList& patterns);
 
     [[nodiscard]] bool matches(const QString& name) const;
+    /// matches() for a name in UTF-8, told from its last bytes; nothing if these do not tell.
+    [[nodiscard]] std::optional<bool> matchesUndecoded(const char* name) const;
 
 private:
     class Private;
