@@ -20,10 +20,8 @@ public:
 
 private:
     void addText(const QString& text);
-    void addPlain(const QChar* units, int count);
-    /// Returns how many units it has written.
-    int addUnit(const QString& text, int index);
-    void addEscaped(ushort unit);
+    void addAscii(QStringView text);
+    void addEscaped(QChar unit);
     void addNumber(double number);
     template<typename List>
     void addList(const List& list);
@@ -41,11 +39,33 @@ const T& contentOf(const QVariant& value)
     return *static_cast<const T*>(value.constData());
 }
 
-/// How many units from `start` on are written as they are.
-int plainLength(const QString& text, int start)
+bool isPlainAscii(QChar unit)
 {
-    const auto isPlain = [](QChar c) { return c >= u' ' && c < u'\x7F' && c != u'"' && c != u'\\'; };
-    return static_cast<int>(std::find_if_not(text.cbegin() + start, text.cend(), isPlain) - text.cbegin()) - start;
+    return unit >= u' ' && unit < u'\x7F' && unit != u'"' && unit != u'\\';
+}
+
+/// Whether the unit, or the pair that begins there, is written as it is.
+bool isPlainAt(QStringView text, qsizetype index)
+{
+    const QChar unit = text[index];
+    if (unit.isHighSurrogate())
+        return index + 1 < text.size() && text[index + 1].isLowSurrogate();
+    if (unit.isLowSurrogate())
+        return index > 0 && text[index - 1].isHighSurrogate();
+    return unit.unicode() > 0x7F || isPlainAscii(unit);
+}
+
+QStringView asciiStart(QStringView text)
+{
+    return text.left(std::find_if_not(text.cbegin(), text.cend(), isPlainAscii) - text.cbegin());
+}
+
+QStringView plainStart(QStringView text)
+{
+    qsizetype length = 0;
+    while (length < text.size() && isPlainAt(text, length))
+        ++length;
+    return text.left(length);
 }
 
 void Writer::add(const QVariant& value)
@@ -106,43 +126,36 @@ void Writer::addOther(const QVariant& value)
 void Writer::addText(const QString& text)
 {
     m_out += '"';
-    for (int i = 0; i < text.size();) {
-        const int plain = plainLength(text, i);
-        addPlain(text.constData() + i, plain);
-        i += plain;
-        if (i < text.size())
-            i += addUnit(text, i);
+    for (QStringView rest = text; !rest.isEmpty();) {
+        const QStringView ascii = asciiStart(rest);
+        addAscii(ascii);
+        rest = rest.mid(ascii.size());
+        const QStringView plain = plainStart(rest);
+        if (!plain.isEmpty())
+            m_out += plain.toUtf8().toStdString();
+        else if (!rest.isEmpty())
+            addEscaped(rest.front());
+        rest = rest.mid(std::max(plain.size(), qsizetype(1)));
     }
     m_out += '"';
 }
 
-void Writer::addPlain(const QChar* units, int count)
+void Writer::addAscii(QStringView text)
 {
     const size_t end = m_out.size();
-    m_out.resize(end + static_cast<size_t>(count));
-    std::transform(units, units + count, m_out.begin() + static_cast<std::ptrdiff_t>(end), [](QChar unit) {
+    m_out.resize(end + static_cast<size_t>(text.size()));
+    std::transform(text.cbegin(), text.cend(), m_out.begin() + static_cast<std::ptrdiff_t>(end), [](QChar unit) {
         return unit.toLatin1();
     });
 }
 
-int Writer::addUnit(const QString& text, int index)
+void Writer::addEscaped(QChar unit)
 {
-    const QChar unit = text.at(index);
-    const bool isPair = unit.isHighSurrogate() && index + 1 < text.size() && text.at(index + 1).isLowSurrogate();
-    const int units = isPair ? 2 : 1;
-    if (unit == QLatin1Char('"') || unit == QLatin1Char('\\'))
-        m_out += {'\\', unit.toLatin1()};
-    else if (unit < QLatin1Char(' ') || unit == QChar(0x7F) || (unit.isSurrogate() && !isPair))
-        addEscaped(unit.unicode());
+    m_out += '\\';
+    if (unit == u'"' || unit == u'\\')
+        m_out += unit.toLatin1();
     else
-        m_out += QStringView(text).mid(index, units).toUtf8().toStdString();
-    return units;
-}
-
-void Writer::addEscaped(ushort unit)
-{
-    m_out += "\\u";
-    m_out += QByteArray::number(unit, 16).rightJustified(4, '0').toStdString();
+        m_out += 'u' + QByteArray::number(unit.unicode(), 16).rightJustified(4, '0').toStdString();
 }
 
 template<typename List>
