@@ -7,7 +7,16 @@
 #include <poll.h>
 #include <unistd.h>
 
-LineReader::LineReader(int fileDescriptor, int limit) : m_fileDescriptor(fileDescriptor), m_limit(limit) {}
+namespace {
+
+constexpr int chunkSize = 65536;
+
+} // namespace
+
+LineReader::LineReader(int fileDescriptor, int limit) : m_fileDescriptor(fileDescriptor), m_limit(limit)
+{
+    m_buffer.reserve(chunkSize);
+}
 
 LineReader::Line LineReader::next()
 {
@@ -51,11 +60,11 @@ void LineReader::fill()
     m_buffer.remove(0, m_begin);
     m_searched -= m_begin;
     m_begin = 0;
-    std::array<char, 65536> chunk{};
-    const ssize_t size = waitAndRead(chunk.data(), chunk.size());
+    const int kept = m_buffer.size();
+    m_buffer.resize(kept + chunkSize);
+    const ssize_t size = waitAndRead(m_buffer.data() + kept, chunkSize);
     m_ended = size <= 0;
-    if (!m_ended)
-        m_buffer.append(chunk.data(), static_cast<int>(size));
+    m_buffer.resize(kept + static_cast<int>(std::max(size, ssize_t(0))));
 }
 
 ssize_t LineReader::waitAndRead(char* data, size_t size)

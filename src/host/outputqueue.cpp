@@ -2,14 +2,19 @@
 
 #include <QHash>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <condition_variable>
 #include <list>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -30,17 +35,46 @@ int writeAll(int fileDescriptor, const QByteArray& text)
     return 0;
 }
 
+bool isPipe(int fileDescriptor)
+{
+    struct stat status = {};
+    return fstat(fileDescriptor, &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+bool isWritable(int fileDescriptor)
+{
+    pollfd output = {fileDescriptor, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && output.revents == POLLOUT;
+}
+
+/// Writes the beginning of the text, as much as the pipe takes without waiting; returns the rest. What is wrong with
+/// the pipe is for the writing thread to find out.
+QByteArray writeReady(int pipe, QByteArray text)
+{
+    constexpr int most = 64 * 1024;
+    int done = 0;
+    while (done < std::min(text.size(), most) && isWritable(pipe)) {
+        const int size = std::min(text.size() - done, PIPE_BUF);
+        const ssize_t written = write(pipe, text.constData() + done, static_cast<size_t>(size));
+        if (written < 0)
+            break;
+        done += static_cast<int>(written);
+    }
+    return text.remove(0, done);
+}
+
 } // namespace
 
 /// Shared with the writing thread, which may be stuck in a write when the queue goes.
 class OutputQueue::State
 {
 public:
-    State(int fileDescriptor, FailureHandler handler) : m_fileDescriptor(fileDescriptor), m_handler(std::move(handler))
+    State(int fileDescriptor, FailureHandler handler)
+        : m_fileDescriptor(fileDescriptor), m_isPipe(isPipe(fileDescriptor)), m_handler(std::move(handler))
     {
     }
 
-    void push(const QString& key, const QByteArray& line);
+    void push(const QString& key, QByteArray line);
     void endLatest();
     bool hasRoom();
     void waitForRoom();
@@ -58,10 +92,13 @@ private:
     /// Waits; none once nothing more is to be written.
     std::optional<QByteArray> takeNext();
     void finish(const QByteArray& line, int errorNumber);
+    /// `key`: null if nothing may replace the line.
+    void appendLocked(const QString& key, const QByteArray& line);
     void closeLocked();
     [[nodiscard]] bool hasRoomLocked() const;
 
     const int m_fileDescriptor;
+    const bool m_isPipe;
     FailureHandler m_handler;
 
     std::mutex m_mutex;
@@ -75,7 +112,7 @@ private:
     bool m_closed = false;
 };
 
-void OutputQueue::State::push(const QString& key, const QByteArray& line)
+void OutputQueue::State::push(const QString& key, QByteArray line)
 {
     const std::lock_guard lock(m_mutex);
     if (m_closed)
@@ -86,6 +123,17 @@ void OutputQueue::State::push(const QString& key, const QByteArray& line)
         (*latest)->line = line;
         return;
     }
+    // The way by the writing thread costs a client that waits more than the writing does.
+    const bool isNext = m_isPipe && !m_writing && m_entries.empty();
+    const int size = line.size();
+    if (isNext)
+        line = writeReady(m_fileDescriptor, std::move(line));
+    if (!line.isEmpty())
+        appendLocked(line.size() == size ? key : QString(), line);
+}
+
+void OutputQueue::State::appendLocked(const QString& key, const QByteArray& line)
+{
     m_entries.push_back({key, line});
     m_pendingBytes += line.size();
     if (!key.isNull())
@@ -187,14 +235,14 @@ OutputQueue::~OutputQueue()
     m_state->close();
 }
 
-void OutputQueue::push(const QByteArray& line)
+void OutputQueue::push(QByteArray line)
 {
-    m_state->push(QString(), line + '\n');
+    m_state->push(QString(), std::move(line.append('\n')));
 }
 
-void OutputQueue::pushLatest(const QString& key, const QByteArray& line)
+void OutputQueue::pushLatest(const QString& key, QByteArray line)
 {
-    m_state->push(key, line + '\n');
+    m_state->push(key, std::move(line.append('\n')));
 }
 
 void OutputQueue::endLatest()

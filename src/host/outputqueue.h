@@ -6,8 +6,8 @@
 #include <functional>
 #include <memory>
 
-/// Lines on their way to a reader that may be slow, or may not read at all. A thread of its own writes them in their
-/// order. Thread-safe.
+/// Lines on their way to a reader that may be slow, or may not read at all. They are written in their order: by who
+/// brings them as far as a pipe takes them without waiting, else by a thread of its own. Thread-safe.
 class OutputQueue
 {
 public:
@@ -21,9 +21,9 @@ public:
     Q_DISABLE_COPY_MOVE(OutputQueue)
 
     /// Adds a line, a newline behind it. Does not wait.
-    void push(const QByteArray& line);
+    void push(QByteArray line);
     /// As push(), but a line of the same key that is still pending is replaced where it stands.
-    void pushLatest(const QString& key, const QByteArray& line);
+    void pushLatest(const QString& key, QByteArray line);
     /// What comes from now on replaces nothing that is pending now.
     void endLatest();
 

@@ -5,12 +5,15 @@
 #include "printers.h"
 
 #include <QList>
+#include <QTemporaryFile>
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
 #include <future>
+
+#include <sys/ioctl.h>
 
 namespace {
 
@@ -36,6 +39,38 @@ TEST_F(OutputQueueTest, LinesAreWrittenInTheirOrder)
     m_queue.push("three");
     EXPECT_EQ(m_pipe.readLines(3), (QList<QByteArray>{"one", "two", "three"}));
     EXPECT_TRUE(m_queue.drain());
+}
+
+TEST_F(OutputQueueTest, WhatAPipeTakesIsThereWhenPushReturns)
+{
+    m_queue.push("one");
+    m_queue.pushLatest(QStringLiteral("key"), "two");
+    int bytes = 0;
+    ASSERT_EQ(ioctl(m_pipe.readingEnd(), FIONREAD, &bytes), 0);
+    EXPECT_EQ(bytes, 8);
+}
+
+TEST_F(OutputQueueTest, LinesStayWholeHoweverLittleIsRead)
+{
+    QList<QByteArray> lines;
+    for (const int size : {1, 4095, 4096, 65535, 65536, 1, 200'000, 3}) {
+        lines.append(QByteArray(size, static_cast<char>('a' + lines.size())));
+        m_queue.push(lines.last());
+    }
+    EXPECT_EQ(m_pipe.readLines(lines.size()), lines);
+    EXPECT_TRUE(m_queue.drain());
+}
+
+TEST(FileOutputQueue, LinesAreWrittenInTheirOrder)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    OutputQueue queue(file.handle(), {});
+    queue.push("one");
+    queue.push("two");
+    EXPECT_TRUE(queue.drain());
+    ASSERT_TRUE(file.seek(0));
+    EXPECT_EQ(file.readAll(), "one\ntwo\n");
 }
 
 TEST_F(OutputQueueTest, PendingLineIsReplacedWhereItStands)
