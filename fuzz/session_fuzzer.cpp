@@ -23,6 +23,7 @@
 #include <QLoggingCategory>
 #include <QTextCodec>
 #include <QThread>
+#include <QThreadPool>
 
 #include <log4cplus/initializer.h>
 #include <log4cplus/logger.h>
@@ -49,6 +50,8 @@ public:
     /// Canonical.
     [[nodiscard]] const QString& root() const { return m_host->rootDirectory(); }
     [[nodiscard]] SessionServer& server() const { return *m_server; }
+    /// Has the server answer, sooner or later.
+    void send(const QByteArray& message);
 
     void changeTree(const QByteArray& changes);
     void resetTree();
@@ -79,6 +82,7 @@ private:
     QObject m_context;
     std::unique_ptr<Host> m_host;
     std::unique_ptr<SessionServer> m_server;
+    QThreadPool m_pool;
 };
 
 World::World(int& argc, char** argv)
@@ -104,12 +108,19 @@ void World::start()
 
 World::~World()
 {
+    m_pool.waitForDone();
     run([this] {
         m_server.reset();
         m_host.reset();
     });
     m_thread.quit();
     m_thread.wait();
+}
+
+void World::send(const QByteArray& message)
+{
+    if (const SessionServer::Task task = m_server->accept(message))
+        m_pool.start(task);
 }
 
 void World::changeTree(const QByteArray& changes)
@@ -135,6 +146,7 @@ QByteArray World::takeOutput()
 
 void World::changeClient()
 {
+    m_pool.waitForDone();
     run([this] {
         FUZZ_CHECK(m_server->stop(-1));
         m_server.reset();
@@ -209,7 +221,7 @@ void serveLine(const QByteArray& line, DueAnswers& due)
         changeClient();
     } else {
         due.addLine(line);
-        world->server().handle(line);
+        world->send(line);
     }
 }
 

@@ -26,6 +26,7 @@ public:
     /// `limit`: bytes that a line may have. The descriptor stays the caller's.
     LineReader(int fileDescriptor, int limit);
 
+    [[nodiscard]] int limit() const { return m_limit; }
     /// A last line needs no newline.
     [[nodiscard]] Line next();
     /// From any thread: next() gives the end from now on.

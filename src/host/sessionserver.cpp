@@ -1,6 +1,7 @@
 #include "sessionserver.h"
 
 #include "jsonrpc.h"
+#include "linereader.h"
 #include "sessionmethods.h"
 
 #include <QDeadlineTimer>
@@ -71,17 +72,52 @@ SessionServer::SessionServer(Host& host, OutputQueue& output)
 
 SessionServer::~SessionServer() = default;
 
-void SessionServer::handle(const QByteArray& message)
+void SessionServer::serve(LineReader& reader)
+{
+    for (int i = 0; i < poolThreads; ++i)
+        m_pool.start([this, &reader] { takeTurns(reader); });
+    m_ended.acquire();
+    waitForAnswers();
+}
+
+void SessionServer::takeTurns(LineReader& reader)
+{
+    while (const std::optional<Task> task = takeTurn(reader)) {
+        if (*task)
+            (*task)();
+    }
+    m_ended.release();
+}
+
+std::optional<SessionServer::Task> SessionServer::takeTurn(LineReader& reader)
+{
+    const std::lock_guard turn(m_turn);
+    const LineReader::Line line = reader.next();
+    switch (line.kind) {
+    case LineReader::Line::Kind::Text:
+        return accept(line.text);
+    case LineReader::Line::Kind::TooLong:
+        refuseTooLong(reader.limit());
+        return Task();
+    case LineReader::Line::Kind::End:
+        break;
+    }
+    return std::nullopt;
+}
+
+SessionServer::Task SessionServer::accept(const QByteArray& message)
 {
     m_output.waitForRoom();
     const auto parsed = JsonRpc::parse(message);
-    if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed))
-        return m_output.push(JsonRpc::error(malformed->id, malformed->error));
+    if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed)) {
+        m_output.push(JsonRpc::error(malformed->id, malformed->error));
+        return {};
+    }
     const auto& request = std::get<JsonRpc::Request>(parsed);
     if (const SessionMethod* method = findSessionMethod(request.method))
-        begin(*method, request);
-    else
-        refuse(request, {JsonRpc::MethodNotFound, QStringLiteral("there is no method '%1'").arg(request.method)});
+        return begin(*method, request);
+    refuse(request, {JsonRpc::MethodNotFound, QStringLiteral("there is no method '%1'").arg(request.method)});
+    return {};
 }
 
 void SessionServer::refuseTooLong(int limit)
@@ -103,26 +139,36 @@ bool SessionServer::stop(int milliseconds)
         const std::lock_guard lock(m_starting);
         m_stopped = true;
     }
+    m_ended.release();
     m_free.release(mostUnderWay);
-    m_pool.clear();
     m_walkPool.clear();
     const QDeadlineTimer deadline(milliseconds);
     return m_pool.waitForDone(milliseconds) && m_walkPool.waitForDone(static_cast<int>(deadline.remainingTime()));
 }
 
-void SessionServer::begin(const SessionMethod& method, const JsonRpc::Request& request)
+SessionServer::Task SessionServer::begin(const SessionMethod& method, const JsonRpc::Request& request)
 {
     m_free.acquire();
     const std::lock_guard lock(m_starting);
-    if (m_stopped)
-        return m_free.release();
-    if (method.lane == SessionMethod::Lane::InOrder)
-        return beginInOrder(method, request);
-    QThreadPool& pool = method.lane == SessionMethod::Lane::Long ? m_walkPool : m_pool;
-    pool.start([this, &method, request] {
+    if (m_stopped) {
+        m_free.release();
+        return {};
+    }
+    const Task task = [this, &method, request] {
         m_output.waitForRoom();
         answer(method, request);
-    });
+    };
+    switch (method.lane) {
+    case SessionMethod::Lane::Quick:
+        return task;
+    case SessionMethod::Lane::Long:
+        m_walkPool.start(task);
+        break;
+    case SessionMethod::Lane::InOrder:
+        beginInOrder(method, request);
+        break;
+    }
+    return {};
 }
 
 void SessionServer::beginInOrder(const SessionMethod& method, const JsonRpc::Request& request)

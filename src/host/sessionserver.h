@@ -6,7 +6,9 @@
 #include <QSemaphore>
 #include <QThreadPool>
 
+#include <functional>
 #include <mutex>
+#include <optional>
 
 namespace JsonRpc {
 struct Error;
@@ -14,11 +16,12 @@ struct Request;
 } // namespace JsonRpc
 
 class Host;
+class LineReader;
 struct SessionMethod;
 
 /// Serves one client that speaks JSON-RPC: takes its messages and puts answers and notifications into the queue.
 ///
-/// Requests run on a small pool, answers may overtake each other; what opens and closes runs in the order in which it
+/// Requests run on a few threads, answers may overtake each other; what opens and closes runs in the order in which it
 /// comes, on the worker's thread. Made and destroyed in that thread.
 class SessionServer
 {
@@ -28,12 +31,18 @@ public:
     ~SessionServer();
     Q_DISABLE_COPY_MOVE(SessionServer)
 
+    using Task = std::function<void()>;
+
+    /// Serves the reader's lines, on threads of its own, until there are no more; returns when every one is answered,
+    /// or after stop(). Cancel the reader before that; it must outlive the server.
+    void serve(LineReader& reader);
+
     /// Any thread but the worker's, one at a time: waits as long as the client leaves too much unread, or has too much
-    /// under way.
-    void handle(const QByteArray& message);
+    /// under way. Returns what is left to be done, in any thread but the worker's; empty if nothing is.
+    [[nodiscard]] Task accept(const QByteArray& message);
     /// A message that was longer than `limit` and is lost.
     void refuseTooLong(int limit);
-    /// Waits until every message that was handled is answered, or until stop().
+    /// Waits until every message that was accepted is answered, or until stop().
     void waitForAnswers();
 
     /// Begins no request any more and lets go whoever waits here. False if some are still under way after
@@ -41,7 +50,12 @@ public:
     [[nodiscard]] bool stop(int milliseconds);
 
 private:
-    void begin(const SessionMethod& method, const JsonRpc::Request& request);
+    /// Whoever has the turn reads a line and serves it, while the next one reads on: the way from the client to the
+    /// worker and back leads through one thread.
+    void takeTurns(LineReader& reader);
+    /// Nothing at the end of the input.
+    [[nodiscard]] std::optional<Task> takeTurn(LineReader& reader);
+    [[nodiscard]] Task begin(const SessionMethod& method, const JsonRpc::Request& request);
     void beginInOrder(const SessionMethod& method, const JsonRpc::Request& request);
     void answer(const SessionMethod& method, const JsonRpc::Request& request);
     void refuse(const JsonRpc::Request& request, const JsonRpc::Error& error);
@@ -54,6 +68,8 @@ private:
     std::mutex m_starting;
     bool m_stopped = false;
     QSemaphore m_free;
+    std::mutex m_turn;
+    QSemaphore m_ended;
     QThreadPool m_pool;
     /// For walks, so that they hold up nothing else.
     QThreadPool m_walkPool;

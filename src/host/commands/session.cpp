@@ -23,34 +23,25 @@ Ends with status 0 when the input ends and everything is answered, and on SIGINT
 
 constexpr int longestMessage = 1024 * 1024;
 
-void serve(LineReader& reader, SessionServer& server, OutputQueue& output)
-{
-    for (LineReader::Line line = reader.next(); line.kind != LineReader::Line::Kind::End; line = reader.next()) {
-        if (line.kind == LineReader::Line::Kind::TooLong)
-            server.refuseTooLong(longestMessage);
-        else
-            server.handle(line.text);
-    }
-    server.waitForAnswers();
-    if (output.drain())
-        Ending::exitLater(Success);
-}
-
 Result<int> run(const CommandContext& context, const QCommandLineParser& /*parser*/)
 {
+    LineReader reader(STDIN_FILENO, longestMessage);
     OutputQueue output(context.output, Ending::exitAfterFailedOutput);
     SessionServer server(context.host, output);
-    LineReader reader(STDIN_FILENO, longestMessage);
     SignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
 
-    std::thread reading([&] { serve(reader, server, output); });
+    std::thread serving([&] {
+        server.serve(reader);
+        if (output.drain())
+            Ending::exitLater(Success);
+    });
     const int status = QCoreApplication::exec();
     reader.cancel();
     const bool stopped = server.stop(Ending::patience);
     static_cast<void>(output.drain(Ending::patience));
     output.close();
-    reading.join();
+    serving.join();
     // A walk cannot be interrupted, and the worker must outlive it.
     if (!stopped)
         std::_Exit(status);
