@@ -44,7 +44,7 @@ bool isPlainAscii(QChar unit)
     return unit >= u' ' && unit < u'\x7F' && unit != u'"' && unit != u'\\';
 }
 
-/// Whether the unit, or the pair that begins there, is written as it is.
+/// Whether the unit, or the pair that it belongs to, is written as it is.
 bool isPlainAt(QStringView text, qsizetype index)
 {
     const QChar unit = text[index];
