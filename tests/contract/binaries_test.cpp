@@ -91,9 +91,15 @@ TEST(Binaries, SdkNeedsQtCoreAndLog4cplusAlone)
     EXPECT_THAT(needsOf(TAVO_API), UnorderedElementsAre("libQt5Core", "liblog4cplus"));
 }
 
-TEST(Binaries, TagReadersAloneNeedTagLib)
+TEST(Binaries, TagReadersNeedTheSdkAndQtCoreAlone)
 {
-    EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core", "libtag"));
+    EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core"));
+}
+
+TEST(Binaries, TagsAloneNeedTagLib)
+{
+    EXPECT_THAT(needsOf(TAVO_TAGS), UnorderedElementsAre("libQt5Core", "libtag"));
+    EXPECT_THAT(exportsOf(TAVO_TAGS), ElementsAre("tavo_read_file_tags"));
 }
 
 TEST(Binaries, CoversAloneNeedQtGui)

@@ -96,6 +96,16 @@ TEST_F(Package, HostFindsItsLibrariesAndModuleWhereverTheTreeLies)
     EXPECT_THAT(output, HasSubstr("song.mp3"));
 }
 
+TEST_F(Package, HostFindsWhatReadsTagsAndMakesCoversWhereverTheTreeLies)
+{
+    const std::string output =
+        run(at("moved/bin/tavo"),
+            {QStringLiteral("--root"), QStringLiteral(TAVO_SOURCE_DIR "/demo"), QStringLiteral("prepare"),
+             QStringLiteral("library"), QStringLiteral("."), QStringLiteral("--json")});
+    EXPECT_THAT(output, HasSubstr("\"artist\""));
+    EXPECT_THAT(output, HasSubstr("\"albumArt\""));
+}
+
 TEST_F(Package, OutsideHostRunsAnOutsideWorkerAndTheInstalledOne)
 {
     buildConsumer();

@@ -252,7 +252,7 @@ TEST(Rooms, TwoSourcesAloneLoadLibraries)
                 loaders.insert(file.toStdString());
         }
     }
-    EXPECT_THAT(loaders, testing::ElementsAre("src/api/tagreader/coverart.cpp", "src/host/workermodule.cpp"));
+    EXPECT_THAT(loaders, testing::ElementsAre("src/api/tagreader/loadedfunction.cpp", "src/host/workermodule.cpp"));
 }
 
 } // namespace

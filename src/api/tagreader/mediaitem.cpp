@@ -65,29 +65,27 @@ void MediaItem::makeMedia(const QString& path, const QString& serviceId)
     m_resource.setMimeType(MimeTypes::extensionToMimeType(QFileInfo(path).suffix(), QString()));
 }
 
-void MediaItem::addPlayListFields(TagFile& file)
+void MediaItem::addPlayListFields(const FileTags& tags)
 {
-    const QString title = file.text(TagField::Title);
-    if (!title.isEmpty())
-        m_roles.setField(TavoRoles::Title(), title);
-    setText(m_metaData, &TavoMetaData::setTitle, title);
-    setText(m_metaData, &TavoMetaData::setArtist, file.text(TagField::Artist));
-    setText(m_metaData, &TavoMetaData::setAlbum, file.text(TagField::Album));
-    setNumber(m_resource, &TavoResource::setDuration, file.sound().milliseconds);
+    if (!tags.title.isEmpty())
+        m_roles.setField(TavoRoles::Title(), tags.title);
+    setText(m_metaData, &TavoMetaData::setTitle, tags.title);
+    setText(m_metaData, &TavoMetaData::setArtist, tags.artist);
+    setText(m_metaData, &TavoMetaData::setAlbum, tags.album);
+    setNumber(m_resource, &TavoResource::setDuration, tags.sound.milliseconds);
 }
 
-void MediaItem::addLibraryFields(TagFile& file)
+void MediaItem::addLibraryFields(const FileTags& tags)
 {
-    addPlayListFields(file);
-    setText(m_metaData, &TavoMetaData::setAlbumArtist, file.text(TagField::AlbumArtist));
-    setText(m_metaData, &TavoMetaData::setGenre, file.text(TagField::Genre));
-    setNumber(m_metaData, &TavoMetaData::setTrackNumber, file.trackNumber());
-    setNumber(m_metaData, &TavoMetaData::setDiscNumber, file.discNumber());
-    setNumber(m_metaData, &TavoMetaData::setYear, file.year());
-    const SoundFormat sound = file.sound();
-    setNumber(m_resource, &TavoResource::setBitRate, sound.bitsPerSecond);
-    setNumber(m_resource, &TavoResource::setSampleRate, sound.hertz);
-    setNumber(m_resource, &TavoResource::setChannels, sound.channels);
+    addPlayListFields(tags);
+    setText(m_metaData, &TavoMetaData::setAlbumArtist, tags.albumArtist);
+    setText(m_metaData, &TavoMetaData::setGenre, tags.genre);
+    setNumber(m_metaData, &TavoMetaData::setTrackNumber, tags.trackNumber);
+    setNumber(m_metaData, &TavoMetaData::setDiscNumber, tags.discNumber);
+    setNumber(m_metaData, &TavoMetaData::setYear, tags.year);
+    setNumber(m_resource, &TavoResource::setBitRate, tags.sound.bitsPerSecond);
+    setNumber(m_resource, &TavoResource::setSampleRate, tags.sound.hertz);
+    setNumber(m_resource, &TavoResource::setChannels, tags.sound.channels);
 }
 
 void MediaItem::addAlbumArt(const CoverArt& art)

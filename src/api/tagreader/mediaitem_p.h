@@ -1,7 +1,7 @@
 #pragma once
 
 #include "coverart_p.h"
-#include "tagfile_p.h"
+#include "filetags_p.h"
 
 #include "tavo/tavomedia.h"
 #include "tavo/tavoroles.h"
@@ -15,9 +15,9 @@ public:
     /// Parameters as for TagReader::readItem().
     MediaItem(const QDir& root, const QString& path, const QString& serviceId, const QVariantList& rows);
 
-    /// Fields that the file does not have stay as they are.
-    void addPlayListFields(TagFile& file);
-    void addLibraryFields(TagFile& file);
+    /// Fields that the tags do not have stay as they are.
+    void addPlayListFields(const FileTags& tags);
+    void addLibraryFields(const FileTags& tags);
     void addAlbumArt(const CoverArt& art);
 
     [[nodiscard]] QVariant toVariant() const;
