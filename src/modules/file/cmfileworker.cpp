@@ -143,15 +143,10 @@ bool isDirectory(dirent& entry, const QDir& dir)
     return entry.d_type == DT_DIR;
 }
 
-/// CMFileWorker::filter() for a file, without decoding its name; nothing where that does not tell, or a log line is
-/// due.
+/// CMFileWorker::filter() for a file, without decoding its name; nothing where that does not tell.
 std::optional<bool> filterUndecoded(const TavoNameMatcher& playable, const char* name)
 {
-    if (name[0] == '.')
-        return false;
-    const std::optional<bool> isPlayable = playable.matchesUndecoded(name);
-    const bool isLogged = isPlayable == false && logger().isEnabledFor(log4cplus::DEBUG_LOG_LEVEL);
-    return isLogged ? std::nullopt : isPlayable;
+    return name[0] == '.' ? false : playable.matchesUndecoded(name);
 }
 
 QStringList texts(const QSet<CMPath>& paths)
@@ -346,6 +341,8 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
     }
     const TavoNameMatcher& playable = TavoNameMatcher::shared(m_filter);
     const bool isTraced = logger().isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
+    // The filter tells of what it drops, and needs every name for that.
+    const bool isFilterLogged = logger().isEnabledFor(log4cplus::DEBUG_LOG_LEVEL);
     QStringList names;
     names.reserve(scanned.count());
     for (int i = 0; i < scanned.count(); ++i) {
@@ -363,9 +360,9 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
         if (!scanned.at(i))
             continue;
         const std::optional<bool> isShown = filterUndecoded(playable, scanned.at(i)->d_name);
-        if (isShown.value_or(true)) {
+        if (isShown.value_or(true) || isFilterLogged) {
             const QString name = nameOf(*scanned.at(i));
-            if (isShown || filter(name, false)) {
+            if (isShown == true || filter(name, false)) {
                 if (isTraced)
                     LOG(Signature::entryList, TRACE, "found file:" << name);
                 names.append(name);

@@ -186,7 +186,7 @@ public:
     {
         return ((ending.folded() ^ m_ending.folded) & m_ending.mask & ending.known()) != 0;
     }
-    /// True if a name of so many bytes matches that the ending does not exclude.
+    /// Whether a name of so many bytes, which the ending does not exclude, is sure to match.
     [[nodiscard]] bool isDecidedBy(const Ending& ending, std::size_t length) const
     {
         return m_isOnlyEnding && (m_ending.covered & ~ending.known()) == 0 &&

@@ -11,7 +11,7 @@
 /// Tells whether a whole file name matches any of a list of shell-style wildcard patterns, without regard to case:
 /// the decision of QRegExp (Wildcard, CaseInsensitive, exactMatch) for every name and every pattern.
 ///
-/// A value; copies share the compiled patterns. matches() may be called from several threads at once.
+/// A value; copies share the compiled patterns. It may be asked from several threads at once.
 class TAVO_API_EXPORT TavoNameMatcher
 {
 public:
