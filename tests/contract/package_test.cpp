@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gmock/gmock.h>
@@ -17,6 +18,7 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 /// The install tree, at another place than it was installed to, and beside it a folder of music.
 class Package : public testing::Test
@@ -104,6 +106,21 @@ TEST_F(Package, HostFindsWhatReadsTagsAndMakesCoversWhereverTheTreeLies)
              QStringLiteral("library"), QStringLiteral("."), QStringLiteral("--json")});
     EXPECT_THAT(output, HasSubstr("\"artist\""));
     EXPECT_THAT(output, HasSubstr("\"albumArt\""));
+}
+
+TEST_F(Package, WithoutWhatReadsTagsItemsAreMadeOfTheirNames)
+{
+    const QString library = at("moved/lib/libtavo_tags.so");
+    ASSERT_TRUE(QFile::rename(library, library + QStringLiteral(".away")));
+    QProcess host;
+    host.start(
+        at("moved/bin/tavo"),
+        {QStringLiteral("--root"), QStringLiteral(TAVO_SOURCE_DIR "/demo"), QStringLiteral("prepare"),
+         QStringLiteral("playlist"), QStringLiteral("."), QStringLiteral("--json")});
+    EXPECT_TRUE(host.waitForFinished());
+    EXPECT_TRUE(QFile::rename(library + QStringLiteral(".away"), library));
+    EXPECT_THAT(host.readAllStandardOutput().toStdString(), Not(HasSubstr("\"artist\"")));
+    EXPECT_EQ(host.readAllStandardError().count("No tags can be read"), 1);
 }
 
 TEST_F(Package, OutsideHostRunsAnOutsideWorkerAndTheInstalledOne)

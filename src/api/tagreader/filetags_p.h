@@ -40,6 +40,6 @@ using FileTagsUser = std::function<void(const FileTags& tags)>;
 /// nothing else.
 void readFileTags(const QString& path, WantedTags wanted, const FileTagsUser& use);
 
-/// What reads them, in a library of its own that the first file loads; its exported name.
+/// What reads them, in a library of its own that the first file loads; its exported name. May throw.
 using FileTagsReader = void(const QString& path, WantedTags wanted, const FileTagsUser& use);
 constexpr char fileTagsReader[] = "tavo_read_file_tags";

@@ -25,7 +25,7 @@ void* LoadedFunction::address()
         return known;
     void* const library = dlopen((folderOfThisLibrary() + m_library).c_str(), RTLD_NOW | RTLD_LOCAL);
     void* const function = library ? dlsym(library, m_function) : nullptr;
-    if (!function && !m_isWarnedOf.exchange(true))
+    if (!function && !m_hasWarned.exchange(true))
         qWarning("%s: %s", m_purpose, dlerror());
     m_address = function;
     return function;

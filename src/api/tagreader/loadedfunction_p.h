@@ -2,8 +2,8 @@
 
 #include <atomic>
 
-/// A function of a library that lies beside this one and takes longer to load than most programs need it. The first
-/// call of get() loads it, for good. Thread-safe.
+/// A function of a library that lies beside this one, takes long to load, and is needed by few programs. The first call
+/// of get() loads it, for good. Thread-safe.
 class LoadedFunction
 {
 public:
@@ -28,5 +28,5 @@ private:
     const char* const m_function;
     const char* const m_purpose;
     std::atomic<void*> m_address{nullptr};
-    std::atomic<bool> m_isWarnedOf{false};
+    std::atomic<bool> m_hasWarned{false};
 };

@@ -1,7 +1,7 @@
 #include "filetags_p.h"
 #include "tagfile_p.h"
 
-#include <exception>
+#include <new>
 
 namespace {
 
@@ -26,12 +26,22 @@ FileTags libraryTags(TagFile& file)
     return tags;
 }
 
+TagLib::ByteVector frontCover(const TagFile& file)
+{
+    try {
+        return file.frontCover();
+    } catch (const std::bad_alloc&) {
+        // It may be large, and the rest is worth having without it.
+        return {};
+    }
+}
+
 void readTags(const QString& path, WantedTags wanted, const FileTagsUser& use)
 {
     const bool withCover = wanted == WantedTags::LibraryAndCover;
     TagFile file(path, withCover ? TagFile::Pictures::Read : TagFile::Pictures::Skipped);
     FileTags tags = wanted == WantedTags::PlayList ? playListTags(file) : libraryTags(file);
-    const TagLib::ByteVector picture = withCover ? file.frontCover() : TagLib::ByteVector();
+    const TagLib::ByteVector picture = withCover ? frontCover(file) : TagLib::ByteVector();
     tags.frontCover = QByteArray::fromRawData(picture.data(), static_cast<int>(picture.size()));
     // While the file is open: what outlasts it would else come to lie scattered over the memory that it gave back.
     use(tags);
@@ -41,8 +51,5 @@ void readTags(const QString& path, WantedTags wanted, const FileTagsUser& use)
 
 extern "C" Q_DECL_EXPORT void tavo_read_file_tags(const QString& path, WantedTags wanted, const FileTagsUser& use)
 {
-    try {
-        readTags(path, wanted, use);
-    } catch (const std::exception&) {
-    }
+    readTags(path, wanted, use);
 }
