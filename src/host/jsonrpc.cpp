@@ -130,7 +130,7 @@ QByteArray answer(const QJsonValue& id, const char* member, const QVariant& valu
 {
     const QByteArray json = toJson(value);
     QByteArray text = R"({"jsonrpc":"2.0","id":)" + toJson(id.toVariant()) + ",\"" + member + "\":";
-    // A page of rows is long enough to be worth copying just once; its reader wants a newline, too.
+    // A page of rows is long enough to be worth copying just once; a newline will follow.
     text.reserve(text.size() + json.size() + 2);
     return text.append(json).append('}');
 }

@@ -4,7 +4,7 @@
 
 #include <QByteArray>
 
-/// Reads lines from a file descriptor, waiting for them. For one thread, but for cancel().
+/// Reads lines from a file descriptor, waiting for them. For one thread at a time, but for cancel().
 class LineReader
 {
 public:
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] int limit() const { return m_limit; }
     /// A last line needs no newline.
     [[nodiscard]] Line next();
-    /// From any thread: next() gives the end from now on.
+    /// From any thread: nothing more is read; next() gives the end once it has given what was read before.
     void cancel();
 
 private:

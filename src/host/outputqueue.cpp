@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <climits>
 #include <condition_variable>
 #include <list>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 #include <utility>
 
-#include <poll.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,32 +35,23 @@ int writeAll(int fileDescriptor, const QByteArray& text)
     return 0;
 }
 
-bool isPipe(int fileDescriptor)
+/// A pipe opened once more, so that writing to it never waits, whoever else writes there. Negative if it is no pipe, or
+/// cannot be opened.
+int openWithoutWaiting(int fileDescriptor)
 {
     struct stat status = {};
-    return fstat(fileDescriptor, &status) == 0 && S_ISFIFO(status.st_mode);
-}
-
-bool isWritable(int fileDescriptor)
-{
-    pollfd output = {fileDescriptor, POLLOUT, 0};
-    return poll(&output, 1, 0) == 1 && output.revents == POLLOUT;
+    if (fstat(fileDescriptor, &status) != 0 || !S_ISFIFO(status.st_mode))
+        return -1;
+    const std::string name = "/proc/self/fd/" + std::to_string(fileDescriptor);
+    return open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
 }
 
 /// Writes the beginning of the text, as much as the pipe takes without waiting; returns the rest. What is wrong with
 /// the pipe is for the writing thread to find out.
 QByteArray writeReady(int pipe, QByteArray text)
 {
-    constexpr int most = 64 * 1024;
-    int done = 0;
-    while (done < std::min(text.size(), most) && isWritable(pipe)) {
-        const int size = std::min(text.size() - done, PIPE_BUF);
-        const ssize_t written = write(pipe, text.constData() + done, static_cast<size_t>(size));
-        if (written < 0)
-            break;
-        done += static_cast<int>(written);
-    }
-    return text.remove(0, done);
+    const ssize_t written = write(pipe, text.constData(), static_cast<size_t>(text.size()));
+    return text.remove(0, static_cast<int>(std::max(written, ssize_t(0))));
 }
 
 } // namespace
@@ -70,14 +61,21 @@ class OutputQueue::State
 {
 public:
     State(int fileDescriptor, FailureHandler handler)
-        : m_fileDescriptor(fileDescriptor), m_isPipe(isPipe(fileDescriptor)), m_handler(std::move(handler))
+        : m_fileDescriptor(fileDescriptor), m_pipe(openWithoutWaiting(fileDescriptor)), m_handler(std::move(handler))
     {
     }
+    ~State()
+    {
+        if (m_pipe >= 0)
+            ::close(m_pipe);
+    }
+    Q_DISABLE_COPY_MOVE(State)
 
     void push(const QString& key, QByteArray line);
     void endLatest();
     bool hasRoom();
     void waitForRoom();
+    void letGo();
     bool drain(int milliseconds);
     void close();
     void write();
@@ -98,7 +96,8 @@ private:
     [[nodiscard]] bool hasRoomLocked() const;
 
     const int m_fileDescriptor;
-    const bool m_isPipe;
+    /// The same without waiting; negative if there is none.
+    const int m_pipe;
     FailureHandler m_handler;
 
     std::mutex m_mutex;
@@ -109,6 +108,7 @@ private:
     /// With the line that is being written.
     qint64 m_pendingBytes = 0;
     bool m_writing = false;
+    bool m_lettingGo = false;
     bool m_closed = false;
 };
 
@@ -123,11 +123,11 @@ void OutputQueue::State::push(const QString& key, QByteArray line)
         (*latest)->line = line;
         return;
     }
-    // The way by the writing thread costs a client that waits more than the writing does.
-    const bool isNext = m_isPipe && !m_writing && m_entries.empty();
+    // To wake the writing thread would delay a client that waits by more than the writing takes.
+    const bool isNext = m_pipe >= 0 && !m_writing && m_entries.empty();
     const int size = line.size();
     if (isNext)
-        line = writeReady(m_fileDescriptor, std::move(line));
+        line = writeReady(m_pipe, std::move(line));
     if (!line.isEmpty())
         appendLocked(line.size() == size ? key : QString(), line);
 }
@@ -155,13 +155,20 @@ bool OutputQueue::State::hasRoom()
 
 bool OutputQueue::State::hasRoomLocked() const
 {
-    return m_closed || m_pendingBytes <= muchPending;
+    return m_closed || m_lettingGo || m_pendingBytes <= muchPending;
 }
 
 void OutputQueue::State::waitForRoom()
 {
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return hasRoomLocked(); });
+}
+
+void OutputQueue::State::letGo()
+{
+    const std::lock_guard lock(m_mutex);
+    m_lettingGo = true;
+    m_changed.notify_all();
 }
 
 bool OutputQueue::State::drain(int milliseconds)
@@ -258,6 +265,11 @@ bool OutputQueue::hasRoom() const
 void OutputQueue::waitForRoom()
 {
     m_state->waitForRoom();
+}
+
+void OutputQueue::letGo()
+{
+    m_state->letGo();
 }
 
 bool OutputQueue::drain(int milliseconds)

@@ -6,8 +6,8 @@
 #include <functional>
 #include <memory>
 
-/// Lines on their way to a reader that may be slow, or may not read at all. They are written in their order: by who
-/// brings them as far as a pipe takes them without waiting, else by a thread of its own. Thread-safe.
+/// Lines on their way to a reader that may be slow, or may not read at all. They are written in their order: by
+/// whoever brings them as far as a pipe takes them without waiting, else by a thread of its own. Thread-safe.
 class OutputQueue
 {
 public:
@@ -29,8 +29,10 @@ public:
 
     /// False if so much is pending that waitForRoom() would wait.
     [[nodiscard]] bool hasRoom() const;
-    /// Waits as long as too much is pending. Not for a thread that others wait for.
+    /// Waits as long as too much is pending, or until letGo(). Not for a thread that others wait for.
     void waitForRoom();
+    /// Nobody waits for room any more.
+    void letGo();
     /// Waits until everything is written, at most `milliseconds` (below 0: without limit). False if it is not.
     [[nodiscard]] bool drain(int milliseconds = -1);
     /// Drops what is pending and whatever still comes, and lets go whoever waits here.

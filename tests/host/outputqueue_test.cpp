@@ -93,6 +93,30 @@ TEST_F(OutputQueueTest, LineBeforeTheEndOfReplacingStays)
     EXPECT_EQ(m_pipe.readLines(3), (QList<QByteArray>{blocker, "a1", "a3"}));
 }
 
+TEST_F(OutputQueueTest, LineOfTheWritingThreadIsNotReplacedOnceItIsWritten)
+{
+    m_queue.push(blocker);
+    m_queue.pushLatest(QStringLiteral("a"), "a1");
+    EXPECT_EQ(m_pipe.readLines(2), (QList<QByteArray>{blocker, "a1"}));
+    EXPECT_TRUE(m_queue.drain());
+    m_queue.pushLatest(QStringLiteral("a"), "a2");
+    EXPECT_EQ(m_pipe.readLines(1), QList<QByteArray>{"a2"});
+}
+
+TEST_F(OutputQueueTest, LineThatIsWrittenInPartIsNotReplaced)
+{
+    m_queue.pushLatest(QStringLiteral("a"), blocker);
+    m_queue.pushLatest(QStringLiteral("a"), "a2");
+    EXPECT_EQ(m_pipe.readLines(2), (QList<QByteArray>{blocker, "a2"}));
+}
+
+TEST_F(OutputQueueTest, PushingToAPipeThatOthersHaveFilledNeverWaits)
+{
+    m_pipe.fill();
+    m_queue.push("late");
+    EXPECT_FALSE(m_queue.drain(1));
+}
+
 TEST_F(OutputQueueTest, WrittenLineIsNotReplaced)
 {
     for (const char* line : {"a1", "a2"}) {
@@ -123,6 +147,16 @@ TEST_F(OutputQueueTest, DrainingGivesUpAfterItsTime)
 {
     m_queue.push(blocker);
     EXPECT_FALSE(m_queue.drain(1));
+}
+
+TEST_F(OutputQueueTest, NobodyWaitsForRoomAfterLetGo)
+{
+    m_queue.push(tooMuch);
+    auto waiting = std::async(std::launch::async, [this] { m_queue.waitForRoom(); });
+    m_queue.letGo();
+    waiting.get();
+    m_queue.waitForRoom();
+    EXPECT_EQ(m_pipe.readLines(1), QList<QByteArray>{tooMuch}) << "what is pending stays";
 }
 
 TEST_F(OutputQueueTest, CloseLetsGoWhoWaits)
