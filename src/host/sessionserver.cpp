@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int mostUnderWay = 64;
-constexpr int poolThreads = 4;
+constexpr int busyThreads = 4;
 constexpr int walkThreads = 2;
 
 JsonRpc::Error errorFrom(const Failure& failure)
@@ -66,7 +66,7 @@ SessionServer::SessionServer(Host& host, OutputQueue& output)
           host, [this](const CMPath& path, const QStringList& changes, int version) { tell(path, changes, version); }),
       m_free(mostUnderWay)
 {
-    startThreads(m_pool, poolThreads);
+    startThreads(m_pool, busyThreads + 1);
     startThreads(m_walkPool, walkThreads);
 }
 
@@ -74,8 +74,11 @@ SessionServer::~SessionServer() = default;
 
 void SessionServer::serve(LineReader& reader)
 {
-    for (int i = 0; i < poolThreads; ++i)
-        m_pool.start([this, &reader] { takeTurns(reader); });
+    {
+        const std::lock_guard lock(m_mutex);
+        for (int i = 0; i < busyThreads + 1 && !m_stopped; ++i)
+            m_pool.start([this, &reader] { takeTurns(reader); });
+    }
     m_ended.acquire();
     waitForAnswers();
 }
@@ -84,9 +87,33 @@ void SessionServer::takeTurns(LineReader& reader)
 {
     while (const std::optional<Task> task = takeTurn(reader)) {
         if (*task)
-            (*task)();
+            run(*task);
     }
     m_ended.release();
+}
+
+void SessionServer::run(Task task)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_busy == busyThreads)
+            return m_tasks.push_back(std::move(task));
+        ++m_busy;
+    }
+    for (; task; task = nextTask())
+        task();
+}
+
+SessionServer::Task SessionServer::nextTask()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_tasks.empty()) {
+        --m_busy;
+        return {};
+    }
+    Task task = std::move(m_tasks.front());
+    m_tasks.pop_front();
+    return task;
 }
 
 std::optional<SessionServer::Task> SessionServer::takeTurn(LineReader& reader)
@@ -136,9 +163,11 @@ void SessionServer::waitForAnswers()
 bool SessionServer::stop(int milliseconds)
 {
     {
-        const std::lock_guard lock(m_starting);
+        const std::lock_guard lock(m_mutex);
         m_stopped = true;
+        m_tasks.clear();
     }
+    m_output.letGo();
     m_ended.release();
     m_free.release(mostUnderWay);
     m_walkPool.clear();
@@ -149,25 +178,22 @@ bool SessionServer::stop(int milliseconds)
 SessionServer::Task SessionServer::begin(const SessionMethod& method, const JsonRpc::Request& request)
 {
     m_free.acquire();
-    const std::lock_guard lock(m_starting);
+    const std::lock_guard lock(m_mutex);
     if (m_stopped) {
         m_free.release();
         return {};
     }
-    const Task task = [this, &method, request] {
+    if (method.lane == SessionMethod::Lane::InOrder) {
+        beginInOrder(method, request);
+        return {};
+    }
+    Task task = [this, &method, request] {
         m_output.waitForRoom();
         answer(method, request);
     };
-    switch (method.lane) {
-    case SessionMethod::Lane::Quick:
+    if (method.lane == SessionMethod::Lane::Quick)
         return task;
-    case SessionMethod::Lane::Long:
-        m_walkPool.start(task);
-        break;
-    case SessionMethod::Lane::InOrder:
-        beginInOrder(method, request);
-        break;
-    }
+    m_walkPool.start(task);
     return {};
 }
 

@@ -6,6 +6,7 @@
 #include <QSemaphore>
 #include <QThreadPool>
 
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -34,11 +35,12 @@ public:
     using Task = std::function<void()>;
 
     /// Serves the reader's lines, on threads of its own, until there are no more; returns when every one is answered,
-    /// or after stop(). Cancel the reader before that; it must outlive the server.
+    /// or after stop(), before which the reader must be cancelled. The reader must outlive the server.
     void serve(LineReader& reader);
 
     /// Any thread but the worker's, one at a time: waits as long as the client leaves too much unread, or has too much
-    /// under way. Returns what is left to be done, in any thread but the worker's; empty if nothing is.
+    /// under way. Returns what is left to be done, in any thread but the worker's, as long as the server lives; empty
+    /// if nothing is. Until it is done, waitForAnswers() waits.
     [[nodiscard]] Task accept(const QByteArray& message);
     /// A message that was longer than `limit` and is lost.
     void refuseTooLong(int limit);
@@ -55,6 +57,10 @@ private:
     void takeTurns(LineReader& reader);
     /// Nothing at the end of the input.
     [[nodiscard]] std::optional<Task> takeTurn(LineReader& reader);
+    /// Leaves the task to those who are busy already if nobody would be left to read.
+    void run(Task task);
+    /// An empty one if there is none; the caller is not busy any more then.
+    [[nodiscard]] Task nextTask();
     [[nodiscard]] Task begin(const SessionMethod& method, const JsonRpc::Request& request);
     void beginInOrder(const SessionMethod& method, const JsonRpc::Request& request);
     void answer(const SessionMethod& method, const JsonRpc::Request& request);
@@ -65,8 +71,10 @@ private:
     Session m_session;
     /// In the worker's thread.
     QObject m_inOrder;
-    std::mutex m_starting;
+    std::mutex m_mutex;
     bool m_stopped = false;
+    int m_busy = 0;
+    std::deque<Task> m_tasks;
     QSemaphore m_free;
     std::mutex m_turn;
     QSemaphore m_ended;

@@ -153,6 +153,23 @@ TEST_F(SessionProgram, WalksHoldNobodyUp)
         EXPECT_EQ(errorCode(client->answerTo(walk)), 0);
 }
 
+TEST_F(SessionProgram, LongPagesHoldNobodyUp)
+{
+    for (int i = 0; i < 1000; ++i)
+        tree.addFile(QStringLiteral("large/%1.mp3").arg(i));
+    QJsonArray roles;
+    while (roles.size() < 100)
+        roles.append(QStringLiteral("path"));
+    const QJsonArray allRows{QStringLiteral("/file/large"), 0, 999, 0, roles};
+    QList<int> pages;
+    while (pages.size() < 6)
+        pages.append(client->request(QStringLiteral("rows"), allRows));
+    EXPECT_EQ(errorOf("unknown", QJsonArray()), -32601);
+    EXPECT_EQ(client->kept(), 0) << "answered before the pages are";
+    for (const int page : pages)
+        EXPECT_EQ(errorCode(client->answerTo(page)), 0);
+}
+
 TEST_F(SessionProgram, MenuIsThatOfAnItem)
 {
     const QJsonObject menu = resultOf(client->call(QStringLiteral("menu"), path("/file/top.mp3")));
