@@ -12,6 +12,8 @@ namespace {
 
 constexpr int mostUnderWay = 64;
 constexpr int busyThreads = 4;
+/// One more, so that there is always one to read.
+constexpr int poolThreads = busyThreads + 1;
 constexpr int walkThreads = 2;
 
 JsonRpc::Error errorFrom(const Failure& failure)
@@ -66,7 +68,7 @@ SessionServer::SessionServer(Host& host, OutputQueue& output)
           host, [this](const CMPath& path, const QStringList& changes, int version) { tell(path, changes, version); }),
       m_free(mostUnderWay)
 {
-    startThreads(m_pool, busyThreads + 1);
+    startThreads(m_pool, poolThreads);
     startThreads(m_walkPool, walkThreads);
 }
 
@@ -76,7 +78,7 @@ void SessionServer::serve(LineReader& reader)
 {
     {
         const std::lock_guard lock(m_mutex);
-        for (int i = 0; i < busyThreads + 1 && !m_stopped; ++i)
+        for (int i = 0; i < poolThreads && !m_stopped; ++i)
             m_pool.start([this, &reader] { takeTurns(reader); });
     }
     m_ended.acquire();

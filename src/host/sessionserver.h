@@ -71,11 +71,13 @@ private:
     Session m_session;
     /// In the worker's thread.
     QObject m_inOrder;
+    /// Guards the three that follow.
     std::mutex m_mutex;
     bool m_stopped = false;
     int m_busy = 0;
     std::deque<Task> m_tasks;
     QSemaphore m_free;
+    /// The turn to read; taken before m_mutex.
     std::mutex m_turn;
     QSemaphore m_ended;
     QThreadPool m_pool;
