@@ -54,20 +54,22 @@ function(tavo_add_program name)
     tavo_install(${name} "${CMAKE_INSTALL_BINDIR}")
 endfunction()
 
-# tavo_add_test(NAME [THREADED] SOURCES ... LINK ... NEEDS targets ...): one test program. CTest sees every test in it,
+# tavo_add_test(NAME [THREADED] [LONG] SOURCES ... LINK ... NEEDS targets ...): one test program. CTest sees every test in it,
 # or the program as one test where it would take longer to start than its tests do: emulated, or with a sanitizer.
 # THREADED: what it tests runs in several threads; the thread sanitizer is meant for it.
+# LONG: takes minutes in an emulator; only the run of everything has it there.
 function(tavo_add_test name)
-    cmake_parse_arguments(arg "THREADED" "" "SOURCES;LINK;NEEDS" ${ARGN})
+    cmake_parse_arguments(arg "THREADED;LONG" "" "SOURCES;LINK;NEEDS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     tavo_common(${name})
     target_link_libraries(${name} PRIVATE tavo_test_support ${arg_LINK})
     if(arg_NEEDS)
         add_dependencies(${name} ${arg_NEEDS})
     endif()
-    # A list of labels does not survive the way to CTest: one has all, as in "modules/file,threaded".
+    # A list of labels does not survive the way to CTest: one has all, as in "modules/file,ported,threaded".
     file(RELATIVE_PATH label "${PROJECT_SOURCE_DIR}/tests" "${CMAKE_CURRENT_SOURCE_DIR}")
-    if(label MATCHES "${TAVO_PORTED_TESTS}")
+    if(label MATCHES "${TAVO_PORTED_TESTS}" AND NOT arg_LONG)
+        string(APPEND label ",ported")
         add_dependencies(tavo_ported_tests ${name})
     endif()
     if(arg_THREADED)
