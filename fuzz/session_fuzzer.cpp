@@ -8,12 +8,12 @@
 #include "check.h"
 #include "memoryfile.h"
 
-#include "host.h"
-#include "json.h"
-#include "jsonrpc.h"
-#include "linereader.h"
-#include "outputqueue.h"
-#include "sessionserver.h"
+#include "content/host.h"
+#include "rpc/json.h"
+#include "rpc/jsonrpc.h"
+#include "stdio/linereader.h"
+#include "stdio/outputqueue.h"
+#include "stdio/sessionserver.h"
 
 #include <QCoreApplication>
 #include <QHash>

@@ -252,7 +252,8 @@ TEST(Rooms, TwoSourcesAloneLoadLibraries)
                 loaders.insert(file.toStdString());
         }
     }
-    EXPECT_THAT(loaders, testing::ElementsAre("src/api/tagreader/loadedfunction.cpp", "src/host/workermodule.cpp"));
+    EXPECT_THAT(
+        loaders, testing::ElementsAre("src/api/tagreader/loadedfunction.cpp", "src/host/content/workermodule.cpp"));
 }
 
 } // namespace

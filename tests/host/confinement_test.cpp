@@ -1,4 +1,4 @@
-#include "confinement.h"
+#include "content/confinement.h"
 
 #include "printers.h"
 #include "support/temporarytree.h"

@@ -1,4 +1,4 @@
-#include "displaytext.h"
+#include "cli/displaytext.h"
 
 #include "printers.h"
 

@@ -1,4 +1,4 @@
-#include "json.h"
+#include "rpc/json.h"
 
 #include "printers.h"
 

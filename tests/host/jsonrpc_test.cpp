@@ -1,4 +1,4 @@
-#include "jsonrpc.h"
+#include "rpc/jsonrpc.h"
 
 #include "printers.h"
 

@@ -1,8 +1,8 @@
 // Clients that follow the protocol, on a tree that changes under them all the time, hold in every quiet moment exactly
 // what is on the disk. TAVO_LIFE_OPERATIONS and TAVO_LIFE_SEED make the test longer, or repeat one.
 
-#include "host.h"
-#include "session.h"
+#include "content/host.h"
+#include "content/session.h"
 
 #include <model/cmsubscribe.h>
 #include <tavo/tavoroles.h>

@@ -1,4 +1,4 @@
-#include "linereader.h"
+#include "stdio/linereader.h"
 
 #include "support/pipe.h"
 

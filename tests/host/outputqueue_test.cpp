@@ -1,4 +1,4 @@
-#include "outputqueue.h"
+#include "stdio/outputqueue.h"
 
 #include "support/pipe.h"
 

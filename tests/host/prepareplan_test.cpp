@@ -1,7 +1,7 @@
-#include "prepareplan.h"
+#include "prepare/prepareplan.h"
 
-#include "host.h"
-#include "session.h"
+#include "content/host.h"
+#include "content/session.h"
 
 #include "support/names.h"
 #include "support/temporarytree.h"

@@ -1,6 +1,6 @@
-#include "session.h"
+#include "content/session.h"
 
-#include "host.h"
+#include "content/host.h"
 
 #include "support/eventually.h"
 #include "support/temporarytree.h"

@@ -1,7 +1,7 @@
-#include "table.h"
+#include "cli/table.h"
 
-#include "displaytext.h"
-#include "roletext.h"
+#include "cli/displaytext.h"
+#include "cli/roletext.h"
 
 #include "printers.h"
 

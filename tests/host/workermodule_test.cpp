@@ -1,4 +1,4 @@
-#include "workermodule.h"
+#include "content/workermodule.h"
 
 #include "support/temporarytree.h"
 

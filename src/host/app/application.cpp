@@ -1,0 +1,141 @@
+#include "app/application.h"
+
+#include "cli/commands/command.h"
+#include "cli/options.h"
+#include "process/exitstatus.h"
+#include "process/logging.h"
+#include "process/output.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+const QLatin1String helpOption("help");
+
+constexpr char programDescription[] = "Browses, watches and reads a directory tree of media files through a worker "
+                                      "module.";
+
+/// Qt's own would speak of options that a program without windows does not have.
+void addHelpOption(QCommandLineParser& parser)
+{
+    parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
+}
+
+QString commandList()
+{
+    QString text = QStringLiteral("\nCommands:\n");
+    for (const Command& command : allCommands())
+        text += QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
+    return text + QStringLiteral("\n'tavo COMMAND --help' tells more.\n");
+}
+
+void setUpProgramParser(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription(QLatin1String(programDescription));
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    addHelpOption(parser);
+    parser.addVersionOption();
+    addGlobalOptions(parser);
+    parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("What to do, see below."));
+    parser.addPositionalArgument(
+        QStringLiteral("arguments"), QStringLiteral("The command's own."), QStringLiteral("[arguments...]"));
+}
+
+void setUpCommandParser(QCommandLineParser& parser, const Command& command)
+{
+    parser.setApplicationDescription(QLatin1String(command.manual));
+    addHelpOption(parser);
+    addGlobalOptions(parser, QCommandLineOption::HiddenFromHelp);
+    if (command.addOptions)
+        command.addOptions(parser);
+}
+
+/// Usage as the command's own options and arguments have it.
+QString helpText(const Command& command)
+{
+    QCommandLineParser parser;
+    setUpCommandParser(parser, command);
+    const QString name = QLatin1String(command.name);
+    parser.addPositionalArgument(name, QLatin1String(command.summary), name + QStringLiteral(" [options]"));
+    if (*command.arguments != '\0')
+        parser.addPositionalArgument(
+            QStringLiteral("PATH"), QStringLiteral("Relative to the root."), QLatin1String(command.arguments));
+    return parser.helpText();
+}
+
+int print(int output, const QString& text)
+{
+    return writeOutput(output, text.toUtf8()) ? Success : Refused;
+}
+
+int refuseUse(const QString& message, const QString& command = {})
+{
+    const QString subject = command.isEmpty() ? QStringLiteral("tavo") : QStringLiteral("tavo %1").arg(command);
+    report(QStringLiteral("%1 ('%2 --help' tells more)").arg(message, subject));
+    return WrongUse;
+}
+
+bool fitsArguments(const Command& command, int count)
+{
+    return count >= command.fewestArguments &&
+           (command.mostArguments == Command::anyNumber || count <= command.mostArguments);
+}
+
+Result<int>
+runCommand(const Command& command, const QCommandLineParser& parser, const GlobalOptions& options, int output)
+{
+    const Result<std::unique_ptr<Host>> host = Host::start(options.host);
+    if (!host)
+        return host.failure();
+    return command.run({*host.value(), output}, parser);
+}
+
+int fail(const Failure& failure)
+{
+    report(failure.message);
+    return exitStatus(failure);
+}
+
+int runCommandLine(const Command& command, const QCommandLineParser& program, int output)
+{
+    QCommandLineParser parser;
+    setUpCommandParser(parser, command);
+    const QString name = QLatin1String(command.name);
+    if (!parser.parse(program.positionalArguments()))
+        return refuseUse(parser.errorText(), name);
+    if (parser.isSet(helpOption))
+        return print(output, helpText(command));
+    if (!fitsArguments(command, parser.positionalArguments().size()))
+        return refuseUse(QStringLiteral("%1 takes %2").arg(name, QLatin1String(command.arguments)), name);
+
+    const Result<GlobalOptions> options = globalOptions(program, parser);
+    if (!options)
+        return fail(options.failure());
+    Logging logging;
+    if (const Result<Done> configured = logging.configure(options.value().logLevel, options.value().logConfig);
+        !configured)
+        return fail(configured.failure());
+    const Result<int> status = runCommand(command, parser, options.value(), output);
+    return status ? status.value() : fail(status.failure());
+}
+
+} // namespace
+
+int runApplication(const QStringList& arguments, int output)
+{
+    QCommandLineParser program;
+    setUpProgramParser(program);
+    if (!program.parse(arguments))
+        return refuseUse(program.errorText());
+    if (program.isSet(helpOption))
+        return print(output, program.helpText() + commandList());
+    if (program.isSet(QStringLiteral("version")))
+        return print(output, QStringLiteral("tavo %1\n").arg(QCoreApplication::applicationVersion()));
+    const QStringList rest = program.positionalArguments();
+    if (rest.isEmpty())
+        return refuseUse(QStringLiteral("a command is missing"));
+    const Command* command = findCommand(rest.first());
+    if (!command)
+        return refuseUse(QStringLiteral("unknown command '%1'").arg(rest.first()));
+    return runCommandLine(*command, program, output);
+}

@@ -1,0 +1,82 @@
+#include "cli/commands/arguments.h"
+#include "cli/commands/command.h"
+
+#include "cli/roletext.h"
+#include "cli/table.h"
+#include "content/session.h"
+#include "process/exitstatus.h"
+#include "process/output.h"
+#include "rpc/json.h"
+
+namespace {
+
+constexpr char manual[] = R"(Prints all that the worker tells of one file or directory below the root.
+
+  tavo --root ~/Music info "Albums/Blue/01 Intro.flac")";
+
+QVariantHash namedValues(const QStringList& roles, const QVariantList& values)
+{
+    QVariantHash named;
+    for (int i = 0; i < roles.size(); ++i)
+        named.insert(roles.at(i), values.value(i));
+    return named;
+}
+
+/// A line for each plain value inside, named by the way to it ("mediaData.resources[0].uri").
+void addLines(Table& table, const QString& name, const QVariant& value)
+{
+    if (value.userType() == QMetaType::QVariantHash) {
+        const QVariantHash fields = value.toHash();
+        QStringList keys = fields.keys();
+        keys.sort();
+        for (const QString& key : qAsConst(keys))
+            addLines(table, name + QLatin1Char('.') + key, fields.value(key));
+    } else if (value.userType() == QMetaType::QVariantList) {
+        const QVariantList elements = value.toList();
+        for (int i = 0; i < elements.size(); ++i)
+            addLines(table, QStringLiteral("%1[%2]").arg(name).arg(i), elements.at(i));
+    } else {
+        table.addRow({name, roleText(name, value)});
+    }
+}
+
+QByteArray textOf(const QStringList& roles, const QVariantList& values, const Terminal& terminal)
+{
+    Table table({QStringLiteral("ROLE"), QStringLiteral("VALUE")});
+    for (int i = 0; i < roles.size(); ++i)
+        addLines(table, roles.at(i), values.value(i));
+    // Long values are what is asked for here: they are wrapped by the terminal, not cut.
+    Terminal unlimited = terminal;
+    unlimited.width = 0;
+    return table.toText(unlimited);
+}
+
+Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
+{
+    const Session session(context.host, {});
+    const CMPath path = pathFrom(context.host, parser.positionalArguments().first());
+    const Result<QVariantList> values = session.data(path, entryRoles());
+    if (!values)
+        return values.failure();
+    const QByteArray text = wantsJson(parser) ? toJson(namedValues(entryRoles(), values.value())) + '\n'
+                                              : textOf(entryRoles(), values.value(), Terminal::at(context.output));
+    if (const Result<Written> written = writeOutput(context.output, text); !written)
+        return written.failure();
+    return Success;
+}
+
+} // namespace
+
+Command infoCommand()
+{
+    Command command;
+    command.name = "info";
+    command.arguments = "PATH";
+    command.summary = "Print all that is known of one entry.";
+    command.manual = manual;
+    command.fewestArguments = 1;
+    command.mostArguments = 1;
+    command.addOptions = addJsonOption;
+    command.run = run;
+    return command;
+}

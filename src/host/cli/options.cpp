@@ -1,0 +1,104 @@
+#include "cli/options.h"
+
+#include <QCoreApplication>
+
+namespace {
+
+constexpr int defaultSweepSeconds = 5;
+
+const QLatin1String rootOption("root");
+const QLatin1String filterOption("filter");
+const QLatin1String serviceIdOption("service-id");
+const QLatin1String moduleOption("module");
+const QLatin1String albumArtWidthOption("album-art-width");
+const QLatin1String sweepOption("sweep");
+const QLatin1String logLevelOption("log-level");
+const QLatin1String logConfigOption("log-config");
+
+QStringList usualPatterns()
+{
+    return QStringLiteral("*.mp3 *.flac *.ogg *.oga *.opus *.m4a *.aac *.wav *.aiff *.aif *.wma *.ape *.wv *.mpc "
+                          "*.m3u *.m3u8 *.pls *.wpl *.asx")
+        .split(QLatin1Char(' '));
+}
+
+QString moduleBesideProgram()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVO_MODULE_FILE);
+}
+
+QString lastValue(const QCommandLineParser& first, const QCommandLineParser& second, const QString& name)
+{
+    return second.isSet(name) ? second.value(name) : first.value(name);
+}
+
+} // namespace
+
+void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags)
+{
+    const QList<QCommandLineOption> options = {
+        {rootOption, QStringLiteral("Directory tree to serve (required)."), QStringLiteral("DIR")},
+        {filterOption,
+         QStringLiteral("Wildcard of playable names; may be given again. Default: the usual audio and "
+                        "playlist files."),
+         QStringLiteral("PATTERN")},
+        {serviceIdOption, QStringLiteral("Name of the service and prefix of its paths."), QStringLiteral("ID"),
+         QStringLiteral("file")},
+        {moduleOption, QStringLiteral("Worker module to load. Default: the one that comes with this program."),
+         QStringLiteral("FILE")},
+        {albumArtWidthOption, QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
+        {sweepOption, QStringLiteral("Seconds between looks at opened directories, 0: never. Default: 5."),
+         QStringLiteral("SECONDS")},
+        {logLevelOption, QStringLiteral("OFF, FATAL, ERROR, WARN, INFO, DEBUG or TRACE."), QStringLiteral("LEVEL")},
+        {logConfigOption,
+         QStringLiteral("Properties file for log4cplus. Default: warnings and worse on standard "
+                        "error."),
+         QStringLiteral("FILE")}};
+    for (QCommandLineOption option : options) {
+        option.setFlags(flags);
+        parser.addOption(option);
+    }
+}
+
+Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCommandLineParser& command)
+{
+    const auto value = [&](const QString& name) { return lastValue(program, command, name); };
+    GlobalOptions options;
+    options.host.root = value(rootOption);
+    options.host.filter = program.values(filterOption) + command.values(filterOption);
+    if (options.host.filter.isEmpty())
+        options.host.filter = usualPatterns();
+    options.host.serviceId = value(serviceIdOption);
+    if (options.host.serviceId.isEmpty())
+        return Failure::wrongUse(QStringLiteral("--service-id is empty"));
+    const QString module = value(moduleOption);
+    options.host.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
+    options.logLevel = value(logLevelOption);
+    options.logConfig = value(logConfigOption);
+    const auto number = [&](const QString& name, int byDefault, int minimum) {
+        return integerOption(command.isSet(name) ? command : program, name, byDefault, minimum);
+    };
+    const Result<int> sweep = number(sweepOption, defaultSweepSeconds, 0);
+    if (!sweep)
+        return sweep.failure();
+    options.host.sweepInterval = std::chrono::seconds(sweep.value());
+    if (value(albumArtWidthOption).isNull())
+        return options;
+    const Result<int> width = number(albumArtWidthOption, 0, 1);
+    if (!width)
+        return width.failure();
+    options.host.albumArtWidth = width.value();
+    return options;
+}
+
+Result<int> integerOption(const QCommandLineParser& parser, const QString& name, int byDefault, int minimum)
+{
+    if (!parser.isSet(name))
+        return byDefault;
+    bool isNumber = false;
+    const int number = parser.value(name).toInt(&isNumber);
+    if (!isNumber || number < minimum)
+        return Failure::wrongUse(
+            QStringLiteral("--%1 takes a number from %2 up, not '%3'").arg(name).arg(minimum).arg(parser.value(name)));
+    return number;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "content/host.h"
+
+#include <QCommandLineParser>
+#include <QStringList>
+
+/// What the command line says before the command, or among its options.
+struct GlobalOptions
+{
+    HostSettings host;
+    QString logLevel;
+    QString logConfig;
+};
+
+void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags = {});
+
+/// Takes what both parsers were given; where both have a value, the second's.
+Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCommandLineParser& command);
+
+/// The value of an option that takes a number from `minimum` up; `byDefault` if it is not given.
+Result<int> integerOption(const QCommandLineParser& parser, const QString& name, int byDefault, int minimum);

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "cli/terminal.h"
+#include "content/session.h"
+
+/// The roles that a page shows if nobody says otherwise.
+[[nodiscard]] const QStringList& usualColumns();
+
+/// The roles to ask for so that pageText() can show the given ones.
+[[nodiscard]] QStringList withType(const QStringList& shown);
+
+/// The page as a table of the given roles; its rows were asked for with withType().
+[[nodiscard]] QByteArray pageText(const Session::Page& page, const QStringList& shown, const Terminal& terminal);

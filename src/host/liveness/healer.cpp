@@ -1,0 +1,216 @@
+#include "liveness/healer.h"
+
+#include "content/localpath.h"
+
+#include <log/dbglog.h>
+#include <model/cmworker.h>
+
+#include <QFile>
+#include <QSet>
+#include <QStorageInfo>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <limits>
+
+#include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// Long enough for the other resets of the same change to arrive.
+constexpr std::chrono::milliseconds afterReset{100};
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
+    return instance;
+}
+
+#define WARN(pieces)                                                                                                   \
+    DBGLOG(logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/host/liveness/healer", __LINE__, __func__}), pieces)
+
+std::chrono::system_clock::time_point timePoint(const statx_timestamp& time)
+{
+    using namespace std::chrono;
+    return system_clock::time_point(seconds(time.tv_sec) + nanoseconds(time.tv_nsec));
+}
+
+/// File systems that other machines, or other programs, change without the kernel's knowledge.
+bool sendsNoEvents(const QByteArray& fileSystemType)
+{
+    static const QSet<QByteArray> types = {"nfs",  "nfs4", "cifs", "smb3",   "smbfs",   "ncpfs", "afs",
+                                           "ceph", "coda", "9p",   "vboxsf", "fuseblk", "fuse"};
+    return types.contains(fileSystemType) || fileSystemType.startsWith("fuse.");
+}
+
+/// True if one more watch is more than the kernel grants.
+bool isWatchLimitReached(const QByteArray& localPath)
+{
+    const int inotify = inotify_init1(IN_CLOEXEC);
+    if (inotify < 0)
+        return false;
+    const bool isReached = inotify_add_watch(inotify, localPath.constData(), IN_CREATE) < 0 && errno == ENOSPC;
+    close(inotify);
+    return isReached;
+}
+
+struct Limit
+{
+    const char* name;
+    QString file;
+    int value = std::numeric_limits<int>::max();
+};
+
+/// The lower of the two limits that the kernel has: the whole system's and that of the user's namespace.
+Limit watchLimit()
+{
+    std::array<Limit, 2> limits = {
+        {{"fs.inotify.max_user_watches", QStringLiteral("/proc/sys/fs/inotify/max_user_watches")},
+         {"user.max_inotify_watches", QStringLiteral("/proc/sys/user/max_inotify_watches")}}};
+    for (Limit& limit : limits) {
+        QFile file(limit.file);
+        if (file.open(QIODevice::ReadOnly))
+            limit.value = file.readAll().trimmed().toInt();
+    }
+    return limits[0].value <= limits[1].value ? limits[0] : limits[1];
+}
+
+} // namespace
+
+Healer::Healer(CMWorker& worker, std::chrono::milliseconds interval) : m_worker(worker)
+{
+    connect(m_worker.subscribe(), &CMSubscribe::rowsPathAboutToBeAdded, this, &Healer::aboutToBeAdded);
+    connect(m_worker.subscribe(), &CMSubscribe::rowsPathRemoved, this, &Healer::removed);
+    m_worker.subscribe()->setObserver(this);
+
+    m_afterReset.setSingleShot(true);
+    m_afterReset.setInterval(afterReset);
+    connect(&m_afterReset, &QTimer::timeout, this, &Healer::checkIdentities);
+    connect(&m_sweepTimer, &QTimer::timeout, this, &Healer::sweep);
+    if (interval.count() > 0)
+        m_sweepTimer.start(interval);
+}
+
+Healer::~Healer()
+{
+    m_worker.subscribe()->setObserver(nullptr);
+}
+
+void Healer::rowsChanged(const CMPath& /*path*/, const QStringList& /*changes*/, int /*version*/)
+{
+    if (!m_afterReset.isActive())
+        m_afterReset.start();
+}
+
+Healer::Look Healer::lookAt(const QByteArray& localPath)
+{
+    struct statx status = {};
+    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_MTIME | STATX_BTIME;
+    if (statx(AT_FDCWD, localPath.constData(), 0, wanted, &status) != 0 || !S_ISDIR(status.stx_mode))
+        return {};
+    const quint64 device = quint64{status.stx_dev_major} << 32 | status.stx_dev_minor;
+    return {{device, status.stx_ino, timePoint(status.stx_btime)}, timePoint(status.stx_mtime)};
+}
+
+bool Healer::isSame(const Identity& a, const Identity& b)
+{
+    return a.device == b.device && a.inode == b.inode && a.birth == b.birth;
+}
+
+void Healer::aboutToBeAdded(const CMPath& path)
+{
+    Directory directory;
+    directory.localPath = localPath(m_worker, path);
+    directory.last = lookAt(directory.localPath);
+    m_directories.insert(path, directory);
+    m_watchesAdded = true;
+    warnOfBlindFileSystem(directory.localPath);
+}
+
+void Healer::removed(const CMPath& path)
+{
+    m_directories.remove(path);
+}
+
+void Healer::sweep()
+{
+    warnOfWatchLimit();
+    checkIdentities();
+    QList<CMPath> missed;
+    for (auto directory = m_directories.begin(); directory != m_directories.end(); ++directory) {
+        const Time told = m_worker.subscribe()->lastChange(directory.key());
+        if (isMissed(*directory, lookAt(directory->localPath).modified, told))
+            missed.append(directory.key());
+    }
+    m_worker.subscribe()->renew(missed);
+}
+
+bool Healer::isMissed(Directory& directory, Time modified, Time told) const
+{
+    const bool wasToldSince = told != directory.told;
+    // The file system's clock is coarse: a change right after a reset may seem to be the one that the reset was for.
+    // Where events arrive it brings a reset of its own.
+    const bool isReset = m_eventsArrive && wasToldSince && modified <= told;
+    const bool isCovered = modified == directory.last.modified || isReset;
+    // A change may be on its way still, so it is given until the next sweep.
+    const bool isMissed = !isCovered && directory.suspect && (!wasToldSince || !m_eventsArrive);
+    directory.suspect = !isCovered;
+    directory.told = told;
+    if (isCovered)
+        directory.last.modified = modified;
+    return isMissed;
+}
+
+void Healer::checkIdentities()
+{
+    QList<CMPath> paths = m_directories.keys();
+    std::sort(paths.begin(), paths.end());
+    for (const CMPath& path : qAsConst(paths)) {
+        const auto directory = m_directories.constFind(path);
+        if (directory == m_directories.constEnd())
+            continue;
+        const Identity identity = lookAt(directory->localPath).identity;
+        if (identity.inode == 0)
+            m_worker.subscribe()->rowsChanged(path, {CMSubscribe::RowsChangeClose()}, 0, -1);
+        else if (!isSame(directory->last.identity, identity))
+            renewTree(path);
+    }
+}
+
+void Healer::renewTree(const CMPath& path)
+{
+    m_worker.subscribe()->renew(m_worker.subscribe()->rowsPathsStartingWith(path));
+}
+
+void Healer::warnOfBlindFileSystem(const QByteArray& localPath)
+{
+    if (m_fileSystemChecked)
+        return;
+    m_fileSystemChecked = true;
+    const QByteArray type = QStorageInfo(QFile::decodeName(localPath)).fileSystemType();
+    if (!sendsNoEvents(type))
+        return;
+    m_eventsArrive = false;
+    WARN(
+        localPath.constData() << " lies on a file system of type " << type.constData()
+                              << ", which does not tell of changes: they are found by looking, and later");
+}
+
+void Healer::warnOfWatchLimit()
+{
+    if (m_watchLimitTold || !m_watchesAdded || m_directories.isEmpty())
+        return;
+    m_watchesAdded = false;
+    if (!isWatchLimitReached(m_directories.cbegin()->localPath))
+        return;
+    m_watchLimitTold = true;
+    m_eventsArrive = false;
+    const Limit limit = watchLimit();
+    WARN(
+        "the limit of watched directories is reached, " << limit.name << " = " << limit.value
+                                                        << ": further changes are found by looking, and later");
+}

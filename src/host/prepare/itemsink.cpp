@@ -1,0 +1,83 @@
+#include "prepare/itemsink.h"
+
+#include "cli/roletext.h"
+#include "rpc/json.h"
+
+#include <tavo/tavomedia.h>
+#include <tavo/tavoroles.h>
+
+namespace {
+
+class JsonSink : public ItemSink
+{
+public:
+    explicit JsonSink(int output) : m_output(output) {}
+
+    Result<Written> add(const QVariantList& items) override
+    {
+        QByteArray text;
+        for (const QVariant& item : items) {
+            text += m_isEmpty ? "[" : ",\n ";
+            text += toJson(item);
+            m_isEmpty = false;
+        }
+        return writeOutput(m_output, text);
+    }
+
+    Result<Written> finish() override { return writeOutput(m_output, m_isEmpty ? "[]\n" : "]\n"); }
+    Result<Written> breakOff() override { return finish(); }
+
+private:
+    int m_output;
+    bool m_isEmpty = true;
+};
+
+QStringList cells(const QVariantHash& item)
+{
+    const TavoMediaData media(item.value(TavoRoles::MediaData()).toHash());
+    const TavoMetaData tags = media.metaData();
+    const TavoList<TavoResource> resources = media.resources();
+    const TavoResource resource = resources.size() > 0 ? resources.at(0) : TavoResource();
+    return {
+        roleText(TavoRoles::Title(), item.value(TavoRoles::Title())),
+        roleText(QStringLiteral("artist"), tags.field(QStringLiteral("artist"))),
+        roleText(QStringLiteral("album"), tags.field(QStringLiteral("album"))),
+        durationText(resource.field(QStringLiteral("duration")))};
+}
+
+class TableSink : public ItemSink
+{
+public:
+    explicit TableSink(int output)
+        : m_output(output),
+          m_table(
+              {QStringLiteral("TITLE"), QStringLiteral("ARTIST"), QStringLiteral("ALBUM"), QStringLiteral("DURATION")})
+    {
+    }
+
+    Result<Written> add(const QVariantList& items) override
+    {
+        for (const QVariant& item : items)
+            m_table.addRow(cells(item.toHash()));
+        return Written::All;
+    }
+
+    Result<Written> finish() override { return writeOutput(m_output, m_table.toText(Terminal::at(m_output))); }
+    Result<Written> breakOff() override { return Written::All; }
+
+private:
+    int m_output;
+    Table m_table;
+};
+
+} // namespace
+
+std::unique_ptr<ItemSink> ItemSink::json(int output)
+{
+    return std::make_unique<JsonSink>(output);
+}
+
+std::unique_ptr<ItemSink> ItemSink::table(int output)
+{
+    return std::make_unique<TableSink>(output);
+}

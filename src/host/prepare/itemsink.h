@@ -1,0 +1,30 @@
+#pragma once
+
+#include "cli/table.h"
+#include "process/output.h"
+
+#include <QVariant>
+
+#include <memory>
+
+/// Where prepared items go, group by group.
+class ItemSink
+{
+public:
+    virtual ~ItemSink() = default;
+    Q_DISABLE_COPY_MOVE(ItemSink)
+
+    virtual Result<Written> add(const QVariantList& items) = 0;
+    /// All have been added.
+    virtual Result<Written> finish() = 0;
+    /// No more will be added.
+    virtual Result<Written> breakOff() = 0;
+
+    /// An array, written as it grows: items with their covers are too much to be kept.
+    [[nodiscard]] static std::unique_ptr<ItemSink> json(int output);
+    /// Title, artist, album and duration, written when all are known.
+    [[nodiscard]] static std::unique_ptr<ItemSink> table(int output);
+
+protected:
+    ItemSink() = default;
+};

@@ -1,0 +1,61 @@
+#include "process/logging.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStringList>
+
+#include <log4cplus/configurator.h>
+#include <log4cplus/consoleappender.h>
+#include <log4cplus/layout.h>
+#include <log4cplus/logger.h>
+#include <log4cplus/loglevel.h>
+
+namespace {
+
+/// Asked of a list, since log4cplus complains by itself about a name that it does not know.
+Result<log4cplus::LogLevel> levelFrom(const QString& name)
+{
+    const QStringList known = {QStringLiteral("OFF"),  QStringLiteral("FATAL"), QStringLiteral("ERROR"),
+                               QStringLiteral("WARN"), QStringLiteral("INFO"),  QStringLiteral("DEBUG"),
+                               QStringLiteral("TRACE")};
+    if (!known.contains(name.toUpper()))
+        return Failure::wrongUse(
+            QStringLiteral("unknown log level '%1', known are %2").arg(name, known.join(QStringLiteral(", "))));
+    return log4cplus::getLogLevelManager().fromString(name.toUpper().toStdString());
+}
+
+Result<Done> configureFrom(const QString& file)
+{
+    const QFileInfo info(file);
+    if (!info.isFile() || !info.isReadable())
+        return Failure::wrongUse(QStringLiteral("cannot read the log configuration %1").arg(file));
+    log4cplus::PropertyConfigurator::doConfigure(QFile::encodeName(file).toStdString());
+    return Done();
+}
+
+void configureDefault()
+{
+    constexpr bool toStandardError = true;
+    log4cplus::SharedAppenderPtr appender(new log4cplus::ConsoleAppender(toStandardError));
+    appender->setLayout(std::make_unique<log4cplus::PatternLayout>("%D{%Y-%m-%d %H:%M:%S.%q} %p %c: %m%n"));
+    log4cplus::Logger::getRoot().addAppender(appender);
+    log4cplus::Logger::getRoot().setLogLevel(log4cplus::WARN_LOG_LEVEL);
+}
+
+} // namespace
+
+Result<Done> Logging::configure(const QString& level, const QString& file)
+{
+    if (file.isEmpty()) {
+        configureDefault();
+    } else if (Result<Done> configured = configureFrom(file); !configured) {
+        return configured;
+    }
+    if (level.isEmpty())
+        return Done();
+    const Result<log4cplus::LogLevel> wanted = levelFrom(level);
+    if (!wanted)
+        return wanted.failure();
+    log4cplus::Logger::getRoot().setLogLevel(wanted.value());
+    return Done();
+}

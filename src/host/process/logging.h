@@ -1,0 +1,17 @@
+#pragma once
+
+#include "content/result.h"
+
+#include <log4cplus/initializer.h>
+
+/// The process's logging: warnings and worse on standard error, unless a file or a level says otherwise.
+/// Lives as long as anything may log.
+class Logging
+{
+public:
+    /// `level`: a log4cplus level, empty: as the file says, or WARN. `file`: log4cplus properties, empty: none.
+    Result<Done> configure(const QString& level, const QString& file);
+
+private:
+    log4cplus::Initializer m_initializer;
+};

@@ -1,0 +1,60 @@
+#include "process/signalwatcher.h"
+
+#include <QSocketNotifier>
+
+#include <array>
+#include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::array<int, 2> watchedSignals = {SIGINT, SIGTERM};
+
+/// A handler may do little more than write to a pipe: its reading and its writing end.
+std::array<int, 2> signalPipe = {-1, -1};
+
+extern "C" void noteSignal(int signalNumber)
+{
+    const int savedError = errno;
+    const auto note = static_cast<char>(signalNumber);
+    static_cast<void>(!write(signalPipe[1], &note, 1));
+    errno = savedError;
+}
+
+void install(int signalNumber)
+{
+    struct sigaction action = {};
+    action.sa_handler = noteSignal;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    sigaction(signalNumber, &action, nullptr);
+}
+
+} // namespace
+
+SignalWatcher::SignalWatcher()
+{
+    const int piped = pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK);
+    Q_ASSERT(piped == 0);
+    m_notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &SignalWatcher::read);
+    for (const int signalNumber : watchedSignals)
+        install(signalNumber);
+}
+
+SignalWatcher::~SignalWatcher()
+{
+    for (const int signalNumber : watchedSignals)
+        static_cast<void>(std::signal(signalNumber, SIG_DFL));
+    m_notifier.reset();
+    for (const int end : signalPipe)
+        close(end);
+}
+
+void SignalWatcher::read()
+{
+    char note = 0;
+    if (::read(signalPipe[0], &note, 1) == 1)
+        Q_EMIT signalled(note);
+}

@@ -1,0 +1,283 @@
+#include "stdio/outputqueue.h"
+
+#include <QHash>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <list>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// Bytes; enough to keep the reader busy.
+constexpr int muchPending = 4 * 1024 * 1024;
+
+/// 0, or the error's number.
+int writeAll(int fileDescriptor, const QByteArray& text)
+{
+    for (int done = 0; done < text.size();) {
+        const ssize_t written = write(fileDescriptor, text.constData() + done, static_cast<size_t>(text.size() - done));
+        if (written >= 0)
+            done += static_cast<int>(written);
+        else if (errno != EINTR)
+            return errno;
+    }
+    return 0;
+}
+
+/// A pipe opened once more, so that writing to it never waits, whoever else writes there. Negative if it is no pipe, or
+/// cannot be opened.
+int openWithoutWaiting(int fileDescriptor)
+{
+    struct stat status = {};
+    if (fstat(fileDescriptor, &status) != 0 || !S_ISFIFO(status.st_mode))
+        return -1;
+    const std::string name = "/proc/self/fd/" + std::to_string(fileDescriptor);
+    return open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+}
+
+/// Writes the beginning of the text, as much as the pipe takes without waiting; returns the rest. What is wrong with
+/// the pipe is for the writing thread to find out.
+QByteArray writeReady(int pipe, QByteArray text)
+{
+    const ssize_t written = write(pipe, text.constData(), static_cast<size_t>(text.size()));
+    return text.remove(0, static_cast<int>(std::max(written, ssize_t(0))));
+}
+
+} // namespace
+
+/// Shared with the writing thread, which may be stuck in a write when the queue goes.
+class OutputQueue::State
+{
+public:
+    State(int fileDescriptor, FailureHandler handler)
+        : m_fileDescriptor(fileDescriptor), m_pipe(openWithoutWaiting(fileDescriptor)), m_handler(std::move(handler))
+    {
+    }
+    ~State()
+    {
+        if (m_pipe >= 0)
+            ::close(m_pipe);
+    }
+    Q_DISABLE_COPY_MOVE(State)
+
+    void push(const QString& key, QByteArray line);
+    void endLatest();
+    bool hasRoom();
+    void waitForRoom();
+    void letGo();
+    bool drain(int milliseconds);
+    void close();
+    void write();
+
+private:
+    struct Entry
+    {
+        QString key;
+        QByteArray line;
+    };
+
+    /// Waits; none once nothing more is to be written.
+    std::optional<QByteArray> takeNext();
+    void finish(const QByteArray& line, int errorNumber);
+    /// `key`: null if nothing may replace the line.
+    void appendLocked(const QString& key, const QByteArray& line);
+    void closeLocked();
+    [[nodiscard]] bool hasRoomLocked() const;
+
+    const int m_fileDescriptor;
+    /// The same without waiting; negative if there is none.
+    const int m_pipe;
+    FailureHandler m_handler;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::list<Entry> m_entries;
+    /// The pending line of each key that may still be replaced.
+    QHash<QString, std::list<Entry>::iterator> m_latest;
+    /// With the line that is being written.
+    qint64 m_pendingBytes = 0;
+    bool m_writing = false;
+    bool m_lettingGo = false;
+    bool m_closed = false;
+};
+
+void OutputQueue::State::push(const QString& key, QByteArray line)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_closed)
+        return;
+    const auto latest = m_latest.constFind(key);
+    if (latest != m_latest.constEnd()) {
+        m_pendingBytes += line.size() - (*latest)->line.size();
+        (*latest)->line = line;
+        return;
+    }
+    // To wake the writing thread would delay a client that waits by more than the writing takes.
+    const bool isNext = m_pipe >= 0 && !m_writing && m_entries.empty();
+    const int size = line.size();
+    if (isNext)
+        line = writeReady(m_pipe, std::move(line));
+    if (!line.isEmpty())
+        appendLocked(line.size() == size ? key : QString(), line);
+}
+
+void OutputQueue::State::appendLocked(const QString& key, const QByteArray& line)
+{
+    m_entries.push_back({key, line});
+    m_pendingBytes += line.size();
+    if (!key.isNull())
+        m_latest.insert(key, std::prev(m_entries.end()));
+    m_changed.notify_all();
+}
+
+void OutputQueue::State::endLatest()
+{
+    const std::lock_guard lock(m_mutex);
+    m_latest.clear();
+}
+
+bool OutputQueue::State::hasRoom()
+{
+    const std::lock_guard lock(m_mutex);
+    return hasRoomLocked();
+}
+
+bool OutputQueue::State::hasRoomLocked() const
+{
+    return m_closed || m_lettingGo || m_pendingBytes <= muchPending;
+}
+
+void OutputQueue::State::waitForRoom()
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return hasRoomLocked(); });
+}
+
+void OutputQueue::State::letGo()
+{
+    const std::lock_guard lock(m_mutex);
+    m_lettingGo = true;
+    m_changed.notify_all();
+}
+
+bool OutputQueue::State::drain(int milliseconds)
+{
+    const auto isDone = [this] { return m_closed || (m_entries.empty() && !m_writing); };
+    std::unique_lock lock(m_mutex);
+    if (milliseconds < 0)
+        m_changed.wait(lock, isDone);
+    else if (!m_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), isDone))
+        return false;
+    return !m_closed;
+}
+
+void OutputQueue::State::close()
+{
+    const std::lock_guard lock(m_mutex);
+    m_handler = nullptr;
+    closeLocked();
+}
+
+void OutputQueue::State::write()
+{
+    while (const std::optional<QByteArray> line = takeNext())
+        finish(*line, writeAll(m_fileDescriptor, *line));
+}
+
+std::optional<QByteArray> OutputQueue::State::takeNext()
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_closed || !m_entries.empty(); });
+    if (m_closed)
+        return std::nullopt;
+    const auto latest = m_latest.find(m_entries.front().key);
+    if (latest != m_latest.end() && *latest == m_entries.begin())
+        m_latest.erase(latest);
+    QByteArray line = std::move(m_entries.front().line);
+    m_entries.pop_front();
+    m_writing = true;
+    return line;
+}
+
+void OutputQueue::State::finish(const QByteArray& line, int errorNumber)
+{
+    const std::lock_guard lock(m_mutex);
+    m_writing = false;
+    m_pendingBytes -= line.size();
+    if (errorNumber != 0)
+        closeLocked();
+    // Under the lock, so that the handler is not called any more once the queue has gone.
+    if (errorNumber != 0 && m_handler)
+        m_handler(errorNumber);
+    m_changed.notify_all();
+}
+
+void OutputQueue::State::closeLocked()
+{
+    m_closed = true;
+    m_entries.clear();
+    m_latest.clear();
+    m_changed.notify_all();
+}
+
+OutputQueue::OutputQueue(int fileDescriptor, FailureHandler handler)
+    : m_state(std::make_shared<State>(fileDescriptor, std::move(handler)))
+{
+    std::thread([state = m_state] { state->write(); }).detach();
+}
+
+OutputQueue::~OutputQueue()
+{
+    m_state->close();
+}
+
+void OutputQueue::push(QByteArray line)
+{
+    m_state->push(QString(), std::move(line.append('\n')));
+}
+
+void OutputQueue::pushLatest(const QString& key, QByteArray line)
+{
+    m_state->push(key, std::move(line.append('\n')));
+}
+
+void OutputQueue::endLatest()
+{
+    m_state->endLatest();
+}
+
+bool OutputQueue::hasRoom() const
+{
+    return m_state->hasRoom();
+}
+
+void OutputQueue::waitForRoom()
+{
+    m_state->waitForRoom();
+}
+
+void OutputQueue::letGo()
+{
+    m_state->letGo();
+}
+
+bool OutputQueue::drain(int milliseconds)
+{
+    return m_state->drain(milliseconds);
+}
+
+void OutputQueue::close()
+{
+    m_state->close();
+}
