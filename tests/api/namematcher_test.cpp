@@ -34,7 +34,7 @@ std::string readable(const QString& text)
     return result.toStdString();
 }
 
-/// False if the name's bytes say otherwise than `expected`. Names that UTF-8 cannot hold, or no directory, are passed.
+/// False if the undecoded name decides otherwise than `expected`. A name that no directory can hold passes.
 bool agreesUndecoded(const TavoNameMatcher& matcher, const QString& name, bool expected)
 {
     const QByteArray bytes = name.toUtf8();
@@ -108,7 +108,7 @@ TEST(NameMatcher, PatternCoversTheWholeName)
     expectNoMatch("*.mp3", {"a.mp3.txt", "mp3", "amp3", "p3", ""});
 }
 
-TEST(NameMatcher, EndingsMatchWithoutRegardToCase)
+TEST(NameMatcher, EndingsMatchInAnyCase)
 {
     expectMatch("*.mp3", {"Song.MP3", "song.mp3", ".mp3", "a.b.Mp3"});
     expectMatch("*.FLAC", {"Track.flac", "Track.FLAC"});
@@ -134,7 +134,7 @@ TEST(NameMatcher, QuestionMarkMatchesOneCodeUnit)
     expectNoMatch("?", {""});
 }
 
-TEST(NameMatcher, NonAsciiUnitsOfTheNameAreTakenOneByOne)
+TEST(NameMatcher, SurrogatesAreTwoUnits)
 {
     const QString note = QString::fromUtf8("\U0001F3B5");
     expectMatch("*" + note, {note, "a" + note});
@@ -144,7 +144,7 @@ TEST(NameMatcher, NonAsciiUnitsOfTheNameAreTakenOneByOne)
     expectMatch("[" + note + "][" + note + "]", {note, note.mid(1) + note.left(1)});
 }
 
-// QRegExp looks at a NUL behind the name's end.
+// QRegExp reads the NUL that ends the name.
 TEST(NameMatcher, NulIsAUnitLikeAnyOther)
 {
     expectMatch(units({'a', 0}), {units({'a', 0})});
@@ -212,7 +212,7 @@ TEST(NameMatcher, UnbalancedBracketMatchesNothing)
         expectNoMatch(pattern, {"", "a", "[", "]", "^", "[a", "a]", pattern});
 }
 
-TEST(NameMatcher, BackslashStandsForItselfAndTakesAWildcardsMeaning)
+TEST(NameMatcher, BackslashStandsForItselfAndEscapesAWildcard)
 {
     expectMatch("\\", {"\\"});
     expectMatch("\\*", {"\\*"});
@@ -245,7 +245,7 @@ TEST(NameMatcher, BackslashInAClassIsAMember)
     expectNoMatch("[\\d]", {"1"});
 }
 
-TEST(NameMatcher, UnitsThatMeanSomethingToARegularExpressionAreOrdinary)
+TEST(NameMatcher, OperatorsOfRegularExpressionsAreOrdinary)
 {
     expectMatch("$(a)+.^{1}|b", {"$(a)+.^{1}|b"});
     expectNoMatch("a.c", {"abc"});
@@ -313,15 +313,15 @@ TEST(NameMatcher, EveryUnitMatchesItsOtherCase)
     }
 }
 
-TEST(NameMatcher, WildcardsThatQRegExpCannotNumberAreDecidedAsItDoes)
+TEST(NameMatcher, AgreesWithQRegExpOnMoreWildcardsThanItCanNumber)
 {
     const int most = 0xFFFE;
     expectMatch(QString(most, '?'), {QString(most, 'a')});
     expectNoMatch(QString(most + 1, '?'), {QString(most + 1, 'a')});
 }
 
-// A matcher that tries all ways to spread the stars would not come back from this.
-TEST(NameMatcher, ManyStarsOverALongNameComeToAnEnd)
+// Trying all ways to spread the stars would take longer than anybody waits.
+TEST(NameMatcher, ManyStarsAndALongNameTakeNoExponentialTime)
 {
     const TavoNameMatcher matcher({QString("*a").repeated(60) + "*b"});
     EXPECT_FALSE(matcher.matches(QString(255, 'a')));
@@ -330,7 +330,7 @@ TEST(NameMatcher, ManyStarsOverALongNameComeToAnEnd)
     EXPECT_FALSE(TavoNameMatcher({QString("*a").repeated(60) + "*"}).matches(QString(255, 'b') + QString(59, 'a')));
 }
 
-/// Makes patterns full of special units, and names that stand a chance to match them.
+/// Makes patterns with many special units, and names that often match them.
 class Generator
 {
 public:
@@ -353,7 +353,7 @@ public:
         return result;
     }
 
-    // Follows the pattern roughly: what it means exactly is for the matchers to say.
+    // Follows the pattern roughly; the matchers decide whether the name matches.
     QString nameFor(const QString& pattern)
     {
         QString result;
@@ -411,7 +411,7 @@ private:
     std::mt19937 m_random;
 };
 
-TEST(NameMatcher, EndingsOfAllLengthsAreDecidedAsQRegExpDoes)
+TEST(NameMatcher, AgreesWithQRegExpOnEndingsOfAllLengths)
 {
     const QString name = QString::fromUtf8("xa.B\u212A@[Z`{\u00C4z");
     for (int size = 0; size < name.size(); ++size) {
@@ -431,7 +431,7 @@ TEST(NameMatcher, EndingsOfAllLengthsAreDecidedAsQRegExpDoes)
     }
 }
 
-TEST(NameMatcher, RandomPatternsAreDecidedAsQRegExpDoes)
+TEST(NameMatcher, AgreesWithQRegExpOnRandomPatterns)
 {
     const unsigned seed = std::random_device()();
     Generator generator(seed);
@@ -455,7 +455,7 @@ TEST(NameMatcher, RandomPatternsAreDecidedAsQRegExpDoes)
     EXPECT_GT(unmatched, 5'000);
 }
 
-TEST(NameMatcher, TellsByAnAsciiEndingWithoutDecoding)
+TEST(NameMatcher, DecidesByTheAsciiEndingOfAnUndecodedName)
 {
     const TavoNameMatcher matcher({"*.mp3", "*.FLAC", "*.o?g"});
     for (const char* name : {"a.mp3", ".MP3", "\u65E5\u672C.mp3", "a \u65E5\u672C.Flac", "\xFF\xC3.mp3", "a.ogg"})
@@ -466,19 +466,29 @@ TEST(NameMatcher, TellsByAnAsciiEndingWithoutDecoding)
     EXPECT_EQ(TavoNameMatcher({"*"}).matchesUndecoded("\u65E5"), true);
 }
 
-TEST(NameMatcher, LeavesToTheDecodedNameWhatTheEndingDoesNotTell)
+TEST(NameMatcher, DecidesAnAsciiNameWithoutDecodingIt)
 {
-    const TavoNameMatcher matcher({"*[0-9].mp3", "cover.jpg", "*longer than eight.wav", "*k"});
-    for (const char* name :
-         {"a1.mp3", "a.mp3", "cover.jpg", "a cover.jpg", "longer than eight.wav", "x eight.wav", "a\u212A", "a\u00C4"})
-        EXPECT_EQ(matcher.matchesUndecoded(name), std::nullopt) << name;
-    for (const char* name : {"1.mp4", "covers", "a.wav", "ka"})
+    const TavoNameMatcher matcher({"*[0-9].mp3", "cover.*", "b*longer than eight.wav"});
+    for (const char* name : {"a1.mp3", "Cover.jpg", "cover.", "b is longer than eight.WAV"})
+        EXPECT_EQ(matcher.matchesUndecoded(name), true) << name;
+    for (const char* name : {"a.mp3", "a cover.jpg", "longer than eight.wav", "1.mp4"})
         EXPECT_EQ(matcher.matchesUndecoded(name), false) << name;
+}
+
+TEST(NameMatcher, LeavesANameToItsDecodedFormAtTheFirstNonAsciiByteCompared)
+{
+    const TavoNameMatcher matcher({"*[0-9].mp3", "cover.*", "*k"});
+    for (const char* name : {"a\u212A", "a\u00C4", "\u00C4.mp3", "\u00C4cover.jpg", "cover.\u00C4"})
+        EXPECT_EQ(matcher.matchesUndecoded(name), std::nullopt) << name;
+    EXPECT_EQ(
+        matcher.matchesUndecoded("\u00C4"
+                                 "1.mp3"),
+        true);
     EXPECT_EQ(TavoNameMatcher({"*.?"}).matchesUndecoded("a.\u00C4"), std::nullopt);
     EXPECT_EQ(TavoNameMatcher({QString(0xFFFF, '?')}).matchesUndecoded("a"), std::nullopt);
 }
 
-/// Runs each check in a thread of its own; true if all of them were.
+/// Runs each check in a thread of its own; true if all checks return true.
 bool holdsInAllThreads(const std::vector<std::function<bool()>>& checks)
 {
     std::vector<std::future<bool>> threads;
@@ -488,7 +498,7 @@ bool holdsInAllThreads(const std::vector<std::function<bool()>>& checks)
     return std::all_of(threads.begin(), threads.end(), [](std::future<bool>& thread) { return thread.get(); });
 }
 
-TEST(NameMatcher, ManyThreadsMayAskOneMatcher)
+TEST(NameMatcher, ThreadsMayShareAMatcher)
 {
     const TavoNameMatcher matcher({"*.flac", "*[0-9]?.mp?", "*a*b*", QString::fromUtf8("[^\u0001-\u017F]x")});
     const TavoNameMatcher oversized({QString(0xFFFF, '?')});
@@ -506,7 +516,7 @@ TEST(NameMatcher, ManyThreadsMayAskOneMatcher)
     EXPECT_TRUE(holdsInAllThreads({check, check, check, check}));
 }
 
-TEST(SharedNameMatcher, FollowsTheListThatItIsAskedFor)
+TEST(SharedNameMatcher, MatchesByTheGivenList)
 {
     const QStringList audio = {"*.mp3"};
     const QStringList images = {"*.jpg"};
@@ -543,7 +553,7 @@ TEST(SharedNameMatcher, EmptyListsMatchNothing)
     EXPECT_FALSE(TavoNameMatcher::shared(patterns).matches("a.ogg"));
 }
 
-// A list that is freed hands its memory on to the next one.
+// The next list often gets the memory of the one just freed.
 TEST(SharedNameMatcher, ShortLivedListsAreNotMistakenForEachOther)
 {
     for (int i = 0; i < 1000; ++i) {
@@ -552,7 +562,7 @@ TEST(SharedNameMatcher, ShortLivedListsAreNotMistakenForEachOther)
     }
 }
 
-TEST(SharedNameMatcher, ThreadsDoNotDisturbEachOther)
+TEST(SharedNameMatcher, EachThreadHasItsOwn)
 {
     const auto checkOf = [](const QString& ending) {
         return [patterns = QStringList("*." + ending), others = QStringList("*.other"), name = "a." + ending] {

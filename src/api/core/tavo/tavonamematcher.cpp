@@ -2,27 +2,33 @@
 
 #include <QRegExp>
 #include <QStringView>
-#include <QtAlgorithms>
-#include <QtEndian>
 
 #include <algorithm>
-#include <array>
 #include <bitset>
 #include <cstring>
-#include <optional>
 #include <utility>
 #include <vector>
+
+// A pattern is compiled into elements: a star takes any number of code units, every other element takes one.
+// Wildcard::match() compares from the end, because the names in one directory differ most in their endings, and because
+// a star that comes first, as in "*.mp3", accepts all that is left. After a mismatch the star passed last takes one
+// unit more. The stars passed before it keep what they have: each took as little as it could. So the number of steps is
+// at most the product of both lengths.
+//
+// The same loop runs over the bytes of a name in UTF-8, where an ASCII byte is a code unit. It gives up at any other
+// byte. Most names are rejected by their last byte, and few have to be decoded.
+//
+// QRegExp is the reference: the tests and a fuzzer compare both. Comments name the oddities that are kept for that.
 
 namespace {
 
 constexpr std::size_t asciiCount = 128;
 
-// QRegExp numbers a pattern's wildcards in 16 bits and takes two of the numbers itself. The wildcards beyond get the
-// meaning of others; such patterns are left to it.
+// QRegExp numbers the wildcards of a pattern in 16 bits and confuses those beyond. It matches such patterns itself.
 constexpr int maxCompiledSize = 0xFFFE;
 
-// QChar::toLower, without a call for what most names consist of.
-char16_t folded(char16_t unit)
+// QChar::toLower(), without a call for ASCII.
+char16_t lowerCase(char16_t unit)
 {
     if (unit >= asciiCount)
         return QChar(unit).toLower().unicode();
@@ -30,313 +36,162 @@ char16_t folded(char16_t unit)
     return isUpper ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
 }
 
-constexpr quint64 everyByte = 0x01'01'01'01'01'01'01'01;
-
-/// The last eight bytes of a name in UTF-8, 0 in front of a shorter one. Of these only the ASCII ones behind all others
-/// tell anything: there, each byte is a code unit.
-class Ending
-{
-public:
-    static constexpr std::size_t size = sizeof(quint64);
-
-    Ending(const char* name, std::size_t length);
-
-    /// The last byte is the highest.
-    [[nodiscard]] quint64 folded() const { return m_folded; }
-    /// All bits of the bytes that tell something.
-    [[nodiscard]] quint64 known() const { return m_known; }
-
-private:
-    quint64 m_folded;
-    quint64 m_known;
-};
-
-quint64 lastBytes(const char* name, std::size_t length)
-{
-    if (length >= Ending::size)
-        return qFromLittleEndian<quint64>(name + length - Ending::size);
-    std::array<char, Ending::size> padded = {};
-    std::copy_n(name, length, padded.end() - length);
-    return qFromLittleEndian<quint64>(padded.data());
-}
-
-// All bytes at once; the highest bit of a sum tells whether its byte is at least the letter, as nothing is carried.
-quint64 foldedBytes(quint64 bytes)
-{
-    const quint64 lower = bytes & (everyByte * 0x7F);
-    const quint64 fromA = lower + everyByte * (0x80 - u'A');
-    const quint64 beyondZ = lower + everyByte * (0x80 - u'Z' - 1);
-    const quint64 isUpper = (fromA ^ beyondZ) & ~bytes & (everyByte * 0x80);
-    return bytes + (isUpper >> 2); // 0x20, from a capital letter to its small one
-}
-
-quint64 behindLastNonAscii(quint64 bytes)
-{
-    const quint64 nonAscii = bytes & (everyByte * 0x80);
-    const uint knownBits = qCountLeadingZeroBits(nonAscii);
-    return knownBits == 0 ? 0 : ~quint64(0) << (64 - knownBits);
-}
-
-Ending::Ending(const char* name, std::size_t length)
-{
-    const quint64 bytes = lastBytes(name, length);
-    m_folded = foldedBytes(bytes);
-    m_known = behindLastNonAscii(bytes);
-}
-
-/// What a pattern wants of a name's last bytes.
-struct EndingPattern
-{
-    quint64 folded = 0;
-    /// All bits of the bytes that have to be those of `folded`.
-    quint64 mask = 0;
-    /// All bits of the bytes that one code unit of the pattern stands for, whatever it is.
-    quint64 covered = 0;
-};
-
-bool isBackslash(QChar unit)
-{
-    return unit == QLatin1Char('\\');
-}
-
-bool isSpecial(QChar unit)
-{
-    return QStringView(u"*?[]").contains(unit);
-}
-
-/// The code units that `[...]` stands for.
+/// The code units that `[...]` accepts.
 class CharacterClass
 {
 public:
-    CharacterClass(QStringView items, bool negated);
+    CharacterClass(QStringView items, bool negated) : m_negated(negated)
+    {
+        while (!items.isEmpty()) {
+            const bool isRange = items.size() >= 3 && items[1] == QLatin1Char('-');
+            addRange(items[0], items[isRange ? 2 : 0]);
+            items = items.mid(isRange ? 3 : 1);
+        }
+        for (char16_t unit = 0; unit < asciiCount; ++unit)
+            m_ascii[unit] = decide(unit);
+    }
 
-    [[nodiscard]] bool contains(char16_t unit) const { return unit < asciiCount ? m_ascii[unit] : decide(unit); }
+    [[nodiscard]] bool accepts(char16_t unit) const { return unit < asciiCount ? m_ascii[unit] : decide(unit); }
 
 private:
-    struct Range
-    {
-        QChar first;
-        QChar last;
-    };
+    using Range = std::pair<QChar, QChar>;
 
-    void addRange(QChar from, QChar to);
-    [[nodiscard]] bool isInRanges(QChar unit) const;
-    [[nodiscard]] bool decide(QChar unit) const;
+    void addRange(QChar from, QChar to)
+    {
+        const Range range = std::minmax(from, to);
+        // QRegExp keeps the length of a range in 16 bits: the range of all units is empty.
+        if (range != Range(QChar(0), QChar(0xFFFF)))
+            m_ranges.push_back(range);
+    }
+
+    [[nodiscard]] bool decide(QChar unit) const
+    {
+        const auto isInRanges = [this](QChar folded) {
+            return std::any_of(m_ranges.cbegin(), m_ranges.cend(), [folded](const Range& range) {
+                return range.first <= folded && folded <= range.second;
+            });
+        };
+        return (isInRanges(unit.toLower()) || isInRanges(unit.toUpper())) != m_negated;
+    }
 
     std::vector<Range> m_ranges;
     bool m_negated;
     std::bitset<asciiCount> m_ascii;
 };
 
-CharacterClass::CharacterClass(QStringView items, bool negated) : m_negated(negated)
+struct Element
 {
-    while (!items.isEmpty()) {
-        const bool isRange = items.size() >= 3 && items[1] == QLatin1Char('-');
-        addRange(items[0], items[isRange ? 2 : 0]);
-        items = items.mid(isRange ? 3 : 1);
-    }
-    for (char16_t unit = 0; unit < asciiCount; ++unit)
-        m_ascii[unit] = decide(unit);
-}
+    enum Kind : char16_t { Literal, AnyUnit, Class, Star };
 
-void CharacterClass::addRange(QChar from, QChar to)
-{
-    const auto [first, last] = std::minmax(from, to);
-    // QRegExp keeps a range's length in 16 bits, so that the range of all units is an empty one.
-    if (first > QChar(0) || last < QChar(0xFFFF))
-        m_ranges.push_back({first, last});
-}
-
-bool CharacterClass::isInRanges(QChar unit) const
-{
-    return std::any_of(m_ranges.cbegin(), m_ranges.cend(), [unit](const Range& range) {
-        return range.first <= unit && unit <= range.last;
-    });
-}
-
-bool CharacterClass::decide(QChar unit) const
-{
-    return (isInRanges(unit.toLower()) || isInRanges(unit.toUpper())) != m_negated;
-}
-
-/// What one code unit of a name has to be: a literal has the mask 0xFFFF; the others have the mask and the value 0.
-struct Token
-{
-    char16_t mask;
-    char16_t value;       // folded
-    char16_t classNumber; // from 1; 0 for no class
+    Kind kind;
+    char16_t value; // of a literal: its unit in lower case; of a class: its index
 };
 
-using Run = std::vector<Token>;
+/// Undecided: the name has to be decoded first.
+enum class Match { No, Yes, Undecided };
 
-qsizetype sizeOf(const Run& run)
-{
-    return static_cast<qsizetype>(run.size());
-}
-
-/// A valid pattern: runs of tokens, a `*` between one run and the next.
+/// A valid pattern.
 class Wildcard
 {
 public:
-    /// Nothing for an invalid pattern.
+    /// Nothing if the pattern is invalid.
     [[nodiscard]] static std::optional<Wildcard> compile(QStringView pattern);
 
-    [[nodiscard]] bool matches(QStringView name) const { return name.size() >= m_minSize && matchesRuns(name); }
-    [[nodiscard]] bool isExcludedBy(const Ending& ending) const
-    {
-        return ((ending.folded() ^ m_ending.folded) & m_ending.mask & ending.known()) != 0;
-    }
-    /// Whether a name of so many bytes, which the ending does not exclude, is sure to match.
-    [[nodiscard]] bool isDecidedBy(const Ending& ending, std::size_t length) const
-    {
-        return m_isOnlyEnding && (m_ending.covered & ~ending.known()) == 0 &&
-               length >= static_cast<std::size_t>(m_minSize);
-    }
+    /// `name` consists of UTF-16 code units or of UTF-8 bytes.
+    template<typename Unit>
+    [[nodiscard]] Match match(const Unit* name, std::size_t size) const;
 
 private:
     Wildcard() = default;
 
-    void add(Token token) { m_runs.back().push_back(token); }
-    void addLiteral(QChar unit) { add({0xFFFF, folded(unit.unicode()), 0}); }
-    [[nodiscard]] qsizetype addClass(QStringView rest);
+    void add(Element::Kind kind, char16_t value = 0) { m_elements.push_back({kind, value}); }
+    void addLiteral(QChar unit) { add(Element::Literal, lowerCase(unit.unicode())); }
     [[nodiscard]] qsizetype addWildcard(QStringView rest);
-    void finish();
-    [[nodiscard]] bool isOnlyEnding() const;
-    [[nodiscard]] bool matchesRuns(QStringView name) const;
-    [[nodiscard]] bool accepts(const Token& token, char16_t unit) const;
-    [[nodiscard]] bool isAt(const QChar* units, const Run& run) const;
-    [[nodiscard]] bool dropThrough(QStringView& name, const Run& run) const;
+    [[nodiscard]] bool accepts(const Element& element, char16_t unit) const;
 
-    EndingPattern m_ending;
-    qsizetype m_minSize = 0;
-    bool m_isOnlyEnding = false;
-    std::vector<Run> m_runs = std::vector<Run>(1);
+    std::vector<Element> m_elements;
     std::vector<CharacterClass> m_classes;
 };
 
-EndingPattern endingOf(const Run& run)
-{
-    constexpr quint64 lastByte = quint64(0xFF) << (8 * (Ending::size - 1));
-    EndingPattern ending;
-    quint64 byte = lastByte;
-    for (auto token = run.crbegin(); token != run.crend() && byte != 0; ++token, byte >>= 8) {
-        // No ASCII byte is the one that stands for a literal beyond ASCII.
-        const quint64 value = std::min(token->value, static_cast<char16_t>(asciiCount));
-        ending.folded |= value * everyByte & byte;
-        ending.mask |= token->mask != 0 ? byte : 0;
-        ending.covered |= byte;
-    }
-    return ending;
-}
-
 std::optional<Wildcard> Wildcard::compile(QStringView pattern)
 {
+    constexpr QLatin1Char backslash('\\');
     Wildcard wildcard;
     bool escaped = false;
-    while (!pattern.isEmpty()) {
+    for (qsizetype taken = 1; !pattern.isEmpty(); pattern = pattern.mid(taken)) {
         const QChar unit = pattern.front();
-        qsizetype taken = 1;
-        if (isSpecial(unit) && !escaped) {
-            taken = wildcard.addWildcard(pattern);
-        } else {
-            // QRegExp's translation writes a backslash twice that turns out to escape nothing.
-            if (escaped && !isSpecial(unit) && !isBackslash(unit))
-                wildcard.addLiteral(QLatin1Char('\\'));
+        const bool isSpecial = QStringView(u"*?[]").contains(unit);
+        // QRegExp doubles a backslash in front of an ordinary unit.
+        if (escaped && !isSpecial && unit != backslash)
+            wildcard.addLiteral(backslash);
+        taken = 1;
+        if (escaped || !isSpecial)
             wildcard.addLiteral(unit);
-        }
+        else
+            taken = wildcard.addWildcard(pattern);
         if (taken == 0)
             return {};
-        escaped = isBackslash(unit);
-        pattern = pattern.mid(taken);
+        escaped = unit == backslash;
     }
-    wildcard.finish();
     return wildcard;
 }
 
-// Returns how much of the pattern's rest it took, 0 if that is invalid.
+// Returns how many units of the pattern it took, 0 if they are invalid.
 qsizetype Wildcard::addWildcard(QStringView rest)
 {
-    switch (rest.front().unicode()) {
-    case '*':
-        m_runs.emplace_back();
+    const QChar unit = rest.front();
+    if (unit == QLatin1Char('*') || unit == QLatin1Char('?')) {
+        add(unit == QLatin1Char('*') ? Element::Star : Element::AnyUnit);
         return 1;
-    case '?':
-        add({0, 0, 0});
-        return 1;
-    case '[':
-        return addClass(rest);
-    default:
-        return 0;
     }
-}
-
-qsizetype Wildcard::addClass(QStringView rest)
-{
     const bool negated = rest.mid(1).startsWith(QLatin1Char('^'));
     const qsizetype begin = negated ? 2 : 1;
     const qsizetype end = rest.indexOf(QLatin1Char(']'), begin + 1);
-    if (end < 0)
+    if (unit == QLatin1Char(']') || end < 0)
         return 0;
+    add(Element::Class, static_cast<char16_t>(m_classes.size()));
     m_classes.emplace_back(rest.mid(begin, end - begin), negated);
-    add({0, 0, static_cast<char16_t>(m_classes.size())});
     return end + 1;
 }
 
-void Wildcard::finish()
+bool Wildcard::accepts(const Element& element, char16_t unit) const
 {
-    for (const Run& run : m_runs)
-        m_minSize += sizeOf(run);
-    m_ending = endingOf(m_runs.back());
-    m_isOnlyEnding = isOnlyEnding();
+    if (element.kind == Element::Literal)
+        return element.value == lowerCase(unit);
+    return element.kind == Element::AnyUnit || m_classes[element.value].accepts(unit);
 }
 
-/// True for patterns such as `*.mp3`, of whose names nothing but the ending counts.
-bool Wildcard::isOnlyEnding() const
+template<typename Unit>
+Match Wildcard::match(const Unit* name, std::size_t size) const
 {
-    return m_runs.size() == 2 && m_runs.front().empty() && m_runs.back().size() <= Ending::size && m_classes.empty();
-}
-
-bool Wildcard::matchesRuns(QStringView name) const
-{
-    const Run& head = m_runs.front();
-    const Run& tail = m_runs.back();
-    if (m_runs.size() == 1)
-        return name.size() == sizeOf(head) && isAt(name.data(), head);
-    if (!isAt(name.data() + name.size() - sizeOf(tail), tail) || !isAt(name.data(), head))
-        return false;
-    // The first place for each run in turn is the best one: it leaves the most of the name to the runs behind it.
-    QStringView middle = name.mid(sizeOf(head), name.size() - sizeOf(head) - sizeOf(tail));
-    return std::all_of(
-        m_runs.cbegin() + 1, m_runs.cend() - 1, [&](const Run& run) { return dropThrough(middle, run); });
-}
-
-bool Wildcard::accepts(const Token& token, char16_t unit) const
-{
-    if ((folded(unit) & token.mask) != token.value)
-        return false;
-    return token.classNumber == 0 || m_classes[token.classNumber - 1U].contains(unit);
-}
-
-// Compares backwards, since the names of a directory differ most often in the last letters of their endings.
-bool Wildcard::isAt(const QChar* units, const Run& run) const
-{
-    for (std::size_t i = run.size(); i-- > 0;) {
-        if (!accepts(run[i], units[i].unicode()))
-            return false;
-    }
-    return true;
-}
-
-// Drops what is before the run's first place in the name, and the run.
-bool Wildcard::dropThrough(QStringView& name, const Run& run) const
-{
-    for (; name.size() >= sizeOf(run); name = name.mid(1)) {
-        if (isAt(name.data(), run)) {
-            name = name.mid(sizeOf(run));
-            return true;
+    const Element* const begin = m_elements.data();
+    const Element* end = begin + m_elements.size();
+    const Unit* nameEnd = name + size;
+    const Element* star = nullptr;   // the last star passed
+    const Unit* starBegin = nullptr; // where the units begin that it takes
+    while (true) {
+        if (end != begin && end[-1].kind == Element::Star) {
+            if (--end == begin)
+                return Match::Yes;
+            star = end;
+            starBegin = nameEnd;
+            continue;
+        }
+        if (nameEnd == name)
+            return end == begin ? Match::Yes : Match::No;
+        const char16_t unit = nameEnd[-1];
+        if (sizeof(Unit) == 1 && unit >= asciiCount)
+            return Match::Undecided;
+        if (end != begin && accepts(end[-1], unit)) {
+            --end;
+            --nameEnd;
+        } else if (star) {
+            end = star;
+            nameEnd = --starBegin;
+        } else {
+            return Match::No;
         }
     }
-    return false;
 }
 
 } // namespace
@@ -362,7 +217,7 @@ TavoNameMatcher::TavoNameMatcher(const QStringList& patterns)
 
 const TavoNameMatcher& TavoNameMatcher::shared(const QStringList& patterns)
 {
-    // As long as the list is held here, no other one has its address, and nobody changes it in place.
+    // The list that is kept here cannot be freed or changed in place, so only a copy of it shares its data.
     struct Compiled
     {
         QStringList patterns;
@@ -376,7 +231,10 @@ const TavoNameMatcher& TavoNameMatcher::shared(const QStringList& patterns)
 
 bool TavoNameMatcher::matches(const QString& name) const
 {
-    const auto matchesName = [&name](const Wildcard& wildcard) { return wildcard.matches(name); };
+    const QStringView view(name);
+    const auto matchesName = [&view](const Wildcard& wildcard) {
+        return wildcard.match(view.utf16(), static_cast<std::size_t>(view.size())) == Match::Yes;
+    };
     return std::any_of(m_p->wildcards.cbegin(), m_p->wildcards.cend(), matchesName) ||
            std::any_of(m_p->oversized.cbegin(), m_p->oversized.cend(), [&name](const QString& pattern) {
                return QRegExp(pattern, Qt::CaseInsensitive, QRegExp::Wildcard).exactMatch(name);
@@ -385,15 +243,14 @@ bool TavoNameMatcher::matches(const QString& name) const
 
 std::optional<bool> TavoNameMatcher::matchesUndecoded(const char* name) const
 {
-    const std::size_t length = std::strlen(name);
-    const Ending ending(name, length);
-    bool isClear = m_p->oversized.isEmpty();
+    const auto* const bytes = reinterpret_cast<const uchar*>(name);
+    const std::size_t size = std::strlen(name);
+    bool isDecided = m_p->oversized.isEmpty();
     for (const Wildcard& wildcard : m_p->wildcards) {
-        if (wildcard.isExcludedBy(ending))
-            continue;
-        if (wildcard.isDecidedBy(ending, length))
+        const Match match = wildcard.match(bytes, size);
+        if (match == Match::Yes)
             return true;
-        isClear = false;
+        isDecided = isDecided && match == Match::No;
     }
-    return isClear ? std::optional(false) : std::nullopt;
+    return isDecided ? std::optional(false) : std::nullopt;
 }
