@@ -6,14 +6,13 @@
 
 class CMGetRowsRequest;
 
-/// What a worker's context menu offers for its items.
+/// Builds the context menus of items.
 struct TAVO_PLAYLIST_EXPORT PlayListHelper
 {
-    /// The rows of the context menu of one item, all of them, whatever page the request asks for.
+    /// All rows of the context menu of one item; the request's page and version are ignored. Thread-safe.
     ///
-    /// The request's base is "menu/context/" + the item's encoded path, as plain text. Each row is an action, the
-    /// QVariantList of the values of the request's roles in their order: to activate it, set the row's value (the
-    /// item's encoded path) on the row's path. Empty if no item of the request's own worker follows "menu/context/".
-    /// Thread-safe.
+    /// The base of the request's path is "menu/context/" followed by the encoded path of the item. Without an item of
+    /// the same worker there are no rows. A row is an action: the QVariantList of its values, in the order of the
+    /// request's roles. To activate an action, set its value (the item's encoded path) on its path.
     [[nodiscard]] static QVariantList playListRows(const CMGetRowsRequest& request);
 };

@@ -9,60 +9,77 @@
 #include <QString>
 #include <QVariant>
 
-/// A source text as a translation catalogue knows it.
+#include <utility>
+
+/// The key of a text in a translation catalogue, as QCoreApplication::translate() takes it. All texts are UTF-8.
 struct TAVO_API_EXPORT TrCharData
 {
+    /// Usually the class that the text belongs to.
     QByteArray context;
+    /// The untranslated text; it is shown where the catalogue has no translation.
     QByteArray sourceText;
-    /// Disambiguates equal source texts; null: none.
+    /// Tells equal source texts of one context apart; null if there is only one.
     QByteArray comment = {};
-    /// Selects the plural form; -1: the text has none.
+    /// The number that selects the plural form; -1 if the text has none.
     int n = -1;
 
+    /// Compares all four.
     friend bool operator==(const TrCharData& a, const TrCharData& b)
     {
         return a.context == b.context && a.sourceText == b.sourceText && a.comment == b.comment && a.n == b.n;
     }
 };
 
-/// One argument of a translatable text, substituted as QString::arg() does.
+/// An argument of a translatable text, inserted as by QString::arg().
 struct TAVO_API_EXPORT TrArg
 {
+    /// Without a width the argument is inserted as it is.
     TrArg(QString argument, int width = 0, QChar fillCharacter = QLatin1Char(' '))
         : value(std::move(argument)), fieldWidth(width), fill(fillCharacter)
     {
     }
 
+    /// The text to insert; it is not translated.
     QString value;
-    /// Characters to pad to: on the left if positive, on the right if negative.
+    /// Smallest width in characters: fills on the left if positive, on the right if negative.
     int fieldWidth;
+    /// Repeated up to the width.
     QChar fill;
 
+    /// Compares all three.
     friend bool operator==(const TrArg& a, const TrArg& b)
     {
         return a.value == b.value && a.fieldWidth == b.fieldWidth && a.fill == b.fill;
     }
 };
 
-/// A text that is translated when it is read, not when it is made, so that one value serves clients of every language.
+/// A text that is translated when it is read, so that one value serves clients of every language.
 ///
-/// As a QVariant it keeps its parts, by which it compares; converted to QString (and so to JSON) it gives its text.
+/// A value. A QVariant that holds it compares by its parts, and converts to QString (and so to JSON) by toString().
 class TAVO_API_EXPORT TrString
 {
 public:
+    /// An empty text.
     TrString() = default;
+    /// A text with the place marker %1.
     TrString(const TrCharData& text, const TrArg& argument) : TrString(text, QList<TrArg>{argument}) {}
+    /// A text with any number of place markers: the first argument replaces %1.
     TrString(const TrCharData& text, const QList<TrArg>& arguments) : m_text(text), m_arguments(arguments) {}
 
+    /// The untranslated text. The reference is valid while this object is.
     [[nodiscard]] const TrCharData& charData() const { return m_text; }
+    /// In the order of their numbers. The reference is valid while this object is.
     [[nodiscard]] const QList<TrArg>& arguments() const { return m_arguments; }
 
-    /// The text in the application's language, %1 to %99 replaced in one pass: an argument that itself holds a "%2"
-    /// stays as it is. A place without an argument stays too.
+    /// The text in the application's language, with %1 to %99 replaced by the arguments.
+    ///
+    /// A place marker inside an argument is not replaced, nor is one that has no argument. Thread-safe.
     [[nodiscard]] QString toString() const;
 
+    /// A QVariant that holds this TrString.
     operator QVariant() const { return QVariant::fromValue(*this); }
 
+    /// Compares the untranslated texts and the arguments.
     friend bool operator==(const TrString& a, const TrString& b)
     {
         return a.m_text == b.m_text && a.m_arguments == b.m_arguments;
@@ -75,5 +92,7 @@ private:
 
 Q_DECLARE_METATYPE(TrString)
 
-/// The translation context of a function, given its full signature: its class, or the empty text outside a class.
+/// The translation context of a function: its class, or the empty text if it has none. Thread-safe.
+///
+/// `signature` is the function's full signature, with the class qualified and parameters in parentheses.
 [[nodiscard]] TAVO_API_EXPORT QByteArray trExtractContext(const char* signature);

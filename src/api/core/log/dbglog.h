@@ -15,20 +15,27 @@ class QVariant;
 template<typename T>
 class QList;
 
-/// The text that stands for a function in its entry line: its qualified name. `signature` is the full signature.
+/// The qualified name of a function, for the log line that it writes on entry. Thread-safe.
+///
+/// `signature` is its full signature; `logger`, the name of the logger, has no influence.
 [[nodiscard]] TAVO_API_EXPORT std::string
 dbglog_scopedFunction(const std::string& signature, const std::string& logger);
 
-/// Where a line comes from.
+/// The source location that a log line names. The texts have to outlive the call that writes the line.
 struct DbgLogSite
 {
+    /// Path of the source file, without extension.
     const char* file;
+    /// From 1.
     int line;
+    /// Full signature.
     const char* function;
 };
 
-/// Writes one line, UTF-8, if the logger is enabled for the level; its pieces (`a << b << ...`) are only evaluated
-/// then.
+/// Writes a line to a log4cplus logger if that is enabled for the level. Thread-safe.
+///
+/// The last arguments are the pieces of the line, as `a << b << ...`; they are evaluated only if the line is written.
+/// `site` is a DbgLogSite.
 // NOLINTBEGIN(bugprone-macro-parentheses): parentheses would part the chain of <<
 #define DBGLOG(logger, level, site, ...)                                                                               \
     do {                                                                                                               \
@@ -41,10 +48,11 @@ struct DbgLogSite
     } while (false)
 // NOLINTEND(bugprone-macro-parentheses)
 
-/// UTF-8, nothing added.
+/// Writes the text as UTF-8.
 TAVO_API_EXPORT std::ostream& operator<<(std::ostream& out, const QString& text);
-/// "(" + elements separated by ", " + ")".
+/// Writes "(", the elements separated by ", ", and ")".
 TAVO_API_EXPORT std::ostream& operator<<(std::ostream& out, const QStringList& list);
+/// Writes "(", the elements separated by ", ", and ")".
 TAVO_API_EXPORT std::ostream& operator<<(std::ostream& out, const QList<QVariant>& list);
-/// Text as it is, everything else as compact JSON.
+/// Writes a QString as UTF-8, any other value as compact JSON.
 TAVO_API_EXPORT std::ostream& operator<<(std::ostream& out, const QVariant& value);

@@ -5,12 +5,15 @@
 #include <QMetaMethod>
 #include <QObject>
 
-/// True unless the connection would carry arguments between threads, or through an event queue, of a type that the
-/// meta-type system does not know.
+/// False if the connection is queued and the meta-type system does not know the type of one of the signal's arguments,
+/// so that no call could be delivered. Thread-safe.
+///
+/// An automatic connection counts as queued if sender and receiver belong to different threads now.
 [[nodiscard]] TAVO_API_EXPORT bool verifyConnectionSignalParameters(
     const QObject* sender, const QMetaMethod& signal, const QObject* receiver, Qt::ConnectionType type);
 
-/// QObject::connect() that does not fail: a connection that cannot be made, or could not deliver, ends the process.
+/// QObject::connect() for connections that must not fail: one that cannot be made or could not deliver ends the
+/// process.
 template<typename Sender, typename Signal, typename Receiver, typename Slot>
 void cmConnect(
     const Sender* sender, Signal senderSignal, const Receiver* receiver, Slot slot,

@@ -2,8 +2,7 @@
 
 namespace RowsRequests {
 
-/// True while a rows request exists anywhere in the process: one that is served in another thread does. From any
-/// thread.
+/// True while any rows request is alive in the process. Thread-safe.
 [[nodiscard]] bool exist();
 
 } // namespace RowsRequests

@@ -4,12 +4,13 @@
 
 class QMutex;
 
-/// The process-wide source of rows versions, shared by all workers.
+/// The source of rows versions for all workers of the process: a new worker takes a version above s_last, so that
+/// clients never mistake its rows for those of a worker before it.
 struct TAVO_API_EXPORT CMVersion
 {
-    /// Guards s_last and the versions that workers derive from it. Null only while the process ends.
+    /// Guards s_last. Thread-safe; the SDK owns the mutex. Null only while the process ends.
     [[nodiscard]] static QMutex* mutex();
 
-    /// The last version handed out to a new worker.
+    /// The version that the last new worker took; 0 before the first. Hold mutex() to read or change it.
     static int s_last;
 };

@@ -4,18 +4,18 @@
 #include <QString>
 #include <QVarLengthArray>
 
-/// Percent-encoding of arbitrary QStrings, exact both ways: an unpaired surrogate, which UTF-8 cannot carry, becomes
-/// the three bytes that its code point would have.
+/// Percent-encoding of any QString, lossless both ways: an unpaired surrogate, which UTF-8 cannot represent, becomes
+/// the three bytes that UTF-8 would give its code point. Thread-safe.
 namespace PercentEncoding {
 
-/// Room for what encoded texts usually need, so that putting one together allocates nothing.
+/// Large enough for most encoded texts, so that building one allocates nothing.
 using Buffer = QVarLengthArray<char, 512>;
 
-/// Everything but letters, digits and "-._~" is encoded.
+/// Appends `text`; all but letters, digits and "-._~" is encoded.
 void appendSegment(Buffer& out, const QString& text);
-/// As appendSegment(), slashes kept.
+/// As appendSegment(), but keeps slashes.
 void appendPath(Buffer& out, const QString& text);
-/// A "%" that no two hexadecimal digits follow stands for itself; bytes that are no UTF-8 give U+FFFD.
+/// Keeps a "%" without two hexadecimal digits behind it. Replaces bytes that are not UTF-8 by U+FFFD.
 [[nodiscard]] QString decode(const QByteArray& encoded);
 
 } // namespace PercentEncoding

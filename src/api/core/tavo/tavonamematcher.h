@@ -8,22 +8,26 @@
 #include <memory>
 #include <optional>
 
-/// Tells whether a whole file name matches any of a list of shell-style wildcard patterns, without regard to case:
-/// the decision of QRegExp (Wildcard, CaseInsensitive, exactMatch) for every name and every pattern.
+/// Matches whole file names against shell-style wildcard patterns, ignoring case.
 ///
-/// A value; copies share the compiled patterns. It may be asked from several threads at once.
+/// Decides as QRegExp does (Wildcard, CaseInsensitive, exactMatch) for any name and any pattern. An invalid pattern
+/// matches nothing. A value; copies share the compiled patterns. Thread-safe.
 class TAVO_API_EXPORT TavoNameMatcher
 {
 public:
+    /// Compiles the patterns. A name has to match one of them; without patterns none matches.
     explicit TavoNameMatcher(const QStringList& patterns);
 
-    /// The matcher for `patterns`, compiled once as long as a thread keeps asking with the same (shared) list.
-    /// The reference is valid until the same thread asks for another list. A list that was asked for must not be
-    /// changed through a reference or an iterator from before.
+    /// The matcher for `patterns`, which is compiled again only if the thread's last call had another list. Lists are
+    /// equal if they share their data.
+    ///
+    /// The reference is valid until the same thread calls with another list. Do not change a list that was passed
+    /// through references or iterators taken before the call.
     [[nodiscard]] static const TavoNameMatcher& shared(const QStringList& patterns);
 
+    /// True if one of the patterns matches all of `name`.
     [[nodiscard]] bool matches(const QString& name) const;
-    /// matches() for a name in UTF-8, told from its last bytes; nothing if these do not tell.
+    /// matches() for a NUL-terminated name in UTF-8; nothing if the name has to be decoded for the decision.
     [[nodiscard]] std::optional<bool> matchesUndecoded(const char* name) const;
 
 private:
