@@ -24,19 +24,21 @@ namespace {
 
 constexpr Seconds allowedDelay{0.002};
 
-/// A file that comes and goes.
-class Guest
+/// A file that is created and removed again and again.
+class ExtraFile
 {
 public:
-    explicit Guest(const QString& directory) : m_path((directory + QStringLiteral("/zz guest.mp3")).toStdString()) {}
+    explicit ExtraFile(const QString& directory) : m_path((directory + QStringLiteral("/zz extra.mp3")).toStdString())
+    {
+    }
 
-    void come() const
+    void create() const
     {
         const int file = open(m_path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0644);
         require(file >= 0, "cannot make a file");
         close(file);
     }
-    void go() const { require(unlink(m_path.c_str()) == 0, "cannot remove a file"); }
+    void remove() const { require(unlink(m_path.c_str()) == 0, "cannot remove a file"); }
 
 private:
     std::string m_path;
@@ -45,7 +47,7 @@ private:
 class WatchedByKernel
 {
 public:
-    explicit WatchedByKernel(const QString& directory) : m_directory(directory.toStdString()), m_guest(directory)
+    explicit WatchedByKernel(const QString& directory) : m_directory(directory.toStdString()), m_extraFile(directory)
     {
         m_inotify.add(m_directory);
     }
@@ -53,19 +55,19 @@ public:
     Timing changeAndList(int listings) const
     {
         const Timing timing = timingOf([&] {
-            m_guest.come();
+            m_extraFile.create();
             m_inotify.read();
             for (int i = 0; i < listings; ++i)
                 Floor::listNames(m_directory);
         });
-        m_guest.go();
+        m_extraFile.remove();
         m_inotify.read();
         return timing;
     }
 
 private:
     std::string m_directory;
-    Guest m_guest;
+    ExtraFile m_extraFile;
     Inotify m_inotify;
 };
 
@@ -73,7 +75,7 @@ class WatchedByWorker
 {
 public:
     explicit WatchedByWorker(const QString& directory)
-        : m_directory(directory), m_guest(directory), m_worker(loadWorker(directory, playablePatterns())),
+        : m_directory(directory), m_extraFile(directory), m_worker(loadWorker(directory, playablePatterns())),
           m_client(*m_worker)
     {
         m_client.open(QString());
@@ -97,10 +99,10 @@ private:
     Timing comeAndGo(const std::function<void()>& react)
     {
         const Timing timing = timingOf([&] {
-            m_guest.come();
+            m_extraFile.create();
             react();
         });
-        m_guest.go();
+        m_extraFile.remove();
         m_client.waitForChanges(m_client.changes() + 1);
         readPage();
         return timing;
@@ -113,7 +115,7 @@ private:
     }
 
     QString m_directory;
-    Guest m_guest;
+    ExtraFile m_extraFile;
     std::unique_ptr<CMWorker> m_worker;
     Client m_client;
 };
@@ -121,7 +123,7 @@ private:
 class WatchedByKDirWatch
 {
 public:
-    explicit WatchedByKDirWatch(const QString& directory) : m_guest(directory)
+    explicit WatchedByKDirWatch(const QString& directory) : m_extraFile(directory)
     {
         m_watch.addDir(directory);
         QObject::connect(&m_watch, &KDirWatch::dirty, &m_watch, [this] { m_told = true; });
@@ -132,17 +134,17 @@ public:
     {
         m_told = false;
         const Timing timing = timingOf([this] {
-            m_guest.come();
+            m_extraFile.create();
             while (!m_told)
                 QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         });
-        m_guest.go();
+        m_extraFile.remove();
         settle();
         return timing;
     }
 
 private:
-    /// It tells of one change several times, and late.
+    /// KDirWatch reports one change several times, the last time late.
     static void settle()
     {
         QEventLoop loop;
@@ -150,7 +152,7 @@ private:
         loop.exec();
     }
 
-    Guest m_guest;
+    ExtraFile m_extraFile;
     KDirWatch m_watch;
     bool m_told = false;
 };
@@ -172,7 +174,7 @@ Race oneFileMore(const Workshop& workshop, int entries)
         {{"notified / 2 ms", [=] { return worker->change().wall / allowedDelay; }, entries <= 1000 ? 1.0 : 0}}};
 }
 
-/// The first directories below `tree`, parents before children, relative to it.
+/// Paths of the first directories below `tree`, relative to it, parents before children.
 QStringList someDirectories(const QString& tree, int count)
 {
     QStringList found;

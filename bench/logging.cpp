@@ -6,8 +6,8 @@
 
 namespace {
 
-/// The same source twice: as it is, and with its log lines left out. No rows are asked for, so that the listing is all
-/// that there is to do.
+/// Compares the module with one built from the same source without log lines. An empty page leaves only the listing to
+/// measure.
 Race listing(const Workshop& workshop, int entries)
 {
     const QString directory = workshop.directoryOf(entries);

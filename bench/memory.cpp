@@ -21,7 +21,7 @@ namespace {
 
 constexpr double restingGrowth = 1.05;
 
-/// What a process holds before it lists a large directory, while it does, and after it; in kB.
+/// Memory of a process before, during and after the listing of a large directory, in kB.
 struct Memory
 {
     double before = 0;
@@ -29,7 +29,7 @@ struct Memory
     double after = 0;
 };
 
-/// A file of /proc about a process of ours.
+/// A file below /proc/PID of a child process.
 QString procFile(pid_t process, const char* name)
 {
     return QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name));
@@ -52,7 +52,7 @@ void forgetPeak(pid_t process)
     require(file.open(QIODevice::WriteOnly) && file.write("5") == 1, "cannot reset a process' peak");
 }
 
-/// The small directory is listed first, so that everything is in its place.
+/// Lists the small directory first, so that everything is loaded and allocated once.
 template<typename List>
 Memory watch(pid_t process, const List& list, const QString& small, const QString& large)
 {
@@ -63,7 +63,7 @@ Memory watch(pid_t process, const List& list, const QString& small, const QStrin
     list(large);
     memory.peak = status(process, "VmHWM");
     list(small);
-    // A process may clean up after it has answered.
+    // The process may free memory after it has answered.
     const QDeadlineTimer deadline(2000);
     do {
         memory.after = status(process, "VmRSS");
@@ -89,7 +89,7 @@ int probeFloor(const QString& small, const QString& large)
     return 0;
 }
 
-/// In a process of its own, that holds nothing else.
+/// Measures in a process of its own, which holds nothing else.
 Memory ofFloor(const QString& small, const QString& large)
 {
     QProcess child;
@@ -108,7 +108,7 @@ double kilobytesOfNames(const QString& directory)
     return bytes / 1024;
 }
 
-/// The facts of one round come from the same two runs.
+/// All facts of a round come from the same two runs.
 class Listing
 {
 public:

@@ -13,7 +13,7 @@
 
 namespace {
 
-/// The host's default.
+/// The audio files among the host's default patterns.
 constexpr int albumArtWidth = 300;
 
 QStringList audioPatterns()
@@ -21,7 +21,7 @@ QStringList audioPatterns()
     return playablePatterns() + QStringList{QStringLiteral("*.opus")};
 }
 
-/// Sends a value to one of the worker's services; a refusal ends the program.
+/// Calls a service of the worker; an error ends the program.
 QVariant setData(CMWorker& worker, const QString& service, const QVariant& value)
 {
     const CMSetDataRequest request(worker.addPrefix(service), value);
@@ -31,7 +31,7 @@ QVariant setData(CMWorker& worker, const QString& service, const QVariant& value
     return reply.value();
 }
 
-/// Absolute paths, as the worker sorts them.
+/// Absolute paths, in the worker's order.
 QStringList filesBelow(const QString& directory, const QStringList& patterns)
 {
     QStringList files;
@@ -72,7 +72,7 @@ Race counting(const Workshop& workshop, int directories)
         {{"floor", repeating([=] { require(countBelow(tree, patterns) == expected, "files are missing"); })},
          {"worker", repeating([=] {
               const QVariant count = setData(*worker, TavoFilesystemCountFilesPathSuffix(), QString());
-              require(count.toInt() == expected, "the worker counts otherwise");
+              require(count.toInt() == expected, "the worker's count differs");
           })},
          {"find", averaging([=] { return runProgram(find); })}},
         {{"worker", "floor", 1.1}, {"worker", "find"}}};
@@ -84,7 +84,7 @@ Measure preparing(const QString& service, const QString& directory, int expected
     const std::shared_ptr<CMWorker> worker = loadWorker(directory, audioPatterns());
     const QVariantList items = {worker->addPrefix(QString()).toEncoded()};
     return repeating([=] {
-        require(setData(*worker, service, items).toList().size() == expected, "the worker prepares other files");
+        require(setData(*worker, service, items).toList().size() == expected, "the worker's number of items differs");
     });
 }
 

@@ -21,7 +21,7 @@ PACKAGES = {"Qt": "libqt5core5a", "GLib": "libglib2.0-0", "KIO": "kio", "MPD": "
 
 
 class Value:
-    """What was measured under one name: its median, the quartiles around it, and its target, if it has one."""
+    """One measured value: its median, its quartiles, and its target, if it has one."""
 
     def __init__(self, name, aggregates, has_target):
         self.subject, _, self.rival = name.rpartition(" / ")
@@ -44,7 +44,7 @@ def number(value):
 
 
 def races(files, have_targets):
-    """The races in their order: title and values."""
+    """Yields the title and the values of each race, in order."""
     found = {}
     for file in files:
         with open(file, encoding="utf-8") as stream:
@@ -59,7 +59,7 @@ def races(files, have_targets):
 
 
 def rows(title, values):
-    """One row of the table for each subject of a race."""
+    """Yields a row of the table for each subject of a race."""
     work, _, entries = title.partition("/")
     for subject in dict.fromkeys(value.subject for value in values):
         of_subject = [value for value in values if value.subject == subject]

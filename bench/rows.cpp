@@ -21,7 +21,7 @@ namespace {
 
 const QStringList everything = {QStringLiteral("*")};
 
-/// What the seven roles of a row hold, asked of Qt.
+/// Gets the values of the seven roles from Qt.
 void listWithTypes(const QString& directory)
 {
     const QMimeDatabase types;
@@ -39,7 +39,7 @@ Measure listingAll(const std::shared_ptr<CMWorker>& worker, const QString& direc
 {
     return repeating([=] {
         const TavoRowsRoles all = requestRows(*worker, directory, 0, std::numeric_limits<int>::max(), allRoles());
-        require(all.rows().size() == all.rowsCount(), "the worker left rows out");
+        require(all.rows().size() == all.rowsCount(), "rows are missing");
     });
 }
 

@@ -24,18 +24,18 @@
 
 namespace {
 
-/// How long this thread has waited for a processor.
+/// The time that this thread has been runnable without a processor.
 Seconds waited()
 {
     std::ifstream file("/proc/thread-self/schedstat");
     std::int64_t ran = 0;
     std::int64_t waited = 0;
-    require(static_cast<bool>(file >> ran >> waited), "the kernel does not tell how long threads wait");
+    require(static_cast<bool>(file >> ran >> waited), "the kernel does not report how long threads wait");
     return std::chrono::nanoseconds(waited);
 }
 
-/// Creates the files as fast as it can. The time is what that took but for the waiting for a processor, which is the
-/// doing of whatever else runs on the machine; it holds the waiting for those who read the directory meanwhile.
+/// Creates the files as fast as it can and returns the elapsed time without the time spent waiting for a processor,
+/// which depends on the machine's load. Time spent waiting for readers of the directory counts.
 Timing createFiles(const std::string& directory, int count)
 {
     const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -50,7 +50,7 @@ Timing createFiles(const std::string& directory, int count)
     return timing;
 }
 
-/// A client with a thread of its own that reads the first rows again whenever it is told of a change.
+/// A client in its own thread that reads the first rows again after every change.
 class Reader : public CMChangeReceiver
 {
 public:
@@ -97,7 +97,7 @@ void serve(const Reader& reader)
     timer.start();
     while (!reader.isComplete()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        require(timer.elapsed() < 60000, "the last state of a directory was not told");
+        require(timer.elapsed() < 60000, "the client missed the last state of the directory");
     }
 }
 
@@ -117,7 +117,7 @@ Timing createWatchedByWorker(const Workshop& workshop, int files)
     return timing;
 }
 
-/// What the kernel's notifications alone cost the writer.
+/// The writer's time while a thread reads the kernel's notifications.
 Timing createWatchedByKernel(const Workshop& workshop, int files)
 {
     const std::string directory = workshop.newDirectoryOf(0).toStdString();
@@ -135,8 +135,8 @@ Timing createWatchedByKernel(const Workshop& workshop, int files)
     return timing;
 }
 
-/// What it costs the writer that the directory is read after every change, as by the worker and by its client, and that
-/// nothing else is done.
+/// The writer's time while two threads list the directory after every change, as the worker and its client do, and do
+/// nothing else.
 Timing createWatchedByListings(const Workshop& workshop, int files)
 {
     const std::string directory = workshop.newDirectoryOf(0).toStdString();

@@ -40,13 +40,13 @@ bool toggleMove(const QByteArray& path, const QByteArray& destination)
 struct Change
 {
     bool (*toggle)(const QByteArray& path, const QByteArray& destination);
-    /// In the folder that the root lies in.
+    /// Relative to the parent of the root.
     const char* path;
-    /// Of what is moved.
+    /// Of the entry that is moved.
     const char* destination = "";
 };
 
-/// The last one moves the root itself.
+/// The last move is that of the root itself.
 constexpr std::array<Change, 8> changes = {{
     {toggleFile, "root/new.mp3"},
     {toggleFile, "root/a/b/new.mp3"},

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// A small directory tree on the disk that changes in a few ways and can be put back.
+/// A small directory tree on disk that changes in a few ways and can be reset.
 class ChangingTree
 {
 public:
@@ -11,10 +11,9 @@ public:
 
     [[nodiscard]] QString root() const;
 
-    /// Makes the change of that number, which may be any, or takes it back. Where the tree as it is lets neither be
-    /// done, nothing happens.
+    /// Makes or undoes one of the changes; any number selects one. Does nothing if the tree's state allows neither.
     void change(unsigned char number);
-    /// Makes the tree as it was at first. The root stays the same directory.
+    /// Restores the initial tree. The root stays the same directory.
     void reset();
 
 private:

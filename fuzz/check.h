@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the process, and so the fuzzer's run with the input saved, if `condition` does not hold.
+/// Ends the process if `condition` is false. The fuzzer then stops and saves the input.
 #define FUZZ_CHECK(condition)                                                                                          \
     do {                                                                                                               \
         if (!(condition)) {                                                                                            \

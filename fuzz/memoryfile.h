@@ -9,8 +9,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// A file that lies in memory and has no name. Whoever reads or writes by the descriptor begins at the start after
-/// setContent().
+/// A file in memory without a name. setContent() sets the descriptor's position to the start.
 class MemoryFile
 {
 public:

@@ -1,4 +1,4 @@
-// The name matcher decides as QRegExp does, whatever the patterns and the name.
+// The name matcher decides as QRegExp does, for any patterns and any name.
 
 #include "check.h"
 #include "textsource.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-/// QRegExp takes exponential time for some patterns of many wildcards.
+/// QRegExp takes exponential time for some patterns with many wildcards.
 constexpr int longestPattern = 16;
 constexpr int longestName = 64;
 
@@ -22,7 +22,7 @@ bool qRegExpMatches(const QStringList& patterns, const QString& name)
     });
 }
 
-/// The name's bytes, as a directory has them, agree with the name that is decoded from them.
+/// True if the matcher decides alike for the bytes of a directory entry and for the name decoded from them.
 bool agreesUndecoded(const QStringList& patterns, const QByteArray& text)
 {
     const QByteArray name(text.constData());

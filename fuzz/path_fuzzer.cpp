@@ -1,4 +1,4 @@
-// Encoded paths: exact both ways, pure ASCII, totally ordered, and compared by whole segments.
+// Paths: encoding is lossless and gives ASCII, the order is total, and startsWith() compares whole segments.
 
 #include "check.h"
 #include "textsource.h"

@@ -1,5 +1,5 @@
-// The tag readers, on files of any content and every ending: what they make of one is well-formed, whichever reader it
-// is, and costs bounded time and memory, which the fuzzer's own limits look after.
+// Both tag readers make well-formed items of files with any content and any ending. The fuzzer's own limits check time
+// and memory.
 
 #include "check.h"
 #include "memoryfile.h"
@@ -17,14 +17,14 @@
 
 namespace {
 
-/// The input's first byte chooses one; seeds count on the order.
+/// The first byte of the input selects one; the seeds rely on the order.
 constexpr std::array<const char*, 16> endings = {"mp3",  "flac", "ogg", "oga", "opus", "spx", "m4a", "wav",
                                                  "aiff", "wma",  "ape", "wv",  "mpc",  "tta", "aac", "txt"};
 
-/// Narrower than some of the seeds' covers, so that those are scaled.
+/// Narrower than the covers of some seeds, which are therefore scaled.
 constexpr int albumArtWidth = 16;
 
-/// Content under a name of each ending.
+/// The same content under names with all endings.
 class NamedFile
 {
 public:
@@ -48,8 +48,8 @@ private:
     const QTemporaryDir m_folder;
 };
 
-/// What a file does not say is absent, never empty or 0.
-bool saysSomething(const QVariant& value)
+/// Unknown values are absent, never empty or 0.
+bool isMeaningful(const QVariant& value)
 {
     switch (value.userType()) {
     case QMetaType::Int:
@@ -57,7 +57,7 @@ bool saysSomething(const QVariant& value)
         return value.toLongLong() > 0;
     case QMetaType::QVariantHash: {
         const QVariantHash fields = value.toHash();
-        return std::all_of(fields.cbegin(), fields.cend(), saysSomething);
+        return std::all_of(fields.cbegin(), fields.cend(), isMeaningful);
     }
     default:
         return !value.toString().isEmpty() && value.toString().isValidUtf16();
@@ -70,7 +70,7 @@ bool isPartOf(const QVariantHash& part, const QVariantHash& whole)
     return std::all_of(names.cbegin(), names.cend(), [&](const QString& name) { return part[name] == whole[name]; });
 }
 
-/// What an item has of the file itself.
+/// The fields of an item that the checks read.
 struct Fields
 {
     explicit Fields(const QVariant& item)
@@ -88,9 +88,9 @@ struct Fields
 
 void checkFields(const Fields& fields)
 {
-    FUZZ_CHECK(saysSomething(fields.title));
-    FUZZ_CHECK(saysSomething(fields.metaData));
-    FUZZ_CHECK(saysSomething(fields.resource));
+    FUZZ_CHECK(isMeaningful(fields.title));
+    FUZZ_CHECK(isMeaningful(fields.metaData));
+    FUZZ_CHECK(isMeaningful(fields.resource));
     const QVariantHash art = fields.metaData.value(QStringLiteral("albumArt")).toHash();
     FUZZ_CHECK(art.value(QStringLiteral("width")).toInt() <= albumArtWidth);
 }
@@ -99,7 +99,7 @@ void checkFields(const Fields& fields)
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
 {
-    // Qt complains of every picture that is damaged.
+    // Qt logs a warning for every damaged picture.
     QLoggingCategory::setFilterRules(QStringLiteral("*.warning=false"));
     return 0;
 }

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
-/// Cuts the fuzzer's bytes into texts of UTF-16 units of any kind: a unit is one byte where the byte is ASCII, the
-/// byte 0xFF starts one of two bytes, and the byte 0xFE ends a text.
+/// Splits the fuzzer's bytes into texts of arbitrary UTF-16 units: an ASCII byte is a unit, the byte 0xFF starts a unit
+/// of two bytes, and the byte 0xFE ends a text.
 class TextSource
 {
 public:

@@ -1,4 +1,4 @@
-// A program with Qt Core and log4cplus that does nothing: what the host's start is measured by.
+// Links Qt Core and log4cplus and does nothing: the floor for the start of the host.
 
 #include <QCoreApplication>
 

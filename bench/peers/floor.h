@@ -3,10 +3,11 @@
 #include <cstddef>
 #include <string>
 
-/// The least that the system calls of a job cost, with nothing around them.
+/// The system calls that a job needs, and nothing else: no worker can be faster.
 namespace Floor {
 
-/// Reads a directory with scandir() and alphasort(), decodes every name, frees all. Returns the number of entries.
+/// Reads a directory with scandir() and alphasort(), decodes every name and frees everything. Returns the number of
+/// entries.
 std::size_t listNames(const std::string& directory);
 
 /// As listNames(), with one stat() for each entry instead of the decoding.

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <string>
 
-/// A Music Player Daemon of our own, with a private configuration, and a client of it.
+/// A Music Player Daemon with a private configuration, and a client of it.
 class Mpd
 {
 public:
@@ -16,20 +16,20 @@ public:
     ~Mpd();
     Q_DISABLE_COPY_MOVE(Mpd)
 
-    /// Lists a directory, which need not lie in the music directory. Returns the number of entries.
+    /// Lists any directory, inside the music directory or not. Returns the number of entries.
     std::size_t listFiles(const std::string& directory);
-    /// Reads all tags of the music directory anew and waits until that is done.
+    /// Reads all tags of the music directory again; blocks until all are read.
     void rescan();
 
 private:
     void writeConfiguration(const QString& musicDirectory) const;
     [[nodiscard]] QString inState(const char* name) const;
     void connectToDaemon();
-    /// Sends a command and hands over the lines of the answer.
+    /// Sends a command and returns the lines of the answer.
     template<typename PerLine>
     void command(const std::string& text, const PerLine& perLine);
 
-    /// Ends with this program, however that ends.
+    /// The kernel kills it when this program ends, even by a crash.
     class Daemon : public QProcess
     {
         void setupChildProcess() override;

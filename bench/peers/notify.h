@@ -2,22 +2,22 @@
 
 #include <string>
 
-/// The kernel's notifications of one directory, with nothing around them.
+/// A thin wrapper of inotify.
 class Inotify
 {
 public:
-    /// Nothing is watched yet.
+    /// Watches nothing yet.
     Inotify();
     ~Inotify();
     Inotify(const Inotify&) = delete;
     Inotify& operator=(const Inotify&) = delete;
 
-    /// Returns the watch's number.
+    /// Returns the watch descriptor.
     int add(const std::string& directory) const;
     void remove(int watch) const;
-    /// Waits for events and takes them.
+    /// Blocks until there are events, and reads them.
     void read() const;
-    /// Waits so many milliseconds at most.
+    /// Blocks for at most so many milliseconds.
     void readWithin(int milliseconds) const;
 
 private:

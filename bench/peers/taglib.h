@@ -14,16 +14,17 @@ struct Tags
     unsigned year;
 };
 
-/// Writes the tags into the file, and the cover, a JPEG file, unless the kind of file has no place for one.
+/// Writes the tags into the file, and the cover, the content of a JPEG file, if the file's format has room for one.
 void writeTags(const std::string& file, const Tags& tags, const TagLib::ByteVector& cover);
 
-/// TagLib with nothing around it.
+/// TagLib alone, without the tag readers.
 namespace BareTagLib {
 
-/// Reads what a playlist shows of each file: title, artist, album, duration.
+/// Reads the fields of each file that a playlist shows: title, artist, album, duration.
 void readForPlayList(const std::vector<std::string>& files);
 
-/// Reads what a library knows of each file, and makes a JPEG file `coverWidth` pixels wide of each distinct cover.
+/// Reads the fields of each file that a library stores, and scales each distinct cover to a JPEG file `coverWidth`
+/// pixels wide.
 void readForLibrary(const std::vector<std::string>& files, int coverWidth);
 
 } // namespace BareTagLib

@@ -2,6 +2,6 @@
 
 #include <cstddef>
 
-/// Calls of malloc(), calloc() and realloc() that this thread has made, whoever made them. Linking this in puts a
-/// counter into the path of every allocation of the program.
+/// Number of calls of malloc(), calloc() and realloc() that this thread has made, in any library. A program that links
+/// this counts all its allocations.
 [[nodiscard]] std::size_t allocationsMade() noexcept;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Where a program without output writes to.
+/// Discards the program's output.
 class Nowhere
 {
 public:

@@ -5,5 +5,5 @@
 #include <string>
 #include <vector>
 
-/// Runs a program to its end, without output, and tells the time that it took; a failure ends the benchmark.
+/// Runs a program without output and returns the time that it took; its failure ends the benchmark.
 [[nodiscard]] Timing runProgram(const std::vector<std::string>& command);

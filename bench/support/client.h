@@ -6,7 +6,7 @@
 
 class CMWorker;
 
-/// A client that follows paths of a worker; all in the thread that made it.
+/// A client that subscribes to paths of a worker. Use it in one thread.
 class Client : public CMChangeReceiver
 {
 public:
@@ -16,7 +16,7 @@ public:
     void open(const QString& directory);
     void close(const QString& directory);
 
-    /// Runs the event loop until so many changes were told since the client was made.
+    /// Runs the event loop until the client has received so many changes since its construction.
     void waitForChanges(int count) const;
     [[nodiscard]] int changes() const { return m_changes; }
 

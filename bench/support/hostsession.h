@@ -10,7 +10,7 @@
 
 #include <sys/types.h>
 
-/// The host in another process, spoken to over its standard input and output.
+/// A host in another process, connected by pipes.
 class HostSession
 {
 public:
@@ -18,8 +18,8 @@ public:
     ~HostSession();
     Q_DISABLE_COPY_MOVE(HostSession)
 
-    /// Asks for rows of a directory, which is relative to the root, and waits for the answer: the line, valid until the
-    /// next call. A refusal ends the program.
+    /// Asks for rows of a directory, which is relative to the root, and returns the answer's line, valid until the next
+    /// call. An error ends the program.
     std::string_view rows(const QString& directory, int first, int last, const QStringList& roles);
 
     [[nodiscard]] pid_t process() const { return m_process; }

@@ -9,7 +9,7 @@ class Lines
 public:
     explicit Lines(int descriptor) : m_descriptor(descriptor) {}
 
-    /// Without its end; valid until the next call. The end of the input ends the program.
+    /// The next line without its newline, valid until the next call. End of input ends the program.
     [[nodiscard]] std::string_view next();
 
 private:

@@ -32,7 +32,7 @@ void end()
 
 } // namespace
 
-// The program's own definition comes before that of the C library, for the libraries that it loads too.
+// This definition hides that of the C library, also from libraries loaded later.
 extern "C" __attribute__((visibility("default"))) int
 scandir(const char* directory, dirent*** entries, Selection selection, Comparison comparison)
 {

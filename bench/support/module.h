@@ -6,20 +6,20 @@
 
 #include <memory>
 
-/// The worker of a module, loaded as a host loads it, that serves `root`.
+/// Loads a module as a host does, and creates its worker for `root`.
 [[nodiscard]] std::unique_ptr<CMWorker>
 loadWorker(const char* module, const QString& root, const QStringList& patterns);
-/// The worker that is shipped.
+/// The same for the module of the product.
 [[nodiscard]] std::unique_ptr<CMWorker> loadWorker(const QString& root, const QStringList& patterns);
 
-/// Five endings, as users configure them.
+/// Five file-name endings, the usual configuration.
 [[nodiscard]] QStringList playablePatterns();
-/// Five patterns that no comparison of endings can decide.
+/// Five patterns with wildcards in their endings.
 [[nodiscard]] QStringList wildcardPatterns();
 
-/// The roles of a file's row.
+/// The seven roles that a file's row has.
 [[nodiscard]] QStringList allRoles();
 
-/// Rows `first` to `last` of the directory, which is below the worker's root. A refusal ends the program.
+/// Rows `first` to `last` of a directory below the worker's root. An error ends the program.
 [[nodiscard]] TavoRowsRoles
 requestRows(CMWorker& worker, const QString& directory, int first, int last, const QStringList& roles);

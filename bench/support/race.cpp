@@ -16,7 +16,7 @@ namespace {
 
 constexpr Seconds slice{0.02};
 
-/// Runs something so many times and tells how long all took.
+/// Runs something so many times and returns the time of all runs.
 using MeasureMany = std::function<Timing(int)>;
 
 class Repeating
@@ -51,7 +51,7 @@ Seconds cpuTime()
     return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-/// With linear interpolation.
+/// Interpolates linearly.
 double quantile(std::vector<double> values, double part)
 {
     if (values.empty())

@@ -9,28 +9,28 @@ using Seconds = std::chrono::duration<double>;
 
 struct Timing
 {
-    /// What the process used, all threads.
+    /// Processor time of all threads of the process.
     Seconds cpu{0};
     Seconds wall{0};
 };
 
-/// Does the work once and tells how long it took.
+/// Does the work once and returns the time that it took.
 using Measure = std::function<Timing()>;
 
-/// Measures work that is too short for the clock: it is repeated until it fills a slice of time, the first call is
-/// left out as a warm-up, and the answer is the time of one call.
+/// Measures work that is too short for the clock: repeats it until it fills a slice of time, and returns the time of
+/// one call. The first call is a warm-up and does not count.
 [[nodiscard]] Measure repeating(std::function<void()> work);
 
-/// As repeating(), for work of which only a part is to be measured, and tells how long that took.
+/// As repeating(), for work that measures a part of itself: `once` returns the time of that part.
 [[nodiscard]] Measure averaging(Measure once);
 
-/// The time of a part of the work, of which there are so many.
+/// Divides the time by the number of equal parts that the work has.
 [[nodiscard]] Measure perPart(Measure measure, int parts);
 
 [[nodiscard]] Timing timingOf(const std::function<void()>& work);
 
-/// What tells how long a contestant works. Processor time is the better measure on a machine with other users, but it
-/// misses the work of other processes and all waiting.
+/// The clock for a contestant. Processor time depends less on other users of the machine, but does not include the work
+/// of other processes, nor waiting.
 enum class Clock { Cpu, Wall };
 
 struct Contestant
@@ -38,21 +38,21 @@ struct Contestant
     std::string name;
     Measure measure;
     Clock clock = Clock::Cpu;
-    /// Takes part in the first so many rounds only; for those that are slow and far behind.
+    /// Number of rounds that it takes part in, from the first: few for slow contestants.
     int rounds = 1000;
 };
 
-/// A ratio to report: the time of `subject` by that of `rival`, round by round. Processor time if both are measured by
-/// it.
+/// A ratio to report in each round: the time of `subject` divided by that of `rival`, in processor time if both use
+/// that clock.
 struct Claim
 {
     std::string subject;
     std::string rival;
-    /// Target for the median; 0: none.
+    /// Target for the median; 0 for none.
     double atMost = 0;
 };
 
-/// Something else to report once a round.
+/// Another number to report in each round.
 struct Fact
 {
     std::string name;
@@ -60,7 +60,7 @@ struct Fact
     double atMost = 0;
 };
 
-/// Contestants that are measured in turns, A B C A B C, so that whatever else the machine does meets all of them.
+/// Contestants that are measured in turns, A B C A B C, so that load on the machine slows all of them down.
 struct Race
 {
     std::vector<Contestant> contestants;
@@ -68,10 +68,10 @@ struct Race
     std::vector<Fact> facts = {};
 };
 
-/// Registers a benchmark with one repetition a round and one counter a claim, named "subject / rival", and a fact;
-/// a second counter with the word "max" after the name is the target. `prepare` runs just before the first round, what
-/// it made goes after the last.
+/// Registers a benchmark with one repetition for each round. Its counters are the claims, named "subject / rival", and
+/// the facts; a target is a second counter, with " max" after the name. `prepare` runs just before the first round, and
+/// the race that it returns is destroyed after the last.
 void addRace(const std::string& name, int rounds, std::function<Race()> prepare);
 
-/// Ends the program if what was measured did not do its work.
+/// Ends the program with the message `what` if the measured work has failed.
 void require(bool holds, const char* what);

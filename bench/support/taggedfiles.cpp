@@ -31,7 +31,7 @@ QStringList demoFiles()
     return files;
 }
 
-/// A JPEG file as large as a photograph of that size is.
+/// A JPEG file with as many bytes as a photograph of that size.
 TagLib::ByteVector makeCover(unsigned album)
 {
     std::minstd_rand random(album + 1);

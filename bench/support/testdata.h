@@ -5,9 +5,8 @@
 #include <unordered_set>
 #include <vector>
 
-/// Makes names as they are found in music folders: track numbers, artists and titles in several scripts, endings in
-/// several spellings. 70 % of the files have one of the five endings of playablePatterns(). The same names in every
-/// run.
+/// Makes names like those in music folders: track numbers, artists and titles in several scripts, endings in upper and
+/// lower case. 70 % of the files have one of the five endings of playablePatterns(). All runs make the same names.
 class NameMaker
 {
 public:
@@ -33,5 +32,5 @@ void fillDirectory(const std::string& directory, int entries);
 /// Fills an empty directory with a tree, three levels deep, of empty files: `files` files in `directories` directories.
 void fillTree(const std::string& directory, int files, int directories);
 
-/// Creates an empty file that is not there yet; `directory` is an open descriptor.
+/// Creates an empty file, which must not exist yet; `directory` is an open descriptor.
 void createFile(int directory, const std::string& name);

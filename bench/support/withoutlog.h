@@ -1,6 +1,6 @@
 #pragma once
 
-// Included before a source whose log lines are to be left out: they are still compiled, and never reached.
+// Included before a source, turns its log lines off: they are compiled, but never executed.
 #include "log/dbglog.h"
 
 #undef DBGLOG

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int treeFilesPerDirectory = 10;
 
-/// As a host does that was told nothing about logging.
+/// Logs as a host without a log configuration.
 void logWarningsOnly()
 {
     log4cplus::Logger root = log4cplus::Logger::getRoot();
@@ -25,7 +25,7 @@ void logWarningsOnly()
     root.addAppender(log4cplus::SharedAppenderPtr(new log4cplus::ConsoleAppender(true)));
 }
 
-/// The value of `--name=value`, which is taken out of the list.
+/// Removes `--name=value` from the list and returns the value.
 QString takeOption(QStringList& arguments, const QString& name)
 {
     const QString start = name + QLatin1Char('=');
@@ -79,7 +79,7 @@ QString Workshop::treeOf(int directories) const
 QString Workshop::filled(const QString& name, const std::function<void(const std::string&)>& fill) const
 {
     const QString path = m_root + QLatin1Char('/') + name;
-    // Only what is complete bears the name.
+    // A directory gets its name when it is complete.
     const QString unfinished = path + QStringLiteral(".unfinished");
     if (!QFileInfo::exists(path)) {
         require(QDir().mkdir(unfinished), "cannot make a directory for the test data");
