@@ -39,14 +39,14 @@ TEST_F(GuardedConnect, IsAutomaticByDefault)
     EXPECT_EQ(m_receiver.sum, 5);
 }
 
-TEST_F(GuardedConnect, UnregisteredTypeMayTravelDirectly)
+TEST_F(GuardedConnect, DirectConnectionAcceptsAnUnregisteredType)
 {
     cmConnect(&m_sender, &Sender::sentUnregistered, &m_receiver, &Receiver::takeUnregistered, Qt::DirectConnection);
     Q_EMIT m_sender.sentUnregistered({4});
     EXPECT_EQ(m_receiver.sum, 4);
 }
 
-TEST_F(GuardedConnect, UnregisteredTypeInAQueueEndsTheProcess)
+TEST_F(GuardedConnect, QueuedUnregisteredTypeEndsTheProcess)
 {
     EXPECT_DEATH(
         cmConnect(&m_sender, &Sender::sentUnregistered, &m_receiver, &Receiver::takeUnregistered, Qt::QueuedConnection),
@@ -87,7 +87,7 @@ protected:
     }
 };
 
-TEST_F(Verify, AsksOnlyAboutQueuedArguments)
+TEST_F(Verify, ChecksOnlyQueuedArguments)
 {
     EXPECT_TRUE(verify(&Sender::sentUnregistered, Qt::DirectConnection));
     EXPECT_TRUE(verify(&Sender::sentUnregistered, Qt::AutoConnection));
@@ -96,19 +96,19 @@ TEST_F(Verify, AsksOnlyAboutQueuedArguments)
     EXPECT_FALSE(verify(&Sender::sentUnregistered, queuedOnce));
 }
 
-TEST_F(Verify, AsksAboutEveryArgument)
+TEST_F(Verify, ChecksEveryArgument)
 {
     EXPECT_FALSE(verify(&Sender::sentBoth, Qt::QueuedConnection));
     EXPECT_TRUE(verify(&Sender::sentNumber, Qt::QueuedConnection));
     EXPECT_TRUE(verify(&Sender::sentPath, Qt::QueuedConnection));
 }
 
-TEST_F(Verify, LetsPointersPass)
+TEST_F(Verify, AcceptsPointers)
 {
     EXPECT_TRUE(verify(&Sender::sentPointer, Qt::QueuedConnection));
 }
 
-TEST_F(Verify, TakesAutomaticConnectionsBetweenThreadsForQueued)
+TEST_F(Verify, TreatsAutomaticConnectionsBetweenThreadsAsQueued)
 {
     QThread thread;
     m_receiver.moveToThread(&thread);

@@ -4,7 +4,7 @@
 
 #include <QObject>
 
-/// Qt knows it only by the name that signals use.
+/// Not registered with the meta-type system.
 struct Unregistered
 {
     int number = 0;

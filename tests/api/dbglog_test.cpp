@@ -68,7 +68,7 @@ TEST(Print, VariantIsTextOrCompactJson)
     EXPECT_EQ(printed(QVariant(QVariantHash{{QStringLiteral("a"), QVariant()}})), "{\"a\":null}");
 }
 
-TEST(Print, VariantOfTheSdkGivesItsText)
+TEST(Print, VariantOfAnSdkTypeIsItsText)
 {
     const TrString text(TrCharData{"Test", "say %1"}, QStringLiteral("x"));
     EXPECT_EQ(printed(QVariant(text)), "\"say x\"");

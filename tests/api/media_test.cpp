@@ -40,14 +40,14 @@ TEST(Url, EncodesReservedMarksThatQtLeavesAlone)
     EXPECT_NE(encoded(path), QUrl::fromLocalFile(path).toEncoded());
 }
 
-TEST(Url, LeadingSlashesAreNoHost)
+TEST(Url, LeadingSlashesBeginNoHost)
 {
     const QString path = QStringLiteral("//host/share");
     EXPECT_EQ(encoded(path), QByteArray("file:////host/share"));
     EXPECT_EQ(QUrl::fromLocalFile(path).toEncoded(), QByteArray("file://host/share"));
 }
 
-TEST(Url, DecodesToThePathItWasMadeOf)
+TEST(Url, DecodesToItsPath)
 {
     QString everyLatinCharacter = QStringLiteral("/");
     for (ushort unit = 1; unit < 0x180; ++unit)
@@ -60,14 +60,14 @@ TEST(Url, DecodesToThePathItWasMadeOf)
     }
 }
 
-TEST(Url, IsPureAsciiWhateverThePathHolds)
+TEST(Url, IsAsciiForAnyPath)
 {
     const QString unpaired = QStringLiteral("/") + QChar(0xD800) + QStringLiteral("/") + QChar(0xFFFD);
     for (const char c : encoded(unpaired))
         EXPECT_TRUE(c > ' ' && c < 0x7F);
 }
 
-TEST(Media, ResourceHandsBackWhatWasSet)
+TEST(Media, ResourceReturnsItsFields)
 {
     TavoResource resource{QVariantHash()};
     resource.setMimeType(QStringLiteral("audio/mpeg"));
@@ -91,7 +91,7 @@ TEST(Media, ResourceHoldsTechnicalData)
     EXPECT_EQ(resource.fields(), expected);
 }
 
-TEST(Media, MetaDataHoldsWhatATagTells)
+TEST(Media, MetaDataHoldsTheFieldsOfATag)
 {
     TavoMetaData metaData;
     metaData.setServiceID(QStringLiteral("usb"));
@@ -117,7 +117,7 @@ TEST(Media, MetaDataHoldsWhatATagTells)
     EXPECT_EQ(metaData.serviceID(), QStringLiteral("usb"));
 }
 
-TEST(Media, WhatIsNotKnownIsAbsent)
+TEST(Media, UnknownFieldsAreAbsent)
 {
     EXPECT_TRUE(TavoMetaData().fields().isEmpty());
     EXPECT_TRUE(TavoResource().fields().isEmpty());

@@ -38,7 +38,7 @@ TEST(MimeTypes, UnknownExtensionGivesTheFallback)
     EXPECT_EQ(MimeTypes::extensionToMimeType(QStringLiteral("nosuchextension"), QString()), QString());
 }
 
-TEST(MimeTypes, FallbackIsNotRemembered)
+TEST(MimeTypes, FallbackIsNotCached)
 {
     const QString extension = QStringLiteral("alsounknown");
     EXPECT_EQ(MimeTypes::extensionToMimeType(extension, QStringLiteral("a")), QStringLiteral("a"));
@@ -57,20 +57,20 @@ TEST(MimeTypes, CaseDoesNotMatter)
     EXPECT_EQ(typeOf("FlAc"), typeOf("flac"));
 }
 
-TEST(MimeTypes, MediumIsMeantWhereAnExtensionHasSeveralTypes)
+TEST(MimeTypes, MediumWinsAmongTypesOfOneExtension)
 {
     EXPECT_TRUE(typeOf("ogg").startsWith(QLatin1String("audio/")));
     EXPECT_TRUE(typeOf("m3u").startsWith(QLatin1String("audio/")));
     EXPECT_TRUE(typeOf("ts").startsWith(QLatin1String("video/")));
 }
 
-TEST(MimeTypes, NameOfStrangeCharactersIsUnknown)
+TEST(MimeTypes, ExtensionOfStrangeCharactersIsUnknown)
 {
     for (const char* extension : {" ", "mp3 ", "a\nb", "*", "?", "[a]", "\xF0\x9F\x8E\xB5"})
         EXPECT_EQ(typeOf(extension), QStringLiteral("fallback")) << extension;
 }
 
-TEST(MimeTypes, ManyThreadsGetTheSameAnswers)
+TEST(MimeTypes, ThreadsGetTheSameAnswers)
 {
     constexpr std::array<const char*, 6> extensions = {"mp3", "OGG", "pls", "png", "nosuchextension", "mkv"};
     std::array<QString, extensions.size()> expected;
@@ -92,7 +92,7 @@ TEST(MimeTypes, ManyThreadsGetTheSameAnswers)
     EXPECT_EQ(wrong, (std::array<int, 4>{}));
 }
 
-TEST(MimeTypes, MemoryIsBoundedWhateverExtensionsComeAlong)
+TEST(MimeTypes, CacheIsBoundedForAnyExtensions)
 {
     const auto askForInvented = [](int from, int to) {
         for (int i = from; i < to; ++i)
@@ -115,13 +115,13 @@ TEST(RowType, FollowsTheMimeType)
     EXPECT_EQ(CMGlobal::mimeTypeToRolesType(QStringLiteral("inode/directory")), Type::Container);
 }
 
-TEST(RowType, PlaylistsAreNoAudio)
+TEST(RowType, PlaylistIsNotAudio)
 {
     for (const char* extension : {"m3u", "m3u8", "pls", "wpl", "asx", "xspf"})
         EXPECT_EQ(rowTypeOf(extension), TavoRolesType::Enum::Playlist) << extension;
 }
 
-TEST(RowType, WhateverIsNoMediumIsAFile)
+TEST(RowType, AnyOtherTypeIsAFile)
 {
     for (const char* mimeType : {"", "text/plain", "application/octet-stream", "audio", "inode/fifo"})
         EXPECT_EQ(CMGlobal::mimeTypeToRolesType(QLatin1String(mimeType)), TavoRolesType::Enum::File) << mimeType;

@@ -70,7 +70,7 @@ TEST(Path, StartsWithComparesWholeSegments)
     EXPECT_FALSE(path("a").startsWith(CMPath(QStringLiteral("other"), QString())));
 }
 
-TEST(Path, EmptyBaseStartsWithItselfHoweverItIsSpelt)
+TEST(Path, EmptyBaseStartsWithAnyOfItsSpellings)
 {
     const CMPath null(QStringLiteral("file"), QString());
     EXPECT_TRUE(null.startsWith(path("")));
@@ -78,7 +78,7 @@ TEST(Path, EmptyBaseStartsWithItselfHoweverItIsSpelt)
     EXPECT_TRUE(path(".").startsWith(path("")));
 }
 
-TEST(Path, StartsWithHandsOutTheRest)
+TEST(Path, StartsWithReturnsTheRest)
 {
     QString rest;
     EXPECT_TRUE(path("menu/context//file/A%231").startsWith(path("menu/context"), &rest));

@@ -15,11 +15,12 @@
 #include <memory>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
 
-/// Long enough for any machine; reached only by a test that fails.
+/// In milliseconds. Only a failing test waits so long.
 constexpr int patience = 20000;
 
 CMError error(const char* name)
@@ -47,7 +48,7 @@ public:
     std::atomic<int> calls = 0;
 };
 
-/// Joins its thread when it goes.
+/// A thread that its destructor joins.
 class Joined
 {
 public:
@@ -190,7 +191,7 @@ TYPED_TEST(EveryReply, WatcherFindsTheValueSet)
     EXPECT_EQ(seen, plain(sample<TypeParam>(1)));
 }
 
-/// A reply is finished in two ways, which must not differ in anything but the outcome.
+/// The two ways to finish a reply. All tests of Completion run with both.
 using Finish = void (*)(CMReply<QVariant>&);
 
 void finishWithValue(CMReply<QVariant>& reply)
@@ -287,7 +288,7 @@ TEST_P(Completion, WatcherMayFinishAgainAndWatchAgain)
     EXPECT_NE(m_reply.error().name(), QStringLiteral("late"));
 }
 
-TEST_P(Completion, WatcherAddedAfterwardsIsCalledAtOnceInItsOwnThread)
+TEST_P(Completion, WatcherAddedLaterIsCalledAtOnceInTheAddingThread)
 {
     finish();
     std::optional<std::thread::id> ran;
@@ -349,7 +350,7 @@ TEST_P(Completion, WithoutWatchersOnlyWakesWaiters)
     EXPECT_TRUE(finished);
 }
 
-TEST_P(Completion, EndsEveryWaitAtOnce)
+TEST_P(Completion, WakesEveryWaiter)
 {
     finish();
     EXPECT_TRUE(m_reply.waitForFinished());
@@ -357,7 +358,7 @@ TEST_P(Completion, EndsEveryWaitAtOnce)
     EXPECT_TRUE(m_reply.waitForFinished(-7));
 }
 
-TEST(Wait, EndsAtItsLimit)
+TEST(Wait, ReturnsAtItsTimeLimit)
 {
     const CMVoidReply reply(new CMReplyData<QVariant>);
     QElapsedTimer timer;
@@ -369,7 +370,7 @@ TEST(Wait, EndsAtItsLimit)
     EXPECT_LT(timer.elapsed(), patience);
 }
 
-TEST(Wait, HasNoLimitIfItIsNegative)
+TEST(Wait, HasNoLimitBelowZero)
 {
     for (const int limit : {-1, -2, std::numeric_limits<int>::min()}) {
         CMVoidReply reply(new CMReplyData<QVariant>);
@@ -388,7 +389,7 @@ TEST(Wait, HasNoLimitIfItIsNegative)
     }
 }
 
-/// Its copies share a token, which tells whether any of them is left.
+/// Copies share a token, which expires with the last copy.
 struct Traced
 {
     std::shared_ptr<int> token;
@@ -437,7 +438,7 @@ TEST(Lifetime, CompletionKeepsTheDataUntilTheLastWatcherIsCalled)
     EXPECT_TRUE(observed.expired());
 }
 
-TEST(Lifetime, CompletionFreesDataThatNobodyHolds)
+TEST(Lifetime, CompletionFreesDataWithoutHandles)
 {
     Traced traced{std::make_shared<int>()};
     const std::weak_ptr<int> observed = traced.token;
@@ -462,7 +463,7 @@ TEST(Lifetime, HandleThatAWatcherKeepsHoldsTheData)
     EXPECT_TRUE(observed.expired());
 }
 
-TEST(Lifetime, FinishingReplacesTheValueThatTheReplyWasMadeWith)
+TEST(Lifetime, CompletionReplacesTheInitialValue)
 {
     Traced initial{std::make_shared<int>()};
     const std::weak_ptr<int> observed = initial.token;
@@ -472,7 +473,7 @@ TEST(Lifetime, FinishingReplacesTheValueThatTheReplyWasMadeWith)
     EXPECT_TRUE(observed.expired());
 }
 
-TEST(HandleWithoutData, ForgetsWhatItIsGiven)
+TEST(HandleWithoutData, IgnoresValuesAndErrors)
 {
     CMReply<QVariant> reply;
     reply.setValue(1);
@@ -483,7 +484,7 @@ TEST(HandleWithoutData, ForgetsWhatItIsGiven)
     EXPECT_FALSE(reply.value().isValid());
 }
 
-TEST(HandleWithoutData, IsNotWaitedFor)
+TEST(HandleWithoutData, EndsAWaitAtOnce)
 {
     EXPECT_FALSE(CMVoidReply().waitForFinished());
     EXPECT_FALSE(CMVoidReply().waitForFinished(patience));
@@ -496,7 +497,7 @@ TEST(HandleWithoutData, CannotBeWatched)
     EXPECT_DEATH(CMVoidReply().removeWatcher(&watcher), "m_d");
 }
 
-/// What one thread saw of a reply: the number of the value or the name of the error.
+/// The outcome of a reply that a thread saw: the number in the value or the name of the error.
 QString outcomeOf(const CMReply<QVariant>& reply)
 {
     return reply.isError() ? reply.error().name() : reply.value().toString();

@@ -44,7 +44,7 @@ TEST(Request, GetRowsHasAPageAVersionAndRoles)
     EXPECT_FALSE(request.reply().isFinished());
 }
 
-TEST(Request, GetRowsTakesStrangeNumbersAsTheyAre)
+TEST(Request, GetRowsKeepsInvalidNumbers)
 {
     const CMGetRowsRequest request(somePath(), -5, -1, -3, {});
     EXPECT_EQ(request.first(), -5);
@@ -80,7 +80,7 @@ TEST(Request, MatchRowHasARoleAndAValue)
     EXPECT_FALSE(request.reply().isFinished());
 }
 
-TEST(Request, EachHasAReplyOfItsOwn)
+TEST(Request, EachHasItsOwnReply)
 {
     const CMGetDataRequest one(somePath(), {});
     const CMGetDataRequest other(somePath(), {});
@@ -101,7 +101,7 @@ TEST(Request, CopiesShareTheReply)
     EXPECT_TRUE(assigned.voidReply().isFinished());
 }
 
-TEST(Request, PlainHandleBecomesTheTypedOneAgain)
+TEST(Request, PlainHandleConvertsBackToTheTypedOne)
 {
     const CMRequest plain = CMGetRowsRequest(somePath(), 1, 2, 3, someRoles());
     const CMGetRowsRequest typed(plain);
@@ -119,7 +119,7 @@ TEST(Request, ReplyOutlivesTheRequest)
     EXPECT_EQ(reply.value(), QVariant(2));
 }
 
-TEST(Request, IsReadInOtherThreads)
+TEST(Request, CanBeReadInOtherThreads)
 {
     const CMGetDataRequest request(somePath(), someRoles());
     std::thread thread([copy = request] { copy.reply().setValue({copy.roles().size(), copy.path().base()}); });
@@ -150,7 +150,7 @@ using RequestTypes =
     testing::Types<CMPingRequest, CMGetRowsRequest, CMGetDataRequest, CMSetDataRequest, CMMatchRowRequest>;
 TYPED_TEST_SUITE(RequestWithoutRecord, RequestTypes, RequestName);
 
-TYPED_TEST(RequestWithoutRecord, EndsTheProcessWhenAsked)
+TYPED_TEST(RequestWithoutRecord, EndsTheProcessWhenRead)
 {
     const TypeParam request;
     EXPECT_DEATH(static_cast<void>(request.kind()), "m_d");
@@ -159,7 +159,7 @@ TYPED_TEST(RequestWithoutRecord, EndsTheProcessWhenAsked)
     EXPECT_DEATH(static_cast<void>(request.voidReply()), "m_d");
 }
 
-TEST(RequestWithoutRecordOfAKind, EndsTheProcessWhenAskedForItsOwnFields)
+TEST(TypedRequestWithoutRecord, EndsTheProcessWhenItsFieldsAreRead)
 {
     EXPECT_DEATH(static_cast<void>(CMGetRowsRequest().first()), "m_d");
     EXPECT_DEATH(static_cast<void>(CMGetRowsRequest().last()), "m_d");
@@ -171,7 +171,7 @@ TEST(RequestWithoutRecordOfAKind, EndsTheProcessWhenAskedForItsOwnFields)
     EXPECT_DEATH(static_cast<void>(CMMatchRowRequest().value()), "m_d");
 }
 
-TEST(Request, OfAnotherKindEndsTheProcess)
+TEST(Request, ConvertingToAnotherKindEndsTheProcess)
 {
     const CMRequest ping = CMPingRequest(somePath());
     EXPECT_DEATH(CMGetRowsRequest{ping}, "kind");

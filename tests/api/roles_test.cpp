@@ -67,7 +67,7 @@ TEST(RolesType, UnknownTypeEndsTheProcess)
     EXPECT_DEATH(static_cast<void>(TavoRolesType::toString(static_cast<TavoRolesType::Enum>(99))), "size\\(texts\\)");
 }
 
-TEST(RowsRoles, HandBackWhatWasSet)
+TEST(RowsRoles, ReturnTheirFields)
 {
     TavoRoles container;
     container.setContainerType(TavoRolesContainerType::ContextMenu);
@@ -92,7 +92,7 @@ TEST(RowsRoles, VersionZeroDiffersFromNoVersion)
     EXPECT_TRUE(page.hasRowsVersion());
 }
 
-TEST(RowsRoles, FieldsThatWereNotSetAreAbsent)
+TEST(RowsRoles, UnsetFieldsAreAbsent)
 {
     TavoRowsRoles page;
     page.setRowsCount(0);
@@ -111,9 +111,9 @@ TEST(Keys, AreDistinct)
     EXPECT_FALSE(distinct.contains(QString()));
 }
 
-TEST(Keys, ServicesAreNoBasesThatTheListingCouldName)
+TEST(Keys, ServicesAreNormalisedBases)
 {
-    // They must survive as bases of paths: no leading or trailing slash, not ".".
+    // CMPath drops trailing slashes, and a leading slash would make the base absolute.
     for (const QString& key :
          {TavoPlayListPrepareItems(), TavoMusicLibraryPrepareItems(), TavoFilesystemCountFilesPathSuffix()}) {
         EXPECT_EQ(CMPath(QStringLiteral("file"), key).base(), key);

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace {
 
 QString resolved(const char* sourceText, const QList<TrArg>& arguments)
@@ -29,33 +31,33 @@ TEST(TrString, WithoutArgumentsIsItsSourceText)
     EXPECT_EQ(TrString().toString(), QString());
 }
 
-TEST(TrString, ReplacesPlacesByNumberNotByPosition)
+TEST(TrString, ReplacesPlaceMarkersByNumberNotByPosition)
 {
     EXPECT_EQ(resolved("%2 before %1, %2 again", numbered(2)), QStringLiteral("<2> before <1>, <2> again"));
 }
 
-TEST(TrString, ArgumentThatLooksLikeAPlaceStaysAsItIs)
+TEST(TrString, PlaceMarkerInAnArgumentIsNotReplaced)
 {
     EXPECT_EQ(
         resolved("'%1' is outside '%2'", {QStringLiteral("%2"), QStringLiteral("%1")}),
         QStringLiteral("'%2' is outside '%1'"));
 }
 
-TEST(TrString, PlacesHaveUpToTwoDigits)
+TEST(TrString, PlaceMarkersHaveUpToTwoDigits)
 {
     EXPECT_EQ(resolved("%1|%10|%123", numbered(12)), QStringLiteral("<1>|<10>|<12>3"));
     EXPECT_EQ(resolved("%99", numbered(99)), QStringLiteral("<99>"));
     EXPECT_EQ(resolved("%01", numbered(1)), QStringLiteral("<1>"));
 }
 
-TEST(TrString, PlaceWithoutArgumentStays)
+TEST(TrString, PlaceMarkerWithoutArgumentStays)
 {
     EXPECT_EQ(resolved("%1 %2 %3", numbered(1)), QStringLiteral("<1> %2 %3"));
     EXPECT_EQ(resolved("%10", numbered(1)), QStringLiteral("%10"));
     EXPECT_EQ(resolved("%0", numbered(1)), QStringLiteral("%0"));
 }
 
-TEST(TrString, PercentSignsThatMarkNoPlaceStay)
+TEST(TrString, OtherPercentSignsStay)
 {
     EXPECT_EQ(resolved("100% %n %% %x %", numbered(1)), QStringLiteral("100% %n %% %x %"));
     EXPECT_EQ(resolved("%%1", numbered(1)), QStringLiteral("%<1>"));
@@ -121,8 +123,8 @@ TEST(TrString, HasNoPluralUnlessGivenACount)
     EXPECT_EQ(resolved("%n files", {}), QStringLiteral("%n files"));
 }
 
-/// Writes down how it was asked.
-class AskedTranslator : public QTranslator
+/// Puts the arguments of the call into the translation.
+class EchoingTranslator : public QTranslator
 {
 public:
     [[nodiscard]] bool isEmpty() const override { return false; }
@@ -144,16 +146,16 @@ protected:
     void SetUp() override { QCoreApplication::installTranslator(&m_translator); }
     void TearDown() override { QCoreApplication::removeTranslator(&m_translator); }
 
-    AskedTranslator m_translator;
+    EchoingTranslator m_translator;
 };
 
-TEST_F(TranslatedText, FollowsTheTranslationsOrderOfPlaces)
+TEST_F(TranslatedText, FollowsTheOrderOfPlaceMarkersInTheTranslation)
 {
     const TrString text(TrCharData{"File", "text"}, {QStringLiteral("a"), QStringLiteral("b")});
     EXPECT_EQ(text.toString(), QStringLiteral("b <- a [text//-1]"));
 }
 
-TEST_F(TranslatedText, PassesCommentAndCountOn)
+TEST_F(TranslatedText, PassesCommentAndCountToTheTranslator)
 {
     const TrString text(TrCharData{"File", "text", "menu", 4}, QList<TrArg>());
     EXPECT_EQ(text.toString(), QStringLiteral("%2 <- %1 [text/menu/4]"));
@@ -164,7 +166,7 @@ TEST_F(TranslatedText, DependsOnTheContext)
     EXPECT_EQ(resolved("text", {}), QStringLiteral("text"));
 }
 
-TEST_F(TranslatedText, IsChosenWhenTheTextIsReadNotWhenItIsMade)
+TEST_F(TranslatedText, IsChosenWhenTheTextIsRead)
 {
     const TrString text(TrCharData{"File", "text"}, QList<TrArg>());
     QCoreApplication::removeTranslator(&m_translator);
@@ -208,7 +210,7 @@ TEST(Error, HoldsNameMessageAndTitle)
     EXPECT_EQ(error.value(CMError::Title()).userType(), qMetaTypeId<TrString>());
 }
 
-TEST(Error, IsFilledKeyByKeyToo)
+TEST(Error, CanBeFilledKeyByKey)
 {
     CMError error;
     EXPECT_TRUE(error.isEmpty());

@@ -22,13 +22,13 @@ TEST(Value, SettingIsAHashThatNamesItsType)
     EXPECT_EQ(TavoValue::fromI32(300).__variant(), QVariant(expected));
 }
 
-TEST(Value, IntegerIsReadBack)
+TEST(Value, IntegerCanBeReadBack)
 {
     for (const qint32 value : {0, -1, std::numeric_limits<qint32>::max(), std::numeric_limits<qint32>::min()})
         EXPECT_EQ(TavoValue::fromI32(value).i32_(), value);
 }
 
-TEST(Value, TypeThatIsNotHeldReadsAsZero)
+TEST(Value, ReadingAnotherTypeGivesZero)
 {
     EXPECT_EQ(TavoValue().i32_(), 0);
     EXPECT_EQ(TavoValue(QVariant(300)).i32_(), 0);
@@ -41,7 +41,7 @@ TEST(Value, HashReadsWhatAnotherValueWrote)
     EXPECT_EQ(TavoHash(TavoValue::fromI32(7).__variant().toHash()).i32_(), 7);
 }
 
-TEST(Hash, HoldsTheFieldsItWasMadeWith)
+TEST(Hash, HoldsItsInitialFields)
 {
     const QVariantHash fields = {{QStringLiteral("a"), 1}};
     EXPECT_EQ(TavoHash(fields).fields(), fields);
@@ -99,7 +99,7 @@ TEST(List, IsAListOfHashes)
     EXPECT_EQ(TavoList<TavoHash>().__variant(), QVariant(QVariantList()));
 }
 
-TEST(Bytes, ConvertToThemselvesAndToBase64)
+TEST(Bytes, ConvertToByteArrayAndBase64)
 {
     const QByteArray bytes("\x00\xFF\x10", 3);
     const QVariant value = QVariant::fromValue(TavoBytes{bytes});
@@ -140,7 +140,7 @@ TEST(Json, PathGivesItsEncodedForm)
     EXPECT_EQ(QJsonValue::fromVariant(QVariant::fromValue(path)), QJsonValue(QStringLiteral("/file/a%20b")));
 }
 
-TEST(Json, NumbersAndTruthValuesKeepTheirKind)
+TEST(Json, NumbersAndBooleansKeepTheirType)
 {
     EXPECT_EQ(QJsonValue::fromVariant(4294967295U), QJsonValue(4294967295.0));
     EXPECT_EQ(QJsonValue::fromVariant(qint64(9007199254740991)), QJsonValue(9007199254740991.0));

@@ -23,7 +23,7 @@ QVariantHash serviceNamed(const char* id)
     return {{TavoService_Id(), QLatin1String(id)}};
 }
 
-/// Answers rows requests from a list of titles, page by page, and writes down what it is asked.
+/// Answers rows requests with pages of a list of titles, and records the requests.
 class PagedWorker : public CMWorker
 {
 public:
@@ -129,7 +129,7 @@ TEST_F(MatchRow, ReadsNoMorePagesThanThereAre)
     EXPECT_EQ(m_worker.asked.back().last, 511);
 }
 
-TEST_F(MatchRow, IsRefusedWhenTheRowsChangeMeanwhile)
+TEST_F(MatchRow, FailsIfTheRowsChangeMeanwhile)
 {
     m_worker.addTitles(1000);
     m_worker.afterEachPage = [this] { ++m_worker.version; };
@@ -138,21 +138,21 @@ TEST_F(MatchRow, IsRefusedWhenTheRowsChangeMeanwhile)
     EXPECT_EQ(reply.error().name(), TavoErrorInvalidRowsVersion());
 }
 
-TEST_F(MatchRow, OfTheFirstPageIsNotDisturbedByALaterChange)
+TEST_F(MatchRow, OnTheFirstPageIgnoresLaterChanges)
 {
     m_worker.addTitles(1000);
     m_worker.afterEachPage = [this] { ++m_worker.version; };
     EXPECT_EQ(match(QStringLiteral("title 5")).value(), QVariant(5));
 }
 
-TEST_F(MatchRow, ComparesAsVariantsDo)
+TEST_F(MatchRow, ComparesVariants)
 {
     m_worker.titles = {1, TrString(TrCharData{"Test", "say %1"}, QStringLiteral("x"))};
     EXPECT_EQ(match(QStringLiteral("say x")).value(), QVariant(1));
     EXPECT_EQ(match(QStringLiteral("1")).value(), QVariant(0));
 }
 
-TEST_F(MatchRow, EndsWithAWorkerThatGivesAllItsRowsWhateverPageIsAskedFor)
+TEST_F(MatchRow, EndsWithAWorkerThatIgnoresThePage)
 {
     class Unpaged : public CMWorker
     {
@@ -178,7 +178,7 @@ TEST_F(MatchRow, EndsWithAWorkerThatGivesAllItsRowsWhateverPageIsAskedFor)
     EXPECT_EQ(absent.reply().value(), QVariant(-1));
 }
 
-TEST_F(MatchRow, WaitsForAnswersThatComeLater)
+TEST_F(MatchRow, WaitsForLateAnswers)
 {
     class Late : public CMWorker
     {
@@ -240,14 +240,14 @@ TEST(Worker, TracesToTheLogOfItsName)
     EXPECT_EQ(log.lines()[0].file, "src/api/core/model/cmworker");
 }
 
-TEST(Worker, TracesNothingAboveTheTraceLevel)
+TEST(Worker, TracesOnlyAtTraceLevel)
 {
     KeptLog log("Name", log4cplus::DEBUG_LOG_LEVEL);
     CMWorker(QVariantHash(), QStringLiteral("Name")).trace(QStringLiteral("a"));
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST(Worker, HasNoRowsAndTakesNoValuesByItself)
+TEST(Worker, HasNoRowsAndNoServicesByDefault)
 {
     CMWorker worker({}, QStringLiteral("Name"));
     const CMGetRowsRequest rows(worker.addPrefix(QStringLiteral("a")), 0, 9, 0, {});
@@ -258,7 +258,7 @@ TEST(Worker, HasNoRowsAndTakesNoValuesByItself)
     EXPECT_EQ(value.reply().error().name(), TavoErrorInvalidPath());
 }
 
-TEST(Worker, HasNoValueForAnyRoleByItself)
+TEST(Worker, HasNoValuesByDefault)
 {
     CMWorker worker({}, QStringLiteral("Name"));
     const CMGetDataRequest request(worker.addPrefix(QString()), {TavoRoles::Title(), TavoRoles::Type()});
@@ -266,7 +266,7 @@ TEST(Worker, HasNoValueForAnyRoleByItself)
     EXPECT_EQ(request.reply().value(), (QVariantList{QVariant(), QVariant()}));
 }
 
-TEST(Worker, AnswersDataRequestsWithWhatItsRowsGive)
+TEST(Worker, AnswersDataRequestsWithTheValuesOfGetDataImpl)
 {
     class Rows : public CMWorker
     {
@@ -291,39 +291,39 @@ TEST(Worker, AnswersDataRequestsWithWhatItsRowsGive)
     EXPECT_TRUE(refused.reply().value().isEmpty());
 }
 
-/// Writes down which operation a request came to.
-class NotingWorker : public CMAbstractWorker
+/// Records which operation each request reached.
+class RecordingWorker : public CMAbstractWorker
 {
 public:
-    void ping(const CMPingRequest& /*request*/) override { noted.append(QStringLiteral("ping")); }
+    void ping(const CMPingRequest& /*request*/) override { recorded.append(QStringLiteral("ping")); }
     void trace(const QString& /*text*/) override {}
     void getDataRequest(const CMGetDataRequest& request) override
     {
-        noted.append(QStringLiteral("data ") + request.roles().join(QLatin1Char(' ')));
+        recorded.append(QStringLiteral("data ") + request.roles().join(QLatin1Char(' ')));
         request.reply().setValue(answer);
     }
     void getRowsRequest(const CMGetRowsRequest& request) override
     {
-        noted.append(QStringLiteral("rows %1").arg(request.first()));
+        recorded.append(QStringLiteral("rows %1").arg(request.first()));
     }
     void matchRowRequest(const CMMatchRowRequest& request) override
     {
-        noted.append(QStringLiteral("match ") + request.value().toString());
+        recorded.append(QStringLiteral("match ") + request.value().toString());
     }
     void setDataRequest(const CMSetDataRequest& request) override
     {
-        noted.append(QStringLiteral("set ") + request.value().toString());
+        recorded.append(QStringLiteral("set ") + request.value().toString());
     }
     bool connectChange(const CMPath& /*path*/, CMChangeReceiver* /*receiver*/) override { return false; }
     void disconnectChange(const CMPath& /*path*/, CMChangeReceiver* /*receiver*/) override {}
 
-    QStringList noted;
+    QStringList recorded;
     QVariantList answer;
 };
 
-TEST(AbstractWorker, HandsEachRequestToTheOperationOfItsKind)
+TEST(AbstractWorker, PassesEachRequestToTheOperationForItsKind)
 {
-    NotingWorker worker;
+    RecordingWorker worker;
     const CMPath path(QStringLiteral("p"), QString());
     worker.request(CMPingRequest(path));
     worker.request(CMGetRowsRequest(path, 4, 5, 0, {}));
@@ -331,23 +331,23 @@ TEST(AbstractWorker, HandsEachRequestToTheOperationOfItsKind)
     worker.request(CMSetDataRequest(path, QStringLiteral("v")));
     worker.request(CMMatchRowRequest(path, TavoRoles::Title(), QStringLiteral("m")));
     EXPECT_THAT(
-        worker.noted, ElementsAre(
-                          QStringLiteral("ping"), QStringLiteral("rows 4"), QStringLiteral("data a"),
-                          QStringLiteral("set v"), QStringLiteral("match m")));
+        worker.recorded, ElementsAre(
+                             QStringLiteral("ping"), QStringLiteral("rows 4"), QStringLiteral("data a"),
+                             QStringLiteral("set v"), QStringLiteral("match m")));
 }
 
 TEST(AbstractWorker, RequestWithoutARecordEndsTheProcess)
 {
-    NotingWorker worker;
+    RecordingWorker worker;
     EXPECT_DEATH(worker.request(CMPingRequest()), "m_d");
 }
 
-TEST(AbstractWorker, ValueIsTheValueRoleOfTheRow)
+TEST(AbstractWorker, GetValueReturnsTheValueRole)
 {
-    NotingWorker worker;
+    RecordingWorker worker;
     worker.answer = {42};
     EXPECT_EQ(worker.getValue(CMPath()), QVariant(42));
-    EXPECT_THAT(worker.noted, ElementsAre(QStringLiteral("data value")));
+    EXPECT_THAT(worker.recorded, ElementsAre(QStringLiteral("data value")));
     worker.answer.clear();
     EXPECT_FALSE(worker.getValue(CMPath()).isValid());
 }
@@ -379,7 +379,7 @@ TEST(Version, CounterIsGuardedByAMutexOfTheProcess)
     EXPECT_FALSE(takenElsewhere);
 }
 
-TEST(Version, CounterIsNotTakenByAPlainWorker)
+TEST(Version, PlainWorkerTakesNoVersion)
 {
     const int before = CMVersion::s_last;
     const CMWorker worker({}, QStringLiteral("Name"));

@@ -15,7 +15,7 @@ QVariantList menuRows(const char* base, const QStringList& roles, int first = 0,
     return PlayListHelper::playListRows(CMGetRowsRequest(path, first, last, 0, roles));
 }
 
-/// The values of one role, row by row.
+/// The values of one role in all rows.
 QStringList column(const char* base, const QString& role)
 {
     QStringList values;
@@ -57,7 +57,7 @@ TEST(ContextMenu, ValuesFollowTheOrderOfTheRoles)
                  QStringLiteral("action"), QVariant(), false, QStringLiteral("/file/a"), QStringLiteral("action")}));
 }
 
-TEST(ContextMenu, EveryRoleHasItsPlaceInARow)
+TEST(ContextMenu, EveryRoleHasAValueInARow)
 {
     const QVariantList rows = menuRows("menu/context//file/a", CMAllRoles());
     ASSERT_EQ(rows.size(), 4);
@@ -72,23 +72,23 @@ TEST(ContextMenu, TitlesStayTranslatable)
     EXPECT_EQ(title.value<TrString>().charData().context, QByteArray("PlayListHelper"));
 }
 
-TEST(ContextMenu, AllRowsAreGivenWhateverPageIsAskedFor)
+TEST(ContextMenu, RequestedPageIsIgnored)
 {
     EXPECT_EQ(menuRows("menu/context//file/a", {TavoRoles::Title()}, 1, 1).size(), 4);
     EXPECT_EQ(menuRows("menu/context//file/a", {TavoRoles::Title()}, 0, -1).size(), 4);
 }
 
-TEST(ContextMenu, TheWorkersRootIsAnItemToo)
+TEST(ContextMenu, RootOfTheWorkerIsAnItem)
 {
     EXPECT_EQ(column("menu/context//file/", TavoRoles::Value()).value(0), QStringLiteral("/file/"));
 }
 
-TEST(ContextMenu, AbsoluteItemsAreNamed)
+TEST(ContextMenu, ItemMayHaveAnAbsoluteBase)
 {
     EXPECT_EQ(column("menu/context//file//etc/x", TavoRoles::Value()).value(0), QStringLiteral("/file//etc/x"));
 }
 
-TEST(ContextMenu, NoRowsWhereNoItemFollows)
+TEST(ContextMenu, HasNoRowsWithoutAnItem)
 {
     EXPECT_TRUE(menuRows("menu/context", CMAllRoles()).isEmpty());
     EXPECT_TRUE(menuRows("menu/context/", CMAllRoles()).isEmpty());
@@ -96,14 +96,14 @@ TEST(ContextMenu, NoRowsWhereNoItemFollows)
     EXPECT_TRUE(menuRows("menu/context//other/a", CMAllRoles()).isEmpty());
 }
 
-TEST(ContextMenu, NoRowsOutsideTheMenu)
+TEST(ContextMenu, HasNoRowsOutsideTheMenu)
 {
     EXPECT_TRUE(menuRows("", CMAllRoles()).isEmpty());
     EXPECT_TRUE(menuRows("menu/contexts//file/a", CMAllRoles()).isEmpty());
     EXPECT_TRUE(menuRows("Music/menu/context//file/a", CMAllRoles()).isEmpty());
 }
 
-TEST(ContextMenu, TheItemBelongsToTheWorkerThatIsAsked)
+TEST(ContextMenu, ItemBelongsToTheSameWorker)
 {
     const CMPath path(QStringLiteral("usb 1"), QStringLiteral("menu/context//usb%201/a%20b"));
     const QVariantList rows = PlayListHelper::playListRows(CMGetRowsRequest(path, 0, 9, 0, {TavoRoles::Value()}));
