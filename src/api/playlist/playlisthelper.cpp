@@ -44,7 +44,7 @@ QVariant row(const Action& action, const QString& item, const QStringList& roles
     return values;
 }
 
-/// The encoded path of the item whose menu is asked for; empty if there is none.
+/// The encoded path of the menu's item; empty if there is none.
 QString itemOf(const CMPath& menu)
 {
     QString encoded;

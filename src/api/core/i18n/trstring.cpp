@@ -18,7 +18,7 @@ QString padded(const TrArg& argument)
                                     : argument.value.leftJustified(-argument.fieldWidth, argument.fill);
 }
 
-/// The place marker ("%1" to "%99") at `index`: its number and length; number 0 if there is none.
+/// A place marker, "%1" to "%99"; number 0 stands for none.
 struct Place
 {
     int number = 0;

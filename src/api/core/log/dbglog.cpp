@@ -20,7 +20,7 @@ std::ostream& writeList(std::ostream& out, const List& list)
     return out << ')';
 }
 
-/// JSON has documents of arrays and objects only here, so a lone value is written as an array's only element.
+/// QJsonDocument writes only arrays and objects, so a single value is written inside an array.
 QByteArray jsonText(const QVariant& value)
 {
     const QByteArray array = QJsonDocument(QJsonArray{QJsonValue::fromVariant(value)}).toJson(QJsonDocument::Compact);

@@ -1,5 +1,12 @@
 #include "model/cmerror.h"
 
+#include "tavo/keyaccessor_p.h"
+
+TAVO_KEY(CMError::Name, "name")
+TAVO_KEY(CMError::Message, "message")
+TAVO_KEY(CMError::Title, "title")
+TAVO_KEY(CMError::DefaultName, "error")
+
 CMError::CMError(const QString& name, const TrString& message)
 {
     static const QVariant title = DefaultTitle();
@@ -7,30 +14,6 @@ CMError::CMError(const QString& name, const TrString& message)
     insert(Name(), name);
     insert(Message(), message);
     insert(Title(), title);
-}
-
-const QString& CMError::Name()
-{
-    static const QString key = QStringLiteral("name");
-    return key;
-}
-
-const QString& CMError::Message()
-{
-    static const QString key = QStringLiteral("message");
-    return key;
-}
-
-const QString& CMError::Title()
-{
-    static const QString key = QStringLiteral("title");
-    return key;
-}
-
-const QString& CMError::DefaultName()
-{
-    static const QString name = QStringLiteral("error");
-    return name;
 }
 
 TrString CMError::DefaultTitle()

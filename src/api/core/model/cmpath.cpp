@@ -5,6 +5,7 @@
 #include <QHash>
 
 #include <ostream>
+#include <utility>
 
 namespace {
 
@@ -52,7 +53,7 @@ QString CMPath::toEncoded() const
 
 bool CMPath::startsWith(const CMPath& other, QString* rest) const
 {
-    // To Qt a null text does not start with an empty one.
+    // A null QString does not start with an empty one.
     const bool startsAlike = other.m_base.isEmpty() || m_base.startsWith(other.m_base);
     if (m_prefix != other.m_prefix || !startsAlike)
         return false;

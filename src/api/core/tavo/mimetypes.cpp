@@ -7,8 +7,8 @@
 
 namespace {
 
-/// Extensions come from file names, so anybody can invent any number of them.
-constexpr int rememberedExtensions = 4096;
+/// Bounds the cache: file names can bring any number of extensions.
+constexpr int largestCache = 4096;
 
 class ExtensionTable
 {
@@ -23,13 +23,13 @@ public:
         }
         QString type = fromDatabase(extension);
         const QWriteLocker writing(&m_lock);
-        if (m_types.size() < rememberedExtensions)
+        if (m_types.size() < largestCache)
             m_types.insert(extension, type);
         return type;
     }
 
 private:
-    /// Of several types that share an extension a medium is meant, sound before pictures; null if there is none.
+    /// Of several types that share an extension: sound first, then video, then any. Null if there is none.
     [[nodiscard]] static QString fromDatabase(const QString& extension)
     {
         const QList<QMimeType> types = QMimeDatabase().mimeTypesForFileName(QLatin1String("x.") + extension);

@@ -28,7 +28,7 @@ char* writeEncoded(char* out, uint byte)
     return out;
 }
 
-/// UTF-8 without its ban on surrogates.
+/// As UTF-8, but for surrogates too.
 char* writeEncodedCodePoint(char* out, uint codePoint)
 {
     const auto continuation = [codePoint](int shift) { return 0x80 | ((codePoint >> shift) & 0x3F); };
@@ -41,7 +41,7 @@ char* writeEncodedCodePoint(char* out, uint codePoint)
     return writeEncoded(writeEncoded(out, continuation(6)), continuation(0));
 }
 
-/// `pair`: the high surrogate of two.
+/// `pair` points to a high surrogate with a low one behind it.
 uint surrogateToUcs4(const QChar* pair)
 {
     return QChar::surrogateToUcs4(pair[0], pair[1]);
@@ -65,7 +65,7 @@ void append(PercentEncoding::Buffer& buffer, const QString& text, const KeptChar
     buffer.resize(static_cast<int>(out - buffer.data()));
 }
 
-/// QString::fromUtf8(), which takes a first U+FEFF for a byte order mark and drops it.
+/// QString::fromUtf8() drops a leading U+FEFF as a byte order mark; this keeps it.
 QString fromUtf8(const char* bytes, int size)
 {
     QString text = QString::fromUtf8(bytes, size);
@@ -74,7 +74,7 @@ QString fromUtf8(const char* bytes, int size)
     return text;
 }
 
-/// The surrogate whose three bytes start at `index`, or 0.
+/// The surrogate encoded in the three bytes at `index`, or 0.
 ushort surrogateAt(const QByteArray& bytes, int index)
 {
     if (index + 2 >= bytes.size() || bytes.at(index) != '\xED')

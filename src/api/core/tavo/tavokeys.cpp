@@ -1,13 +1,7 @@
 #include "tavo/tavokeys.h"
 
 #include "model/cmpath.h"
-
-#define TAVO_KEY(accessor, text)                                                                                       \
-    const QString& accessor()                                                                                          \
-    {                                                                                                                  \
-        static const QString key = QStringLiteral(text);                                                               \
-        return key;                                                                                                    \
-    }
+#include "tavo/keyaccessor_p.h"
 
 TAVO_KEY(TavoService_Id, "serviceId")
 TAVO_KEY(TavoFilesystem_Path, "filesystem/path")

@@ -1,11 +1,6 @@
 #include "tavo/tavoroles.h"
 
-#define TAVO_KEY(accessor, text)                                                                                       \
-    const QString& accessor()                                                                                          \
-    {                                                                                                                  \
-        static const QString key = QStringLiteral(text);                                                               \
-        return key;                                                                                                    \
-    }
+#include "tavo/keyaccessor_p.h"
 
 TAVO_KEY(TavoRolesType::Container, "container")
 TAVO_KEY(CMFlags::File, "file")

@@ -1,18 +1,11 @@
 #include "tavo/tavovalue.h"
 
+#include "tavo/keyaccessor_p.h"
+
 namespace {
 
-const QString& typeKey()
-{
-    static const QString key = QStringLiteral("type");
-    return key;
-}
-
-const QString& i32Key()
-{
-    static const QString key = QStringLiteral("i32_");
-    return key;
-}
+TAVO_KEY(typeKey, "type")
+TAVO_KEY(i32Key, "i32_")
 
 const bool bytesConvert = [] {
     QMetaType::registerConverter<TavoBytes, QByteArray>([](const TavoBytes& value) { return value.bytes; });
