@@ -126,16 +126,16 @@ public:
     explicit WatchedByKDirWatch(const QString& directory) : m_extraFile(directory)
     {
         m_watch.addDir(directory);
-        QObject::connect(&m_watch, &KDirWatch::dirty, &m_watch, [this] { m_told = true; });
-        QObject::connect(&m_watch, &KDirWatch::created, &m_watch, [this] { m_told = true; });
+        QObject::connect(&m_watch, &KDirWatch::dirty, &m_watch, [this] { m_isNotified = true; });
+        QObject::connect(&m_watch, &KDirWatch::created, &m_watch, [this] { m_isNotified = true; });
     }
 
     Timing change()
     {
-        m_told = false;
+        m_isNotified = false;
         const Timing timing = timingOf([this] {
             m_extraFile.create();
-            while (!m_told)
+            while (!m_isNotified)
                 QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         });
         m_extraFile.remove();
@@ -154,7 +154,7 @@ private:
 
     ExtraFile m_extraFile;
     KDirWatch m_watch;
-    bool m_told = false;
+    bool m_isNotified = false;
 };
 
 Race oneFileMore(const Workshop& workshop, int entries)
