@@ -175,15 +175,15 @@ public:
         const auto parsed = JsonRpc::parse(line);
         if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed))
             return add(malformed->id);
-        const QJsonValue id = std::get<JsonRpc::Request>(parsed).id;
+        const std::optional<QVariant> id = std::get<JsonRpc::Request>(parsed).id;
         const QJsonValue plainId = QJsonDocument::fromJson(line).object().value(QLatin1String("id"));
-        FUZZ_CHECK(id == plainId || !(plainId.isString() || plainId.isDouble()));
-        if (!id.isUndefined())
-            add(id);
+        FUZZ_CHECK(plainId == QJsonValue::fromVariant(id.value_or(QVariant())) || isNullOrUndefined(plainId));
+        if (id)
+            add(*id);
     }
-    void add(const QJsonValue& id) { ++m_counts[toJson(id.toVariant())]; }
+    void add(const QVariant& id) { ++m_counts[toJson(id).value()]; }
 
-    void take(const QJsonValue& id) { FUZZ_CHECK(--m_counts[toJson(id.toVariant())] >= 0); }
+    void take(const QVariant& id) { FUZZ_CHECK(--m_counts[toJson(id).value()] >= 0); }
 
     [[nodiscard]] bool isEmpty() const
     {
@@ -191,6 +191,8 @@ public:
     }
 
 private:
+    static bool isNullOrUndefined(const QJsonValue& value) { return value.isNull() || value.isUndefined(); }
+
     QHash<QByteArray, int> m_counts;
 };
 
@@ -232,7 +234,7 @@ void serve(int input, DueAnswers& due)
         if (line.kind == LineReader::Line::Kind::Text) {
             serveLine(line.text, due);
         } else {
-            due.add(QJsonValue::Null);
+            due.add(QVariant());
             world->server().refuseTooLong(longestLine);
         }
     }
@@ -264,7 +266,7 @@ void checkLine(const QByteArray& line, DueAnswers& due)
     if (message.contains(QLatin1String("method")))
         return checkNotification(message);
     checkAnswer(message);
-    due.take(message.value(QLatin1String("id")));
+    due.take(message.value(QLatin1String("id")).toVariant());
 }
 
 void checkOutput(const QByteArray& output, DueAnswers& due)

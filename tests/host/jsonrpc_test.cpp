@@ -2,8 +2,6 @@
 
 #include "printers.h"
 
-#include <QJsonArray>
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -14,6 +12,19 @@ JsonRpc::Request requestFrom(const QByteArray& message)
     const auto* request = std::get_if<JsonRpc::Request>(&parsed);
     EXPECT_NE(request, nullptr) << message.toStdString();
     return request ? *request : JsonRpc::Request();
+}
+
+/// Null of JSON.
+QVariant null()
+{
+    return QVariant::fromValue(nullptr);
+}
+
+QString messageOf(const QByteArray& message)
+{
+    const auto parsed = JsonRpc::parse(message);
+    const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed);
+    return malformed ? malformed->error.message : QString();
 }
 
 /// 0 if it is not malformed.
@@ -27,15 +38,23 @@ int problemOf(const QByteArray& message)
 TEST(JsonRpc, RequestCarriesIdMethodAndParameters)
 {
     const JsonRpc::Request request = requestFrom(R"({"jsonrpc":"2.0","id":"a","method":"rows","params":{"path":"/"}})");
-    EXPECT_EQ(request.id.toString(), QStringLiteral("a"));
+    EXPECT_EQ(request.id, QVariant(QStringLiteral("a")));
     EXPECT_EQ(request.method, QStringLiteral("rows"));
-    EXPECT_TRUE(request.parameters.isObject());
+    EXPECT_EQ(request.parameters, QVariant(QVariantMap{{QStringLiteral("path"), QStringLiteral("/")}}));
 }
 
 TEST(JsonRpc, RequestWithoutIdWantsNoAnswer)
 {
-    EXPECT_TRUE(requestFrom(R"({"jsonrpc":"2.0","method":"rows"})").id.isUndefined());
-    EXPECT_FALSE(requestFrom(R"({"jsonrpc":"2.0","id":null,"method":"rows"})").id.isUndefined());
+    EXPECT_FALSE(requestFrom(R"({"jsonrpc":"2.0","method":"rows"})").id.has_value());
+    EXPECT_TRUE(requestFrom(R"({"jsonrpc":"2.0","id":null,"method":"rows"})").id.has_value());
+}
+
+TEST(JsonRpc, RequestMayHaveNoParameters)
+{
+    EXPECT_FALSE(requestFrom(R"({"jsonrpc":"2.0","id":1,"method":"rows"})").parameters.has_value());
+    EXPECT_EQ(
+        requestFrom(R"({"jsonrpc":"2.0","id":1,"method":"rows","params":[null]})").parameters,
+        QVariant(QVariantList{null()}));
 }
 
 TEST(JsonRpc, WhatIsNoJsonIsAParseError)
@@ -63,15 +82,24 @@ TEST(JsonRpc, WhatIsNoJsonIsAParseError)
 
 TEST(JsonRpc, NumbersOutOfRangeSpoilNoMessage)
 {
-    for (const char* number : {"1e400", "-1e400", "1.5E+99999", "1e308"}) {
+    for (const char* number : {"1e400", "1.5E+99999", "1e308"}) {
         const JsonRpc::Request request = requestFrom(
             QByteArray(R"({"jsonrpc":"2.0","id":7,"method":"1e400 \" 1e400","params":[)") + number + R"(,"1e400"]})");
-        EXPECT_EQ(request.id.toInt(), 7);
+        EXPECT_EQ(request.id, QVariant(7));
         EXPECT_EQ(request.method, QStringLiteral("1e400 \" 1e400"));
-        EXPECT_GE(request.parameters.toArray().first().toDouble(), 1e308);
-        EXPECT_EQ(request.parameters.toArray().last().toString(), QStringLiteral("1e400"));
+        const QVariantList parameters = request.parameters.value_or(QVariant()).toList();
+        EXPECT_GE(parameters.value(0).toDouble(), 1e308);
+        EXPECT_EQ(parameters.value(1), QVariant(QStringLiteral("1e400")));
     }
     EXPECT_EQ(problemOf(QByteArray("1e400,").repeated(100000)), JsonRpc::ParseError);
+}
+
+TEST(JsonRpc, ParseErrorsSayWhere)
+{
+    EXPECT_EQ(messageOf("rows please"), QStringLiteral("not JSON: a value expected at byte 0"));
+    EXPECT_EQ(messageOf(R"({"id":1)"), QStringLiteral("not JSON: ',' or '}' expected at byte 7"));
+    EXPECT_EQ(
+        messageOf(QByteArray(101, '[')), QStringLiteral("the message is too large: nested deeper than 100 levels"));
 }
 
 TEST(JsonRpc, NestingWithoutEndIsAParseError)
@@ -129,15 +157,15 @@ TEST(JsonRpc, BatchesAreInvalid)
 TEST(JsonRpc, InvalidRequestIsAnsweredUnderItsId)
 {
     const auto parsed = JsonRpc::parse(R"({"jsonrpc":"2.0","id":7,"method":1})");
-    EXPECT_EQ(std::get<JsonRpc::Malformed>(parsed).id.toInt(), 7);
+    EXPECT_EQ(std::get<JsonRpc::Malformed>(parsed).id, QVariant(7));
 }
 
 TEST(JsonRpc, AnswersAreOneObjectEach)
 {
     EXPECT_EQ(JsonRpc::result(1, true), R"({"jsonrpc":"2.0","id":1,"result":true})");
-    EXPECT_EQ(JsonRpc::result(QStringLiteral("x"), QVariant()), R"({"jsonrpc":"2.0","id":"x","result":null})");
+    EXPECT_EQ(JsonRpc::result(QStringLiteral("x"), null()), R"({"jsonrpc":"2.0","id":"x","result":null})");
     EXPECT_EQ(
-        JsonRpc::error(QJsonValue::Null, {JsonRpc::ParseError, QStringLiteral("why")}),
+        JsonRpc::error(null(), {JsonRpc::ParseError, QStringLiteral("why")}),
         R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,"message":"why"}})");
     EXPECT_EQ(
         JsonRpc::error(
@@ -148,10 +176,33 @@ TEST(JsonRpc, AnswersAreOneObjectEach)
         R"({"jsonrpc":"2.0","method":"rowsChanged","params":{"version":3}})");
 }
 
-TEST(JsonRpc, LargeIdsComeBackExactly)
+TEST(JsonRpc, IdsComeBackExactly)
 {
-    const JsonRpc::Request request = requestFrom(R"({"jsonrpc":"2.0","id":9007199254740993,"method":"x"})");
-    EXPECT_EQ(JsonRpc::result(request.id, 1), R"({"jsonrpc":"2.0","id":9007199254740993,"result":1})");
+    for (const QByteArray id :
+         {"0", "-1", "9007199254740993", "-9223372036854775808", "0.1", "1e+300", "null", R"("")", R"("\"1")"}) {
+        const JsonRpc::Request request = requestFrom(R"({"jsonrpc":"2.0","method":"x","id":)" + id + '}');
+        ASSERT_TRUE(request.id.has_value());
+        EXPECT_EQ(JsonRpc::result(*request.id, 1), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":1})");
+    }
+}
+
+TEST(JsonRpc, AnswersEndAtTheirLimit)
+{
+    const QVariant value = QString(100, QLatin1Char('x'));
+    const QByteArray message = JsonRpc::result(1, value).value_or(QByteArray());
+    EXPECT_EQ(JsonRpc::result(1, value, message.size()), message);
+    EXPECT_EQ(JsonRpc::result(1, value, message.size() - 1), std::nullopt);
+    EXPECT_EQ(JsonRpc::result(value, 1, message.size() / 2), std::nullopt);
+}
+
+TEST(JsonRpc, AnswersHaveRoomForANewline)
+{
+    for (int length = 0; length < 200; ++length) {
+        QByteArray message = JsonRpc::result(1, QString(length, QLatin1Char('x'))).value_or(QByteArray());
+        const char* const place = message.constData();
+        message += '\n';
+        EXPECT_EQ(message.constData(), place);
+    }
 }
 
 } // namespace

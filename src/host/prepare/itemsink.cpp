@@ -18,7 +18,8 @@ public:
         QByteArray text;
         for (const QVariant& item : items) {
             text += m_isEmpty ? "[" : ",\n ";
-            text += toJson(item);
+            if (!appendJson(text, item))
+                return Failure{Failure::Kind::Refused, QStringLiteral("the items are too long to be printed as JSON")};
             m_isEmpty = false;
         }
         return writeOutput(m_output, text);

@@ -1,27 +1,41 @@
 #include "rpc/json.h"
 
+#include <tavo/tavovalue.h>
+
 #include <QLocale>
 #include <QStringList>
 #include <QVarLengthArray>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <string>
 
 namespace {
 
-/// Goes from the values to the text directly: by way of QJsonDocument a page of rows takes longer to write than to
-/// read from the disk.
+/// The most that is written at once, in bytes.
+constexpr int stepSize = 4096;
+
+/// Writes values straight behind a text: by way of QJsonDocument a page of rows takes longer to write than to read from
+/// the disk.
 class Writer
 {
 public:
+    Writer(QByteArray& text, qint64 limit);
+
     void add(const QVariant& value);
-    [[nodiscard]] QByteArray take() const { return QByteArray::fromStdString(m_out); }
+    /// Cuts the text to what was written; to what was there before if that is beyond the limit.
+    [[nodiscard]] bool finish();
 
 private:
-    void addText(const QString& text);
-    void addAscii(QStringView text);
+    void addText(QStringView text);
+    /// Return how many units they have written.
+    int addPlainStart(QStringView text);
+    int addSpecialStart(QStringView text);
     void addEscaped(QChar unit);
+    void addUtf8(uint codePoint);
+    void addBytes(const QByteArray& bytes);
+    template<typename Integer>
+    void addInteger(Integer integer);
     void addNumber(double number);
     template<typename List>
     void addList(const List& list);
@@ -29,8 +43,21 @@ private:
     void addObject(const Fields& fields);
     void addOther(const QVariant& value);
 
-    /// Not a QByteArray, whose every addition is a call into another library.
-    std::string m_out;
+    void put(char c);
+    /// At most stepSize.
+    void put(QLatin1String ascii);
+    /// Where that many bytes can be written, at most stepSize; call setEnd() then.
+    [[nodiscard]] char* room(int size);
+    void setEnd(const char* end) { m_size = static_cast<int>(end - m_data); }
+    void grow(int size);
+
+    QByteArray& m_text;
+    const int m_oldSize;
+    const qint64 m_limit;
+    /// The text's, which is longer than what has been written: to append byte by byte is a call into a library each.
+    char* m_data;
+    int m_size;
+    bool m_isTooLong = false;
 };
 
 template<typename T>
@@ -39,48 +66,45 @@ const T& contentOf(const QVariant& value)
     return *static_cast<const T*>(value.constData());
 }
 
-bool isPlainAscii(QChar unit)
+bool isPlain(QChar unit)
 {
     return unit >= u' ' && unit < u'\x7F' && unit != u'"' && unit != u'\\';
 }
 
-/// Whether the unit, or the pair that it belongs to, is written as it is.
-bool isPlainAt(QStringView text, qsizetype index)
+/// The last six bits of a code point, as UTF-8 continues it.
+char continuation(uint codePoint)
 {
-    const QChar unit = text[index];
-    if (unit.isHighSurrogate())
-        return index + 1 < text.size() && text[index + 1].isLowSurrogate();
-    if (unit.isLowSurrogate())
-        return index > 0 && text[index - 1].isHighSurrogate();
-    return unit.unicode() > 0x7F || isPlainAscii(unit);
+    return static_cast<char>(0x80U | (codePoint & 0x3FU));
 }
 
-QStringView asciiStart(QStringView text)
+Writer::Writer(QByteArray& text, qint64 limit)
+    : m_text(text), m_oldSize(text.size()), m_limit(std::min(limit, longestJson)), m_data(text.data()),
+      m_size(text.size())
 {
-    return text.left(std::find_if_not(text.cbegin(), text.cend(), isPlainAscii) - text.cbegin());
 }
 
-QStringView plainStart(QStringView text)
+bool Writer::finish()
 {
-    qsizetype length = 0;
-    while (length < text.size() && isPlainAt(text, length))
-        ++length;
-    return text.left(length);
+    m_isTooLong = m_isTooLong || m_size > m_limit;
+    m_text.resize(m_isTooLong ? m_oldSize : m_size);
+    return !m_isTooLong;
 }
 
 void Writer::add(const QVariant& value)
 {
+    if (m_isTooLong)
+        return;
     switch (value.userType()) {
     case QMetaType::Bool:
-        m_out += value.toBool() ? "true" : "false";
+        put(value.toBool() ? QLatin1String("true") : QLatin1String("false"));
         break;
     case QMetaType::Int:
     case QMetaType::LongLong:
-        m_out += std::to_string(value.toLongLong());
+        addInteger(value.toLongLong());
         break;
     case QMetaType::UInt:
     case QMetaType::ULongLong:
-        m_out += std::to_string(value.toULongLong());
+        addInteger(value.toULongLong());
         break;
     case QMetaType::Double:
     case QMetaType::Float:
@@ -106,69 +130,123 @@ void Writer::add(const QVariant& value)
     }
 }
 
+template<typename Integer>
+void Writer::addInteger(Integer integer)
+{
+    constexpr int longest = 20;
+    char* const start = room(longest);
+    setEnd(std::to_chars(start, start + longest, integer).ptr);
+}
+
 void Writer::addNumber(double number)
 {
-    if (std::isfinite(number))
-        m_out += QByteArray::number(number, 'g', QLocale::FloatingPointShortest).toStdString();
-    else
-        m_out += "null";
+    const QByteArray digits = std::isfinite(number) ? QByteArray::number(number, 'g', QLocale::FloatingPointShortest)
+                                                    : QByteArrayLiteral("null");
+    put(QLatin1String(digits));
 }
 
 void Writer::addOther(const QVariant& value)
 {
+    if (value.userType() == qMetaTypeId<TavoBytes>())
+        return addBytes(contentOf<TavoBytes>(value).bytes);
     const QString text = value.toString();
     if (text.isNull())
-        m_out += "null";
+        put(QLatin1String("null"));
     else
         addText(text);
 }
 
-void Writer::addText(const QString& text)
+void Writer::addBytes(const QByteArray& bytes)
 {
-    m_out += '"';
-    for (QStringView rest = text; !rest.isEmpty();) {
-        const QStringView ascii = asciiStart(rest);
-        addAscii(ascii);
-        rest = rest.mid(ascii.size());
-        const QStringView plain = plainStart(rest);
-        if (!plain.isEmpty())
-            m_out += plain.toUtf8().toStdString();
-        else if (!rest.isEmpty())
-            addEscaped(rest.front());
-        rest = rest.mid(std::max(plain.size(), qsizetype(1)));
+    // A multiple of 3, so that base64 has padding at its end only.
+    constexpr int step = stepSize / 4 * 3;
+    put('"');
+    for (int start = 0; start < bytes.size() && !m_isTooLong; start += step) {
+        const int size = std::min(step, bytes.size() - start);
+        const QByteArray encoded = QByteArray::fromRawData(bytes.constData() + start, size).toBase64();
+        put(QLatin1String(encoded));
     }
-    m_out += '"';
+    put('"');
 }
 
-void Writer::addAscii(QStringView text)
+void Writer::addText(QStringView text)
 {
-    const size_t end = m_out.size();
-    m_out.resize(end + static_cast<size_t>(text.size()));
-    std::transform(text.cbegin(), text.cend(), m_out.begin() + static_cast<std::ptrdiff_t>(end), [](QChar unit) {
-        return unit.toLatin1();
-    });
+    put('"');
+    while (!text.isEmpty() && !m_isTooLong) {
+        text = text.mid(addPlainStart(text));
+        if (!text.isEmpty() && !isPlain(text.front()))
+            text = text.mid(addSpecialStart(text));
+    }
+    put('"');
+}
+
+int Writer::addPlainStart(QStringView text)
+{
+    const int size = static_cast<int>(std::min(text.size(), qsizetype(stepSize)));
+    const QChar* const start = text.data();
+    const QChar* unit = start;
+    char* out = room(size);
+    for (const QChar* const end = start + size; unit != end && isPlain(*unit); ++unit)
+        *out++ = unit->toLatin1();
+    setEnd(out);
+    return static_cast<int>(unit - start);
+}
+
+int Writer::addSpecialStart(QStringView text)
+{
+    const QChar unit = text.front();
+    if (unit.isHighSurrogate() && text.size() > 1 && text[1].isLowSurrogate()) {
+        addUtf8(QChar::surrogateToUcs4(unit, text[1]));
+        return 2;
+    }
+    if (unit.isSurrogate() || unit <= u'\x7F')
+        addEscaped(unit);
+    else
+        addUtf8(unit.unicode());
+    return 1;
 }
 
 void Writer::addEscaped(QChar unit)
 {
-    m_out += '\\';
+    constexpr char digits[] = "0123456789abcdef";
+    put('\\');
     if (unit == u'"' || unit == u'\\')
-        m_out += unit.toLatin1();
-    else
-        m_out += 'u' + QByteArray::number(unit.unicode(), 16).rightJustified(4, '0').toStdString();
+        return put(unit.toLatin1());
+    put('u');
+    for (const unsigned shift : {12U, 8U, 4U, 0U})
+        put(digits[(unit.unicode() >> shift) & 0xFU]);
+}
+
+void Writer::addUtf8(uint codePoint)
+{
+    constexpr int longest = 4;
+    char* out = room(longest);
+    if (codePoint < 0x800) {
+        *out++ = static_cast<char>(0xC0U | (codePoint >> 6U));
+    } else if (codePoint < 0x10000) {
+        *out++ = static_cast<char>(0xE0U | (codePoint >> 12U));
+        *out++ = continuation(codePoint >> 6U);
+    } else {
+        *out++ = static_cast<char>(0xF0U | (codePoint >> 18U));
+        *out++ = continuation(codePoint >> 12U);
+        *out++ = continuation(codePoint >> 6U);
+    }
+    *out++ = continuation(codePoint);
+    setEnd(out);
 }
 
 template<typename List>
 void Writer::addList(const List& list)
 {
-    m_out += '[';
-    const char* separator = "";
+    put('[');
+    bool isFirst = true;
     for (const auto& element : list) {
-        m_out += separator;
+        if (!isFirst)
+            put(',');
         add(element);
-        separator = ",";
+        isFirst = false;
     }
-    m_out += ']';
+    put(']');
 }
 
 template<typename Fields>
@@ -179,23 +257,62 @@ void Writer::addObject(const Fields& fields)
     for (auto field = fields.cbegin(); field != fields.cend(); ++field)
         sorted.push_back(field);
     std::sort(sorted.begin(), sorted.end(), [](const auto& a, const auto& b) { return a.key() < b.key(); });
-    m_out += '{';
-    const char* separator = "";
+    put('{');
+    bool isFirst = true;
     for (const auto& field : sorted) {
-        m_out += separator;
+        if (!isFirst)
+            put(',');
         addText(field.key());
-        m_out += ':';
+        put(':');
         add(field.value());
-        separator = ",";
+        isFirst = false;
     }
-    m_out += '}';
+    put('}');
+}
+
+void Writer::put(char c)
+{
+    *room(1) = c;
+    ++m_size;
+}
+
+void Writer::put(QLatin1String ascii)
+{
+    setEnd(std::copy(ascii.begin(), ascii.end(), room(ascii.size())));
+}
+
+char* Writer::room(int size)
+{
+    if (m_text.size() - m_size < size)
+        grow(size);
+    return m_data + m_size;
+}
+
+/// The limit is checked here, when there is no more room. Beyond it the rest overwrites the text and is dropped.
+void Writer::grow(int size)
+{
+    if (m_size > m_limit) {
+        m_isTooLong = true;
+        m_size = m_oldSize;
+    }
+    m_text.resize(std::max(m_text.size(), m_size + size));
+    m_text.resize(m_text.capacity());
+    m_data = m_text.data();
 }
 
 } // namespace
 
-QByteArray toJson(const QVariant& value)
+std::optional<QByteArray> toJson(const QVariant& value, qint64 limit)
 {
-    Writer writer;
+    QByteArray text;
+    if (!appendJson(text, value, limit))
+        return std::nullopt;
+    return text;
+}
+
+bool appendJson(QByteArray& text, const QVariant& value, qint64 limit)
+{
+    Writer writer(text, limit);
     writer.add(value);
-    return writer.take();
+    return writer.finish();
 }

@@ -1,174 +1,130 @@
 #include "rpc/jsonrpc.h"
 
-#include "rpc/json.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QRegularExpression>
-#include <QSet>
-
-#include <algorithm>
-#include <vector>
+#include "rpc/jsonparser.h"
 
 namespace {
 
-JsonRpc::Malformed invalidRequest(const QJsonValue& id, const QString& why)
+QVariant null()
+{
+    return QVariant::fromValue(nullptr);
+}
+
+JsonRpc::Malformed invalidRequest(const QVariant& id, const QString& why)
 {
     return {id, {JsonRpc::InvalidRequest, why}};
 }
 
-bool isId(const QJsonValue& id)
+JsonRpc::Malformed malformedFrom(const JsonProblem& problem)
 {
-    return id.isString() || id.isDouble() || id.isNull();
+    switch (problem.kind) {
+    case JsonProblem::Kind::Syntax:
+        return {null(), {JsonRpc::ParseError, QStringLiteral("not JSON: ") + problem.message}};
+    case JsonProblem::Kind::Size:
+        return {null(), {JsonRpc::ParseError, QStringLiteral("the message is too large: ") + problem.message}};
+    case JsonProblem::Kind::RepeatedName:
+        break;
+    }
+    return invalidRequest(null(), problem.message);
 }
 
-bool isParameters(const QJsonValue& parameters)
+bool isId(const QVariant& value)
 {
-    return parameters.isObject() || parameters.isArray() || parameters.isUndefined();
+    switch (value.userType()) {
+    case QMetaType::QString:
+    case QMetaType::LongLong:
+    case QMetaType::Double:
+    case QMetaType::Nullptr:
+        return true;
+    default:
+        return false;
+    }
 }
 
-std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QJsonObject& message)
+bool isString(const QVariant& value)
 {
-    const QJsonValue id = message.value(QLatin1String("id"));
-    if (!id.isUndefined() && !isId(id))
-        return invalidRequest(QJsonValue::Null, QStringLiteral("the id is neither string nor number"));
-    const QJsonValue answerId = id.isUndefined() ? QJsonValue(QJsonValue::Null) : id;
-    if (message.value(QLatin1String("jsonrpc")).toString() != QLatin1String("2.0"))
+    return value.userType() == QMetaType::QString;
+}
+
+bool isParameters(const QVariant& value)
+{
+    return value.userType() == QMetaType::QVariantMap || value.userType() == QMetaType::QVariantList;
+}
+
+std::optional<QVariant> fieldOf(const QVariantMap& message, const QString& name)
+{
+    const auto field = message.constFind(name);
+    return field == message.cend() ? std::nullopt : std::optional(*field);
+}
+
+std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QVariantMap& message)
+{
+    const std::optional<QVariant> id = fieldOf(message, QStringLiteral("id"));
+    if (id && !isId(*id))
+        return invalidRequest(null(), QStringLiteral("the id is neither string nor number"));
+    const QVariant answerId = id.value_or(null());
+    const QVariant version = message.value(QStringLiteral("jsonrpc"));
+    if (!isString(version) || version.toString() != QLatin1String("2.0"))
         return invalidRequest(answerId, QStringLiteral("not a message of JSON-RPC 2.0"));
-    const QJsonValue method = message.value(QLatin1String("method"));
-    if (!method.isString())
+    const QVariant method = message.value(QStringLiteral("method"));
+    if (!isString(method))
         return invalidRequest(answerId, QStringLiteral("the method is no string"));
-    const QJsonValue parameters = message.value(QLatin1String("params"));
-    if (!isParameters(parameters))
+    const std::optional<QVariant> parameters = fieldOf(message, QStringLiteral("params"));
+    if (parameters && !isParameters(*parameters))
         return invalidRequest(answerId, QStringLiteral("the parameters are neither object nor array"));
     return JsonRpc::Request{id, method.toString(), parameters};
 }
 
-/// JSON knows no largest number, QJsonDocument does: what is beyond becomes the largest, so that a message is not lost
-/// for one parameter that is out of range.
-QByteArray withNumbersInRange(const QByteArray& json)
+/// Appends the value between two texts.
+bool append(QByteArray& message, const char* before, const QVariant& value, qint64 limit)
 {
-    static const QRegularExpression stringOrNumber(
-        QStringLiteral(R"("(?:[^"\\]++|\\.)*+"|-?[0-9]++(?:\.[0-9]++)?(?:[eE][-+]?[0-9]++)?)"));
-    const QString text = QString::fromLatin1(json);
-    QByteArray result;
-    int end = 0;
-    for (auto tokens = stringOrNumber.globalMatch(text); tokens.hasNext();) {
-        const QRegularExpressionMatch token = tokens.next();
-        bool isInRange = token.capturedView().startsWith(QLatin1Char('"'));
-        if (!isInRange)
-            static_cast<void>(token.captured().toDouble(&isInRange));
-        result += json.mid(end, token.capturedStart() - end);
-        result += isInRange ? token.captured().toLatin1() : QByteArrayLiteral("1e308");
-        end = token.capturedEnd();
-    }
-    return result + json.mid(end);
+    message += before;
+    return appendJson(message, value, limit);
 }
 
-/// Where the string ends that starts at `start`: behind its quote.
-int endOfString(const QByteArray& json, int start)
+std::optional<QByteArray> answer(const QVariant& id, const char* beforeValue, const QVariant& value, qint64 limit)
 {
-    int end = start + 1;
-    while (end < json.size() && json.at(end) != '"')
-        end += json.at(end) == '\\' ? 2 : 1;
-    return std::min(end + 1, json.size());
-}
-
-/// A string is a field's name if a colon follows.
-bool endsName(const QByteArray& json, int end)
-{
-    const auto isSpace = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    const auto* const next = std::find_if_not(json.cbegin() + end, json.cend(), isSpace);
-    return next != json.cend() && *next == ':';
-}
-
-QString textOf(const QByteArray& string)
-{
-    if (!string.contains('\\'))
-        return QString::fromUtf8(string.mid(1, string.size() - 2));
-    return QJsonDocument::fromJson('[' + string + ']').array().at(0).toString();
-}
-
-/// Takes the name in.
-bool isNew(const QString& name, QSet<QString>& names)
-{
-    const int count = names.size();
-    names.insert(name);
-    return names.size() > count;
-}
-
-/// Whether an object has two fields of one name. Nobody can tell which of them counts, and QJsonDocument never frees
-/// what is in the first.
-bool repeatsAName(const QByteArray& json)
-{
-    std::vector<QSet<QString>> namesByDepth;
-    for (int start = 0, end = 0; start < json.size(); start = end) {
-        const char c = json.at(start);
-        end = c == '"' ? endOfString(json, start) : start + 1;
-        if (c == '{' || c == '[')
-            namesByDepth.emplace_back();
-        if (namesByDepth.empty())
-            continue;
-        if (c == '}' || c == ']')
-            namesByDepth.pop_back();
-        else if (c == '"' && endsName(json, end) && !isNew(textOf(json.mid(start, end - start)), namesByDepth.back()))
-            return true;
-    }
-    return false;
-}
-
-QJsonDocument documentFrom(const QByteArray& json, QJsonParseError& problem)
-{
-    QJsonDocument document = QJsonDocument::fromJson(json, &problem);
-    if (problem.error != QJsonParseError::IllegalNumber)
-        return document;
-    return QJsonDocument::fromJson(withNumbersInRange(json), &problem);
-}
-
-QByteArray answer(const QJsonValue& id, const char* member, const QVariant& value)
-{
-    const QByteArray json = toJson(value);
-    QByteArray text = R"({"jsonrpc":"2.0","id":)" + toJson(id.toVariant()) + ",\"" + member + "\":";
-    // A page of rows is long enough to be worth copying just once; a newline will follow.
-    text.reserve(text.size() + json.size() + 2);
-    return text.append(json).append('}');
+    QByteArray message;
+    if (!append(message, R"({"jsonrpc":"2.0","id":)", id, limit) || !append(message, beforeValue, value, limit - 1))
+        return std::nullopt;
+    message += '}';
+    // A newline will follow.
+    message.reserve(message.size() + 1);
+    return message;
 }
 
 } // namespace
 
 std::variant<JsonRpc::Request, JsonRpc::Malformed> JsonRpc::parse(const QByteArray& message)
 {
-    if (repeatsAName(message))
-        return invalidRequest(QJsonValue::Null, QStringLiteral("an object has two fields of one name"));
-    // Documents hold arrays and objects only, but a message can be any value; so it is read as an array's one element.
-    QJsonParseError problem{};
-    const QJsonArray values = documentFrom('[' + message + ']', problem).array();
-    if (problem.error != QJsonParseError::NoError)
-        return Malformed{QJsonValue::Null, {ParseError, QStringLiteral("not JSON: ") + problem.errorString()}};
-    if (values.size() != 1)
-        return Malformed{QJsonValue::Null, {ParseError, QStringLiteral("not JSON: more or less than one value")}};
-    if (values.first().isArray())
-        return invalidRequest(QJsonValue::Null, QStringLiteral("batches are not served, send one message a line"));
-    if (!values.first().isObject())
-        return invalidRequest(QJsonValue::Null, QStringLiteral("the message is no object"));
-    return requestFrom(values.first().toObject());
+    const std::variant<QVariant, JsonProblem> parsed = parseJson(message);
+    if (const auto* problem = std::get_if<JsonProblem>(&parsed))
+        return malformedFrom(*problem);
+    const auto& value = std::get<QVariant>(parsed);
+    if (value.userType() == QMetaType::QVariantList)
+        return invalidRequest(null(), QStringLiteral("batches are not served, send one message a line"));
+    if (value.userType() != QMetaType::QVariantMap)
+        return invalidRequest(null(), QStringLiteral("the message is no object"));
+    return requestFrom(value.toMap());
 }
 
-QByteArray JsonRpc::result(const QJsonValue& id, const QVariant& value)
+std::optional<QByteArray> JsonRpc::result(const QVariant& id, const QVariant& value, qint64 limit)
 {
-    return answer(id, "result", value);
+    return answer(id, ",\"result\":", value, limit);
 }
 
-QByteArray JsonRpc::error(const QJsonValue& id, const Error& error)
+QByteArray JsonRpc::error(const QVariant& id, const Error& error)
 {
     QVariantHash fields{{QStringLiteral("code"), int(error.code)}, {QStringLiteral("message"), error.message}};
     if (!error.data.isEmpty())
         fields.insert(QStringLiteral("data"), error.data);
-    return answer(id, "error", fields);
+    return answer(id, ",\"error\":", fields, longestJson).value();
 }
 
 QByteArray JsonRpc::notification(const QString& method, const QVariantHash& parameters)
 {
-    return R"({"jsonrpc":"2.0","method":)" + toJson(method) + R"(,"params":)" + toJson(parameters) + '}';
+    const QVariantHash message{
+        {QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
+        {QStringLiteral("method"), method},
+        {QStringLiteral("params"), parameters}};
+    return toJson(message).value();
 }

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "rpc/json.h"
+
 #include <QByteArray>
-#include <QJsonValue>
 #include <QString>
 #include <QVariant>
 
+#include <optional>
 #include <variant>
 
-/// The messages of JSON-RPC 2.0, each one line without its end.
+/// The messages of JSON-RPC 2.0, each one line without its end. Values are as parseJson() gives them.
 namespace JsonRpc {
 
 enum ErrorCode {
@@ -17,7 +19,13 @@ enum ErrorCode {
     InvalidParameters = -32602,
     /// The first of those that are an application's own.
     WorkerRefused = -32000,
-    WorkerUnanswered = -32001
+    WorkerUnanswered = -32001,
+    /// The request was cancelled, or the host is stopping.
+    Cancelled = -32002,
+    /// The answer would be longer than the limit.
+    AnswerTooLarge = -32003,
+    /// The host has too many requests under way.
+    Overloaded = -32004
 };
 
 struct Error
@@ -30,24 +38,26 @@ struct Error
 
 struct Request
 {
-    /// Undefined if no answer is wanted.
-    QJsonValue id;
+    /// String, number or null. Nothing: the client wants no answer.
+    std::optional<QVariant> id;
     QString method;
-    /// Object, array or undefined.
-    QJsonValue parameters;
+    /// QVariantMap or QVariantList. Nothing: the message has none.
+    std::optional<QVariant> parameters;
 };
 
-/// A message that is no request, and the id under which to say so.
+/// A message that is no request, and the id to answer under: null if it is not known.
 struct Malformed
 {
-    QJsonValue id;
+    QVariant id;
     Error error;
 };
 
 [[nodiscard]] std::variant<Request, Malformed> parse(const QByteArray& message);
 
-[[nodiscard]] QByteArray result(const QJsonValue& id, const QVariant& value);
-[[nodiscard]] QByteArray error(const QJsonValue& id, const Error& error);
+/// Nothing if the message would be longer than `limit` bytes. Uses no more memory than for a message of that length.
+[[nodiscard]] std::optional<QByteArray> result(const QVariant& id, const QVariant& value, qint64 limit = longestJson);
+/// Without a limit: errors and notifications are short. `id` null: it is not known.
+[[nodiscard]] QByteArray error(const QVariant& id, const Error& error);
 [[nodiscard]] QByteArray notification(const QString& method, const QVariantHash& parameters);
 
 } // namespace JsonRpc

@@ -2,9 +2,6 @@
 
 #include <tavo/tavoroles.h>
 
-#include <QJsonArray>
-#include <QJsonObject>
-
 #include <algorithm>
 #include <vector>
 
@@ -12,7 +9,7 @@
 class Parameters
 {
 public:
-    Parameters(const QJsonValue& given, const QStringList& known);
+    Parameters(const QVariant& given, const QStringList& known);
 
     [[nodiscard]] CMPath path();
     [[nodiscard]] int integer(const QString& name, int byDefault);
@@ -22,11 +19,11 @@ public:
     [[nodiscard]] const std::optional<Failure>& problem() const { return m_problem; }
 
 private:
-    void takeList(const QJsonArray& list, const QStringList& known);
-    void takeObject(const QJsonObject& fields, const QStringList& known);
+    void takeList(const QVariantList& list, const QStringList& known);
+    void takeObject(const QVariantMap& fields, const QStringList& known);
     void complain(const QString& what);
 
-    QJsonObject m_fields;
+    QVariantMap m_fields;
     std::optional<Failure> m_problem;
 };
 
@@ -139,23 +136,27 @@ const std::vector<SessionMethod>& sessionMethods()
     return methods;
 }
 
-bool isInt(double number)
+bool isInt(const QVariant& value)
 {
-    return number >= std::numeric_limits<int>::min() && number <= std::numeric_limits<int>::max() &&
-           number == static_cast<int>(number);
+    return value.userType() == QMetaType::LongLong && value.toLongLong() == static_cast<int>(value.toLongLong());
+}
+
+bool isString(const QVariant& value)
+{
+    return value.userType() == QMetaType::QString;
 }
 
 } // namespace
 
-Parameters::Parameters(const QJsonValue& given, const QStringList& known)
+Parameters::Parameters(const QVariant& given, const QStringList& known)
 {
-    if (given.isArray())
-        takeList(given.toArray(), known);
+    if (given.userType() == QMetaType::QVariantList)
+        takeList(given.toList(), known);
     else
-        takeObject(given.toObject(), known);
+        takeObject(given.toMap(), known);
 }
 
-void Parameters::takeList(const QJsonArray& list, const QStringList& known)
+void Parameters::takeList(const QVariantList& list, const QStringList& known)
 {
     if (list.size() > known.size())
         complain(QStringLiteral("there are more than %1 parameters").arg(known.size()));
@@ -163,7 +164,7 @@ void Parameters::takeList(const QJsonArray& list, const QStringList& known)
         m_fields.insert(known.at(i), list.at(i));
 }
 
-void Parameters::takeObject(const QJsonObject& fields, const QStringList& known)
+void Parameters::takeObject(const QVariantMap& fields, const QStringList& known)
 {
     for (const QString& name : fields.keys()) {
         if (!known.contains(name))
@@ -174,18 +175,18 @@ void Parameters::takeObject(const QJsonObject& fields, const QStringList& known)
 
 CMPath Parameters::path()
 {
-    const QJsonValue text = m_fields.value(pathName);
-    if (!text.isString())
+    const QVariant text = m_fields.value(pathName);
+    if (!isString(text))
         complain(QStringLiteral("'path' must be a string"));
     return CMPath::fromEncoded(text.toString());
 }
 
 int Parameters::integer(const QString& name, int byDefault)
 {
-    const QJsonValue number = m_fields.value(name);
-    if (number.isUndefined())
+    const QVariant number = m_fields.value(name);
+    if (!number.isValid())
         return byDefault;
-    if (!number.isDouble() || !isInt(number.toDouble())) {
+    if (!isInt(number)) {
         complain(QStringLiteral("'%1' must be a whole number of 32 bits").arg(name));
         return byDefault;
     }
@@ -194,16 +195,17 @@ int Parameters::integer(const QString& name, int byDefault)
 
 QStringList Parameters::roles(const QStringList& byDefault)
 {
-    const QJsonValue list = m_fields.value(rolesName);
-    if (list.isUndefined())
+    const QVariant list = m_fields.value(rolesName);
+    if (!list.isValid())
         return byDefault;
-    const QJsonArray elements = list.toArray();
+    const bool isList = list.userType() == QMetaType::QVariantList;
+    const QVariantList elements = isList ? list.toList() : QVariantList();
     QStringList roles;
-    for (const QJsonValue& role : elements) {
-        if (role.isString())
+    for (const QVariant& role : elements) {
+        if (isString(role))
             roles.append(role.toString());
     }
-    if (!list.isArray() || roles.size() != elements.size())
+    if (!isList || roles.size() != elements.size())
         complain(QStringLiteral("'roles' must be a list of strings"));
     // Each makes every row longer, and there are not ten.
     constexpr int mostRoles = 100;
@@ -216,7 +218,7 @@ QVariant Parameters::value()
 {
     if (!m_fields.contains(valueName))
         complain(QStringLiteral("'value' is missing"));
-    return m_fields.value(valueName).toVariant();
+    return m_fields.value(valueName);
 }
 
 void Parameters::complain(const QString& what)
@@ -234,9 +236,9 @@ const SessionMethod* findSessionMethod(const QString& name)
     return method == methods.cend() ? nullptr : &*method;
 }
 
-Result<QVariant> callSession(Session& session, const SessionMethod& method, const QJsonValue& given)
+Result<QVariant> callSession(Session& session, const SessionMethod& method, const std::optional<QVariant>& given)
 {
-    Parameters parameters(given, method.parameters);
+    Parameters parameters(given.value_or(QVariant()), method.parameters);
     return method.call(session, parameters);
 }
 

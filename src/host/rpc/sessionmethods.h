@@ -2,7 +2,9 @@
 
 #include "content/session.h"
 
-#include <QJsonValue>
+#include <QVariant>
+
+#include <optional>
 
 /// One of the session's operations under the name and with the parameters that clients call it by.
 struct SessionMethod
@@ -28,8 +30,8 @@ struct SessionMethod
 [[nodiscard]] const SessionMethod* findSessionMethod(const QString& name);
 
 /// Parameters of another type than the method takes fail as wrong use, before the session sees them.
-/// `given`: object, array or undefined.
-Result<QVariant> callSession(Session& session, const SessionMethod& method, const QJsonValue& given);
+/// `given`: a QVariantMap, a QVariantList or nothing.
+Result<QVariant> callSession(Session& session, const SessionMethod& method, const std::optional<QVariant>& given);
 
 /// The parameters of the notification of a change.
 [[nodiscard]] QVariantHash changeParameters(const CMPath& path, const QStringList& changes, int version);

@@ -7,6 +7,7 @@
 #include <QDeadlineTimer>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -32,9 +33,13 @@ JsonRpc::Error errorFrom(const Failure& failure)
         {{CMError::Name(), failure.name}, {CMError::Message(), failure.message}, {CMError::Title(), failure.title}}};
 }
 
-QByteArray answerText(const QJsonValue& id, const Result<QVariant>& result)
+QByteArray answerText(const QVariant& id, const Result<QVariant>& result)
 {
-    return result ? JsonRpc::result(id, result.value()) : JsonRpc::error(id, errorFrom(result.failure()));
+    if (!result)
+        return JsonRpc::error(id, errorFrom(result.failure()));
+    if (std::optional<QByteArray> text = JsonRpc::result(id, result.value()))
+        return *std::move(text);
+    return JsonRpc::error(id, {JsonRpc::AnswerTooLarge, QStringLiteral("the answer is too large")});
 }
 
 /// Starts all the pool's threads, for as long as the pool is there: Qt ends the process if it finds no file descriptor
@@ -153,7 +158,7 @@ void SessionServer::refuseTooLong(int limit)
 {
     m_output.waitForRoom();
     const QString message = QStringLiteral("the message is longer than %1 bytes").arg(limit);
-    m_output.push(JsonRpc::error(QJsonValue::Null, {JsonRpc::InvalidRequest, message}));
+    m_output.push(JsonRpc::error(QVariant(), {JsonRpc::InvalidRequest, message}));
 }
 
 void SessionServer::waitForAnswers()
@@ -215,8 +220,8 @@ void SessionServer::answer(const SessionMethod& method, const JsonRpc::Request& 
 {
     {
         const Result<QVariant> result = callSession(m_session, method, request.parameters);
-        if (!request.id.isUndefined())
-            m_output.push(answerText(request.id, result));
+        if (request.id)
+            m_output.push(answerText(*request.id, result));
     }
     Session::giveBackMemory();
     m_free.release();
@@ -224,8 +229,8 @@ void SessionServer::answer(const SessionMethod& method, const JsonRpc::Request& 
 
 void SessionServer::refuse(const JsonRpc::Request& request, const JsonRpc::Error& error)
 {
-    if (!request.id.isUndefined())
-        m_output.push(JsonRpc::error(request.id, error));
+    if (request.id)
+        m_output.push(JsonRpc::error(*request.id, error));
 }
 
 void SessionServer::tell(const CMPath& path, const QStringList& changes, int version)

@@ -1,5 +1,7 @@
 #include "cli/commands/arguments.h"
 
+#include "rpc/json.h"
+
 #include <QDir>
 
 CMPath pathFrom(const Host& host, const QString& argument)
@@ -16,4 +18,12 @@ void addJsonOption(QCommandLineParser& parser)
 bool wantsJson(const QCommandLineParser& parser)
 {
     return parser.isSet(QStringLiteral("json"));
+}
+
+Result<QByteArray> jsonLine(const QVariant& value)
+{
+    QByteArray line;
+    if (!appendJson(line, value))
+        return Failure{Failure::Kind::Refused, QStringLiteral("the result is too long to be printed as JSON")};
+    return line.append('\n');
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "content/host.h"
+#include "content/result.h"
 
 #include <QCommandLineParser>
 
@@ -10,3 +11,5 @@
 
 void addJsonOption(QCommandLineParser& parser);
 [[nodiscard]] bool wantsJson(const QCommandLineParser& parser);
+/// The value as one line of JSON, with its end. Fails if it is longer than a QByteArray can hold.
+[[nodiscard]] Result<QByteArray> jsonLine(const QVariant& value);

@@ -6,7 +6,6 @@
 #include "content/session.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
-#include "rpc/json.h"
 
 #include <tavo/tavoroles.h>
 
@@ -70,9 +69,11 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     const Result<Session::Page> page = session.rows(query.value());
     if (!page)
         return page.failure();
-    const QByteArray text =
-        json ? toJson(page.value().toVariant()) + '\n' : pageText(page.value(), shown, Terminal::at(context.output));
-    if (const Result<Written> written = writeOutput(context.output, text); !written)
+    const Result<QByteArray> text =
+        json ? jsonLine(page.value().toVariant()) : pageText(page.value(), shown, Terminal::at(context.output));
+    if (!text)
+        return text.failure();
+    if (const Result<Written> written = writeOutput(context.output, text.value()); !written)
         return written.failure();
     return Success;
 }

@@ -6,7 +6,6 @@
 #include "content/session.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
-#include "rpc/json.h"
 
 namespace {
 
@@ -58,9 +57,11 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     const Result<QVariantList> values = session.data(path, entryRoles());
     if (!values)
         return values.failure();
-    const QByteArray text = wantsJson(parser) ? toJson(namedValues(entryRoles(), values.value())) + '\n'
+    const Result<QByteArray> text = wantsJson(parser) ? jsonLine(namedValues(entryRoles(), values.value()))
                                               : textOf(entryRoles(), values.value(), Terminal::at(context.output));
-    if (const Result<Written> written = writeOutput(context.output, text); !written)
+    if (!text)
+        return text.failure();
+    if (const Result<Written> written = writeOutput(context.output, text.value()); !written)
         return written.failure();
     return Success;
 }

@@ -5,7 +5,6 @@
 #include "content/session.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
-#include "rpc/json.h"
 
 #include <tavo/tavoroles.h>
 
@@ -24,9 +23,11 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     const Result<Session::Page> menu = session.menu(item, json ? CMAllRoles() : withType(shown));
     if (!menu)
         return menu.failure();
-    const QByteArray text =
-        json ? toJson(menu.value().toVariant()) + '\n' : pageText(menu.value(), shown, Terminal::at(context.output));
-    if (const Result<Written> written = writeOutput(context.output, text); !written)
+    const Result<QByteArray> text =
+        json ? jsonLine(menu.value().toVariant()) : pageText(menu.value(), shown, Terminal::at(context.output));
+    if (!text)
+        return text.failure();
+    if (const Result<Written> written = writeOutput(context.output, text.value()); !written)
         return written.failure();
     return Success;
 }

@@ -79,7 +79,7 @@ private:
     void print(const CMPath& path, const QStringList& changes, int version)
     {
         const QByteArray line =
-            m_json ? toJson(changeParameters(path, changes, version)) : lineOf(path, changes, version);
+            m_json ? toJson(changeParameters(path, changes, version)).value() : lineOf(path, changes, version);
         if (changes.contains(CMSubscribe::RowsChangeClose()))
             return printEnd(path, line);
         if (m_output.hasRoom())
