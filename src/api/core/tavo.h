@@ -15,4 +15,5 @@
 #include "tavo/tavomedia.h"
 #include "tavo/tavonamematcher.h"
 #include "tavo/tavoroles.h"
+#include "tavo/tavoutf8.h"
 #include "tavo/tavovalue.h"

@@ -12,6 +12,7 @@
 #include "tavo/tavomedia.h"
 #include "tavo/tavonamematcher.h"
 #include "tavo/tavoroles.h"
+#include "tavo/tavoutf8.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -22,6 +23,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -126,13 +128,7 @@ private:
 
 QString nameOf(const dirent& entry)
 {
-    QString name = QString::fromUtf8(entry.d_name);
-    // Qt takes it for a byte order mark, but here it is a part of the name.
-    constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
-    if (entry.d_name[0] == byteOrderMark[0] &&
-        std::strncmp(entry.d_name, byteOrderMark, sizeof(byteOrderMark) - 1) == 0)
-        name.prepend(QChar(QChar::ByteOrderMark));
-    return name;
+    return TavoUtf8::decode(entry.d_name, static_cast<int>(std::strlen(entry.d_name)));
 }
 
 /// Asks the file system only where the listing did not tell.

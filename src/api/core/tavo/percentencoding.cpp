@@ -1,5 +1,7 @@
 #include "tavo/percentencoding_p.h"
 
+#include "tavo/tavoutf8.h"
+
 #include <array>
 
 namespace {
@@ -65,16 +67,7 @@ void append(PercentEncoding::Buffer& buffer, const QString& text, const KeptChar
     buffer.resize(static_cast<int>(out - buffer.data()));
 }
 
-/// QString::fromUtf8() drops a leading U+FEFF as a byte order mark; this keeps it.
-QString fromUtf8(const char* bytes, int size)
-{
-    QString text = QString::fromUtf8(bytes, size);
-    if (QByteArray::fromRawData(bytes, size).startsWith("\xEF\xBB\xBF"))
-        text.prepend(QChar(QChar::ByteOrderMark));
-    return text;
-}
-
-/// The surrogate encoded in the three bytes at `index`, or 0.
+/// The surrogate whose three bytes start at `index`, or 0.
 ushort surrogateAt(const QByteArray& bytes, int index)
 {
     if (index + 2 >= bytes.size() || bytes.at(index) != '\xED')
@@ -105,10 +98,10 @@ QString PercentEncoding::decode(const QByteArray& encoded)
     int start = 0;
     for (int i = bytes.indexOf('\xED'); i >= 0; i = bytes.indexOf('\xED', i + 1)) {
         if (const ushort surrogate = surrogateAt(bytes, i)) {
-            text += fromUtf8(bytes.constData() + start, i - start);
+            text += TavoUtf8::decode(bytes.constData() + start, i - start);
             text += QChar(surrogate);
             start = i + 3;
         }
     }
-    return text + fromUtf8(bytes.constData() + start, bytes.size() - start);
+    return text + TavoUtf8::decode(bytes.constData() + start, bytes.size() - start);
 }
