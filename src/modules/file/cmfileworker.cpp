@@ -495,7 +495,9 @@ CMFileWorker::buildRows(const CMGetRowsRequest& request, const QString& absolute
     const QDir dir(absolutePath);
     const int last = std::min(request.last(), names.size() - 1);
     QVariantList rows;
-    rows.reserve(std::max(last - std::max(request.first(), 0) + 1, 0));
+    if (last < request.first())
+        return rows;
+    rows.reserve(last - std::max(request.first(), 0) + 1);
     for (int i = request.first(); i <= last; ++i) {
         rows.append(QVariant(getDataImpl(reply, dir.filePath(names.at(i)), request.roles())));
         if (reply.isFinished())

@@ -7,12 +7,16 @@
 #include <functional>
 #include <limits>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace {
 
 using testing::ElementsAre;
 using Record = CMFileWorkerInspector::Record;
 
+constexpr int least = std::numeric_limits<int>::min();
+constexpr int most = std::numeric_limits<int>::max();
 constexpr char unnoticed[] = "getRowsRequest: filesystem changed without a notification!";
 
 class Rows : public FileWorkerTest
@@ -50,7 +54,7 @@ TEST_F(Rows, APageHoldsBothItsEnds)
     EXPECT_EQ(page.rowsCount(), 4);
     EXPECT_EQ(firstColumn(rows("d", 3, 3).value()), QVariantList{"4.mp3"});
     EXPECT_EQ(firstColumn(rows("d", 3, 4).value()), QVariantList{"4.mp3"});
-    EXPECT_EQ(firstColumn(rows("d", 2, std::numeric_limits<int>::max()).value()), (QVariantList{"3.mp3", "4.mp3"}));
+    EXPECT_EQ(firstColumn(rows("d", 2, most).value()), (QVariantList{"3.mp3", "4.mp3"}));
 }
 
 TEST_F(Rows, APagePastTheEndIsEmptyButCounts)
@@ -68,6 +72,36 @@ TEST_F(Rows, APageThatEndsBeforeItBeginsIsEmptyButCounts)
     EXPECT_EQ(rows("d", 0, -1).value().rows(), QVariantList());
     EXPECT_EQ(rows("d", -1, -2).value().rows(), QVariantList());
     EXPECT_EQ(rows("d", 0, -1).value().rowsCount(), 4);
+}
+
+TEST_F(Rows, APageIsCutExactlyWhateverItsEnds)
+{
+    const QVariantList all = {"1.mp3", "2.mp3", "3.mp3", "4.mp3"};
+    const std::vector<int> ends = {least, least + 1, -3, -1, 0, 1, 3, 4, most - 1, most};
+    for (const int first : ends) {
+        for (const int last : ends) {
+            const bool isEmpty = std::min(last, all.size() - 1) < first;
+            if (first < 0 && !isEmpty)
+                continue; // ends the process
+            const CMReply<TavoRowsRoles> reply = rows("d", first, last);
+            EXPECT_FALSE(reply.isError()) << first << ' ' << last;
+            EXPECT_EQ(
+                firstColumn(reply.value()), isEmpty ? QVariantList() : all.mid(first, std::min(last, 3) - first + 1))
+                << first << ' ' << last;
+            EXPECT_EQ(reply.value().rowsCount(), all.size()) << first << ' ' << last;
+        }
+    }
+}
+
+TEST_F(Rows, APageOfAnEmptyDirectoryIsEmptyWhateverItsEnds)
+{
+    const std::vector<std::pair<int, int>> pages = {{0, most}, {most, most}, {most, least}, {-1, -2}, {0, least}};
+    for (const auto& [first, last] : pages) {
+        const CMReply<TavoRowsRoles> reply = rows("empty", first, last);
+        EXPECT_FALSE(reply.isError()) << first << ' ' << last;
+        EXPECT_EQ(reply.value().rows(), QVariantList()) << first << ' ' << last;
+        EXPECT_EQ(reply.value().rowsCount(), 0) << first << ' ' << last;
+    }
 }
 
 TEST_F(Rows, AnEmptyDirectoryHasNoRows)
@@ -584,8 +618,20 @@ class RowsDeathTest : public Rows
 
 TEST_F(RowsDeathTest, ANegativeFirstIndexEndsTheProcess)
 {
-    EXPECT_DEATH(static_cast<void>(rows("d", -1, 3)), "ASSERT failure in QList<T>::at: \"index out of range\"");
-    EXPECT_DEATH(static_cast<void>(rows("d", -1, -1)), "ASSERT failure in QList<T>::at: \"index out of range\"");
+    const std::vector<std::pair<int, int>> pages = {{-1, 3},        {-1, -1},    {-1, most},
+                                                    {least, least}, {least, -1}, {least, most}};
+    for (const auto& [first, last] : pages) {
+        EXPECT_DEATH(
+            static_cast<void>(rows("d", first, last)), "ASSERT failure in QList<T>::at: \"index out of range\"")
+            << first << ' ' << last;
+    }
+}
+
+TEST_F(RowsDeathTest, ANegativeFirstIndexOfAnEmptyDirectoryEndsTheProcess)
+{
+    EXPECT_DEATH(static_cast<void>(rows("empty", -1, 0)), "ASSERT failure in QList<T>::at: \"index out of range\"");
+    EXPECT_DEATH(
+        static_cast<void>(rows("empty", least, most)), "ASSERT failure in QList<T>::at: \"index out of range\"");
 }
 
 TEST_F(RowsDeathTest, ARequestWithoutARecordEndsTheProcess)
