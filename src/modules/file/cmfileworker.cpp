@@ -14,6 +14,7 @@
 #include "tavo/tavoroles.h"
 #include "tavo/tavoutf8.h"
 
+#include <QDateTime>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
@@ -224,16 +225,30 @@ public:
 
     [[nodiscard]] bool isDir() { return S_ISDIR(status().st_mode); }
 
-    /// QFileInfo::lastModified().toTime_t(), without its way to local time and back.
+    /// QFileInfo::lastModified().toTime_t() without its detour through local time, which would cost more than the rest
+    /// of the row. In an hour that the time zone has twice, the detour yields either of the two moments, depending on
+    /// the conversion before it; this is always the right one.
     [[nodiscard]] uint timestamp()
     {
         constexpr uint invalid = std::numeric_limits<uint>::max();
-        const qint64 milliseconds = status().st_mtim.tv_sec * 1000 + status().st_mtim.tv_nsec / 1000000;
-        const qint64 seconds = milliseconds / 1000;
-        return milliseconds == 0 || seconds < 0 || seconds >= invalid ? invalid : static_cast<uint>(seconds);
+        constexpr qint64 day = 86400;
+        constexpr qint64 nearEpoch = 2 * day;
+        const qint64 seconds = status().st_mtim.tv_sec;
+        // There the detour can change the value: Qt takes the zone's present offset before 1970, but not after.
+        if (-nearEpoch < seconds && seconds < nearEpoch)
+            return lastModified().toTime_t();
+        return seconds < 0 || seconds >= invalid ? invalid : static_cast<uint>(seconds);
     }
 
 private:
+    /// QFileInfo::lastModified().
+    [[nodiscard]] QDateTime lastModified()
+    {
+        const timespec& time = status().st_mtim;
+        const qint64 milliseconds = time.tv_sec * 1000 + time.tv_nsec / 1000000;
+        return milliseconds == 0 ? QDateTime() : QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toLocalTime();
+    }
+
     /// All zero if there is no such entry. A name that the file system would cut short is nobody's.
     [[nodiscard]] const struct stat& status()
     {

@@ -5,6 +5,9 @@
 
 #include <QDateTime>
 
+#include <ctime>
+#include <vector>
+
 namespace {
 
 using testing::ElementsAre;
@@ -182,21 +185,121 @@ TEST_F(RowBuilding, TimestampIsTheSecondOfTheLastModification)
     EXPECT_EQ(value("x.mp3", TavoRoles::Timestamp()).userType(), int(QMetaType::UInt));
 }
 
-TEST_F(RowBuilding, TimestampIsThatOfQFileInfoWhateverTheTime)
+/// In the time zone that is the test's parameter.
+class RowTimestamp : public RowBuilding, public testing::WithParamInterface<const char*>
 {
-    tree.addFile("x.mp3");
-    constexpr qint64 most = 0xffffffff;
-    for (const qint64 seconds :
-         {qint64(0), qint64(1), qint64(-1), qint64(-2), qint64(1) << 31, most - 1, most, most + 1}) {
-        for (const long nanoseconds : {0L, 1L, 999999L, 1000000L, 999999999L}) {
-            tree.setModified("x.mp3", seconds, nanoseconds);
-            EXPECT_EQ(
-                value("x.mp3", TavoRoles::Timestamp()),
-                QVariant(QFileInfo(tree.path("x.mp3")).lastModified().toTime_t()))
-                << seconds << " s " << nanoseconds << " ns";
+protected:
+    static constexpr qint64 day = 86400;
+    static constexpr qint64 most = 0xffffffff;
+
+    RowTimestamp()
+    {
+        setTimeZone(GetParam());
+        tree.addFile("x.mp3");
+    }
+    ~RowTimestamp() override { setTimeZone(m_before); }
+
+    /// Seconds east of UTC.
+    [[nodiscard]] static long offsetAt(qint64 seconds)
+    {
+        const time_t time = seconds;
+        tm local{};
+        localtime_r(&time, &local);
+        return local.tm_gmtoff;
+    }
+
+    /// The first second with the offset that the zone has at `to`. It changes once between `from` and `to`.
+    [[nodiscard]] static qint64 transitionBetween(qint64 from, qint64 to)
+    {
+        const long newOffset = offsetAt(to);
+        while (to - from > 1) {
+            const qint64 middle = from + (to - from) / 2;
+            (offsetAt(middle) == newOffset ? to : from) = middle;
         }
+        return to;
+    }
+
+    [[nodiscard]] static std::vector<qint64> transitions()
+    {
+        std::vector<qint64> found;
+        for (qint64 time = 3 * day; time < most; time += day) {
+            if (offsetAt(time) != offsetAt(time + day))
+                found.push_back(transitionBetween(time, time + day));
+        }
+        return found;
+    }
+
+    /// The worker's value is the one of QFileInfo. Where that depends on the conversion before it, it is the right one.
+    void check(qint64 seconds, long nanoseconds = 0)
+    {
+        tree.setModified("x.mp3", seconds, nanoseconds);
+        const QVariant timestamp = value("x.mp3", TavoRoles::Timestamp());
+        const uint afterEarlier = convertedAfter(seconds - 2 * day);
+        const uint afterLater = convertedAfter(seconds + 2 * day);
+        if (afterEarlier == afterLater)
+            EXPECT_EQ(timestamp, QVariant(afterEarlier)) << seconds << " s " << nanoseconds << " ns";
+        else
+            EXPECT_EQ(timestamp, QVariant(static_cast<uint>(seconds)));
+    }
+
+private:
+    /// What QFileInfo makes of the file's time after the conversion of another time.
+    [[nodiscard]] uint convertedAfter(qint64 seconds) const
+    {
+        static_cast<void>(QDateTime::fromSecsSinceEpoch(seconds).toTime_t());
+        return QFileInfo(tree.path("x.mp3")).lastModified().toTime_t();
+    }
+
+    /// Null: the machine's own.
+    static void setTimeZone(const QByteArray& name)
+    {
+        if (name.isNull())
+            qunsetenv("TZ");
+        else
+            qputenv("TZ", name);
+        tzset();
+    }
+
+    const QByteArray m_before = qgetenv("TZ");
+};
+
+TEST_P(RowTimestamp, IsThatOfQFileInfoAtTheEndsOfItsRange)
+{
+    for (const qint64 seconds :
+         {qint64(0), qint64(1), qint64(-1), qint64(-2), qint64(1) << 31, most - 1, most, most + 1, most + day, -2 * day,
+          2 * day, -400 * day}) {
+        for (const long nanoseconds : {0L, 1L, 999999L, 1000000L, 999999999L})
+            check(seconds, nanoseconds);
     }
 }
+
+TEST_P(RowTimestamp, IsThatOfQFileInfoAround1970)
+{
+    for (qint64 seconds = -3 * day; seconds <= 3 * day; seconds += 899)
+        check(seconds);
+}
+
+TEST_P(RowTimestamp, IsThatOfQFileInfoAllThroughItsRange)
+{
+    for (qint64 seconds = 3 * day; seconds < most; seconds += 31 * day + 12345)
+        check(seconds);
+}
+
+TEST_P(RowTimestamp, IsThatOfQFileInfoWhenClocksAreChanged)
+{
+    const std::vector<qint64> times = transitions();
+    EXPECT_EQ(times.empty(), GetParam() == QByteArray("UTC")) << "zone not installed?";
+    for (const qint64 transition : times) {
+        for (const qint64 distance : {-7200, -3600, -3599, -1800, -1, 0, 1, 1800, 3599, 3600, 7200})
+            check(transition + distance);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Zones, RowTimestamp,
+    testing::Values(
+        "UTC", "Africa/Casablanca", "Africa/Monrovia", "America/New_York", "Asia/Kathmandu", "Asia/Pyongyang",
+        "Australia/Lord_Howe", "Europe/Berlin", "Europe/London", "Pacific/Apia"));
 
 TEST_F(RowBuilding, ValuesAreThoseOfQFileInfoWhateverTheEntry)
 {
