@@ -288,6 +288,8 @@ CMFileWorker::CMFileWorker(const QVariantHash& configuration)
     m_rootPath = QFileInfo(configuration.value(TavoFilesystem_Path()).toString()).canonicalFilePath();
     m_contextMenuPath = addPrefix(QStringLiteral("menu/context"));
     m_rootDir.setPath(m_rootPath);
+    // QDir stores it on first use, which may be in several threads at once.
+    static_cast<void>(m_rootDir.absolutePath());
     for (const QVariant& pattern : configuration.value(TavoFilesystem_Filter()).toList())
         m_filter.append(pattern.toString());
     m_albumArtWidth = albumArtWidthSetting();
