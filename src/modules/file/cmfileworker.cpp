@@ -34,7 +34,7 @@ namespace {
 constexpr char sourceFile[] = "src/modules/file/cmfileworker";
 constexpr char loggerName[] = "CB_Filesystem";
 
-/// The operations as their log lines name them.
+/// Signatures for the log lines.
 namespace Signature {
 constexpr char constructor[] = "CMFileWorker::CMFileWorker(const QVariantHash&)";
 constexpr char errorAccessViolation[] = "CMError CMFileWorker::errorAccessViolation(const QString&)";
@@ -59,7 +59,7 @@ constexpr char subscribePathRemoved[] = "void CMFileWorker::subscribePathRemoved
 constexpr char watcherChanged[] = "void CMFileWorker::watcherChanged(const QString&, const QStringList&)";
 } // namespace Signature
 
-/// The lines that are known by number; all others carry their own.
+/// Log lines with a fixed line number; all others have that of their place in this file.
 namespace Site {
 constexpr DbgLogSite constructed{sourceFile, 48, Signature::constructor};
 constexpr DbgLogSite rowsRequested{sourceFile, 349, Signature::getRowsRequest};
@@ -94,45 +94,12 @@ int albumArtWidthSetting()
     return TavoHash(CMRoot()->getValue(TavoMusicLibraryAlbumArtWidth()).toHash()).i32_();
 }
 
-/// What scandir() returned; entries are freed one by one as they are done with, the rest at the end.
-class ScannedDirectory
-{
-public:
-    explicit ScannedDirectory(const QString& path)
-        : m_count(scandir(path.toUtf8().constData(), &m_entries, nullptr, alphasort))
-    {
-    }
-    ~ScannedDirectory()
-    {
-        for (int i = 0; i < m_count; ++i) {
-            if (m_entries[i])
-                std::free(m_entries[i]);
-        }
-        std::free(m_entries);
-    }
-    Q_DISABLE_COPY_MOVE(ScannedDirectory)
-
-    /// Negative if the directory could not be read.
-    [[nodiscard]] int count() const { return m_count; }
-    /// Null once released.
-    [[nodiscard]] dirent* at(int index) const { return m_entries[index]; }
-    void release(int index)
-    {
-        std::free(m_entries[index]);
-        m_entries[index] = nullptr;
-    }
-
-private:
-    dirent** m_entries = nullptr;
-    int m_count;
-};
-
 QString nameOf(const dirent& entry)
 {
     return TavoUtf8::decode(entry.d_name, static_cast<int>(std::strlen(entry.d_name)));
 }
 
-/// Asks the file system only where the listing did not tell.
+/// Asks the file system only if the listing has no type for the entry.
 bool isDirectory(dirent& entry, const QDir& dir)
 {
     if (entry.d_type == DT_UNKNOWN && QFileInfo(dir, nameOf(entry)).isDir())
@@ -140,7 +107,7 @@ bool isDirectory(dirent& entry, const QDir& dir)
     return entry.d_type == DT_DIR;
 }
 
-/// CMFileWorker::filter() for a file, without decoding its name; nothing where that does not tell.
+/// CMFileWorker::filter() for a file, without decoding its name; none if the bytes alone do not decide.
 std::optional<bool> filterUndecoded(const TavoNameMatcher& playable, const char* name)
 {
     return name[0] == '.' ? false : playable.matchesUndecoded(name);
@@ -159,7 +126,7 @@ TrString rowsRequestText(const char* sourceText)
     return {TrCharData{trExtractContext(Signature::getRowsRequest), sourceText}, QList<TrArg>()};
 }
 
-/// True if each of the path's slashes is followed by the first character of a name, one that is no dot.
+/// True if the path is absolute and clean: each slash is followed by a name, and no name begins with a dot.
 bool isPlain(const QStringRef& path)
 {
     constexpr QLatin1Char slash('/');
@@ -172,14 +139,14 @@ bool isPlain(const QStringRef& path)
     return true;
 }
 
-/// QFileInfo::absoluteFilePath(), which cleans every path.
+/// QFileInfo::absoluteFilePath(), which would clean even a clean path.
 QString absoluteFilePath(const QFileInfo& info)
 {
     const QString path = info.filePath();
     return isPlain(QStringRef(&path)) ? path : info.absoluteFilePath();
 }
 
-/// QDir::absolutePath() of QFileInfo::dir(), which takes every path to pieces.
+/// info.dir().absolutePath(), which would split and clean even a clean path.
 QString parentDirectory(const QFileInfo& info)
 {
     const QString path = info.filePath();
@@ -187,7 +154,7 @@ QString parentDirectory(const QFileInfo& info)
     return lastSlash > 0 && isPlain(QStringRef(&path)) ? path.left(lastSlash) : info.dir().absolutePath();
 }
 
-/// The files at all depths below a directory whose names match, in one order for all of them.
+/// All files below a directory, at any depth, whose names match; sorted as one list.
 QStringList sortedFiles(const QString& directory, const QStringList& patterns)
 {
     QStringList files;
@@ -200,8 +167,41 @@ QStringList sortedFiles(const QString& directory, const QStringList& patterns)
 
 } // namespace
 
-/// One entry of the tree as its row tells of it. What several roles need is found out once, and only if one is asked
-/// for.
+/// The entries that scandir() found, in alphabetic order. Each is freed when it is released, at the latest with the
+/// list.
+class CMFileWorker::ScannedDirectory
+{
+public:
+    explicit ScannedDirectory(const QString& path)
+        : m_count(scandir(path.toUtf8().constData(), &m_entries, nullptr, alphasort))
+    {
+    }
+    ~ScannedDirectory()
+    {
+        for (int i = 0; i < m_count; ++i) {
+            if (m_entries[i])
+                std::free(m_entries[i]);
+        }
+        std::free(m_entries);
+    }
+    Q_DISABLE_COPY_MOVE(ScannedDirectory)
+
+    /// Negative if the directory cannot be read.
+    [[nodiscard]] int count() const { return m_count; }
+    /// Null once released.
+    [[nodiscard]] dirent* at(int index) const { return m_entries[index]; }
+    void release(int index)
+    {
+        std::free(m_entries[index]);
+        m_entries[index] = nullptr;
+    }
+
+private:
+    dirent** m_entries = nullptr;
+    int m_count;
+};
+
+/// One entry of the tree, as its row describes it. Values that several roles share are computed on first use.
 class CMFileWorker::Entry
 {
 public:
@@ -249,7 +249,7 @@ private:
         return milliseconds == 0 ? QDateTime() : QDateTime::fromMSecsSinceEpoch(milliseconds, Qt::UTC).toLocalTime();
     }
 
-    /// All zero if there is no such entry. A name that the file system would cut short is nobody's.
+    /// All zero if there is no such entry, as for a name with a NUL, where the file system would cut it off.
     [[nodiscard]] const struct stat& status()
     {
         if (!m_status) {
@@ -313,7 +313,7 @@ bool CMFileWorker::isInsideRoot(const QString& absolutePath) const
 
 QString CMFileWorker::relativePath(const QString& absolutePath) const
 {
-    // QDir splits and cleans both paths; below the root there is only the root to cut off.
+    // QDir splits and cleans both paths. A clean path below the root needs no more than the root cut off.
     const int rootLength = m_rootPath.endsWith(QLatin1Char('/')) ? m_rootPath.size() - 1 : m_rootPath.size();
     if (!m_rootPath.isEmpty() && isInsideRoot(absolutePath) && isPlain(absolutePath.midRef(rootLength)))
         return absolutePath.mid(rootLength + 1);
@@ -352,12 +352,16 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
         LOG(Signature::entryList, ERROR, "scandir failed: " << scanned.count());
         return {};
     }
-    const TavoNameMatcher& playable = TavoNameMatcher::shared(m_filter);
-    const bool isTraced = logger().isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
-    // The filter tells of what it drops, and needs every name for that.
-    const bool isFilterLogged = logger().isEnabledFor(log4cplus::DEBUG_LOG_LEVEL);
     QStringList names;
     names.reserve(scanned.count());
+    takeDirectories(scanned, dir, names);
+    takeFiles(scanned, names);
+    return names;
+}
+
+void CMFileWorker::takeDirectories(ScannedDirectory& scanned, const QDir& dir, QStringList& names) const
+{
+    const bool isTraced = logger().isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
     for (int i = 0; i < scanned.count(); ++i) {
         if (!isDirectory(*scanned.at(i), dir))
             continue;
@@ -369,21 +373,36 @@ QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
         }
         scanned.release(i);
     }
+}
+
+void CMFileWorker::takeFiles(ScannedDirectory& scanned, QStringList& names) const
+{
+    const TavoNameMatcher& playable = TavoNameMatcher::shared(m_filter);
+    const bool isTraced = logger().isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
+    // filter() logs the names that it drops.
+    const bool isFilterLogged = logger().isEnabledFor(log4cplus::DEBUG_LOG_LEVEL);
     for (int i = 0; i < scanned.count(); ++i) {
         if (!scanned.at(i))
             continue;
-        const std::optional<bool> isShown = filterUndecoded(playable, scanned.at(i)->d_name);
-        if (isShown.value_or(true) || isFilterLogged) {
-            const QString name = nameOf(*scanned.at(i));
-            if (isShown == true || filter(name, false)) {
-                if (isTraced)
-                    LOG(Signature::entryList, TRACE, "found file:" << name);
-                names.append(name);
-            }
+        if (const std::optional<QString> name = shownFile(*scanned.at(i), playable, isFilterLogged)) {
+            if (isTraced)
+                LOG(Signature::entryList, TRACE, "found file:" << *name);
+            names.append(*name);
         }
         scanned.release(i);
     }
-    return names;
+}
+
+std::optional<QString>
+CMFileWorker::shownFile(const dirent& entry, const TavoNameMatcher& playable, bool isFilterLogged) const
+{
+    const std::optional<bool> isShown = filterUndecoded(playable, entry.d_name);
+    if (isShown == false && !isFilterLogged)
+        return std::nullopt;
+    QString name = nameOf(entry);
+    if (isShown != true && !filter(name, false))
+        return std::nullopt;
+    return name;
 }
 
 bool CMFileWorker::filter(const QString& name, bool isDir) const
@@ -607,44 +626,50 @@ CMFileWorker::prepareItems(const QStringList& itemIds, const TagReader& reader, 
 {
     LOG(Signature::prepareList, TRACE, entering(Signature::prepareList));
     QVariantList result;
-    for (const QString& itemId : itemIds) {
-        const CMPath path = CMPath::fromEncoded(itemId);
-        LOG(Signature::prepareList, TRACE, "itemId: " << path);
-        const QString absolutePath = joinedPath(path.base());
-        LOG(Signature::prepareList, TRACE, "absolutePath: " << absolutePath);
-        CMVoidReply scratch;
-        const auto prepareFile = [&](const QString& rowPath, const QString& file) {
-            const QVariantList rows = getDataImpl(scratch, rowPath, CMAllRoles());
-            const QVariant item = reader.readItem(m_rootDir, file, m_serviceId, rows);
-            LOG(Signature::prepareList, TRACE, "Item: " << item);
-            result.append(item);
-        };
-        const QFileInfo info(absolutePath);
-        if (info.isDir()) {
-            LOG(Signature::prepareList, TRACE, "item is a dir: going through on subdirectories");
-            for (const QString& file : sortedFiles(absolutePath, patterns))
-                prepareFile(m_rootDir.absoluteFilePath(file), file);
-        } else if (info.isFile() && QDir::match(patterns, info.fileName())) {
-            LOG(Signature::prepareList, TRACE, "item is a file");
-            prepareFile(absolutePath, absolutePath);
-        } else {
-            LOG(Signature::prepareList, TRACE, "unkown type of object: " << absolutePath);
-        }
-    }
+    for (const QString& itemId : itemIds)
+        result += prepareItem(itemId, reader, patterns);
     LOG(Signature::prepareList, TRACE, "res: " << result);
     return result;
+}
+
+QVariantList CMFileWorker::prepareItem(const QString& itemId, const TagReader& reader, const QStringList& patterns)
+{
+    QVariantList items;
+    const CMPath path = CMPath::fromEncoded(itemId);
+    LOG(Signature::prepareList, TRACE, "itemId: " << path);
+    const QString absolutePath = joinedPath(path.base());
+    LOG(Signature::prepareList, TRACE, "absolutePath: " << absolutePath);
+    CMVoidReply scratch;
+    const auto prepareFile = [&](const QString& rowPath, const QString& file) {
+        const QVariantList rows = getDataImpl(scratch, rowPath, CMAllRoles());
+        const QVariant item = reader.readItem(m_rootDir, file, m_serviceId, rows);
+        LOG(Signature::prepareList, TRACE, "Item: " << item);
+        items.append(item);
+    };
+    const QFileInfo info(absolutePath);
+    if (info.isDir()) {
+        LOG(Signature::prepareList, TRACE, "item is a dir: going through on subdirectories");
+        for (const QString& file : sortedFiles(absolutePath, patterns))
+            prepareFile(m_rootDir.absoluteFilePath(file), file);
+    } else if (info.isFile() && QDir::match(patterns, info.fileName())) {
+        LOG(Signature::prepareList, TRACE, "item is a file");
+        prepareFile(absolutePath, absolutePath);
+    } else {
+        LOG(Signature::prepareList, TRACE, "unkown type of object: " << absolutePath);
+    }
+    return items;
 }
 
 int CMFileWorker::renewRowsVersion()
 {
     const QMutexLocker lock(CMVersion::mutex());
-    // Unsigned, because a signed sum must not overflow.
+    // Signed overflow would be undefined behaviour.
     const int next = static_cast<int>(static_cast<unsigned>(m_rowsVersion) + 1U);
     m_rowsVersion = next < 0 ? 1 : next;
     return m_rowsVersion;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the caller's text may be the key that goes
+// NOLINTNEXTLINE(performance-unnecessary-value-param): a copy, as in removeWatch()
 void CMFileWorker::addWatch(QString path)
 {
     LOG(Signature::addWatch, TRACE, entering(Signature::addWatch) << "Adding watch on " << path);
@@ -655,7 +680,7 @@ void CMFileWorker::addWatch(QString path)
     LOG(Signature::addWatch, TRACE, "Added watch #" << count << " on " << path);
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the caller's text may be the key that goes
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the argument may refer to the key that is removed
 void CMFileWorker::removeWatch(QString path)
 {
     LOG(Signature::removeWatch, TRACE,

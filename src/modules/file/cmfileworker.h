@@ -15,6 +15,8 @@
 #include <optional>
 
 class TagReader;
+class TavoNameMatcher;
+struct dirent;
 
 /// Serves one local directory tree, the root: directories are containers, files that match the playable patterns are
 /// items, hidden entries are never shown. Directories that clients have opened are watched.
@@ -49,6 +51,7 @@ private:
     friend class CMFileWorkerInspector;
 
     class Entry;
+    class ScannedDirectory;
 
     struct CacheItem
     {
@@ -68,6 +71,14 @@ private:
     /// The names of the directory's rows in their order: directories, then playable files. On refusal the reply has
     /// the error; the list is empty then, and also if the directory cannot be read.
     [[nodiscard]] QStringList entryList(CMVoidReply& reply, const QString& path);
+    /// Appends the shown directories' names and releases all directories. An unknown type is found out and stored.
+    void takeDirectories(ScannedDirectory& scanned, const QDir& dir, QStringList& names) const;
+    /// Appends the shown files' names and releases all entries that are left.
+    void takeFiles(ScannedDirectory& scanned, QStringList& names) const;
+    /// The name of a file that filter() shows; decodes it only if that is needed to decide, or to log the decision.
+    [[nodiscard]] std::optional<QString>
+    shownFile(const dirent& entry, const TavoNameMatcher& playable, bool isFilterLogged) const;
+    /// Whether the entry is shown; logs the name of a file that no pattern matches.
     [[nodiscard]] bool filter(const QString& name, bool isDir) const;
 
     /// The listing that agrees with the directory's record; none if the reply was given an error.
@@ -87,6 +98,8 @@ private:
     prepareItems(const CMSetDataRequest& request, const TagReader& reader, const QStringList& patterns);
     [[nodiscard]] QVariantList
     prepareItems(const QStringList& itemIds, const TagReader& reader, const QStringList& patterns);
+    /// The items of a file, or of all files below a directory; none if nothing playable has this id.
+    [[nodiscard]] QVariantList prepareItem(const QString& itemId, const TagReader& reader, const QStringList& patterns);
 
     [[nodiscard]] CMError errorAccessViolation(const QString& path) const;
     [[nodiscard]] CMError errorNoReadPermission(const QString& path) const;
