@@ -317,6 +317,16 @@ TEST_F(ChangesBelow, NothingIsEmulatedWhereAllIsThere)
     EXPECT_EQ(RowsChangedHook::calls.size(), 1U);
 }
 
+TEST_F(ChangesBelow, NothingIsEmulatedForADirectoryThatHasBecomeAFile)
+{
+    tree.remove("D/E");
+    tree.addFile("D/E");
+    inside.onWatcherChanged(d);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_THAT(RowsChangedHook::calls, ElementsAre(resetOf(path("D"), inside.rowsVersion())));
+    EXPECT_TRUE(inside.hasRecord(e));
+}
+
 TEST_F(ChangesBelow, AMissingDirectoryItselfIsNotLookedBelow)
 {
     tree.remove("D");

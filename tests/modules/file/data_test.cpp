@@ -57,6 +57,11 @@ TEST_F(Data, AMissingEntryIsAnInvalidPath)
     EXPECT_EQ(reply.value(), QVariantList());
 }
 
+TEST_F(Data, AMissingDirectoryIsAnInvalidPathThoughThePathClimbsOutOfItAgain)
+{
+    EXPECT_EQ(data("missing/../d").error().name(), TavoErrorInvalidPath());
+}
+
 TEST_F(Data, ADanglingLinkIsAnInvalidPath)
 {
     tree.addLink("link", "missing");

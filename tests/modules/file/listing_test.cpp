@@ -3,6 +3,7 @@
 #include "tavo/tavokeys.h"
 
 #include <QRegExp>
+#include <QTextCodec>
 
 #include <random>
 
@@ -115,6 +116,15 @@ TEST_F(Listing, WritesNothingWhereNobodyListens)
     EXPECT_THAT(log.lines(), testing::IsEmpty());
 }
 
+TEST_F(Listing, FilesThatAreNotPlayableAreLoggedAtDebugToo)
+{
+    tree.addFile("a.mp3");
+    tree.addFile("b.txt");
+    log.setLevel(log4cplus::DEBUG_LOG_LEVEL);
+    EXPECT_EQ(list(""), QStringList{"a.mp3"});
+    EXPECT_THAT(log.lines(), ElementsAre(debugLine(Signature::filter, "Not a playable file: b.txt")));
+}
+
 TEST_F(Listing, TheEntryLineNamesTheCleanedDirectoryAndThePathAsGiven)
 {
     tree.addDirectory("a");
@@ -219,6 +229,32 @@ TEST_F(Listing, NamesAreDecodedFromUtf8)
     tree.addFile("\u65e5\u672c \U0001f3b5.mp3");
     tree.addDirectory("caf\u00e9");
     EXPECT_EQ(list(""), (QStringList{"caf\u00e9", "\u65e5\u672c \U0001f3b5.mp3"}));
+}
+
+/// Under a locale whose encoding is not UTF-8.
+class ListingInLatin1 : public Listing
+{
+protected:
+    ListingInLatin1() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1")); }
+    ~ListingInLatin1() override { QTextCodec::setCodecForLocale(m_before); }
+
+private:
+    QTextCodec* const m_before = QTextCodec::codecForLocale();
+};
+
+TEST_F(ListingInLatin1, NamesAreDecodedFromUtf8)
+{
+    tree.addFile("caf\u00e9.mp3");
+    tree.addDirectory("caf\u00e9");
+    EXPECT_EQ(list(""), (QStringList{"caf\u00e9", "caf\u00e9.mp3"}));
+}
+
+TEST_F(ListingInLatin1, TheDirectoryIsReadByItsUtf8Name)
+{
+    tree.addFile("\u00e4/a.mp3");
+    // Qt looks for the name in the locale's encoding when it checks that the directory is readable.
+    ASSERT_EQ(mkdir((tree.root().toUtf8() + "/\xE4").constData(), 0755), 0);
+    EXPECT_EQ(list("\u00e4"), QStringList{"a.mp3"});
 }
 
 TEST_F(Listing, NamesThatAreNoUtf8AreShownWithReplacements)

@@ -129,6 +129,20 @@ TEST_F(RowBuilding, PathIsWhatTheRootDirectoryMakesOfIt)
     }
 }
 
+TEST_F(RowBuilding, PathUnderAnEmptyRootIsWhatTheRootDirectoryMakesOfIt)
+{
+    const std::unique_ptr<CMFileWorker> rootless = makeFileWorker(fileConfiguration({}));
+    const QDir& root = CMFileWorkerInspector(*rootless).rootDir();
+    ASSERT_EQ(CMFileWorkerInspector(*rootless).rootPath(), QString());
+    for (const QString& path : {tree.path("a"), QString("/etc"), QString("/")}) {
+        CMVoidReply reply(new CMReplyData<QVariantList>);
+        EXPECT_EQ(
+            rootless->getDataImpl(reply, path, {TavoRoles::Path()}),
+            QVariantList{rootless->addPrefix(root.relativeFilePath(path)).toEncoded()})
+            << path.toStdString();
+    }
+}
+
 TEST_F(RowBuilding, TitleIsTheBareName)
 {
     EXPECT_EQ(value("a/b.mp3", TavoRoles::Title()), QVariant("b.mp3"));

@@ -3,12 +3,17 @@
 #include "scandirhook.h"
 #include "tavo/tavokeys.h"
 
+#include <QFile>
+
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <limits>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -366,6 +371,87 @@ TEST_F(Rows, RecordsAreLookedUpByTheCleanedPath)
     EXPECT_EQ(rows(tree.path("d")).value().rowsVersion(), 8);
     inside.setRecord(tree.path("empty/../d"), 4, 9);
     EXPECT_EQ(rows("empty/../d").value().rowsVersion(), 8);
+}
+
+TEST_F(Rows, AnswerNothingMoreOnAReplyThatHasAValueAlready)
+{
+    cache(-1, 8);
+    const CMGetRowsRequest request(worker->addPrefix("d"), 0, 9, 0, {TavoRoles::Title()});
+    request.reply().setValue(TavoRowsRoles());
+    log.clear();
+    worker->getRowsRequest(request);
+    EXPECT_EQ(cached(), (Record{-1, 8}));
+    EXPECT_THAT(log.linesOf(Signature::getDataImpl), testing::IsEmpty());
+    EXPECT_TRUE(isUnlocked());
+}
+
+TEST_F(Rows, ANameThatBeginsWithAColonIsTakenForAnAbsolutePathElsewhere)
+{
+    tree.addFile("empty/:x.mp3");
+    EXPECT_EQ(rows("empty", 0, -1).value().rowsCount(), 1);
+    const CMReply<TavoRowsRoles> reply = rows("empty");
+    ASSERT_TRUE(reply.isError());
+    EXPECT_EQ(reply.error().message(), inside.errorAccessViolation(":x.mp3").message());
+}
+
+/// Notes whether the worker's lock is held when the reply is finished.
+class LockWatcher : public CMReplyWatcher
+{
+public:
+    explicit LockWatcher(QMutex& mutex) : m_mutex(mutex) {}
+
+    void replyFinished(const CMVoidReply& /*reply*/) override { held = !isUnlockedMutex(m_mutex); }
+
+    bool held = false;
+
+private:
+    QMutex& m_mutex;
+};
+
+TEST_F(Rows, OfAnotherVersionAreRefusedUnderTheLock)
+{
+    const std::vector<Record> records = {{4, 8}, {3, 7}};
+    for (const Record& record : records) {
+        cache(record.rowCount, record.version);
+        const CMGetRowsRequest request(worker->addPrefix("d"), 0, 9, 7, {});
+        LockWatcher watcher(inside.mutex());
+        request.reply().addWatcher(&watcher);
+        worker->getRowsRequest(request);
+        EXPECT_TRUE(request.reply().isError());
+        EXPECT_TRUE(watcher.held);
+        EXPECT_TRUE(isUnlocked());
+    }
+}
+
+/// True while the thread waits for something.
+bool isAsleep(pid_t thread)
+{
+    QFile status(QString("/proc/self/task/%1/stat").arg(thread));
+    if (!status.open(QFile::ReadOnly))
+        return false;
+    const QByteArray line = status.readAll();
+    return line.mid(line.lastIndexOf(')') + 2).startsWith('S');
+}
+
+TEST_F(Rows, LookUpTheRecordUnderTheLock)
+{
+    cache(4, 7);
+    std::atomic<pid_t> reader = 0;
+    std::atomic<bool> answered = false;
+    CMReply<TavoRowsRoles> reply;
+    inside.mutex().lock();
+    std::thread thread([&] {
+        reader = gettid();
+        reply = rows("d", 0, 9, 7);
+        answered = true;
+    });
+    while (!answered && (log.count(entryText(Signature::getRowsRequest, "d")) == 0 || !isAsleep(reader)))
+        std::this_thread::yield();
+    EXPECT_FALSE(answered);
+    cache(4, 8);
+    inside.mutex().unlock();
+    thread.join();
+    EXPECT_EQ(reply.error().message(), invalidVersion(worker->addPrefix("d"), 7, 8).message());
 }
 
 TEST_F(Rows, AreListedUnderTheLock)

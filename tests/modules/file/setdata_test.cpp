@@ -198,6 +198,13 @@ TEST_F(SetData, ALinkToADirectoryIsADirectoryWhereItIsNamed)
     EXPECT_EQ(library(QStringList{id("link")}).value().toList(), files({"link/c.mp3", "link/d.m3u"}));
 }
 
+TEST_F(SetData, ALinkToAFileIsAFileWhereItIsNamed)
+{
+    tree.addLink("link.mp3", "notes.txt");
+    tree.addLink("link.txt", "a.mp3");
+    EXPECT_EQ(library(QStringList{id("link.mp3"), id("link.txt")}).value().toList(), files({"link.mp3"}));
+}
+
 TEST_F(SetData, AFilesNameIsMatchedWithoutCaseByAnyPattern)
 {
     tree.addFile("S.FLAC");
@@ -231,6 +238,13 @@ TEST_F(SetData, AForbiddenDirectoryGivesNothing)
     const CMReply<QVariant> reply = library(QStringList{id("d"), id("a.mp3")});
     EXPECT_FALSE(reply.isError());
     EXPECT_EQ(reply.value().toList(), files({"a.mp3"}));
+}
+
+TEST_F(SetData, AForbiddenFileIsPrepared)
+{
+    tree.forbid("d/c.mp3");
+    const WithoutPrivileges unprivileged;
+    EXPECT_EQ(library(QStringList{id("d"), id("d/c.mp3")}).value().toList(), files({"d/c.mp3", "d/d.m3u", "d/c.mp3"}));
 }
 
 TEST_F(SetData, TheReaderIsGivenTheRootTheFileTheServiceAndTheRow)
@@ -535,6 +549,23 @@ TEST_F(Count, LeavesOutHiddenFilesDirectoriesAndWhatLiesBehindLinks)
     tree.addLink("c/link", "../d");
     tree.addLink("c/file.mp3", "../a.mp3");
     EXPECT_EQ(count("c").value(), QVariant(1));
+}
+
+TEST_F(Count, IncludesForbiddenFiles)
+{
+    tree.forbid("d/c.mp3");
+    const WithoutPrivileges unprivileged;
+    EXPECT_EQ(count("d").value(), QVariant(2));
+}
+
+TEST_F(Count, OfAForbiddenDirectoryIsZero)
+{
+    tree.forbid("d");
+    const WithoutPrivileges unprivileged;
+    const CMReply<QVariant> reply = count("d");
+    EXPECT_FALSE(reply.isError());
+    EXPECT_EQ(reply.value(), QVariant(0));
+    EXPECT_EQ(count("").value(), QVariant(2));
 }
 
 TEST_F(Count, WithoutPatternsIsThatOfAllFiles)

@@ -246,6 +246,13 @@ TEST_F(Watches, AContextMenuIsNotTracked)
     EXPECT_TRUE(isUnlocked());
 }
 
+TEST_F(Watches, OpeningAContextMenuThatIsNotThereIsIgnoredWithoutItsLine)
+{
+    inside.contextMenuPath() = worker->addPrefix(tree.path("menu"));
+    open("menu/missing");
+    EXPECT_THAT(log.lines(), ElementsAre(entryLine(Signature::subscribePathAdded, "/file/menu/missing")));
+}
+
 TEST_F(Watches, TheContextMenuIsToldByTheTextOfItsBase)
 {
     tree.addDirectory("MENU");
