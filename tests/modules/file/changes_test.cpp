@@ -34,7 +34,7 @@ protected:
     [[nodiscard]] CMPath path(const QString& base) const { return worker->addPrefix(base); }
     /// Makes the recorder a client of the path.
     void subscribe(const QString& base) { ASSERT_TRUE(worker->connectChange(path(base), &client)); }
-    /// Keeps back what the platform's watcher tells.
+    /// Suppresses the notifications of the platform's watcher.
     void silenceWatcher() { inside.watcher()->blockSignals(true); }
 
     ChangeRecorder client;
@@ -52,7 +52,7 @@ TEST_F(Changes, OfADirectoryRewriteItsRecordAndResetItsRows)
     EXPECT_THAT(RowsChangedHook::calls, ElementsAre(resetOf(path("D"), version + 1)));
 }
 
-TEST_F(Changes, OfADirectoryThatNobodyOpenedRecordItToo)
+TEST_F(Changes, OfADirectoryThatIsNotOpenRecordItToo)
 {
     const int version = inside.rowsVersion();
     inside.watcherChanged(d, {"a"});
@@ -61,7 +61,7 @@ TEST_F(Changes, OfADirectoryThatNobodyOpenedRecordItToo)
     EXPECT_THAT(RowsChangedHook::calls, ElementsAre(resetOf(path("D"), version + 1)));
 }
 
-TEST_F(Changes, ThatChangeNothingAreResetsAllTheSame)
+TEST_F(Changes, WithoutEffectAreResetsToo)
 {
     inside.onWatcherChanged(d);
     inside.onWatcherChanged(d);
@@ -186,15 +186,15 @@ TEST_F(Changes, TheLargestVersionIsFollowedByOne)
     EXPECT_THAT(RowsChangedHook::calls, ElementsAre(resetOf(path("D"), 1)));
 }
 
-TEST_F(Changes, AreHandledUnderTheLockAndToldWithoutIt)
+TEST_F(Changes, AreHandledUnderTheLockAndAnnouncedWithoutIt)
 {
     std::vector<bool> held;
     log.setObserver([&](const LogCapture::Written& /*line*/) { held.push_back(!isUnlocked()); });
-    bool heldByTelling = true;
-    RowsChangedHook::whileCalled = [&] { heldByTelling = !isUnlocked(); };
+    bool heldWhenAnnounced = true;
+    RowsChangedHook::whileCalled = [&] { heldWhenAnnounced = !isUnlocked(); };
     inside.watcherChanged(d, {});
     EXPECT_THAT(held, ElementsAre(false, false, true, true, true, true, false));
-    EXPECT_FALSE(heldByTelling);
+    EXPECT_FALSE(heldWhenAnnounced);
     held.clear();
     inside.watcherChanged(tree.path("gone"), {});
     EXPECT_THAT(held, ElementsAre(false, false, true));
@@ -212,15 +212,15 @@ TEST_F(Changes, RenewTheVersionUnderBothMutexes)
     EXPECT_FALSE(versionHeld);
 }
 
-TEST_F(Changes, AreLoggedBeforeTheyAreTold)
+TEST_F(Changes, AreLoggedBeforeTheyAreAnnounced)
 {
-    int linesWhenTold = 0;
-    RowsChangedHook::whileCalled = [&] { linesWhenTold = static_cast<int>(log.lines().size()); };
+    int linesWhenAnnounced = 0;
+    RowsChangedHook::whileCalled = [&] { linesWhenAnnounced = static_cast<int>(log.lines().size()); };
     inside.watcherChanged(d, {});
-    EXPECT_EQ(linesWhenTold, static_cast<int>(log.lines().size()));
+    EXPECT_EQ(linesWhenAnnounced, static_cast<int>(log.lines().size()));
 }
 
-TEST_F(Changes, ThatARowsRequestFindsAreToldUnderItsLock)
+TEST_F(Changes, ThatARowsRequestFindsAreAnnouncedUnderItsLock)
 {
     inside.setRecord(d, 9, 5);
     bool held = false;
@@ -346,23 +346,23 @@ protected:
         static_cast<void>(rows("D"));
     }
 
-    /// Until the client has been told a code of a path.
+    /// Waits until the client has been notified of the path with this code.
     [[nodiscard]] bool waitForOne(const QString& base, const QString& code) const
     {
         return processEventsUntil([&] { return client.count(path(base), code) > 0; });
     }
 
-    /// Delivers all that the kernel has to tell by now: what is changed last is told last.
+    /// Delivers all notifications that are pending in the kernel: the one for the last change comes last.
     [[nodiscard]] bool waitForQuiet()
     {
         FileTree other;
-        bool told = false;
+        bool notified = false;
         inside.watcher()->addPath(other.root());
         QObject::connect(inside.watcher(), &QFileSystemWatcher::directoryChanged, [&](const QString& changed) {
-            told = told || changed == other.root();
+            notified = notified || changed == other.root();
         });
         other.addFile("x");
-        const bool quiet = processEventsUntil([&] { return told; });
+        const bool quiet = processEventsUntil([&] { return notified; });
         QCoreApplication::sendPostedEvents();
         return quiet;
     }
@@ -371,28 +371,28 @@ protected:
     const QString gone = CMSubscribe::RowsChangeClose();
 };
 
-TEST_F(WatchedChanges, AFileThatComesIsOneResetOneVersionHigher)
+TEST_F(WatchedChanges, AnAddedFileIsOneResetOneVersionHigher)
 {
     const int version = inside.rowsVersion();
     tree.addFile("D/2.mp3");
     ASSERT_TRUE(waitForOne("D", reset));
-    ASSERT_EQ(client.told.size(), 1U);
-    EXPECT_EQ(client.told[0].version, version + 1);
+    ASSERT_EQ(client.received.size(), 1U);
+    EXPECT_EQ(client.received[0].version, version + 1);
     EXPECT_EQ(inside.record(d), (Record{3, version + 1}));
     ASSERT_TRUE(waitForQuiet());
-    EXPECT_EQ(client.told.size(), 1U);
+    EXPECT_EQ(client.received.size(), 1U);
 }
 
-TEST_F(WatchedChanges, AFileThatGoesIsOneResetOneVersionHigher)
+TEST_F(WatchedChanges, ARemovedFileIsOneResetOneVersionHigher)
 {
     const int version = inside.rowsVersion();
     tree.remove("D/1.mp3");
     ASSERT_TRUE(waitForOne("D", reset));
-    ASSERT_EQ(client.told.size(), 1U);
-    EXPECT_EQ(client.told[0].version, version + 1);
+    ASSERT_EQ(client.received.size(), 1U);
+    EXPECT_EQ(client.received[0].version, version + 1);
     EXPECT_EQ(inside.record(d), (Record{1, version + 1}));
     ASSERT_TRUE(waitForQuiet());
-    EXPECT_EQ(client.told.size(), 1U);
+    EXPECT_EQ(client.received.size(), 1U);
 }
 
 TEST_F(WatchedChanges, AfterAResetTheOldVersionIsRefusedAndTheNewOneServed)
@@ -401,11 +401,11 @@ TEST_F(WatchedChanges, AfterAResetTheOldVersionIsRefusedAndTheNewOneServed)
     tree.addFile("D/2.mp3");
     ASSERT_TRUE(waitForOne("D", reset));
     EXPECT_TRUE(rows("D", 0, 9, version).isError());
-    const TavoRowsRoles page = rows("D", 0, 9, client.told[0].version).value();
+    const TavoRowsRoles page = rows("D", 0, 9, client.received[0].version).value();
     EXPECT_EQ(firstColumn(page), (QVariantList{"E", "1.mp3", "2.mp3"}));
 }
 
-TEST_F(WatchedChanges, ADirectoryThatGoesWithTheOneBelowClosesEachOnce)
+TEST_F(WatchedChanges, ARemovedDirectoryAndItsSubdirectoryAreClosedOnceEach)
 {
     open("D/E");
     RowsChangedHook::calls.clear();
@@ -429,7 +429,7 @@ TEST_F(WatchedChanges, ADirectoryThatGoesWithTheOneBelowClosesEachOnce)
     EXPECT_EQ(RowsChangedHook::calls.size(), before);
 }
 
-TEST_F(WatchedChanges, ClientsOfADirectoryThatGoesAndOfTheOneBelowAreToldOnceEach)
+TEST_F(WatchedChanges, ClientsOfARemovedDirectoryAndItsSubdirectoryAreNotifiedOnceEach)
 {
     subscribe("D/E");
     tree.remove("D");
@@ -447,7 +447,7 @@ TEST_F(WatchedChanges, AFileThatIsWrittenToChangesNothing)
 {
     tree.addFile("D/1.mp3", "more");
     ASSERT_TRUE(waitForQuiet());
-    EXPECT_TRUE(client.told.empty());
+    EXPECT_TRUE(client.received.empty());
 }
 
 TEST_F(WatchedChanges, EndWithTheSubscription)
@@ -455,7 +455,7 @@ TEST_F(WatchedChanges, EndWithTheSubscription)
     worker->disconnectChange(path("D"), &client);
     tree.addFile("D/2.mp3");
     ASSERT_TRUE(waitForQuiet());
-    EXPECT_TRUE(client.told.empty());
+    EXPECT_TRUE(client.received.empty());
     EXPECT_FALSE(inside.hasRecord(d));
 }
 

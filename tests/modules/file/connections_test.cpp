@@ -25,13 +25,13 @@ void PrintTo(const Connection& connection, std::ostream* out)
 }
 
 std::vector<Connection> connections;
-/// What the log held when the first connection was made.
+/// The log at the time of the first connection.
 std::vector<LogLine> loggedBefore;
 const LogCapture* watchedLog = nullptr;
 
 } // namespace
 
-/// In place of the SDK's: tells the test, then asks the SDK's.
+/// Takes the place of the SDK's function: records the call, then forwards it.
 bool verifyConnectionSignalParameters(
     const QObject* sender, const QMetaMethod& signal, const QObject* receiver, Qt::ConnectionType type)
 {

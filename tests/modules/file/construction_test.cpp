@@ -256,7 +256,7 @@ TEST_F(Construction, FirstRowsVersionIsTakenUnderTheVersionMutex)
     VersionMutexHook::mutex->unlock();
 }
 
-TEST_F(Construction, WithoutAVersionMutexTheFirstRowsVersionIsTakenAllTheSame)
+TEST_F(Construction, WithoutAVersionMutexTheFirstRowsVersionIsStillTaken)
 {
     VersionMutexHook::mutex = nullptr;
     const int last = CMVersion::s_last;
@@ -304,7 +304,7 @@ TEST_F(Construction, FakeChangesWaitForTheEventLoop)
     EXPECT_EQ(log.count("Changed " + tree.root()), 1);
 }
 
-TEST_F(Construction, SubscriptionsReachTheWorkerInTheThreadThatTellsOfThem)
+TEST_F(Construction, SubscriptionsReachTheWorkerInTheThreadThatEmitsThem)
 {
     const std::unique_ptr<CMFileWorker> worker = make();
     const CMFileWorkerInspector inside(*worker);
@@ -314,7 +314,7 @@ TEST_F(Construction, SubscriptionsReachTheWorkerInTheThreadThatTellsOfThem)
     EXPECT_FALSE(inside.hasRecord(tree.root()));
 }
 
-TEST_F(Construction, TheWatcherIsTheWorkersChildAndGoesWithIt)
+TEST_F(Construction, TheWatcherIsTheWorkersChildAndDestroyedWithIt)
 {
     std::unique_ptr<CMFileWorker> worker = make();
     const QPointer<QFileSystemWatcher> watcher = CMFileWorkerInspector(*worker).watcher();

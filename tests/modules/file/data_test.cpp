@@ -32,7 +32,7 @@ TEST_F(Data, TheEmptyBaseIsTheRoot)
     EXPECT_EQ(data("").value(), QVariantList{"root"});
 }
 
-TEST_F(Data, AnswersForWhatAListingHides)
+TEST_F(Data, AnswersForHiddenAndUnplayableFiles)
 {
     tree.addFile(".hidden");
     tree.addFile("notes.txt");
@@ -131,7 +131,7 @@ TEST_F(Data, WritesNothingAfterTheRowsEntryLine)
     EXPECT_THAT(log.lines(), testing::IsEmpty());
 }
 
-/// Looks on while the values are built.
+/// Records how values are built.
 class WatchedWorker : public CMFileWorker
 {
 public:
@@ -187,11 +187,11 @@ TEST_F(BuiltData, IsDroppedIfTheReplyHasAnErrorByThen)
     EXPECT_EQ(reply.value(), QVariantList());
 }
 
-/// Lets go of the request while the reply is finished.
-class LettingGo : public CMReplyWatcher
+/// Drops the request while the reply is being finished.
+class RequestDropper : public CMReplyWatcher
 {
 public:
-    explicit LettingGo(CMGetDataRequest& request) : m_request(request) {}
+    explicit RequestDropper(CMGetDataRequest& request) : m_request(request) {}
 
     void replyFinished(const CMVoidReply& reply) override
     {
@@ -208,7 +208,7 @@ private:
 TEST_F(Data, TheReplyIsHeldWhileTheRequestIsServed)
 {
     CMGetDataRequest request(worker->addPrefix("d"), {TavoRoles::Title()});
-    LettingGo watcher(request);
+    RequestDropper watcher(request);
     request.reply().addWatcher(&watcher);
     worker->getDataRequest(request);
     EXPECT_TRUE(watcher.finished);

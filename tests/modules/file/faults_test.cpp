@@ -1,4 +1,4 @@
-// What may go wrong in the kernel and in the file system while a worker is at work.
+// Faults of the kernel and of the file system while a worker runs.
 
 #include "fileworkertest.h"
 #include "readdirhook.h"
@@ -36,7 +36,7 @@ protected:
     const QVariantList all = {"e", "1.mp3", "2.mp3"};
 };
 
-TEST_F(Faults, AFileSystemWithoutEntryTypesIsListedAndWalkedAllTheSame)
+TEST_F(Faults, AFileSystemWithoutEntryTypesIsListedAndWalked)
 {
     ASSERT_EQ(prepared(), (QStringList{"1.mp3", "2.mp3", "3.mp3"}));
     ScanDirHook::changeEntry = [](dirent& entry) { entry.d_type = DT_UNKNOWN; };

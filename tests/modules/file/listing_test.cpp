@@ -8,6 +8,7 @@
 #include <random>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -18,7 +19,7 @@ class Listing : public FileWorkerTest
 protected:
     ~Listing() override { ScanDirHook::reset(); }
 
-    /// The file system tells no types.
+    /// Makes the file system report no types.
     static void hideTypes()
     {
         ScanDirHook::changeEntry = [](dirent& entry) { entry.d_type = DT_UNKNOWN; };
@@ -107,7 +108,7 @@ TEST_F(Listing, WritesALineForEveryEntryInTheOrderOfItsWork)
                          debugLine(Signature::filter, "Not a playable file: b.txt")));
 }
 
-TEST_F(Listing, WritesNothingWhereNobodyListens)
+TEST_F(Listing, WritesNothingAboveDebug)
 {
     tree.addFile("a.mp3");
     tree.addFile("b.txt");
@@ -253,8 +254,11 @@ TEST_F(ListingInLatin1, TheDirectoryIsReadByItsUtf8Name)
 {
     tree.addFile("\u00e4/a.mp3");
     // Qt looks for the name in the locale's encoding when it checks that the directory is readable.
-    ASSERT_EQ(mkdir((tree.root().toUtf8() + "/\xE4").constData(), 0755), 0);
+    const QByteArray inLatin1 = tree.root().toUtf8() + "/\xE4";
+    ASSERT_EQ(mkdir(inLatin1.constData(), 0755), 0);
     EXPECT_EQ(list("\u00e4"), QStringList{"a.mp3"});
+    // QTemporaryDir could not remove it.
+    EXPECT_EQ(rmdir(inLatin1.constData()), 0);
 }
 
 TEST_F(Listing, NamesThatAreNoUtf8AreShownWithReplacements)
@@ -274,7 +278,7 @@ TEST_F(Listing, AByteOrderMarkIsAPartOfTheName)
     EXPECT_EQ(list(""), QStringList{name});
 }
 
-TEST_F(Listing, NamesMayHoldWhatTheyWant)
+TEST_F(Listing, NamesMayHoldAnyCharacter)
 {
     const QStringList names = {"\n.mp3", " .mp3", "\".mp3", "#%3f?.mp3", "\\.mp3", QString(251, 'x') + ".mp3"};
     for (const QString& name : names)
@@ -337,7 +341,7 @@ TEST_F(Listing, DanglingAndLoopingLinksAreFiles)
     EXPECT_EQ(list(""), (QStringList{"dangling.mp3", "loop.mp3"}));
 }
 
-TEST_F(Listing, WhateverIsNoDirectoryIsListedAmongTheFiles)
+TEST_F(Listing, SpecialFilesAreListedAmongTheFiles)
 {
     const QByteArray pipe = tree.path("pipe.mp3").toUtf8();
     ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);

@@ -27,7 +27,7 @@ int below(Random& random, int limit)
     return static_cast<int>(random() % static_cast<unsigned>(limit));
 }
 
-/// What a directory holds in one of its states, unlike that of any other.
+/// The contents of a directory in one of its states; no two states are alike.
 QVariantList generation(char letter, int size)
 {
     QVariantList names;
@@ -49,7 +49,7 @@ class Load : public FileWorkerTest
 {
 protected:
     using Change = std::function<void(Random&)>;
-    /// Why the page has not come from one listing; empty if it may have.
+    /// Why the page cannot come from a single listing; empty if it can.
     using Check = std::function<QString(const Page&)>;
 
     Load() { log.setLevel(log4cplus::OFF_LOG_LEVEL); }

@@ -112,12 +112,12 @@ TEST_F(MetaObject, CallsOfItsMethodsComeBackLessItsFour)
 TEST_F(MetaObject, CallsOfTheBasesMethodsStayThere)
 {
     const int nameChanged = QObject::staticMetaObject.indexOfMethod("objectNameChanged(QString)");
-    QString told;
-    QObject::connect(worker.get(), &QObject::objectNameChanged, [&told](const QString& name) { told = name; });
+    QString reported;
+    QObject::connect(worker.get(), &QObject::objectNameChanged, [&reported](const QString& name) { reported = name; });
     QString name = "new";
     std::array<void*, 2> arguments = {nullptr, &name};
     EXPECT_LT(worker->qt_metacall(QMetaObject::InvokeMetaMethod, nameChanged, arguments.data()), 0);
-    EXPECT_EQ(told, "new");
+    EXPECT_EQ(reported, "new");
 }
 
 TEST_F(MetaObject, OtherCallsComeBackAsTheBaseLeavesThem)

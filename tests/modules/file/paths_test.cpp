@@ -183,14 +183,14 @@ TEST_F(Mapping, AnEmptyRootLetsEveryAbsolutePathPass)
     EXPECT_FALSE(reply.isFinished());
 }
 
-TEST_F(Mapping, WhatIsNotThereMayNotBeRead)
+TEST_F(Mapping, MissingDirectoriesMayNotBeRead)
 {
     EXPECT_EQ(listed("missing"), QStringList{"No permission to read directory 'missing'"});
     EXPECT_EQ(
         listed(tree.path("missing")), QStringList{"No permission to read directory '" + tree.path("missing") + "'"});
 }
 
-TEST_F(Mapping, WhatIsForbiddenMayNotBeRead)
+TEST_F(Mapping, ForbiddenDirectoriesMayNotBeRead)
 {
     tree.forbid("a");
     const WithoutPrivileges unprivileged;

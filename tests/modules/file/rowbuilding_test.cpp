@@ -78,7 +78,7 @@ TEST_F(RowBuilding, PathOfTheRootIsThatOfTheRootRelativeToItself)
     EXPECT_EQ(value(tree.root(), TavoRoles::Path()), QVariant(expected));
 }
 
-TEST_F(RowBuilding, PathIsWhatTheRootDirectoryMakesOfIt)
+TEST_F(RowBuilding, PathIsRelativeToTheRootAsQDirComputesIt)
 {
     const QStringList paths = {
         ".hidden",
@@ -129,7 +129,7 @@ TEST_F(RowBuilding, PathIsWhatTheRootDirectoryMakesOfIt)
     }
 }
 
-TEST_F(RowBuilding, PathUnderAnEmptyRootIsWhatTheRootDirectoryMakesOfIt)
+TEST_F(RowBuilding, PathUnderAnEmptyRootIsAsQDirComputesIt)
 {
     const std::unique_ptr<CMFileWorker> rootless = makeFileWorker(fileConfiguration({}));
     const QDir& root = CMFileWorkerInspector(*rootless).rootDir();
@@ -335,7 +335,7 @@ TEST_F(RowBuilding, ValuesAreThoseOfQFileInfoWhateverTheEntry)
     }
 }
 
-TEST_F(RowBuilding, NameWithANulIsThatOfNoEntry)
+TEST_F(RowBuilding, ANameWithANulNamesNoEntry)
 {
     tree.addDirectory("d");
     const QString withNul = QString("d") + QChar(QChar::Null) + "x";
@@ -377,7 +377,7 @@ TEST_F(RowBuilding, UnknownEndingsHaveNoMimeType)
     EXPECT_EQ(mediaData("x.nobodyknows").resources().at(0).mimeType(), QString());
 }
 
-TEST_F(RowBuilding, TheMimeTypeIsThatOfTheLastEnding)
+TEST_F(RowBuilding, TheMimeTypeFollowsTheLastEnding)
 {
     EXPECT_EQ(mediaData("x.tar.png").resources().at(0).mimeType(), "image/png");
     const QString wholeEnding = MimeTypes::extensionToMimeType("tar.gz", {});
@@ -386,7 +386,7 @@ TEST_F(RowBuilding, TheMimeTypeIsThatOfTheLastEnding)
     EXPECT_EQ(mediaData("x.tar.gz").resources().at(0).mimeType(), lastEnding);
 }
 
-TEST_F(RowBuilding, UrisKeepWhatTheRequestClimbs)
+TEST_F(RowBuilding, UrisKeepParentDirectorySteps)
 {
     EXPECT_EQ(mediaData("../x").resources().at(0).uri(), "file://" + tree.root() + "/../x");
 }
@@ -401,7 +401,7 @@ TEST_F(RowBuilding, TheItemNeedNotExist)
     EXPECT_TRUE(error.isEmpty());
 }
 
-TEST_F(RowBuilding, PathsThatClimbOutAreBuiltAllTheSame)
+TEST_F(RowBuilding, PathsThatClimbOutAreBuilt)
 {
     CMError error;
     tree.addFile("../x.mp3");

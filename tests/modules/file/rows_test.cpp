@@ -45,7 +45,7 @@ protected:
     [[nodiscard]] Record cached() const { return inside.record(tree.path("d")); }
 };
 
-TEST_F(Rows, APageAcrossTheEndHoldsWhatThereIs)
+TEST_F(Rows, APageAcrossTheEndHoldsTheRemainingRows)
 {
     const TavoRowsRoles page = rows("d", 0, 9).value();
     EXPECT_EQ(firstColumn(page), (QVariantList{"1.mp3", "2.mp3", "3.mp3", "4.mp3"}));
@@ -326,7 +326,7 @@ TEST_F(Rows, AnUnnoticedChangeIsLoggedThenDetected)
     EXPECT_EQ(log.numberOf(unnoticed), 411);
 }
 
-TEST_F(Rows, AChangeThatKeepsTheCountGoesUnnoticed)
+TEST_F(Rows, AChangeThatKeepsTheCountIsNotNoticed)
 {
     cache(4, 8);
     tree.rename("d/1.mp3", "d/0.mp3");
@@ -336,7 +336,7 @@ TEST_F(Rows, AChangeThatKeepsTheCountGoesUnnoticed)
     EXPECT_EQ(log.count(unnoticed), 0);
 }
 
-TEST_F(Rows, ADirectoryThatGoesWhileItIsListedIsServedUnversioned)
+TEST_F(Rows, ADirectoryRemovedWhileItIsListedIsServedUnversioned)
 {
     cache(3, 8);
     ScanDirHook::changeEntry = [this](dirent& /*entry*/) {
@@ -351,7 +351,7 @@ TEST_F(Rows, ADirectoryThatGoesWhileItIsListedIsServedUnversioned)
     EXPECT_EQ(inside.recordCount(), 0);
 }
 
-TEST_F(Rows, ADirectoryThatGoesWhileItIsListedIsRefusedToAClientWithAVersion)
+TEST_F(Rows, ADirectoryRemovedWhileItIsListedIsRefusedToAClientWithAVersion)
 {
     cache(3, 8);
     inside.setRecord(tree.path("empty"), 1, 9);
@@ -463,7 +463,7 @@ TEST_F(Rows, AreListedUnderTheLock)
     EXPECT_TRUE(isUnlocked());
 }
 
-/// Looks on while rows are built.
+/// Records how rows are built.
 class WatchedWorker : public CMFileWorker
 {
 public:
@@ -570,7 +570,7 @@ protected:
     const QString item = "menu/context//file/d/1.mp3";
 };
 
-TEST_F(RowsContextMenu, OffersWhatThePlaylistHelperGives)
+TEST_F(RowsContextMenu, OffersTheRowsOfThePlaylistHelper)
 {
     const CMGetRowsRequest request(worker->addPrefix(item), 1, 1, 77, {TavoRoles::Path(), TavoRoles::Value()});
     worker->getRowsRequest(request);

@@ -1,4 +1,4 @@
-// The kernel has not what the worker needs.
+// The worker runs out of memory, watches or file descriptors.
 
 #include "changerecorder.h"
 #include "fileworkertest.h"
@@ -45,7 +45,7 @@ TEST_F(ScarceMemory, AListingFailsIsLoggedAndLeavesNothingOpen)
     EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-/// The process can open nothing any more, until the object goes.
+/// While it exists, the process cannot open any more files.
 class NoDescriptors
 {
 public:
@@ -99,11 +99,11 @@ TEST_F(ScarceDescriptors, AnOpenDirectorySeemsChangedAndOnceMoreAfterwards)
     EXPECT_TRUE(rows("d", 0, 9, version + 1).isError());
     const TavoRowsRoles page = rows("d", 0, 9, version + 2).value();
     EXPECT_EQ(firstColumn(page), all);
-    EXPECT_TRUE(processEventsUntil([&] { return client.told.size() == 2; }));
-    EXPECT_EQ(client.told.back().version, version + 2);
+    EXPECT_TRUE(processEventsUntil([&] { return client.received.size() == 2; }));
+    EXPECT_EQ(client.received.back().version, version + 2);
 }
 
-TEST_F(ScarceDescriptors, WalksFindNothingAndSingleEntriesAreStillTold)
+TEST_F(ScarceDescriptors, WalksFindNothingButSingleEntriesAreStillAnswered)
 {
     ASSERT_EQ(count(), QVariant(3));
     const NoDescriptors scarce;

@@ -31,7 +31,7 @@ protected:
         for (const char* file : {"a.mp3", "b.m3u", "notes.txt", "d/c.mp3", "d/d.m3u"})
             tree.addFile(file);
         TagReaderHook::reset();
-        // The items tell which file they were made from.
+        // Each item is the path of its file.
         TagReaderHook::item = [](const QString& path) { return path; };
     }
     ~SetData() override { TagReaderHook::reset(); }
@@ -125,7 +125,7 @@ TEST_F(SetData, AnEmptyValueGivesAnEmptyList)
     }
 }
 
-TEST_F(SetData, AnySequenceOfIdsWillDo)
+TEST_F(SetData, IdsMayComeInAnySequence)
 {
     const QVariantList expected = files({"d/c.mp3", "a.mp3"});
     EXPECT_EQ(library(QStringList{id("d/c.mp3"), id("a.mp3")}).value().toList(), expected);
@@ -221,7 +221,7 @@ TEST_F(SetData, AHiddenFileThatIsNamedIsPrepared)
     EXPECT_EQ(library(QStringList{id(".h.mp3")}).value().toList(), files({".h.mp3"}));
 }
 
-TEST_F(SetData, WhatIsNothingPlayableIsPassedOver)
+TEST_F(SetData, IdsOfNothingPlayableAreSkipped)
 {
     ASSERT_EQ(mkfifo(tree.path("pipe.mp3").toUtf8().constData(), 0600), 0);
     const CMReply<QVariant> reply =
@@ -263,7 +263,7 @@ TEST_F(SetData, TheReaderIsGivenTheRootTheFileTheServiceAndTheRow)
     }
 }
 
-TEST_F(SetData, WhateverTheReaderReturnsIsAnItem)
+TEST_F(SetData, EveryValueOfTheReaderIsAnItem)
 {
     TagReaderHook::item = [](const QString& path) { return path.endsWith("a.mp3") ? QVariant() : QVariant(7); };
     EXPECT_EQ(library(QStringList{id("a.mp3"), id("d")}).value().toList(), (QVariantList{QVariant(), 7, 7}));
@@ -316,7 +316,7 @@ QByteArray flacBlock(int type, const QByteArray& content)
     return char(type) + bigEndian(content.size()).mid(1) + content;
 }
 
-/// A FLAC file of no sound at all, with a front cover of 64 x 64 pixels.
+/// A FLAC file without sound, with a front cover of 64 x 64 pixels.
 QByteArray flacWithCover()
 {
     QImage cover(64, 64, QImage::Format_RGB32);
@@ -350,7 +350,7 @@ TEST_F(SetData, TheLibraryScalesCoversToTheAlbumArtWidth)
     EXPECT_EQ(media.metaData().field("albumArt").toHash().value("width"), QVariant(24));
 }
 
-/// Looks on while rows are built.
+/// Records how rows are built.
 class WatchedWorker : public CMFileWorker
 {
 public:
@@ -443,7 +443,7 @@ protected:
     }
 };
 
-TEST_F(SetDataLog, OfAPlaylistTellsEveryStep)
+TEST_F(SetDataLog, OfAPlaylistHasEveryStep)
 {
     static_cast<void>(playlist(QStringList{id("d"), id("a.mp3"), id("notes.txt")}));
     const auto& step = Signature::prepareList;
@@ -486,7 +486,7 @@ TEST_F(SetDataLog, OfACountInforms)
                          infoLine(Signature::setDataRequest, "audioFilesNb: 2")));
 }
 
-TEST_F(SetDataLog, OfARefusedCountTellsThePathFirst)
+TEST_F(SetDataLog, OfARefusedCountHasThePathFirst)
 {
     static_cast<void>(count("/etc"));
     EXPECT_THAT(
@@ -542,7 +542,7 @@ TEST_F(Count, IsZeroWhereNothingMatches)
     EXPECT_EQ(count("missing").value().userType(), int(QMetaType::Int));
 }
 
-TEST_F(Count, LeavesOutHiddenFilesDirectoriesAndWhatLiesBehindLinks)
+TEST_F(Count, LeavesOutHiddenFilesDirectoriesAndLinkedDirectories)
 {
     tree.addFile("c/.hidden.mp3");
     tree.addDirectory("c/dir.mp3");

@@ -22,7 +22,7 @@ protected:
     }
     ~Watches() override { VersionMutexHook::reset(); }
 
-    /// What the platform's watcher watches.
+    /// The paths that the platform's watcher watches.
     [[nodiscard]] std::vector<QString> watched() const
     {
         const QStringList paths = inside.watcher()->directories() + inside.watcher()->files();
@@ -123,7 +123,7 @@ TEST_F(Watches, OpeningOutsideTheRootIsIgnored)
                          entryLine(Signature::subscribePathAdded, "/file//etc")));
 }
 
-TEST_F(Watches, OpeningWhatIsNotThereIsIgnored)
+TEST_F(Watches, OpeningAMissingPathIsIgnored)
 {
     const int version = inside.rowsVersion();
     open("missing");
@@ -134,7 +134,7 @@ TEST_F(Watches, OpeningWhatIsNotThereIsIgnored)
     EXPECT_THAT(log.lines(), ElementsAre(entryLine(Signature::subscribePathAdded, "/file/missing")));
 }
 
-TEST_F(Watches, OpeningWhatIsForbiddenIsIgnored)
+TEST_F(Watches, OpeningAForbiddenDirectoryIsIgnored)
 {
     tree.forbid("D/E");
     const WithoutPrivileges unprivileged;
@@ -246,14 +246,14 @@ TEST_F(Watches, AContextMenuIsNotTracked)
     EXPECT_TRUE(isUnlocked());
 }
 
-TEST_F(Watches, OpeningAContextMenuThatIsNotThereIsIgnoredWithoutItsLine)
+TEST_F(Watches, OpeningAMissingContextMenuIsIgnoredWithoutALine)
 {
     inside.contextMenuPath() = worker->addPrefix(tree.path("menu"));
     open("menu/missing");
     EXPECT_THAT(log.lines(), ElementsAre(entryLine(Signature::subscribePathAdded, "/file/menu/missing")));
 }
 
-TEST_F(Watches, TheContextMenuIsToldByTheTextOfItsBase)
+TEST_F(Watches, TheContextMenuIsRecognisedByTheTextOfItsBase)
 {
     tree.addDirectory("MENU");
     inside.contextMenuPath() = CMPath("other", tree.path("menu"));
@@ -312,7 +312,7 @@ TEST_F(Watches, AddingStartsAnewAtACountOfZero)
     EXPECT_THAT(watched(), ElementsAre(d));
 }
 
-TEST_F(Watches, WhatTheWatcherRefusesIsCountedAllTheSame)
+TEST_F(Watches, PathsThatTheWatcherRefusesAreCounted)
 {
     inside.addWatch("/missing");
     inside.addWatch("/missing");
@@ -337,7 +337,7 @@ TEST_F(Watches, RemovingTheLastShareEndsTheWatch)
     EXPECT_THAT(watched(), testing::IsEmpty());
 }
 
-TEST_F(Watches, RemovingAnUnknownWatchLeavesTheCountsAloneAndTellsTheWatcher)
+TEST_F(Watches, RemovingAnUnknownWatchReachesTheWatcherAndKeepsTheCounts)
 {
     inside.addWatch(e);
     inside.watcher()->addPath(d);
@@ -419,7 +419,7 @@ TEST_F(Watches, VersionsAreRenewedUnderBothMutexes)
     EXPECT_TRUE(isUnlockedMutex(*VersionMutexHook::mutex));
 }
 
-TEST_F(Watches, WithoutAVersionMutexVersionsAreRenewedAllTheSame)
+TEST_F(Watches, WithoutAVersionMutexVersionsAreStillRenewed)
 {
     VersionMutexHook::mutex = nullptr;
     const int version = inside.rowsVersion();
@@ -452,7 +452,7 @@ class WatchesDeathTest : public Watches
 {
 };
 
-TEST_F(WatchesDeathTest, OpeningWhatIsOpenEndsTheProcess)
+TEST_F(WatchesDeathTest, OpeningAnOpenDirectoryEndsTheProcess)
 {
     open("D/E");
     EXPECT_DEATH(open("D/E"), "ASSERT: \"!m_cache.contains\\(absolutePath\\)\"");

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-/// A client that remembers what it is told.
+/// A client that records its notifications.
 class ChangeRecorder : public CMChangeReceiver
 {
 public:
@@ -17,17 +17,17 @@ public:
 
     void rowsChanged(const CMPath& path, const QStringList& changes, int version) override
     {
-        told.push_back({path, changes, version});
+        received.push_back({path, changes, version});
     }
 
-    /// How often it was told just this code of the path.
+    /// The number of notifications of the path with this code alone.
     [[nodiscard]] int count(const CMPath& path, const QString& code) const
     {
         int count = 0;
-        for (const Change& change : told)
+        for (const Change& change : received)
             count += change.path == path && change.changes == QStringList{code} ? 1 : 0;
         return count;
     }
 
-    std::vector<Change> told;
+    std::vector<Change> received;
 };

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-/// Opens the worker's private side to its tests.
+/// Gives tests access to the worker's private members.
 class CMFileWorkerInspector
 {
 public:

@@ -30,7 +30,7 @@ void check(int result)
         throw std::system_error(errno, std::generic_category());
 }
 
-/// Those by which the thread passes over the permissions of files. There is no function of the C library for it.
+/// The capabilities that override file permissions. The C library has no function for them.
 void setFileCapabilities(bool effective)
 {
     constexpr uint32_t overriding = 1U << CAP_DAC_OVERRIDE | 1U << CAP_DAC_READ_SEARCH;
@@ -115,7 +115,7 @@ WithoutPrivileges::WithoutPrivileges() : m_securityBits(prctl(PR_GET_SECUREBITS)
 {
     if (geteuid() != 0)
         return;
-    // access() gives the super-user's capabilities back otherwise.
+    // Without this, access() would restore root's capabilities.
     check(prctl(PR_SET_SECUREBITS, m_securityBits | SECBIT_NO_SETUID_FIXUP));
     setFileCapabilities(false);
 }

@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 
 /// Real files for a test: a root directory to serve, inside a directory that belongs to the test too. Paths are
-/// relative to the root; what cannot be done throws.
+/// relative to the root. Failures throw.
 class FileTree
 {
 public:
@@ -22,13 +22,13 @@ public:
     void addDirectory(const QString& relative) const;
     void addFile(const QString& relative, const QByteArray& content = {}) const;
     void addLink(const QString& relative, const QString& target) const;
-    /// A directory goes with all that it holds.
+    /// Removes a directory with its contents.
     void remove(const QString& relative) const;
     void rename(const QString& from, const QString& to) const;
     void setModified(const QString& relative, qint64 secondsSinceEpoch, long nanoseconds = 0) const;
-    /// Takes every right from everybody, until the tree goes.
+    /// Removes all permissions; they come back when the tree is destroyed.
     void forbid(const QString& relative);
-    /// Gives everybody the right to read a directory.
+    /// Lets everybody read a directory.
     void permit(const QString& relative) const;
 
 private:
@@ -37,8 +37,8 @@ private:
     QStringList m_forbidden;
 };
 
-/// While it lives the thread, and those that it starts, have no more rights than anybody: the super-user reads what is
-/// forbidden too. Takes capabilities, for in an emulator's user namespace there is no other user.
+/// While it exists, file permissions hold for this thread, and for threads that it starts, even if the user is root.
+/// Drops capabilities instead of changing the user, because an emulator's user namespace has no other user.
 class WithoutPrivileges
 {
 public:

@@ -23,7 +23,7 @@ fileConfiguration(const QString& root, const QStringList& patterns = {"*.mp3", "
 /// As a host makes it.
 [[nodiscard]] std::unique_ptr<CMFileWorker> makeFileWorker(const QVariantHash& configuration);
 
-/// Whether another thread could take the mutex now.
+/// True if another thread can take the mutex now.
 [[nodiscard]] bool isUnlockedMutex(QMutex& mutex);
 
 /// A worker over a real tree, its log collected from after its construction.
@@ -45,7 +45,7 @@ protected:
 
     [[nodiscard]] bool isUnlocked() const;
 
-    /// As the worker is told by its CMSubscribe.
+    /// Emit the signals with which CMSubscribe reports that a path was opened or closed.
     void open(const QString& base);
     void close(const QString& base);
 

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-/// A line that was, or is to be, written: all but where in the source.
+/// A log line, written or expected, without its place in the source.
 struct LogLine
 {
     log4cplus::LogLevel level;
@@ -25,7 +25,7 @@ struct LogLine
     friend std::ostream& operator<<(std::ostream& out, const LogLine& line);
 };
 
-/// Keeps what the logger of the file worker writes, from TRACE on unless told otherwise.
+/// Records the file worker's log lines, from TRACE on unless another level is set.
 class LogCapture
 {
 public:

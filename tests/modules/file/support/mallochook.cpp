@@ -25,7 +25,7 @@ bool fails()
 
 } // namespace
 
-// Under these names the C library has its own still.
+// The C library's own functions.
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* __libc_realloc(void* memory, std::size_t size);
 

@@ -3,8 +3,8 @@
 /// Takes the place of malloc() in a test program: during a call of scandir() one allocation may fail.
 struct MallocHook
 {
-    /// Which one, from 1; 0: none.
+    /// The number of the allocation that fails, from 1; 0: none.
     static int failing;
-    /// How many the last call has made.
+    /// The number of allocations of the last call.
     static int allocations;
 };

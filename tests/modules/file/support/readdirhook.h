@@ -1,10 +1,10 @@
 #pragma once
 
-/// Takes the place of readdir() in a test program, for whoever but the C library itself calls it.
+/// Takes the place of readdir() in a test program, but for calls from the C library itself.
 struct ReadDirHook
 {
-    /// Entries come without their types, as some file systems give them.
+    /// Hides the types of entries, as some file systems do.
     static bool hidesTypes;
-    /// How many types have been hidden.
+    /// The number of types hidden so far.
     static int hidden;
 };

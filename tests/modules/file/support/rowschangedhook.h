@@ -8,8 +8,8 @@
 #include <ostream>
 #include <vector>
 
-/// Takes the place of CMSubscribe::rowsChanged() in a test program: tests see each call, which then goes on to
-/// CMSubscribe.
+/// Takes the place of CMSubscribe::rowsChanged() in a test program: tests see each call, which is then
+/// forwarded to CMSubscribe.
 struct RowsChangedHook
 {
     struct Call
@@ -27,12 +27,12 @@ struct RowsChangedHook
     };
 
     static std::vector<Call> calls;
-    /// Runs in the calling thread before the call goes on.
+    /// Runs in the calling thread before the call is forwarded.
     static std::function<void()> whileCalled;
 
     static void reset();
 };
 
-/// As the worker announces it.
+/// The calls with which the worker announces a change.
 [[nodiscard]] RowsChangedHook::Call resetOf(const CMPath& path, int version);
 [[nodiscard]] RowsChangedHook::Call closeOf(const CMPath& path, int version);

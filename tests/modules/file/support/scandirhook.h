@@ -20,11 +20,11 @@ struct ScanDirHook
     static std::vector<Call> calls;
     /// Runs for each entry found.
     static std::function<void(dirent&)> changeEntry;
-    /// What is returned instead of a listing, with errno set, if it is not 0.
+    /// If not 0, returned instead of a listing, with errno set.
     static int failure;
-    /// Listings come back without a single entry, as some file systems give them.
+    /// Makes listings empty, without "." and "..", as on some file systems.
     static bool empty;
 
-    /// The platform's own listing again, nothing called yet.
+    /// Restores the platform's listing and forgets the calls.
     static void reset();
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The operations of the worker, as its log names them.
+/// The worker's operations, as they appear in its log.
 namespace Signature {
 inline constexpr char constructor[] = "CMFileWorker::CMFileWorker(const QVariantHash&)";
 inline constexpr char errorAccessViolation[] = "CMError CMFileWorker::errorAccessViolation(const QString&)";
