@@ -6,6 +6,7 @@
 #include "model/cmpath.h"
 #include "model/cmreply.h"
 #include "model/cmrequest.h"
+#include "model/cmrequestcontext.h"
 #include "model/cmroot.h"
 #include "model/cmsubscribe.h"
 #include "model/cmversion.h"
