@@ -96,16 +96,10 @@ TEST(Binaries, TagReadersNeedTheSdkAndQtCoreAlone)
     EXPECT_THAT(needsOf(TAVO_TAGREADER), UnorderedElementsAre("libtavo_api", "libQt5Core"));
 }
 
-TEST(Binaries, TagsAloneNeedTagLib)
+TEST(Binaries, TagsAloneNeedTagLibAndQtGui)
 {
-    EXPECT_THAT(needsOf(TAVO_TAGS), UnorderedElementsAre("libQt5Core", "libtag"));
+    EXPECT_THAT(needsOf(TAVO_TAGS), UnorderedElementsAre("libQt5Core", "libQt5Gui", "libtag"));
     EXPECT_THAT(exportsOf(TAVO_TAGS), ElementsAre("tavo_read_file_tags"));
-}
-
-TEST(Binaries, CoversAloneNeedQtGui)
-{
-    EXPECT_THAT(needsOf(TAVO_COVERART), UnorderedElementsAre("libQt5Core", "libQt5Gui"));
-    EXPECT_THAT(exportsOf(TAVO_COVERART), ElementsAre("tavo_make_cover_art"));
 }
 
 TEST(Binaries, SdkExportsNoInstancesOfForeignTemplates)

@@ -252,8 +252,7 @@ TEST(Rooms, TwoSourcesAloneLoadLibraries)
                 loaders.insert(file.toStdString());
         }
     }
-    EXPECT_THAT(
-        loaders, testing::ElementsAre("src/api/tagreader/loadedfunction.cpp", "src/host/content/workermodule.cpp"));
+    EXPECT_THAT(loaders, testing::ElementsAre("src/api/tagreader/filetags.cpp", "src/host/content/workermodule.cpp"));
 }
 
 } // namespace

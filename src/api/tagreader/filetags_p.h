@@ -1,11 +1,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QSize>
 #include <QString>
 
-#include <functional>
-
-/// What is known of a file's sound; 0 for what is not.
+/// The format of a file's sound; 0 where it is unknown.
 struct SoundFormat
 {
     qint64 milliseconds = 0;
@@ -14,7 +13,16 @@ struct SoundFormat
     int channels = 0;
 };
 
-/// What a file says of itself; null, empty or 0 for what it does not say, or what was not wanted.
+/// An album's picture, ready to be shown: the bytes of a JPEG or PNG file. Empty data: there is none.
+struct CoverArt
+{
+    QString mimeType;
+    /// In pixels.
+    QSize size;
+    QByteArray data;
+};
+
+/// The tags of an audio file; null, empty or 0 where the file has none, or where they were not wanted.
 struct FileTags
 {
     QString title;
@@ -26,20 +34,23 @@ struct FileTags
     int discNumber = 0;
     int year = 0;
     SoundFormat sound;
-    /// A picture file's bytes; they go when the file is closed.
-    QByteArray frontCover;
+    CoverArt cover;
 };
 
-/// What is read: title, artist, album and sound; all but the front cover; all.
-enum class WantedTags { PlayList, Library, LibraryAndCover };
+enum class WantedTags {
+    /// Title, artist, album and sound.
+    PlayList,
+    /// All but the cover, which has a parameter of its own.
+    Library
+};
 
-using FileTagsUser = std::function<void(const FileTags& tags)>;
+/// Reads the audio file at this absolute path. `coverWidth`: the pixels that a cover is scaled down to if it is wider;
+/// 0 or less: no cover is read.
+///
+/// Thread-safe. Returns empty tags if the file cannot be read or memory runs out.
+[[nodiscard]] FileTags readFileTags(const QString& path, WantedTags wanted, int coverWidth);
 
-/// Gives `use` the tags of the audio file at this absolute path while the file is open, which it no longer is when this
-/// returns. What is thrown meanwhile, by `use` too, such as for lack of memory, ends the reading of that file and
-/// nothing else.
-void readFileTags(const QString& path, WantedTags wanted, const FileTagsUser& use);
-
-/// What reads them, in a library of its own that the first file loads; its exported name. May throw.
-using FileTagsReader = void(const QString& path, WantedTags wanted, const FileTagsUser& use);
+/// The function behind readFileTags(), in a library that is loaded with the first file, and the name that it exports.
+/// May throw; `tags` are unchanged then.
+using FileTagsReader = void(const QString& path, WantedTags wanted, int coverWidth, FileTags& tags);
 constexpr char fileTagsReader[] = "tavo_read_file_tags";

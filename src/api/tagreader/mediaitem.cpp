@@ -86,6 +86,7 @@ void MediaItem::addLibraryFields(const FileTags& tags)
     setNumber(m_resource, &TavoResource::setBitRate, tags.sound.bitsPerSecond);
     setNumber(m_resource, &TavoResource::setSampleRate, tags.sound.hertz);
     setNumber(m_resource, &TavoResource::setChannels, tags.sound.channels);
+    addAlbumArt(tags.cover);
 }
 
 void MediaItem::addAlbumArt(const CoverArt& art)

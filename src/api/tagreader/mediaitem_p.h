@@ -1,6 +1,5 @@
 #pragma once
 
-#include "coverart_p.h"
 #include "filetags_p.h"
 
 #include "tavo/tavomedia.h"
@@ -8,7 +7,8 @@
 
 #include <QDir>
 
-/// An item in the making: the roles of one file, its media record taken apart to be completed.
+/// Builds an item: holds the roles of one file, with the media record split into its parts so that tags can complete
+/// it.
 class MediaItem
 {
 public:
@@ -18,11 +18,11 @@ public:
     /// Fields that the tags do not have stay as they are.
     void addPlayListFields(const FileTags& tags);
     void addLibraryFields(const FileTags& tags);
-    void addAlbumArt(const CoverArt& art);
 
     [[nodiscard]] QVariant toVariant() const;
 
 private:
+    void addAlbumArt(const CoverArt& art);
     void takeRows(const QVariantList& rows);
     void takeMedia(const TavoMediaData& media);
     void makeMedia(const QString& path, const QString& serviceId);

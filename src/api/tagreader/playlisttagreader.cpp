@@ -6,8 +6,6 @@ QVariant PlayListTagReader::readItem(
     const QDir& root, const QString& path, const QString& serviceId, const QVariantList& rows) const
 {
     MediaItem item(root, path, serviceId, rows);
-    readFileTags(root.absoluteFilePath(path), WantedTags::PlayList, [&item](const FileTags& tags) {
-        item.addPlayListFields(tags);
-    });
+    item.addPlayListFields(readFileTags(root.absoluteFilePath(path), WantedTags::PlayList, 0));
     return item.toVariant();
 }

@@ -1,3 +1,4 @@
+#include "coverartcache_p.h"
 #include "filetags_p.h"
 #include "tagfile_p.h"
 
@@ -5,51 +6,54 @@
 
 namespace {
 
-FileTags playListTags(TagFile& file)
+void readPlayListTags(TagFile& file, FileTags& tags)
 {
-    FileTags tags;
     tags.title = file.text(TagField::Title);
     tags.artist = file.text(TagField::Artist);
     tags.album = file.text(TagField::Album);
     tags.sound = file.sound();
-    return tags;
 }
 
-FileTags libraryTags(TagFile& file)
+void readFurtherTags(const TagFile& file, FileTags& tags)
 {
-    FileTags tags = playListTags(file);
     tags.albumArtist = file.text(TagField::AlbumArtist);
     tags.genre = file.text(TagField::Genre);
     tags.trackNumber = file.trackNumber();
     tags.discNumber = file.discNumber();
     tags.year = file.year();
-    return tags;
 }
 
-TagLib::ByteVector frontCover(const TagFile& file)
+CoverArt readCover(const TagFile& file, int width)
 {
     try {
-        return file.frontCover();
+        const TagLib::ByteVector picture = file.frontCover();
+        if (picture.isEmpty())
+            return {};
+        const auto bytes = QByteArray::fromRawData(picture.data(), static_cast<int>(picture.size()));
+        return CoverArtCache::instance().get(bytes, width);
     } catch (const std::bad_alloc&) {
-        // It may be large, and the rest is worth having without it.
+        // A picture may be large; the other tags are worth having without it.
         return {};
     }
 }
 
-void readTags(const QString& path, WantedTags wanted, const FileTagsUser& use)
+FileTags readTags(const QString& path, WantedTags wanted, int coverWidth)
 {
-    const bool withCover = wanted == WantedTags::LibraryAndCover;
+    const bool withCover = coverWidth > 0;
     TagFile file(path, withCover ? TagFile::Pictures::Read : TagFile::Pictures::Skipped);
-    FileTags tags = wanted == WantedTags::PlayList ? playListTags(file) : libraryTags(file);
-    const TagLib::ByteVector picture = withCover ? frontCover(file) : TagLib::ByteVector();
-    tags.frontCover = QByteArray::fromRawData(picture.data(), static_cast<int>(picture.size()));
-    // While the file is open: what outlasts it would else come to lie scattered over the memory that it gave back.
-    use(tags);
+    FileTags tags;
+    readPlayListTags(file, tags);
+    if (wanted == WantedTags::Library)
+        readFurtherTags(file, tags);
+    if (withCover)
+        tags.cover = readCover(file, coverWidth);
+    return tags;
 }
 
 } // namespace
 
-extern "C" Q_DECL_EXPORT void tavo_read_file_tags(const QString& path, WantedTags wanted, const FileTagsUser& use)
+extern "C" Q_DECL_EXPORT void
+tavo_read_file_tags(const QString& path, WantedTags wanted, int coverWidth, FileTags& tags)
 {
-    readTags(path, wanted, use);
+    tags = readTags(path, wanted, coverWidth);
 }
