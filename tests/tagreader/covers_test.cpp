@@ -8,11 +8,14 @@
 #include <QBuffer>
 #include <QImage>
 #include <QTemporaryDir>
+#include <QtEndian>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <future>
+#include <string_view>
 
 namespace {
 
@@ -26,6 +29,13 @@ QImage picture(const QSize& size, QImage::Format format = QImage::Format_RGB32)
         for (int x = 0; x < size.width(); ++x)
             image.setPixel(x, y, qRgba(x * 255 / size.width(), y * 255 / size.height(), (x + y) % 256, 200));
     }
+    return image;
+}
+
+QImage uniform(Qt::GlobalColor colour)
+{
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(colour);
     return image;
 }
 
@@ -229,6 +239,69 @@ TEST_F(CoverTest, ArtIsRememberedByContentAndWidth)
     EXPECT_EQ(sizeOf(libraryItem(fileWith(cover), 200).art()), QSize(200, 200));
     EXPECT_NE(libraryItem(fileWith(another), 300).artBytes().toBase64(), first.artBytes().toBase64());
     EXPECT_EQ(bytesOf(libraryItem(fileWith(cover), 300)), bytesOf(first));
+}
+
+/// The state of the C++ library's std::hash, which is MurmurHash: it mixes in 8 bytes at a time, and each step can be
+/// reversed. So other bytes that lead to the same hash can be calculated.
+class WeakHash
+{
+public:
+    explicit WeakHash(size_t length) : m_state(seed ^ length * multiplier) {}
+
+    void add(const QByteArray& bytes)
+    {
+        for (int i = 0; i < bytes.size(); i += 8)
+            m_state = (m_state ^ mixed(qFromLittleEndian<quint64>(bytes.constData() + i))) * multiplier;
+    }
+
+    /// The 8 bytes that lead from here to where `bytes` lead from `other`.
+    [[nodiscard]] QByteArray compensation(const WeakHash& other, quint64 bytes) const
+    {
+        QByteArray result(8, '\0');
+        qToLittleEndian<quint64>(unmixed(m_state ^ other.m_state ^ mixed(bytes)), result.data());
+        return result;
+    }
+
+private:
+    static constexpr quint64 seed = 0xc70f6907;
+    static constexpr quint64 multiplier = 0xc6a4a7935bd1e995;
+
+    [[nodiscard]] static quint64 shifted(quint64 value) { return value ^ (value >> 47); }
+    [[nodiscard]] static quint64 mixed(quint64 value) { return shifted(value * multiplier) * multiplier; }
+    [[nodiscard]] static quint64 unmixed(quint64 value) { return shifted(value * inverse()) * inverse(); }
+
+    /// Of the multiplier; each step of Newton's method doubles the number of right bits.
+    [[nodiscard]] static quint64 inverse()
+    {
+        quint64 result = multiplier;
+        for (int i = 0; i < 6; ++i)
+            result *= 2 - multiplier * result;
+        return result;
+    }
+
+    quint64 m_state;
+};
+
+size_t weakHash(const QByteArray& bytes)
+{
+    return std::hash<std::string_view>()({bytes.constData(), static_cast<size_t>(bytes.size())});
+}
+
+TEST_F(CoverTest, PicturesOfTheSameLengthAndWeakHashHaveTheirOwnArt)
+{
+    constexpr int length = 4096;
+    const QByteArray filler(length, '\0');
+    const QByteArray black = (encoded(uniform(Qt::black), "png") + filler).left(length);
+    const QByteArray white = (encoded(uniform(Qt::white), "png") + filler).left(length);
+    WeakHash afterBlack(length + 8);
+    WeakHash afterWhite(length + 8);
+    afterBlack.add(black);
+    afterWhite.add(white);
+    const QByteArray one = black + QByteArray(8, '\0');
+    const QByteArray another = white + afterWhite.compensation(afterBlack, 0);
+    ASSERT_EQ(weakHash(one), weakHash(another));
+    EXPECT_EQ(libraryItem(fileWith(one, "1.mp3")).artBytes(), one);
+    EXPECT_EQ(libraryItem(fileWith(another, "2.mp3")).artBytes(), another);
 }
 
 TEST_F(CoverTest, RememberedArtTakesBoundedMemory)

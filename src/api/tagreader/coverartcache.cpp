@@ -1,31 +1,9 @@
 #include "coverartcache_p.h"
 
-#include <QHash>
+#include <QCryptographicHash>
 
-#include <string_view>
-
-static bool operator==(const CoverArtCache::Key& a, const CoverArtCache::Key& b)
-{
-    return a.contentHash == b.contentHash && a.length == b.length && a.width == b.width;
-}
-
-static uint qHash(const CoverArtCache::Key& key, uint seed)
-{
-    return ::qHash(static_cast<quint64>(key.contentHash), seed);
-}
-
-namespace {
-
-/// What an entry takes beside its bytes.
-constexpr int entryOverhead = 256;
-
-CoverArtCache::Key keyOf(const QByteArray& picture, int width)
-{
-    const std::string_view bytes(picture.constData(), static_cast<size_t>(picture.size()));
-    return {std::hash<std::string_view>()(bytes), picture.size(), width};
-}
-
-} // namespace
+/// The bytes that an entry takes beside its art's data.
+static constexpr int entryOverhead = 256;
 
 CoverArtCache& CoverArtCache::instance()
 {
@@ -35,7 +13,7 @@ CoverArtCache& CoverArtCache::instance()
 
 CoverArt CoverArtCache::get(const QByteArray& picture, int width)
 {
-    const Key key = keyOf(picture, width);
+    const Key key(digestOf(picture), width);
     {
         const QMutexLocker locked(&m_mutex);
         if (const CoverArt* known = m_art.object(key))
@@ -45,4 +23,19 @@ CoverArt CoverArtCache::get(const QByteArray& picture, int width)
     const QMutexLocker locked(&m_mutex);
     m_art.insert(key, new CoverArt(art), art.data.size() + entryOverhead);
     return art;
+}
+
+QByteArray CoverArtCache::digestOf(const QByteArray& picture)
+{
+    // The tracks of an album follow each other, and comparing pictures is much faster than hashing them.
+    QMutexLocker locker(&m_mutex);
+    const DigestedPicture last = m_last;
+    locker.unlock();
+    if (picture == last.picture)
+        return last.digest;
+    const QByteArray copy(picture.constData(), picture.size());
+    const DigestedPicture digested = {copy, QCryptographicHash::hash(copy, QCryptographicHash::Sha3_256)};
+    locker.relock();
+    m_last = digested;
+    return digested.digest;
 }
