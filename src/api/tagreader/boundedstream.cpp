@@ -11,9 +11,9 @@
 
 namespace {
 
-/// No recording is longer. TagLib steps through a file's whole length, read or not.
+/// No recording is longer. TagLib walks through a file's whole length even where it can read nothing.
 constexpr long longestFile = 1L << 34;
-/// Containers are read by recursion: this is a thousand levels, where real files have ten.
+/// TagLib reads nested containers by recursion: this is enough for a thousand levels, and real files have ten.
 constexpr long deepestStack = 256L * 1024;
 
 bool isReadable(const struct stat& file)
@@ -21,15 +21,16 @@ bool isReadable(const struct stat& file)
     return S_ISREG(file.st_mode) && file.st_size <= longestFile;
 }
 
-/// Looks before it opens, since opening alone can have effects on devices and pipes. Returns -1 for what is no file.
+/// Checks the file before opening it, since opening a device or a pipe can have effects by itself. Returns -1 for
+/// anything but a regular file.
 int openRegularFile(const QByteArray& path, long& length)
 {
     const char* name = path.constData();
     struct stat file = {};
-    // Cut off at a null byte, the path would be another file's.
+    // Truncated at a null byte, the path would name another file.
     if (path.contains('\0') || stat(name, &file) != 0 || !isReadable(file))
         return -1;
-    // Should it have become a pipe meanwhile, the flags keep open() from waiting.
+    // If it has become a pipe in the meantime, the flags keep open() from waiting.
     const int descriptor = open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0)
         return -1;
@@ -49,7 +50,8 @@ const char* stackPosition()
 } // namespace
 
 BoundedStream::BoundedStream(QByteArray name)
-    : m_name(std::move(name)), m_descriptor(openRegularFile(m_name, m_length)), m_stack(stackPosition())
+    : m_name(std::move(name)), m_descriptor(openRegularFile(m_name, m_length)), m_stack(stackPosition()),
+      m_request(CMRequestContext::current())
 {
 }
 
@@ -62,7 +64,7 @@ BoundedStream::~BoundedStream()
 TagLib::ByteVector BoundedStream::readBlock(unsigned long length)
 {
     length = allowedLength(length);
-    if (length == 0)
+    if (length == 0 || (m_request && m_request->isCancelled()))
         return {};
     TagLib::ByteVector block = length <= shortBlock ? readThroughWindow(length) : readDirectly(length);
     m_position += static_cast<long>(block.size());
@@ -132,7 +134,7 @@ void BoundedStream::seek(long offset, Position from)
 {
     const long base = from == Beginning ? 0 : from == Current ? m_position : m_length;
     long position = 0;
-    // As in a file: a position that cannot be leaves the old one.
+    // As in a file, an invalid position changes nothing.
     if (!__builtin_add_overflow(base, offset, &position) && position >= 0)
         m_position = position;
 }

@@ -1,35 +1,37 @@
 #pragma once
 
+#include "model/cmrequestcontext.h"
+
 #include <QByteArray>
 
 #include <tiostream.h>
 
 #include <array>
 
-/// A regular file as TagLib reads it, with limits to what a single file can make TagLib do.
+/// A regular file that TagLib reads, with limits to the work that a single file can cause.
 ///
-/// TagLib believes what a file says of its sizes, counts and nesting. Past any of the limits the stream is at its end,
-/// which TagLib takes for a truncated file.
+/// TagLib trusts the sizes, counts and nesting that a file claims. Beyond any limit the stream has no more bytes, which
+/// TagLib takes for a truncated file; so it does once the request that the thread serves is cancelled.
 class BoundedStream : public TagLib::IOStream
 {
 public:
     struct Limits
     {
-        /// Bytes in one read; longer reads are cut. The default is what the longest FLAC block needs.
+        /// Bytes in one read; longer reads are cut short. The default is the length of the longest FLAC block.
         unsigned long block = 1UL << 24;
         /// Bytes in all reads together.
         unsigned long total = 1UL << 26;
-        /// Bytes in all reads of up to 4 KiB together: TagLib searches by these.
+        /// Bytes in all reads of up to 4 KiB together: TagLib searches a file with these.
         unsigned long searched = 1UL << 22;
         /// Number of reads.
         int reads = 200'000;
     };
 
-    /// Opens nothing but a regular file, so that no name can make it wait.
+    /// Opens the file only if it is a regular one, so that no name can make it wait.
     explicit BoundedStream(QByteArray name);
     ~BoundedStream() override;
 
-    /// From now on.
+    /// Replaces the limits; what was read before does not count.
     void setLimits(const Limits& limits) { m_left = limits; }
 
     [[nodiscard]] TagLib::FileName name() const override { return m_name.constData(); }
@@ -48,7 +50,7 @@ public:
 private:
     static constexpr unsigned long shortBlock = 4096;
 
-    /// Part of the file, so aligned that any short block lies in one.
+    /// A part of the file, aligned so that one window holds any short block.
     struct Window
     {
         std::array<char, 4 * shortBlock> bytes;
@@ -67,9 +69,11 @@ private:
     int m_descriptor;
     long m_position = 0;
     Limits m_left;
-    /// Where the stack was when the stream was made.
+    /// The position of the stack when the stream was made.
     const char* m_stack;
-    /// The last two parts of the file that short reads came from: TagLib goes to and fro between a file's ends.
+    /// Null: the thread serves no request.
+    const CMRequestContext* m_request;
+    /// The last two parts of the file that short reads used: TagLib jumps back and forth between a file's ends.
     std::array<Window, 2> m_windows;
     size_t m_lastWindow = 0;
 };

@@ -6,22 +6,30 @@
 #include <QString>
 #include <QVariant>
 
-/// Makes items of files: what a client has to know of a file to play it or to file it in a library.
+/// Makes items from files: the values that a client needs to play a file or to file it in a library.
 ///
-/// A reader has no state that reading changes: one reader serves any number of files, from several threads at once.
+/// Reading changes nothing in a reader, so one reader serves any number of files, from several threads at once.
 class TAVO_TAGREADER_EXPORT TagReader
 {
 public:
-    /// The item of the file `path`, absolute or relative to `root`: a QVariantHash of roles (TavoRoles).
+    /// Makes the item of the file `path`, absolute or relative to `root`: a QVariantHash of roles (TavoRoles).
     ///
-    /// `rows` are the file's values of CMAllRoles(), in that order; invalid ones are left out of the item. Without rows
-    /// the item is made from the path, its own path prefixed with `serviceId`. The item's title and its media record
-    /// (TavoMediaData) are completed from the tags; what the file does not say is absent. A file that cannot be read,
-    /// or that is no regular file, gives the item that the rows alone tell of. A damaged or hostile file costs bounded
-    /// time and memory. Never throws.
+    /// `rows` are the file's values of CMAllRoles(), in that order; the item leaves out the invalid ones. Without rows
+    /// the item is made from the path, and the item's own path has the prefix `serviceId`. The tags complete the item's
+    /// title and its media record (TavoMediaData); a field that the file does not have is absent. A file that cannot be
+    /// read, or that is no regular file, gives the item of the rows alone. A damaged or hostile file costs bounded time
+    /// and memory.
+    ///
+    /// The calling thread's CMRequestContext, if it has one, limits the work: once the request is cancelled or
+    /// exhausted, readItem() returns an invalid QVariant without opening the file. It takes each item's approximate
+    /// size in JSON from the context's bytes; an item for which too few are left, or whose request was cancelled
+    /// meanwhile, is invalid. Without a context there is no such limit.
+    ///
+    /// The caller owns the item. Never throws.
     [[nodiscard]] virtual QVariant
     readItem(const QDir& root, const QString& path, const QString& serviceId, const QVariantList& rows) const = 0;
 
+    /// No readItem() may be running.
     virtual ~TagReader();
 
 protected:
