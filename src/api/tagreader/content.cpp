@@ -52,7 +52,7 @@ ContentKind frameKind(std::string_view head)
     return (head[1] & 0x06) == 0 ? ContentKind::Unknown : ContentKind::Mpeg;
 }
 
-/// Of the kinds that an ID3v2 tag may precede.
+/// Recognises the kinds that may follow an ID3v2 tag.
 ContentKind streamKind(std::string_view head)
 {
     static constexpr Signature signatures[] = {
@@ -76,7 +76,7 @@ ContentKind containerKind(std::string_view head)
 
 TagLib::ByteVector headAt(TagLib::IOStream& stream, long offset)
 {
-    // A page header of Ogg with a full table of segments and the name of a codec.
+    // Enough for an Ogg page header with a full table of segments and the name of a codec.
     constexpr unsigned long length = 27 + 255 + 8;
     stream.seek(offset);
     return stream.readBlock(length);
@@ -100,7 +100,7 @@ Content contentOf(TagLib::IOStream& stream)
     return {kind == ContentKind::Unknown ? streamKind(head) : kind, 0};
 }
 
-/// Of Musepack, TagLib would take anything for its earliest version, which has no signature.
+/// Musepack is missing here: TagLib would take anything for its earliest version, which has no signature.
 ContentKind kindByExtension(const QString& extension)
 {
     static const QHash<QString, ContentKind> kinds = [] {

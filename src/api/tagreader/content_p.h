@@ -4,7 +4,7 @@
 
 #include <tiostream.h>
 
-/// What an audio file is made of, and so which of TagLib's classes reads it.
+/// The format of an audio file, which decides the TagLib class that reads it.
 enum class ContentKind {
     Unknown,
     Mpeg,
@@ -27,9 +27,10 @@ enum class ContentKind {
 struct Content
 {
     ContentKind kind = ContentKind::Unknown;
-    /// Where the content starts, behind an ID3v2 tag that precedes it.
+    /// The offset of the content in the file, behind an ID3v2 tag if there is one.
     long start = 0;
 };
 
-/// Judges by the content; only where that is not conclusive by the name's `extension` (lower case, no dot).
+/// Recognises the format by the file's bytes, or, if they are inconclusive, by the name's `extension` (lower case, no
+/// dot).
 [[nodiscard]] Content findContent(TagLib::IOStream& stream, const QString& extension);

@@ -5,8 +5,8 @@
 namespace {
 
 constexpr unsigned int mostFrames = 4096;
-/// Text of all frames together. TagLib keeps each of the strings that a frame's text may consist of apart, at a
-/// hundred times its size.
+/// For the text of all frames together. TagLib stores each string in a frame's text separately, in up to a hundred
+/// times its size.
 constexpr unsigned int mostTextBytes = 256 * 1024;
 
 bool isText(const TagLib::ByteVector& id)
@@ -20,7 +20,7 @@ bool isPicture(const TagLib::ByteVector& id)
     return id == "APIC" || id == "PIC";
 }
 
-/// Compressed frames unpack to any length, and TagLib reads the length that a frame's data claims beyond the frame.
+/// A compressed frame unpacks to any length, and TagLib trusts the data length that a frame claims, beyond its end too.
 template<typename Header>
 bool reachesBeyondItself(const Header& header)
 {
@@ -38,7 +38,7 @@ bool FrameGuard::updateFrame(Header* header) const
     }
     if (FrameFactory::updateFrame(header) && isWanted(*header))
         return true;
-    // Unknown frames are unpacked too. A header made anew has no flags.
+    // TagLib unpacks even unknown frames. Parsing the rendered header clears its flags.
     if (reachesBeyondItself(*header))
         header->setData(header->render(), header->version());
     return false;

@@ -5,7 +5,7 @@
 
 namespace TagReaderDetail {
 
-/// Gives the name of TagLib's frame header, which its frame factory's interface uses but does not let others name.
+/// Makes the type of TagLib's frame header accessible: the interface of its frame factory uses it, but it is protected.
 struct FrameHeaderAccess : TagLib::ID3v2::Frame
 {
     using TagLib::ID3v2::Frame::Header;
@@ -13,10 +13,9 @@ struct FrameHeaderAccess : TagLib::ID3v2::Frame
 
 } // namespace TagReaderDetail
 
-/// Lets TagLib take in only those frames of an ID3v2 tag that items are made from; the others pass as unknown frames,
-/// which are never decoded. Serves one tag.
+/// Makes TagLib decode only those frames of an ID3v2 tag that items need; it treats the others as unknown. For one tag.
 ///
-/// So frames that hold frames in any depth, that unpack to any length or that reach beyond their own end do no harm.
+/// So nested frames, frames that unpack to any length and frames that reach beyond their own end do no harm.
 class FrameGuard : public TagLib::ID3v2::FrameFactory
 {
 public:

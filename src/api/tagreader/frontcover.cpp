@@ -17,7 +17,7 @@ using TagLib::ByteVector;
 constexpr int noPurpose = TagLib::ID3v2::AttachedPictureFrame::Other;
 constexpr int frontCoverPurpose = TagLib::ID3v2::AttachedPictureFrame::FrontCover;
 
-/// The best of the pictures that it is shown.
+/// Chooses the best of the pictures that it considers.
 class Choice
 {
 public:
@@ -46,7 +46,7 @@ ByteVector cover(const TagLib::ID3v2::Tag& tag)
     return choice.result();
 }
 
-/// A file name, a null byte and the picture.
+/// The value has a file name, a null byte and the picture.
 ByteVector cover(const TagLib::APE::Tag& tag)
 {
     const auto item = tag.itemListMap().find("COVER ART (FRONT)");
@@ -57,7 +57,7 @@ ByteVector cover(const TagLib::APE::Tag& tag)
     return nameEnd < 0 ? ByteVector() : data.mid(static_cast<unsigned int>(nameEnd) + 1);
 }
 
-/// MP4 does not tell purposes.
+/// Pictures in MP4 have no purposes.
 ByteVector cover(const TagLib::MP4::Tag& tag)
 {
     const TagLib::MP4::CoverArtList covers = tag.item("covr").toCoverArtList();

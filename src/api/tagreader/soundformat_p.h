@@ -4,6 +4,6 @@
 
 #include <tiostream.h>
 
-/// The format of a stream of ADTS frames (raw AAC), which TagLib does not know, that starts at `offset`. The duration
-/// is counted for the first minute and a half and estimated from that for the rest.
+/// The format of a stream of ADTS frames (raw AAC) that starts at `offset`; TagLib cannot read it. The first minute and
+/// a half is measured, the rest of the duration is estimated from it.
 [[nodiscard]] SoundFormat adtsFormat(TagLib::IOStream& stream, long offset);

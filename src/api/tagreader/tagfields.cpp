@@ -15,14 +15,14 @@
 
 namespace {
 
-/// What a field is called in the kinds of tags that name their fields.
+/// The names of a field in the kinds of tags that name their fields.
 struct Names
 {
     const char* id3v2;
-    /// In Vorbis comments and APE tags; empty where there is no second or third usage.
+    /// In Vorbis comments and APE tags, the most common first; empty: there is no further name.
     const char* keys[3];
     const char* mp4;
-    /// Empty where the field is no attribute, or has no second usage.
+    /// Empty: the field is no attribute, or has no further name.
     const char* asf[2];
 };
 
@@ -105,7 +105,7 @@ TagLib::StringList values(const TagLib::ID3v2::Tag& tag, const Names& names)
         frames.isEmpty() ? nullptr : dynamic_cast<const TagLib::ID3v2::TextIdentificationFrame*>(frames.front());
     if (!text)
         return {};
-    // As a property, a genre has its name instead of its number.
+    // The property of a genre is its name where the frame has a number.
     return &names == &genreNames ? text->asProperties().value("GENRE") : text->fieldList();
 }
 
@@ -141,7 +141,7 @@ TagLib::StringList values(const TagLib::ASF::Tag& tag, const Names& names)
     TagLib::StringList result;
     const TagLib::ASF::AttributeListMap& attributes = tag.attributeListMap();
     for (const char* name : names.asf) {
-        // Asking the tag itself for an attribute adds it, without a value, which TagLib takes for granted later.
+        // TagLib's attribute() adds a missing attribute without values, and its later code relies on a first value.
         const auto found = attributes.find(name);
         if (found == attributes.end())
             continue;
@@ -151,7 +151,7 @@ TagLib::StringList values(const TagLib::ASF::Tag& tag, const Names& names)
     return result;
 }
 
-/// Nothing for the kinds of tags that do not name their fields.
+/// Empty for the kinds of tags that do not name their fields.
 TagLib::StringList namedValues(const TagLib::Tag& tag, const Names& names)
 {
     if (const auto* id3v2 = dynamic_cast<const TagLib::ID3v2::Tag*>(&tag))
@@ -167,10 +167,10 @@ TagLib::StringList namedValues(const TagLib::Tag& tag, const Names& names)
     return {};
 }
 
-/// As much of a text as anybody reads, of texts of any length.
+/// Longer values are truncated.
 constexpr int longestText = 4096;
 
-/// The first units of it. TagLib holds UTF-16, whatever the width of its characters.
+/// The first `length` units of a text. TagLib's wide characters are units of UTF-16.
 QString startOf(const TagLib::String& text, int length)
 {
     QString result;
@@ -181,7 +181,7 @@ QString startOf(const TagLib::String& text, int length)
     return result;
 }
 
-/// No UTF-8 or JSON could be made of half a character.
+/// Replaces unpaired surrogates, which neither UTF-8 nor JSON can represent.
 QString withoutHalves(const QString& text)
 {
     if (text.isValidUtf16())
@@ -208,7 +208,7 @@ QString joined(const TagLib::StringList& values)
     return withoutHalves(result);
 }
 
-/// 0 for what is no number of anything.
+/// 0 if the number is too large to be meant.
 int positive(unsigned int number)
 {
     return number <= static_cast<unsigned int>(std::numeric_limits<int>::max()) ? static_cast<int>(number) : 0;

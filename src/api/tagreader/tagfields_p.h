@@ -7,8 +7,8 @@
 enum class TagField { Title, Artist, Album, AlbumArtist, Genre };
 enum class TagNumber { Year, Track, Disc };
 
-/// A field of one tag of any of TagLib's kinds; several values are joined with ", ". Null if there is none, cut off
-/// where no title or name goes on.
+/// A field of one tag, which may be of any kind; several values are joined with ", ". Null if the tag does not have it.
+/// Long texts are truncated.
 [[nodiscard]] QString tagText(const TagLib::Tag& tag, TagField field);
 /// The number that a field of the tag starts with; 0 if there is none.
 [[nodiscard]] int tagNumber(const TagLib::Tag& tag, TagNumber field);

@@ -30,9 +30,9 @@
 
 namespace {
 
-/// For the kinds whose blocks do not tell text from pictures: the memory of text is a multiple of its length.
+/// For the kinds whose blocks may be text or pictures: decoded text takes a multiple of its length.
 constexpr BoundedStream::Limits tightLimits = {1UL << 23, 1UL << 23, 1UL << 22, 100'000};
-/// For those that do not even tell how many texts there are. They are not used with pictures.
+/// For the kinds whose blocks may even hold any number of texts. Pictures are unusual in them.
 constexpr BoundedStream::Limits tightestLimits = {1UL << 20, 1UL << 20, 1UL << 20, 100'000};
 
 } // namespace
@@ -56,7 +56,7 @@ void TagFile::open()
         openMpeg();
         break;
     case ContentKind::Adts:
-        // Without a tag at its start, TagLib would look through all of a file for frames that it does not know.
+        // If there is no tag at the start, TagLib's MPEG reader would search the whole file for frames of its own.
         if (m_content.start > 0)
             openMpeg(false);
         else

@@ -14,14 +14,14 @@
 #include <memory>
 #include <vector>
 
-/// The tags of one audio file of any format; nothing of a file that is none. Of several tags in a file, the first that
-/// has a field gives it.
+/// The tags of one audio file of any format; empty if it is no audio file. If a file has several tags, each field comes
+/// from the first tag that has it.
 class TagFile
 {
 public:
     using Pictures = FrameGuard::Pictures;
 
-    /// `path` is absolute. Without Pictures::Read there may be no front cover.
+    /// `path` is absolute. The front cover may be missing without Pictures::Read.
     TagFile(const QString& path, Pictures pictures);
 
     /// Null if there is none.
@@ -57,8 +57,8 @@ private:
     FrameGuard m_frames;
     Content m_content;
     std::unique_ptr<TagLib::File> m_file;
-    /// The tag that the stream hides from m_file.
+    /// The tag that m_stream hides from m_file.
     std::unique_ptr<TagLib::ID3v2::Tag> m_hiddenTag;
-    /// Never null; the most trustworthy first.
+    /// Never null; the most reliable first.
     std::vector<TagLib::Tag*> m_tags;
 };

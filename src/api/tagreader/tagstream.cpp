@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Whether it is the name of an ASF object that starts with the number of its attributes.
+/// Whether the name is that of an ASF object that starts with its number of attributes.
 bool hasAsfAttributes(const TagLib::ByteVector& name)
 {
     using namespace std::string_view_literals;
@@ -80,11 +80,11 @@ void TagStream::limitMp4Text(TagLib::ByteVector& block)
         m_mp4Text += block.size();
 }
 
-/// TagLib makes as many attributes as the file says there are, whether it has them or not.
+/// TagLib creates as many attributes as the file claims to have.
 void TagStream::limitAsfAttributes(TagLib::ByteVector& block)
 {
     constexpr unsigned int nameOfObject = 16;
-    // Its size comes between the name and the number.
+    // The object's size is read between its name and the number.
     if (block.size() == nameOfObject)
         m_asfCountAhead = hasAsfAttributes(block) ? 2 : 0;
     else if (m_asfCountAhead > 0 && --m_asfCountAhead == 0 && block.toUShort(false) > TextLimit::mostFields)

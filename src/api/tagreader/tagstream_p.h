@@ -3,16 +3,16 @@
 #include "boundedstream_p.h"
 #include "content_p.h"
 
-/// A stream that knows what TagLib is reading, and keeps back what it must not see as it is: text without end, and the
-/// ID3v2 chunk of a RIFF or AIFF file, which TagLib would read on the spot, without the frame guard.
+/// A stream that follows what TagLib reads, and hides two things from it: text beyond the limits, and the ID3v2 chunk
+/// of a RIFF or AIFF file, which TagLib would read without the frame guard.
 class TagStream : public BoundedStream
 {
 public:
     using BoundedStream::BoundedStream;
 
-    /// From now on a file of that kind is read. Until then nothing is kept back.
+    /// Sets the kind of file that TagLib reads from now on. Before this call nothing is hidden.
     void setKind(ContentKind kind) { m_kind = kind; }
-    /// Where the first ID3v2 tag starts that was kept back; -1 if none was met.
+    /// The offset of the first hidden ID3v2 tag; -1 if there was none.
     [[nodiscard]] long hiddenTag() const { return m_hiddenTag; }
 
     [[nodiscard]] TagLib::ByteVector readBlock(unsigned long length) override;
@@ -27,10 +27,10 @@ private:
 
     ContentKind m_kind = ContentKind::Unknown;
     long m_hiddenTag = -1;
-    /// How the block that was read last starts, and its length.
+    /// The first bytes of the block that was read last, and its length.
     std::array<char, 8> m_lastStart = {};
     unsigned int m_lastLength = 0;
     unsigned int m_mp4Text = 0;
-    /// Blocks until the one that is the number of an ASF object's attributes; 0: none is ahead.
+    /// The number of blocks to read up to an ASF object's number of attributes; 0: none is ahead.
     int m_asfCountAhead = 0;
 };

@@ -8,7 +8,7 @@ namespace {
 
 using TagLib::ByteVector;
 
-/// Counts text, and tells when it is too much.
+/// The bytes of text that a tag may still have.
 class Allowance
 {
 public:
@@ -45,8 +45,8 @@ bool isPictureField(std::string_view field)
 /// The length of a number in a Vorbis comment.
 constexpr unsigned int number = 4;
 
-/// Where in the block a Vorbis comment has its number of fields: behind the vendor's length and name. 0 if that is not
-/// in the block.
+/// The position of a Vorbis comment's number of fields, behind the vendor's length and name. 0 if it is not in the
+/// block.
 unsigned int positionOfCount(const ByteVector& block, unsigned int start)
 {
     const unsigned int vendor = block.toUInt(start, false);
@@ -63,7 +63,7 @@ void replace(ByteVector& bytes, unsigned int position, const ByteVector& by)
 
 void TextLimit::applyToApeItems(ByteVector& items)
 {
-    // A value's length, flags, a key, a null byte and the value. Flags tell text from bytes, which TagLib leaves alone.
+    // An item has its value's length, flags, a key, a null byte and the value. TagLib does not decode binary values.
     constexpr unsigned int header = 8;
     constexpr unsigned int kindMask = 6;
     constexpr char isBinary = 2;
@@ -102,7 +102,7 @@ void TextLimit::applyToVorbisComment(ByteVector& comment)
         position += number;
         if (length > comment.size() - position)
             return;
-        // A field without a key is passed over.
+        // TagLib skips fields without a key.
         if (length > 0 && !isPictureField(view(comment, position, length)) && !text.take(length))
             comment[static_cast<int>(position)] = '=';
         position += length;
@@ -111,7 +111,7 @@ void TextLimit::applyToVorbisComment(ByteVector& comment)
 
 bool TextLimit::isMp4Text(const ByteVector& value)
 {
-    // A size, "data", the kind of data (1: text) and four bytes more, then the data; several times, it may be.
+    // One or more of: a size, "data", the kind of data (1: text), four bytes more, and the data.
     constexpr unsigned int header = 16;
     constexpr unsigned int mostPictures = 64;
     constexpr unsigned int text = 1;

@@ -2,10 +2,10 @@
 
 #include <tbytevector.h>
 
-/// Keeps TagLib from decoding text without end: it takes up to a hundred times the memory that text has in a file.
+/// Limits the text that TagLib decodes, since decoded text takes up to a hundred times its size in the file.
 ///
-/// Each function gets a block of a tag's bytes as TagLib is about to get it, and alters it so that TagLib passes over
-/// whatever goes beyond the limits. Pictures are never text, whatever their size.
+/// Each function takes a block of a tag's bytes before TagLib sees it, and changes it so that TagLib skips everything
+/// beyond the limits. Pictures do not count as text, whatever their size.
 namespace TextLimit {
 
 /// Bytes of text in a tag.
@@ -15,11 +15,11 @@ constexpr unsigned int mostFields = 4096;
 
 /// The items of an APE tag, without its footer.
 void applyToApeItems(TagLib::ByteVector& items);
-/// A Vorbis comment that is in the block as a whole.
+/// The block is a complete Vorbis comment.
 void applyToVorbisComment(TagLib::ByteVector& comment);
-/// A block that a Vorbis comment starts in, `start` bytes from the block's own: the number of fields alone.
+/// A Vorbis comment starts at byte `start` of the block; limits its number of fields only.
 void applyToVorbisCommentStart(TagLib::ByteVector& block, unsigned int start);
-/// Whether the block is the value of an MP4 tag that holds anything but pictures.
+/// Whether the block is the value of an MP4 tag, unless the value is made of pictures alone.
 [[nodiscard]] bool isMp4Text(const TagLib::ByteVector& value);
 
 } // namespace TextLimit
