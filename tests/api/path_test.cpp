@@ -130,7 +130,8 @@ TEST(Path, DefaultPathHasNeitherPrefixNorBase)
 {
     EXPECT_EQ(CMPath(), CMPath(QString(), QString()));
     EXPECT_NE(CMPath(), path(""));
-    EXPECT_EQ(CMPath().toEncoded(), QStringLiteral("//"));
+    EXPECT_EQ(CMPath().toEncoded(), QStringLiteral("/"));
+    EXPECT_EQ(CMPath::fromEncoded(QStringLiteral("/")), CMPath());
     EXPECT_EQ(CMPath::fromEncoded(QStringLiteral("//")), CMPath());
     EXPECT_EQ(CMPath::fromEncoded(QString()), CMPath());
 }

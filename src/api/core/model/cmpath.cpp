@@ -43,6 +43,8 @@ CMPath CMPath::fromEncoded(const QString& encoded)
 
 QString CMPath::toEncoded() const
 {
+    if (m_prefix.isEmpty() && m_base.isEmpty())
+        return QStringLiteral("/");
     PercentEncoding::Buffer buffer;
     buffer.append('/');
     PercentEncoding::appendSegment(buffer, m_prefix);

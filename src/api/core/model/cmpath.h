@@ -26,7 +26,8 @@ public:
 
     /// Reverses toEncoded() exactly, for any path. A text without a leading slash is a base without a prefix.
     [[nodiscard]] static CMPath fromEncoded(const QString& encoded);
-    /// "/", the prefix, "/" and the base, in ASCII: both are percent-encoded, except the slashes of the base.
+    /// "/", the prefix, "/" and the base, in ASCII: both are percent-encoded, except the slashes of the base. The path
+    /// without prefix and base, the top of the tree, is "/".
     [[nodiscard]] QString toEncoded() const;
 
     /// Not encoded. The reference is valid while this object is.
