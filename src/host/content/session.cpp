@@ -225,7 +225,9 @@ Result<Done> Session::openHere(const CMPath& path)
         return type.failure();
     if (type.value().value(0).toString() != TavoRolesType::Container())
         return invalidPath(path);
-    if (!m_openPaths->open(path))
+    const QVector<CMPath> needed = lineage(path);
+    const auto isReadable = [this](const CMPath& directory) { return readError(directory) == 0; };
+    if (!std::all_of(needed.cbegin(), needed.cend(), isReadable) || !m_openPaths->open(path))
         return refusal(path);
     return Done();
 }
