@@ -1,13 +1,18 @@
 #include "model/cmroot.h"
 
+#include "eventloop.h"
+#include "model/cmthread.h"
+#include "model/cmversion.h"
 #include "printers.h"
 #include "tavo/tavokeys.h"
 #include "trackingworker.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -139,20 +144,34 @@ TEST(Root, AnswersPingItself)
     EXPECT_EQ(ping.reply().value(), QVariant(true));
 }
 
-TEST(Root, RowsAreTheMountedWorkersByPrefix)
+TEST(Root, RowsAreTheMountedWorkersInTheOrderOfMounting)
 {
-    NamedWorker late("z 1");
-    NamedWorker early("a");
-    EXPECT_TRUE(root().mount(&late));
-    EXPECT_TRUE(root().mount(&early));
+    NamedWorker first("z 1");
+    NamedWorker second("a");
+    EXPECT_TRUE(root().mount(&first, QStringLiteral("Music")));
+    EXPECT_TRUE(root().mount(&second));
     const QStringList roles = {TavoRoles::Path(), TavoRoles::Title(), TavoRoles::Type(), TavoRoles::Flags()};
     const TavoRowsRoles page = rowsOfRoot(0, 99, roles);
     EXPECT_EQ(page.rowsCount(), 2);
     EXPECT_EQ(page.rowsVersion(), 0);
     const QVariantList rows = {
-        QVariant(QVariantList{QStringLiteral("/a/"), QStringLiteral("a"), TavoRolesType::Container(), QVariant()}),
         QVariant(
-            QVariantList{QStringLiteral("/z%201/"), QStringLiteral("z 1"), TavoRolesType::Container(), QVariant()})};
+            QVariantList{QStringLiteral("/z%201/"), QStringLiteral("Music"), TavoRolesType::Container(), QVariant()}),
+        QVariant(QVariantList{QStringLiteral("/a/"), QStringLiteral("a"), TavoRolesType::Container(), QVariant()})};
+    EXPECT_EQ(page.rows(), rows);
+}
+
+TEST(Root, RowOfThePlaylistComesLast)
+{
+    NamedWorker playlist("playlist");
+    NamedWorker one("one");
+    NamedWorker two("two");
+    for (NamedWorker* worker : {&playlist, &one, &two})
+        EXPECT_TRUE(root().mount(worker));
+    const TavoRowsRoles page = rowsOfRoot(0, 99, {TavoRoles::Title()});
+    const QVariantList rows = {
+        QVariant(QVariantList{QStringLiteral("one")}), QVariant(QVariantList{QStringLiteral("two")}),
+        QVariant(QVariantList{QStringLiteral("playlist")})};
     EXPECT_EQ(page.rows(), rows);
 }
 
@@ -229,8 +248,214 @@ TEST(Root, RoutesSubscriptionsByPrefix)
     EXPECT_TRUE(worker.subscribe()->isClient(path, &client));
     CMRoot()->disconnectChange(path, &client);
     EXPECT_FALSE(worker.subscribe()->isClient(path, &client));
-    EXPECT_FALSE(CMRoot()->connectChange(CMPath(), &client));
-    CMRoot()->disconnectChange(CMPath(), &client);
+    EXPECT_FALSE(CMRoot()->connectChange(CMPath(QString(), QStringLiteral("a")), &client));
+    EXPECT_FALSE(CMRoot()->connectChange(CMPath(QStringLiteral("settings"), QString()), &client));
+}
+
+// The rows of the root worker while they are open.
+
+class OpenRoot : public testing::Test
+{
+protected:
+    OpenRoot() { EXPECT_TRUE(CMRoot()->connectChange(CMPath(), &m_client)); }
+    ~OpenRoot() override { CMRoot()->disconnectChange(CMPath(), &m_client); }
+
+    KeepingReceiver m_client;
+};
+
+TEST_F(OpenRoot, HasRowsWithAVersion)
+{
+    EXPECT_GT(rowsOfRoot(0, -1, {}).rowsVersion(), 0);
+    CMRoot()->disconnectChange(CMPath(), &m_client);
+    EXPECT_EQ(rowsOfRoot(0, -1, {}).rowsVersion(), 0);
+}
+
+TEST_F(OpenRoot, IsResetByEveryMountAndUnmount)
+{
+    NamedWorker worker("one");
+    QStringList resets;
+    EXPECT_TRUE(root().mount(&worker));
+    resets.append(QStringLiteral(" reset %1").arg(rowsOfRoot(0, -1, {}).rowsVersion()));
+    root().unmount(&worker);
+    resets.append(QStringLiteral(" reset %1").arg(rowsOfRoot(0, -1, {}).rowsVersion()));
+    EXPECT_NE(resets.first(), resets.last());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.received(), resets);
+}
+
+TEST_F(OpenRoot, RefusesAStaleVersion)
+{
+    const int stale = rowsOfRoot(0, -1, {}).rowsVersion();
+    NamedWorker worker("one");
+    EXPECT_TRUE(root().mount(&worker));
+    const int current = rowsOfRoot(0, -1, {}).rowsVersion();
+    const CMGetRowsRequest outdated(CMPath(), 0, 9, stale, {});
+    const CMGetRowsRequest upToDate(CMPath(), 0, 9, current, {});
+    CMRoot()->request(outdated);
+    CMRoot()->request(upToDate);
+    EXPECT_EQ(outdated.reply().error(), CMAbstractWorker::createErrorInvalidRowsVersion(CMPath(), stale, current));
+    EXPECT_EQ(upToDate.reply().value().rowsVersion(), current);
+}
+
+TEST_F(OpenRoot, IsServedInTheThreadThatItIsMovedTo)
+{
+    QThread* const before = root().thread();
+    QThread thread;
+    thread.start();
+    root().moveToThread(&thread);
+    KeepingReceiver other;
+    EXPECT_TRUE(CMRoot()->connectChange(CMPath(), &other));
+    NamedWorker worker("one");
+    EXPECT_TRUE(root().mount(&worker));
+    EXPECT_TRUE(processEventsUntil([&] { return other.received().size() == 1; }));
+    CMRoot()->disconnectChange(CMPath(), &other);
+    cmRunInThreadOf(root().subscribe(), [before] { root().moveToThread(before); });
+    thread.quit();
+    thread.wait();
+}
+
+// Unmounting.
+
+/// Requests at a mounted worker that are held there.
+class Unmounting : public testing::Test
+{
+protected:
+    Unmounting() { EXPECT_TRUE(root().mount(&m_worker)); }
+    ~Unmounting() override
+    {
+        for (std::thread& thread : m_threads)
+            thread.join();
+    }
+
+    /// Returns when the worker has the request, which goes on when `gate` is released.
+    void begin(const CMRequest& request, QSemaphore& gate)
+    {
+        m_worker.setServing([this, &gate] {
+            m_begun.release();
+            gate.acquire();
+        });
+        m_threads.emplace_back([request] { CMRoot()->request(request); });
+        m_begun.acquire();
+    }
+
+    void unmount()
+    {
+        root().unmount(&m_worker, [this] {
+            m_isUnused = true;
+            m_thread = QThread::currentThread();
+        });
+    }
+
+    TrackingWorker m_worker;
+    QSemaphore m_begun;
+    QSemaphore m_gate;
+    bool m_isUnused = false;
+    QThread* m_thread = nullptr;
+    std::vector<std::thread> m_threads;
+};
+
+TEST_F(Unmounting, EndsWhenTheRequestsOfEveryKindHaveEnded)
+{
+    begin(CMGetRowsRequest(m_worker.addPrefix(QStringLiteral("a")), 0, 9, 0, {}), m_gate);
+    QSemaphore second;
+    begin(CMSetDataRequest(m_worker.addPrefix(QStringLiteral("a")), 1), second);
+    unmount();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(m_isUnused);
+    m_gate.release();
+    m_threads.front().join();
+    m_threads.erase(m_threads.begin());
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(m_isUnused);
+    second.release();
+    EXPECT_TRUE(processEventsUntil([this] { return m_isUnused; }));
+    EXPECT_EQ(m_thread, QThread::currentThread());
+}
+
+TEST_F(Unmounting, OfAnIdleWorkerEndsWithTheNextEvents)
+{
+    unmount();
+    EXPECT_FALSE(m_isUnused);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(m_isUnused);
+}
+
+TEST_F(Unmounting, KeepsNewRequestsAwayAtOnce)
+{
+    begin(CMGetRowsRequest(m_worker.addPrefix(QStringLiteral("a")), 0, 9, 0, {}), m_gate);
+    unmount();
+    const CMPingRequest ping(m_worker.addPrefix(QString()));
+    CMRoot()->request(ping);
+    EXPECT_EQ(ping.reply().error().name(), TavoErrorInvalidPath());
+    KeepingReceiver client;
+    EXPECT_FALSE(CMRoot()->connectChange(m_worker.addPrefix(QString()), &client));
+    m_gate.release();
+}
+
+TEST_F(Unmounting, ClosesWhatClientsHaveOpen)
+{
+    KeepingReceiver client;
+    EXPECT_TRUE(CMRoot()->connectChange(m_worker.addPrefix(QString()), &client));
+    EXPECT_TRUE(CMRoot()->connectChange(m_worker.addPrefix(QStringLiteral("a")), &client));
+    unmount();
+    QCoreApplication::processEvents();
+    EXPECT_THAT(
+        client.received(), testing::UnorderedElementsAre(QStringLiteral(" close 0"), QStringLiteral("a close 0")));
+    EXPECT_TRUE(m_worker.subscribe()->rowsPathsStartingWith(m_worker.addPrefix(QString())).isEmpty());
+}
+
+TEST_F(Unmounting, ByDestructionClosesWhatClientsHaveOpen)
+{
+    KeepingReceiver client;
+    {
+        NamedWorker brief("brief");
+        EXPECT_TRUE(root().mount(&brief));
+        EXPECT_TRUE(CMRoot()->connectChange(brief.addPrefix(QString()), &client));
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(client.received(), QStringList(QStringLiteral(" close 0")));
+}
+
+TEST_F(Unmounting, RaisesTheLastVersionToThoseOfItsChanges)
+{
+    KeepingReceiver client;
+    EXPECT_TRUE(CMRoot()->connectChange(m_worker.addPrefix(QString()), &client));
+    const int high = CMVersion::s_last + 100;
+    m_worker.subscribe()->rowsChanged(m_worker.addPrefix(QString()), {CMSubscribe::RowsChangeReset()}, high, -1);
+    unmount();
+    EXPECT_GE(CMVersion::s_last, high);
+}
+
+TEST_F(Unmounting, RaisesTheLastVersionToThoseOfItsLastAnswers)
+{
+    const int high = CMVersion::s_last + 200;
+    m_worker.versions.insert(QStringLiteral("a"), high);
+    begin(CMGetRowsRequest(m_worker.addPrefix(QStringLiteral("a")), 0, 9, 0, {}), m_gate);
+    unmount();
+    EXPECT_LT(CMVersion::s_last, high);
+    m_gate.release();
+    EXPECT_TRUE(processEventsUntil([this] { return m_isUnused; }));
+    EXPECT_GE(CMVersion::s_last, high);
+}
+
+TEST(Root, RequestThatThrowsHasEnded)
+{
+    class Throwing : public NamedWorker
+    {
+    public:
+        Throwing() : NamedWorker("throwing") {}
+        void getRowsRequest(const CMGetRowsRequest& /*request*/) override { throw std::runtime_error("no rows"); }
+    };
+    Throwing worker;
+    EXPECT_TRUE(root().mount(&worker));
+    const CMGetRowsRequest rows(worker.addPrefix(QString()), 0, 9, 0, {});
+    const CMMatchRowRequest match(worker.addPrefix(QString()), TavoRoles::Title(), 1);
+    EXPECT_THROW(CMRoot()->request(rows), std::runtime_error);
+    EXPECT_THROW(CMRoot()->request(match), std::runtime_error);
+    bool isUnused = false;
+    root().unmount(&worker, [&isUnused] { isUnused = true; });
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(isUnused);
 }
 
 TEST(Root, ManyThreadsAskWhileWorkersComeAndGo)

@@ -11,7 +11,7 @@
 #include <QThread>
 #include <QVector>
 
-#include <algorithm>
+#include <functional>
 
 /// A worker with a few containers, which gives the rows of those that are open a version, as a real one does.
 class TrackingWorker : public CMWorker
@@ -30,6 +30,8 @@ public:
     void getRowsRequest(const CMGetRowsRequest& request) override
     {
         asked.release();
+        if (const std::function<void()> run = serving())
+            run();
         const QMutexLocker lock(&mutex);
         const QString& base = request.path().base();
         if (!containers.contains(base))
@@ -43,6 +45,13 @@ public:
         page.setRowsVersion(version);
         page.setRows(QVariantList());
         request.reply().setValue(page);
+    }
+
+    void setDataRequest(const CMSetDataRequest& request) override
+    {
+        if (const std::function<void()> run = serving())
+            run();
+        CMWorker::setDataRequest(request);
     }
 
     /// To be called with the mutex held, or before the first request.
@@ -60,12 +69,32 @@ public:
         return taken;
     }
 
-    /// Guards what follows; recursive, as in a worker that tells of changes while it answers.
+    /// Runs in the middle of the next rows and set-data requests, in their threads; empty: nothing does.
+    void setServing(std::function<void()> serving)
+    {
+        const QMutexLocker lock(&mutex);
+        m_serving = std::move(serving);
+    }
+
+    /// As a worker does whose request has found the container gone: when that gets through, it is there again.
+    void announceGone(const CMPath& path)
+    {
+        QMetaObject::invokeMethod(
+            this,
+            [this, base = path.base()] {
+                const QMutexLocker lock(&mutex);
+                note(QStringLiteral("found ") + base);
+                versions.insert(base, ++m_lastVersion);
+            },
+            Qt::QueuedConnection);
+    }
+
+    /// Guards what follows; recursive, as in a worker that announces changes while it answers.
     QMutex mutex{QMutex::Recursive};
     QStringList containers = {
         QString(), QStringLiteral("a"), QStringLiteral("a/b"), QStringLiteral("a/b/c"), QStringLiteral("ab")};
     QHash<QString, int> versions;
-    /// What the subscriptions told, and the threads they told it in.
+    /// The additions and removals, and the threads in which they came.
     QStringList events;
     QVector<QThread*> threads;
     /// Released before subscribePathAdded() takes the mutex, and before getRowsRequest() does.
@@ -93,10 +122,17 @@ private Q_SLOTS:
     }
 
 private:
+    [[nodiscard]] std::function<void()> serving()
+    {
+        const QMutexLocker lock(&mutex);
+        return m_serving;
+    }
+
     int m_lastVersion = 0;
+    std::function<void()> m_serving;
 };
 
-/// A client that keeps what it is told: "base change version".
+/// A client that keeps what it receives: "base change version".
 class KeepingReceiver : public CMChangeReceiver
 {
     Q_OBJECT
@@ -104,17 +140,17 @@ public:
     void rowsChanged(const CMPath& path, const QStringList& changes, int version) override
     {
         const QMutexLocker lock(&m_mutex);
-        m_told.append(QStringLiteral("%1 %2 %3").arg(path.base(), changes.join(QLatin1Char(','))).arg(version));
+        m_received.append(QStringLiteral("%1 %2 %3").arg(path.base(), changes.join(QLatin1Char(','))).arg(version));
         m_thread = QThread::currentThread();
     }
 
-    [[nodiscard]] QStringList told() const
+    [[nodiscard]] QStringList received() const
     {
         const QMutexLocker lock(&m_mutex);
-        return m_told;
+        return m_received;
     }
 
-    [[nodiscard]] QThread* toldIn() const
+    [[nodiscard]] QThread* receivedIn() const
     {
         const QMutexLocker lock(&m_mutex);
         return m_thread;
@@ -122,6 +158,6 @@ public:
 
 private:
     mutable QMutex m_mutex;
-    QStringList m_told;
+    QStringList m_received;
     QThread* m_thread = nullptr;
 };

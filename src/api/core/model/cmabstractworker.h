@@ -33,10 +33,10 @@ public:
     virtual void setDataRequest(const CMSetDataRequest& request) = 0;
     /// Subscribes `receiver` to changes of the rows of `path`, until it disconnects or the path is closed.
     ///
-    /// False if the worker tracks no changes of this path. The caller keeps the receiver; destroying it disconnects it.
-    /// Blocks until the worker's thread has answered, so hold no lock that this thread may want.
+    /// False if the subscription did not begin. The caller keeps the receiver; destroying it disconnects it. From any
+    /// thread, in which the call may wait; see CMSubscribe::add().
     [[nodiscard]] virtual bool connectChange(const CMPath& path, CMChangeReceiver* receiver) = 0;
-    /// Ends a subscription; does nothing without one.
+    /// Ends a subscription; does nothing without one. From any thread; see CMSubscribe::remove().
     virtual void disconnectChange(const CMPath& path, CMChangeReceiver* receiver) = 0;
 
     /// The value of the role TavoRoles::Value() of one row; invalid if the request ends in an error.

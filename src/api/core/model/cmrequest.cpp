@@ -1,9 +1,5 @@
 #include "model/cmrequest.h"
 
-#include "model/cmrequest_p.h"
-
-#include <atomic>
-
 class CMRequestData : public QSharedData
 {
 public:
@@ -27,8 +23,6 @@ public:
 
 namespace {
 
-std::atomic<int> rowsRequests{0};
-
 class GetRowsData : public CMRequestData
 {
 public:
@@ -36,10 +30,7 @@ public:
         : CMRequestData(CMRequest::Kind::GetRows, requestPath, new CMReplyData<TavoRowsRoles>), first(firstRow),
           last(lastRow), rowsVersion(version), roles(wanted)
     {
-        ++rowsRequests;
     }
-    ~GetRowsData() override { --rowsRequests; }
-    Q_DISABLE_COPY_MOVE(GetRowsData)
 
     const int first;
     const int last;
@@ -82,11 +73,6 @@ public:
 };
 
 } // namespace
-
-bool RowsRequests::exist()
-{
-    return rowsRequests > 0;
-}
 
 CMRequest::CMRequest() = default;
 CMRequest::CMRequest(const CMRequest& other) = default;

@@ -1,5 +1,7 @@
 #include "model/cmroot.h"
 
+#include "model/cmunderway_p.h"
+#include "model/cmversion.h"
 #include "tavo/tavokeys.h"
 
 #include <algorithm>
@@ -13,14 +15,41 @@ QString settingsPrefix()
     return TavoMusicLibraryAlbumArtWidth().prefix();
 }
 
+QString playlistPrefix()
+{
+    return QStringLiteral("playlist");
+}
+
 bool isOwnPrefix(const QString& prefix)
 {
     return prefix.isEmpty() || prefix == settingsPrefix();
 }
 
+int newRowsVersion()
+{
+    const QMutexLocker lock(CMVersion::mutex());
+    return ++CMVersion::s_last;
+}
+
+QVariantList rowOf(const QString& prefix, const QString& title, const QStringList& roles)
+{
+    QVariantList row;
+    for (const QString& role : roles) {
+        if (role == TavoRoles::Path())
+            row.append(CMPath(prefix, QString()).toEncoded());
+        else if (role == TavoRoles::Title())
+            row.append(title);
+        else if (role == TavoRoles::Type())
+            row.append(TavoRolesType::Container());
+        else
+            row.append(QVariant());
+    }
+    return row;
+}
+
 } // namespace
 
-CMRootWorker::CMRootWorker() : CMWorker({}, QStringLiteral("CMRootWorker"))
+CMRootWorker::CMRootWorker() : CMWorker(QStringLiteral("CMRootWorker"))
 {
     setSetting(TavoMusicLibraryAlbumArtWidth(), TavoValue::fromI32(defaultAlbumArtWidth));
 }
@@ -36,28 +65,74 @@ CMAbstractWorker* CMRoot()
     return &CMRootWorker::instance();
 }
 
-bool CMRootWorker::mount(CMWorker* worker)
+bool CMRootWorker::mount(CMWorker* worker, const QString& title)
 {
     const QMutexLocker lock(&m_mutex);
-    if (isOwnPrefix(worker->prefix()) || m_workers.contains(worker->prefix()))
+    const QString& prefix = worker->prefix();
+    const auto hasPrefix = [&prefix](const Mount& mount) { return mount.prefix == prefix; };
+    if (isOwnPrefix(prefix) || std::any_of(m_mounts.cbegin(), m_mounts.cend(), hasPrefix))
         return false;
-    m_workers.insert(worker->prefix(), worker);
-    connect(worker, &QObject::destroyed, this, &CMRootWorker::forget, Qt::DirectConnection);
+    const bool isBeforeLast = !m_mounts.isEmpty() && m_mounts.last().prefix == playlistPrefix();
+    CMSubscribe* const subscribe = worker->subscribe();
+    m_mounts.insert(
+        isBeforeLast ? m_mounts.size() - 1 : m_mounts.size(),
+        {worker, subscribe, prefix, title.isEmpty() ? prefix : title, subscribe->m_underWay});
+    subscribe->m_underWay->mount();
+    connect(
+        worker, &QObject::destroyed, this, [this](const QObject* destroyed) { forget(destroyed, {}); },
+        Qt::DirectConnection);
+    resetRowsLocked();
     return true;
 }
 
-void CMRootWorker::unmount(const CMWorker* worker)
+void CMRootWorker::unmount(CMWorker* worker, std::function<void()> whenUnused)
 {
-    disconnect(worker, &QObject::destroyed, this, &CMRootWorker::forget);
-    forget(worker);
+    disconnect(worker, &QObject::destroyed, this, nullptr);
+    forget(worker, std::move(whenUnused));
 }
 
-void CMRootWorker::forget(const QObject* worker)
+CMRootWorker::Mount CMRootWorker::takeMount(const QObject* worker)
 {
     const QMutexLocker lock(&m_mutex);
-    const auto mounted = std::find(m_workers.begin(), m_workers.end(), worker);
-    if (mounted != m_workers.end())
-        m_workers.erase(mounted);
+    const auto isOfWorker = [worker](const Mount& mount) { return mount.worker == worker; };
+    const auto mounted = std::find_if(m_mounts.begin(), m_mounts.end(), isOfWorker);
+    if (mounted == m_mounts.end())
+        return {};
+    Mount taken = *mounted;
+    m_mounts.erase(mounted);
+    resetRowsLocked();
+    return taken;
+}
+
+// Of a worker that is being destroyed only the subscriptions, its child, are still there.
+void CMRootWorker::forget(const QObject* worker, std::function<void()> whenUnused)
+{
+    const Mount mount = takeMount(worker);
+    if (!mount.worker)
+        return;
+    mount.underWay->unmount(std::move(whenUnused));
+    mount.subscribe->rowsChanged(CMPath(mount.prefix, QString()), {CMSubscribe::RowsChangeClose()}, 0, -1);
+    mount.underWay->raiseLastVersion();
+}
+
+void CMRootWorker::opened()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_rowsVersion = newRowsVersion();
+}
+
+void CMRootWorker::closed()
+{
+    const QMutexLocker lock(&m_mutex);
+    m_rowsVersion = 0;
+}
+
+void CMRootWorker::resetRowsLocked()
+{
+    if (m_rowsVersion == 0)
+        return;
+    m_rowsVersion = newRowsVersion();
+    subscribe()->rowsChanged(CMPath(), {CMSubscribe::RowsChangeReset()}, m_rowsVersion, -1);
 }
 
 void CMRootWorker::setSetting(const CMPath& path, const TavoValue& value)
@@ -72,21 +147,27 @@ QVariant CMRootWorker::setting(const CMPath& path) const
     return m_settings.value(path).__variant();
 }
 
-CMWorker* CMRootWorker::mountedAt(const QString& prefix) const
+CMRootWorker::Mount CMRootWorker::mountedAt(const QString& prefix) const
 {
     const QMutexLocker lock(&m_mutex);
-    return m_workers.value(prefix);
+    for (const Mount& mount : m_mounts) {
+        if (mount.prefix == prefix)
+            return mount;
+    }
+    return {};
 }
 
 void CMRootWorker::request(const CMRequest& request)
 {
     const QString& prefix = request.path().prefix();
     if (isOwnPrefix(prefix))
-        CMWorker::request(request);
-    else if (CMWorker* worker = mountedAt(prefix))
-        worker->request(request);
-    else
-        request.voidReply().setError(createErrorInvalidPath(request.path()));
+        return CMWorker::request(request);
+    if (const Mount mount = mountedAt(prefix); mount.worker) {
+        const CMUnderWay::Call call(mount.underWay, &request);
+        if (call.isAdmitted())
+            return mount.worker->request(request);
+    }
+    request.voidReply().setError(createErrorInvalidPath(request.path()));
 }
 
 void CMRootWorker::getDataRequest(const CMGetDataRequest& request)
@@ -108,50 +189,56 @@ void CMRootWorker::setDataRequest(const CMSetDataRequest& request)
     request.reply().setValue(request.value());
 }
 
-QVariantList CMRootWorker::rowOf(const QString& prefix, const QStringList& roles) const
-{
-    QVariantList row;
-    for (const QString& role : roles) {
-        if (role == TavoRoles::Path())
-            row.append(CMPath(prefix, QString()).toEncoded());
-        else if (role == TavoRoles::Title())
-            row.append(prefix);
-        else if (role == TavoRoles::Type())
-            row.append(TavoRolesType::Container());
-        else
-            row.append(QVariant());
-    }
-    return row;
-}
-
 void CMRootWorker::getRowsRequest(const CMGetRowsRequest& request)
 {
     if (request.path() != CMPath())
         return CMWorker::getRowsRequest(request);
-    QStringList prefixes;
-    {
-        const QMutexLocker lock(&m_mutex);
-        prefixes = m_workers.keys();
-    }
+    QMutexLocker lock(&m_mutex);
+    const int version = m_rowsVersion;
+    const QList<Mount> mounts = m_mounts;
+    lock.unlock();
+    if (version > 0 && request.rowsVersion() > 0 && request.rowsVersion() != version)
+        return request.reply().setError(createErrorInvalidRowsVersion(request.path(), request.rowsVersion(), version));
     QVariantList rows;
-    const int last = std::min(request.last(), prefixes.size() - 1);
+    const int last = std::min(request.last(), mounts.size() - 1);
     for (int i = std::max(request.first(), 0); i <= last; ++i)
-        rows.append(QVariant(rowOf(prefixes.at(i), request.roles())));
+        rows.append(QVariant(rowOf(mounts.at(i).prefix, mounts.at(i).title, request.roles())));
     TavoRowsRoles page;
-    page.setRowsCount(prefixes.size());
-    page.setRowsVersion(0);
+    page.setRowsCount(mounts.size());
+    page.setRowsVersion(version);
     page.setRows(rows);
     request.reply().setValue(page);
 }
 
 bool CMRootWorker::connectChange(const CMPath& path, CMChangeReceiver* receiver)
 {
-    CMWorker* worker = mountedAt(path.prefix());
-    return worker && worker->connectChange(path, receiver);
+    if (path == CMPath()) {
+        const auto once = static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
+        connect(subscribe(), &CMSubscribe::rowsPathAdded, this, &CMRootWorker::opened, once);
+        connect(subscribe(), &CMSubscribe::rowsPathRemoved, this, &CMRootWorker::closed, once);
+        return CMWorker::connectChange(path, receiver);
+    }
+    const Mount mount = mountedAt(path.prefix());
+    if (!mount.worker)
+        return false;
+    const CMUnderWay::Call call(mount.underWay);
+    if (!call.isAdmitted() || !mount.worker->connectChange(path, receiver))
+        return false;
+    // Unmounting may have closed everything just before this was opened.
+    if (mount.underWay->isMounted())
+        return true;
+    mount.worker->disconnectChange(path, receiver);
+    return false;
 }
 
 void CMRootWorker::disconnectChange(const CMPath& path, CMChangeReceiver* receiver)
 {
-    if (CMWorker* worker = mountedAt(path.prefix()))
-        worker->disconnectChange(path, receiver);
+    if (path == CMPath())
+        return CMWorker::disconnectChange(path, receiver);
+    const Mount mount = mountedAt(path.prefix());
+    if (!mount.worker)
+        return;
+    const CMUnderWay::Call call(mount.underWay);
+    if (call.isAdmitted())
+        mount.worker->disconnectChange(path, receiver);
 }

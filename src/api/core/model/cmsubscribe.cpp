@@ -1,17 +1,19 @@
 #include "model/cmsubscribe.h"
 
-#include "model/cmrequest_p.h"
+#include "model/cmremovals_p.h"
+#include "model/cmthread.h"
+#include "model/cmunderway_p.h"
 #include "model/cmworker.h"
-#include "tavo/tavokeys.h"
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QSemaphore>
 #include <QThread>
 
 #include <algorithm>
-#include <limits>
+#include <utility>
 
-/// The changes that one client has not been told of yet. It outlives the subscriptions, as they may end earlier than
+/// The changes that one client has not received yet. It outlives the subscriptions, as they may end earlier than
 /// the client's event loop gets there.
 class CMSubscribe::Inbox
 {
@@ -61,7 +63,16 @@ private:
     QList<Change> m_changes;
 };
 
-CMSubscribe::CMSubscribe(CMWorker* worker) : QObject(worker), m_worker(worker) {}
+CMSubscribe::CMSubscribe(CMWorker* worker)
+    : QObject(worker), m_worker(worker), m_underWay(std::make_shared<CMUnderWay>(this, [this] { settle(); })),
+      m_removals(std::make_unique<CMRemovals>())
+{
+}
+
+CMSubscribe::~CMSubscribe()
+{
+    m_underWay->detach();
+}
 
 const QString& CMSubscribe::RowsChangeReset()
 {
@@ -75,25 +86,24 @@ const QString& CMSubscribe::RowsChangeClose()
     return code;
 }
 
-template<typename Function>
-void CMSubscribe::runInWorkerThread(Function&& function)
-{
-    if (QThread::currentThread() == thread())
-        function();
-    else
-        QMetaObject::invokeMethod(this, std::forward<Function>(function), Qt::BlockingQueuedConnection);
-}
-
 bool CMSubscribe::add(const CMPath& path, CMChangeReceiver* receiver)
 {
+    if (QThread::currentThread() == thread())
+        return addHere(path, receiver);
     bool added = false;
-    runInWorkerThread([this, &path, receiver, &added] { added = addHere(path, receiver); });
+    QSemaphore ended;
+    // The function is dropped uncalled if this object is destroyed.
+    std::shared_ptr<QSemaphore> whenDropped(&ended, [](QSemaphore* semaphore) { semaphore->release(); });
+    whenSettled(path, [this, &path, receiver, &added, whenDropped = std::move(whenDropped)] {
+        added = addHere(path, receiver);
+    });
+    ended.acquire();
     return added;
 }
 
 void CMSubscribe::remove(const CMPath& path, CMChangeReceiver* receiver)
 {
-    runInWorkerThread([this, &path, receiver] { removeHere(path, receiver); });
+    cmRunInThreadOf(this, [this, &path, receiver] { removeHere(path, receiver); });
 }
 
 bool CMSubscribe::isClient(const CMPath& path, const CMChangeReceiver* receiver) const
@@ -120,7 +130,7 @@ QList<CMPath> CMSubscribe::rowsPathsStartingWith(const CMPath& path) const
     const QMutexLocker lock(&m_mutex);
     QList<CMPath> paths;
     for (auto it = m_clients.cbegin(); it != m_clients.cend(); ++it) {
-        if (!it->isUnsettled && it.key().startsWith(path))
+        if (!it->isUnsettled && it.key().startsWith(path) && !m_removals->contains(it.key()))
             paths.append(it.key());
     }
     return paths;
@@ -132,7 +142,7 @@ void CMSubscribe::rowsChanged(const CMPath& path, const QStringList& changes, in
     if (changes.contains(RowsChangeClose()))
         closeLocked(path, changes, version);
     else
-        tellLocked(path, changes, version);
+        notifyLocked(path, changes, version);
 }
 
 bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
@@ -141,42 +151,65 @@ bool CMSubscribe::addHere(const CMPath& path, CMChangeReceiver* receiver)
         return false;
     const auto once = static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::UniqueConnection);
     connect(receiver, &QObject::destroyed, this, &CMSubscribe::removeEverywhere, once);
-    if (insertClient(path, receiver) && !endAddition(path, offerToWorker(path)))
+    if (!joinClients(path, receiver) && !addToWorker(path, receiver))
         return false;
     const QMutexLocker lock(&m_mutex);
-    // If another thread has closed it meanwhile, the receiver is about to be told so.
+    // If another thread has closed it meanwhile, the close is on its way to the receiver.
     const std::shared_ptr<Inbox> inbox = m_inboxes.value(receiver);
     if (inbox && isClientLocked(path, receiver))
         inbox->reopen(path);
     return true;
 }
 
-bool CMSubscribe::endAddition(const CMPath& path, bool isTaken)
+bool CMSubscribe::joinClients(const CMPath& path, CMChangeReceiver* receiver)
+{
+    const QMutexLocker lock(&m_mutex);
+    if (!m_clients.contains(path) && !m_removals->drop(path))
+        return false;
+    QVector<CMChangeReceiver*>& receivers = m_clients[path].receivers;
+    if (!receivers.contains(receiver))
+        receivers.append(receiver);
+    return true;
+}
+
+bool CMSubscribe::addToWorker(const CMPath& path, CMChangeReceiver* receiver)
+{
+    // What has ended comes first.
+    runRemovals();
+    while (isRemovalPending(path)) {
+        m_underWay->waitForEnd();
+        runRemovals();
+    }
+    if (!m_waiting.isEmpty())
+        settleLater();
+    {
+        const QMutexLocker lock(&m_mutex);
+        Clients& clients = m_clients[path];
+        clients.receivers.append(receiver);
+        clients.isUnsettled = true;
+    }
+    Q_EMIT rowsPathAboutToBeAdded(path);
+    Q_EMIT rowsPathAdded(path);
+    return endAddition(path);
+}
+
+bool CMSubscribe::endAddition(const CMPath& path)
 {
     const QMutexLocker lock(&m_mutex);
     Clients& clients = m_clients[path];
     clients.isUnsettled = false;
-    if (isTaken && !clients.isClosed && !clients.receivers.isEmpty())
+    if (!clients.isClosed && !clients.receivers.isEmpty())
         return true;
-    m_clients.remove(path);
-    if (isTaken)
-        m_ended.append(path);
+    endLocked(path, clients.isClosed);
     settleLater();
     return false;
 }
 
-bool CMSubscribe::offerToWorker(const CMPath& path)
+void CMSubscribe::endLocked(const CMPath& path, bool isClosed)
 {
-    Q_EMIT rowsPathAboutToBeAdded(path);
-    Q_EMIT rowsPathAdded(path);
-    // A worker that did not take the path must not be told of its removal either; one that has lost it since, must.
-    return isTracked(path) || isLost(path);
-}
-
-bool CMSubscribe::isLost(const CMPath& path) const
-{
-    const QMutexLocker lock(&m_mutex);
-    return m_clients.value(path).isLost;
+    m_clients.remove(path);
+    const CMRemoval::Reason reason = isClosed ? CMRemoval::Reason::Closed : CMRemoval::Reason::Left;
+    m_removals->add(path, {reason, m_underWay->nextNumber(), 0});
 }
 
 void CMSubscribe::removeHere(const CMPath& path, CMChangeReceiver* receiver)
@@ -200,22 +233,6 @@ void CMSubscribe::removeEverywhere(QObject* receiver)
     settleLater();
 }
 
-bool CMSubscribe::insertClient(const CMPath& path, CMChangeReceiver* receiver)
-{
-    QMutexLocker lock(&m_mutex);
-    // Another thread may close the path at any moment, and the worker must hear of its removal before its addition.
-    while (!m_ended.isEmpty()) {
-        lock.unlock();
-        settle();
-        lock.relock();
-    }
-    Clients& clients = m_clients[path];
-    clients.isUnsettled = clients.receivers.isEmpty();
-    if (!clients.receivers.contains(receiver))
-        clients.receivers.append(receiver);
-    return clients.isUnsettled;
-}
-
 void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
 {
     const auto clients = m_clients.find(path);
@@ -223,17 +240,16 @@ void CMSubscribe::eraseClientLocked(const CMPath& path, const QObject* receiver)
         return;
     QVector<CMChangeReceiver*>& receivers = clients->receivers;
     receivers.erase(std::remove(receivers.begin(), receivers.end(), receiver), receivers.end());
-    if (receivers.isEmpty() && !clients->isUnsettled) {
-        m_clients.erase(clients);
-        m_ended.append(path);
-    }
+    if (receivers.isEmpty() && !clients->isUnsettled)
+        endLocked(path, false);
 }
 
-void CMSubscribe::tellLocked(const CMPath& path, const QStringList& changes, int version)
+void CMSubscribe::notifyLocked(const CMPath& path, const QStringList& changes, int version)
 {
     const auto clients = m_clients.find(path);
     if (clients == m_clients.end())
         return;
+    m_underWay->noteVersion(version);
     clients->lastChange = std::chrono::system_clock::now();
     for (CMChangeReceiver* receiver : qAsConst(clients->receivers))
         postLocked(receiver, path, changes, version);
@@ -253,6 +269,7 @@ void CMSubscribe::postLocked(CMChangeReceiver* receiver, const CMPath& path, con
 
 void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, int version)
 {
+    m_removals->close(path);
     const QList<CMPath> subscribed = m_clients.keys();
     for (const CMPath& below : subscribed) {
         if (!below.startsWith(path))
@@ -263,11 +280,22 @@ void CMSubscribe::closeLocked(const CMPath& path, const QStringList& changes, in
             clients.isLost = clients.isLost || below == path;
             continue;
         }
-        tellLocked(below, below == path ? changes : QStringList(RowsChangeClose()), version);
-        m_clients.remove(below);
-        m_ended.append(below);
+        notifyLocked(below, below == path ? changes : QStringList(RowsChangeClose()), version);
+        endLocked(below, true);
     }
     settleLater();
+}
+
+void CMSubscribe::whenSettled(const CMPath& path, std::function<void()> function)
+{
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this, [this, path, function = std::move(function)] { whenSettled(path, function); }, Qt::QueuedConnection);
+        return;
+    }
+    runRemovals();
+    m_waiting.append({path, std::move(function)});
+    callSettled();
 }
 
 void CMSubscribe::settleLater()
@@ -277,32 +305,63 @@ void CMSubscribe::settleLater()
 
 void CMSubscribe::settle()
 {
-    for (QList<CMPath> ended = takeEnded(); !ended.isEmpty(); ended = takeEnded())
-        removeFromWorker(ended);
+    runRemovals();
+    callSettled();
 }
 
-QList<CMPath> CMSubscribe::takeEnded()
+bool CMSubscribe::isSettled(const CMPath& path) const
 {
-    QList<CMPath> ended;
+    const QMutexLocker lock(&m_mutex);
+    return m_removals->isSettled(path);
+}
+
+bool CMSubscribe::isRemovalPending(const CMPath& path) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_removals->contains(path);
+}
+
+void CMSubscribe::callSettled()
+{
+    const auto isDue = [this](const Waiting& waiting) { return isSettled(waiting.path); };
+    for (;;) {
+        const auto next = std::find_if(m_waiting.begin(), m_waiting.end(), isDue);
+        if (next == m_waiting.end())
+            return;
+        const std::function<void()> function = std::move(next->function);
+        m_waiting.erase(next);
+        function();
+    }
+}
+
+void CMSubscribe::runRemovals()
+{
+    while (runDueRemovals()) {
+    }
+}
+
+bool CMSubscribe::runDueRemovals()
+{
+    CMRemovalsByPath due;
+    QList<CMPath> renewed;
     {
         const QMutexLocker lock(&m_mutex);
-        ended.swap(m_ended);
+        due = m_removals->takeDue(*m_underWay);
+        for (auto removal = due.cbegin(); removal != due.cend(); ++removal) {
+            if (removal->reason != CMRemoval::Reason::Renewed)
+                continue;
+            m_clients[removal.key()].isUnsettled = true;
+            renewed.append(removal.key());
+        }
     }
-    std::sort(ended.begin(), ended.end());
-    return ended;
-}
-
-void CMSubscribe::removeFromWorker(const QList<CMPath>& paths)
-{
-    // A rows request in another thread may be about to announce one of these paths once more. Asking the worker waits
-    // for that, and the announcement must arrive before the removal: a later one would bring back the record of a path
-    // that nobody holds. A request that comes to life only now finds these paths without clients.
-    for (const CMPath& path : paths) {
-        if (RowsRequests::exist())
-            static_cast<void>(isTracked(path));
-    }
-    QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
+    const QList<CMPath> paths = due.keys();
+    if (!paths.isEmpty())
+        QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
     std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
+    m_underWay->release();
+    for (const CMPath& path : qAsConst(renewed))
+        addAgain(path);
+    return !paths.isEmpty();
 }
 
 void CMSubscribe::setObserver(CMChangeReceiver* observer)
@@ -314,28 +373,25 @@ void CMSubscribe::setObserver(CMChangeReceiver* observer)
 
 void CMSubscribe::renew(const QList<CMPath>& paths)
 {
-    settle();
-    const QList<CMPath> renewed = beginRenewal(paths);
-    removeFromWorker(renewed);
-    for (const CMPath& path : renewed) {
-        const bool isTaken = !isClosedMeanwhile(path) && offerToWorker(path);
-        endRenewal(path, isTaken, isTaken ? currentVersion(path) : 0);
+    {
+        const QMutexLocker lock(&m_mutex);
+        ++m_renewals;
+        for (const CMPath& path : paths) {
+            if (m_clients.contains(path) && !m_removals->contains(path))
+                m_removals->add(path, {CMRemoval::Reason::Renewed, m_underWay->nextNumber(), m_renewals});
+        }
     }
+    settle();
 }
 
-QList<CMPath> CMSubscribe::beginRenewal(const QList<CMPath>& paths)
+void CMSubscribe::addAgain(const CMPath& path)
 {
-    const QMutexLocker lock(&m_mutex);
-    QList<CMPath> renewed;
-    for (const CMPath& path : paths) {
-        const auto clients = m_clients.find(path);
-        if (clients == m_clients.end())
-            continue;
-        clients->isUnsettled = true;
-        renewed.append(path);
+    const bool isAdded = !isClosedMeanwhile(path);
+    if (isAdded) {
+        Q_EMIT rowsPathAboutToBeAdded(path);
+        Q_EMIT rowsPathAdded(path);
     }
-    std::sort(renewed.begin(), renewed.end());
-    return renewed;
+    endRenewal(path, isAdded, isAdded ? currentVersion(path) : 0);
 }
 
 bool CMSubscribe::isClosedMeanwhile(const CMPath& path) const
@@ -344,19 +400,21 @@ bool CMSubscribe::isClosedMeanwhile(const CMPath& path) const
     return m_clients.value(path).isClosed;
 }
 
-void CMSubscribe::endRenewal(const CMPath& path, bool isTaken, int version)
+void CMSubscribe::endRenewal(const CMPath& path, bool wasAdded, int version)
 {
     const QMutexLocker lock(&m_mutex);
     Clients& clients = m_clients[path];
     clients.isUnsettled = false;
     const bool isOpen = version > 0 && !clients.isClosed;
     if (isOpen && !clients.receivers.isEmpty())
-        return tellLocked(path, {RowsChangeReset()}, version);
+        return notifyLocked(path, {RowsChangeReset()}, version);
     if (!isOpen)
-        tellLocked(path, {RowsChangeClose()}, version);
-    m_clients.remove(path);
-    if (isTaken)
-        m_ended.append(path);
+        notifyLocked(path, {RowsChangeClose()}, version);
+    // A worker that did not take the path must not hear of its removal; one that has lost it since, must.
+    if (wasAdded && (version > 0 || clients.isLost))
+        endLocked(path, !isOpen);
+    else
+        m_clients.remove(path);
     if (!isOpen)
         closeLocked(path, {}, version);
     settleLater();
@@ -367,14 +425,4 @@ int CMSubscribe::currentVersion(const CMPath& path) const
     const CMGetRowsRequest request(path, 0, -1, 0, QStringList());
     m_worker->getRowsRequest(request);
     return request.reply().value().rowsVersion();
-}
-
-bool CMSubscribe::isTracked(const CMPath& path) const
-{
-    // The one version that is refused without a listing, if the worker has any for the path.
-    constexpr int strangeVersion = std::numeric_limits<int>::max();
-    const CMGetRowsRequest request(path, 0, -1, strangeVersion, QStringList());
-    m_worker->getRowsRequest(request);
-    const CMReply<TavoRowsRoles> reply = request.reply();
-    return reply.isError() ? reply.error().name() == TavoErrorInvalidRowsVersion() : reply.value().rowsVersion() > 0;
 }

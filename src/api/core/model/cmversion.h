@@ -11,6 +11,7 @@ struct TAVO_API_EXPORT CMVersion
     /// Guards s_last. Thread-safe; the SDK owns the mutex. Null only while the process ends.
     [[nodiscard]] static QMutex* mutex();
 
-    /// The version that the last new worker took; 0 before the first. Hold mutex() to read or change it.
+    /// The last version handed out, to a new worker or for the rows of the root worker; at least the highest one that
+    /// clients have from a worker that was unmounted. Guarded by mutex().
     static int s_last;
 };

@@ -32,6 +32,8 @@ CMWorker::CMWorker(const QVariantHash& configuration, const QString& name)
 {
 }
 
+CMWorker::CMWorker(const QString& name) : m_name(name), m_subscribe(new CMSubscribe(this)) {}
+
 CMWorker::~CMWorker() = default;
 
 CMPath CMWorker::addPrefix(const QString& base) const

@@ -5,7 +5,7 @@
 
 /// A worker that serves one prefix of the content tree: its service id.
 ///
-/// Lives in the thread that made it; that thread's event loop brings it its notifications.
+/// Lives in the thread that made it, or that it is moved to; that thread's event loop brings it its notifications.
 class TAVO_API_EXPORT CMWorker : public CMAbstractWorker
 {
     Q_OBJECT
@@ -37,6 +37,10 @@ public:
     /// The values of one row's roles, in their order, invalid for a role that the row does not have. `path` is a base.
     /// On refusal the list is empty and the reply has the error.
     [[nodiscard]] virtual QVariantList getDataImpl(CMVoidReply& reply, const QString& path, const QStringList& roles);
+
+protected:
+    /// A worker without a prefix, for the top of the tree.
+    explicit CMWorker(const QString& name);
 
 private:
     const QString m_name;
