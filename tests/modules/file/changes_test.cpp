@@ -1,12 +1,15 @@
 #include "changerecorder.h"
 #include "fileworkertest.h"
+#include "model/cmroot.h"
 #include "rowschangedhook.h"
 #include "versionmutexhook.h"
 
 #include <QCoreApplication>
+#include <QSemaphore>
 
 #include <algorithm>
 #include <limits>
+#include <thread>
 
 namespace {
 
@@ -457,6 +460,38 @@ TEST_F(WatchedChanges, EndWithTheSubscription)
     ASSERT_TRUE(waitForQuiet());
     EXPECT_TRUE(client.received.empty());
     EXPECT_FALSE(inside.hasRecord(d));
+}
+
+TEST_F(Changes, OfADirectoryThatIsClosedMeanwhileLeaveNoRecord)
+{
+    ASSERT_TRUE(CMRootWorker::instance().mount(worker.get()));
+    silenceWatcher();
+    subscribe("D");
+    subscribe("D/E");
+    ASSERT_TRUE(rows("D/E").isFinished());
+    tree.addFile("D/E/1.mp3");
+    // The request finds a change, then that the directory is gone, and announces that.
+    QSemaphore found;
+    QSemaphore closed;
+    log.setObserver([&](const LogCapture::Written& line) {
+        if (line.message.find("  Dir exists") != 0)
+            return;
+        tree.remove("D/E");
+        found.release();
+        closed.tryAcquire(1, 2000);
+    });
+    std::thread request([this] { CMRoot()->request(CMGetRowsRequest(path("D/E"), 0, 9, 0, {})); });
+    found.acquire();
+    worker->disconnectChange(path("D/E"), &client);
+    closed.release();
+    request.join();
+    log.setObserver(nullptr);
+    tree.addDirectory("D/E");
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(inside.hasRecord(e));
+    EXPECT_EQ(inside.watchCounts(), (Counts{{d, 1}, {tree.root(), 1}}));
+    subscribe("D/E");
+    EXPECT_TRUE(inside.hasRecord(e));
 }
 
 } // namespace
