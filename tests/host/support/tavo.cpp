@@ -1,5 +1,8 @@
 #include "tavo.h"
 
+#include "support/inotifylimits.h"
+
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcessEnvironment>
@@ -18,15 +21,6 @@ namespace {
 /// Milliseconds; programs under an emulator are slow.
 constexpr int patience = 60000;
 constexpr int shortPatience = 2000;
-
-/// What starts a command in a user namespace, for that has a limit of its own. A sanitizer's or emulator's threads keep
-/// the process itself from going into one.
-QStringList limited(const QString& what, int limit)
-{
-    const QString script = QStringLiteral(R"(echo "$2" >"/proc/sys/user/max_$1" && shift 2 && exec "$@")");
-    const QStringList start = {"unshare", "--user", "--map-root-user", "sh", "-c", script, "sh"};
-    return start + QStringList{what, QString::number(limit)};
-}
 
 } // namespace
 
@@ -55,6 +49,27 @@ void Tavo::setVariable(const QString& name, const QString& value)
     setProcessEnvironment(environment);
 }
 
+void Tavo::setWatchLimit(int limit)
+{
+    setInotifyLimit(InotifyLimits::watches, limit);
+}
+
+void Tavo::setInotifyInstanceLimit(int limit)
+{
+    setInotifyLimit(InotifyLimits::instances, limit);
+}
+
+void Tavo::setInotifyLimit(const char* variable, int limit)
+{
+    setVariable(QLatin1String(variable), QString::number(limit));
+    // Unlike a full path, this may have spaces in it.
+    setVariable(QStringLiteral("LD_PRELOAD"), QStringLiteral("$ORIGIN/" TAVO_INOTIFY_LIMITS));
+    // The address sanitizer wants to be the first library otherwise.
+    setVariable(
+        QStringLiteral("ASAN_OPTIONS"),
+        qEnvironmentVariable("ASAN_OPTIONS") + QStringLiteral(":verify_asan_link_order=0"));
+}
+
 void Tavo::setStandardOutputFile(const QString& name)
 {
     QProcess::setStandardOutputFile(name);
@@ -69,9 +84,7 @@ void Tavo::setStandardErrorFile(const QString& name)
 
 void Tavo::start(const QStringList& arguments)
 {
-    QStringList command = m_kernelLimit ? limited(m_kernelLimit->first, m_kernelLimit->second) : QStringList();
-    command << QStringLiteral(TAVO_PROGRAM) << arguments;
-    QProcess::start(command.takeFirst(), command);
+    QProcess::start(QStringLiteral(TAVO_PROGRAM), arguments);
     const bool started = waitForStarted(patience);
     Q_ASSERT(started);
 }
@@ -125,6 +138,18 @@ int Tavo::memory(const char* name) const
         return 0;
     const QRegularExpression line(QStringLiteral("%1:\\s*(\\d+) kB").arg(QLatin1String(name)));
     return line.match(QString::fromLatin1(status.readAll())).captured(1).toInt();
+}
+
+int Tavo::watches() const
+{
+    int count = 0;
+    const QDir descriptors(QStringLiteral("/proc/%1/fdinfo").arg(processId()));
+    for (const QString& name : descriptors.entryList(QDir::Files)) {
+        QFile file(descriptors.filePath(name));
+        if (file.open(QIODevice::ReadOnly))
+            count += file.readAll().count("inotify wd:");
+    }
+    return count;
 }
 
 void Tavo::signal(int signalNumber)

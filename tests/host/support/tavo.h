@@ -36,8 +36,10 @@ public:
 
     /// Before start().
     void setRights(Rights rights) { m_rights = rights; }
-    /// The kernel grants the program no more than this of "inotify_watches" or "inotify_instances". Before start().
-    void setKernelLimit(const QString& what, int limit) { m_kernelLimit = {what, limit}; }
+    /// The program may have no more inotify watches than this at a time. Before start().
+    void setWatchLimit(int limit);
+    /// The program may have no more inotify instances than this at a time. Before start().
+    void setInotifyInstanceLimit(int limit);
     /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     void setVariable(const QString& name, const QString& value);
@@ -58,6 +60,9 @@ public:
     [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
     /// In kB, by its name in /proc: "VmRSS" for now, "VmHWM" for the most so far; 0 if the kernel does not tell.
     [[nodiscard]] int memory(const char* name) const;
+
+    /// The inotify watches that the program has now.
+    [[nodiscard]] int watches() const;
 
     void signal(int signalNumber);
     /// The running program can open nothing any more, until the object goes.
@@ -81,9 +86,9 @@ protected:
 
 private:
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
+    void setInotifyLimit(const char* variable, int limit);
 
     Rights m_rights = Rights::Usual;
-    std::optional<std::pair<QString, int>> m_kernelLimit;
     std::optional<std::pair<int, int>> m_descriptorLimits;
     bool m_holdsOutput = true;
     bool m_holdsErrors = true;
