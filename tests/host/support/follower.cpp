@@ -37,7 +37,7 @@ QString Follower::refusal(const QString& base)
 bool Follower::comesToHold(const QString& base, const QStringList& expected)
 {
     for (QStringList held; held != expected; held = titles(base)) {
-        const QJsonObject change = nextChange();
+        const QJsonObject change = nextChangeOf(base);
         if (change.isEmpty())
             return false;
         if (isClose(change))
@@ -48,11 +48,18 @@ bool Follower::comesToHold(const QString& base, const QStringList& expected)
 
 bool Follower::isClosed(const QString& base)
 {
-    for (QJsonObject change = nextChange(); !change.isEmpty(); change = nextChange()) {
-        if (isClose(change) && change[QStringLiteral("path")].toString() == path(base))
-            return true;
-    }
-    return false;
+    QJsonObject change = nextChangeOf(base);
+    while (!change.isEmpty() && !isClose(change))
+        change = nextChangeOf(base);
+    return !change.isEmpty();
+}
+
+QJsonObject Follower::nextChangeOf(const QString& base)
+{
+    QJsonObject change = nextChange();
+    while (!change.isEmpty() && change[QStringLiteral("path")].toString() != path(base))
+        change = nextChange();
+    return change;
 }
 
 QJsonObject Follower::rows(const QString& base)

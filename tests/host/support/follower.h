@@ -14,7 +14,7 @@ public:
     [[nodiscard]] QStringList titles(const QString& base);
     /// The message of the error with which the rows are refused; empty if they are not.
     [[nodiscard]] QString refusal(const QString& base);
-    /// Follows until the directory's rows are these.
+    /// Follows the directory's changes until its rows are these.
     [[nodiscard]] bool comesToHold(const QString& base, const QStringList& expected);
     /// Waits until the directory is closed.
     [[nodiscard]] bool isClosed(const QString& base);
@@ -22,5 +22,7 @@ public:
     [[nodiscard]] static QString path(const QString& base) { return QStringLiteral("/file/") + base; }
 
 private:
+    /// Waits for a change of the directory; empty if the program ends before.
+    [[nodiscard]] QJsonObject nextChangeOf(const QString& base);
     [[nodiscard]] QJsonObject rows(const QString& base);
 };

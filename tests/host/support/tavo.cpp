@@ -14,6 +14,7 @@
 
 #include <linux/capability.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -150,6 +151,15 @@ int Tavo::watches() const
             count += file.readAll().count("inotify wd:");
     }
     return count;
+}
+
+void Tavo::stop()
+{
+    signal(SIGSTOP);
+    siginfo_t state = {};
+    // The end of the program is left to QProcess.
+    const int waited = waitid(P_PID, static_cast<id_t>(processId()), &state, WSTOPPED | WEXITED | WNOWAIT);
+    Q_ASSERT(waited == 0 && state.si_code == CLD_STOPPED);
 }
 
 void Tavo::signal(int signalNumber)

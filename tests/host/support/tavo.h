@@ -65,6 +65,8 @@ public:
     [[nodiscard]] int watches() const;
 
     void signal(int signalNumber);
+    /// Returns when every thread has stopped. SIGCONT makes them run again.
+    void stop();
     /// The running program can open nothing any more, until the object goes.
     class WithoutDescriptors
     {
