@@ -4,7 +4,7 @@ set(TAVO_INSTALL_MODULEDIR "${CMAKE_INSTALL_LIBDIR}/tavo")
 set(TAVO_INSTALL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/tavo")
 set(TAVO_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/Tavo")
 
-# tavo_install(NAME FOLDER): the target goes into FOLDER and finds the libraries from there.
+# tavo_install(NAME FOLDER): installs the target into FOLDER, from where it finds the libraries.
 function(tavo_install name folder)
     file(RELATIVE_PATH to_libraries "/${folder}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN/${to_libraries}")

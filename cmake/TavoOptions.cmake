@@ -12,7 +12,7 @@ option(TAVO_BUILD_BENCH "Build the benchmark" OFF)
 option(TAVO_BUILD_FUZZERS "Build the fuzzers; needs clang" OFF)
 set(TAVO_SANITIZE "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (empty: none)")
 
-# The build tree is laid out as the install tree, so that the host finds its modules in both by the same way.
+# The build tree has the layout of the install tree, so the host finds its modules in both by the same relative path.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR}")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}")
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)

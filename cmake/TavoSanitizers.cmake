@@ -3,15 +3,15 @@ if(TAVO_SANITIZE)
     add_link_options(-fsanitize=${TAVO_SANITIZE})
 endif()
 
-# What the tests' programs find in their environment.
+# The environment of the test programs.
 set(TAVO_TEST_ENVIRONMENT "")
 if(TAVO_SANITIZE MATCHES "address")
-    # The runtime guesses where the thread-local variables of a loaded library lie. It can be wrong, and the search for
-    # leaks then ends with a fault of its own. And headers are compiled with or without sanitizers.
+    # The runtime guesses the addresses of a loaded library's thread-local variables. A wrong guess crashes the search for
+    # leaks. And the sanitizers make no difference to the compilation of headers.
     set(TAVO_TEST_ENVIRONMENT "ASAN_OPTIONS=intercept_tls_get_addr=0" "GTEST_FILTER=-*.PublicHeadersCompileAlone")
 elseif(TAVO_SANITIZE MATCHES "thread")
-    # What libraries that are not instrumented do to keep their memory safe cannot be seen. And the sanitizer takes more
-    # memory than the session that one test measures; what lives at random takes four times as long.
+    # The sanitizer cannot see how libraries without instrumentation synchronise. It also takes more memory than the session
+    # that one test measures, and makes the life test take four times as long.
     set(TAVO_TEST_ENVIRONMENT
         "TSAN_OPTIONS=ignore_noninstrumented_modules=1"
         "GTEST_FILTER=-StalledSession.KeepsLittle*"

@@ -1,4 +1,4 @@
-// What may break under a running program: it goes on, says what is wrong, and finds its way back.
+// A running program loses its files, its permissions or its log: it reports the fault, keeps serving, and recovers.
 
 #include "support/servedtree.h"
 #include "support/terminal.h"
@@ -35,7 +35,7 @@ TEST_F(FaultyRoot, RemovedIsClosedAndRestoredIsServedAgain)
     tree.addFile(QStringLiteral("root/a/new.mp3"));
     ASSERT_TRUE(client.open(directory));
     EXPECT_EQ(client.titles(directory), newRows);
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
 TEST_F(FaultyRoot, RenamedIsClosedAndServedAgainUnderItsOldName)
@@ -46,7 +46,7 @@ TEST_F(FaultyRoot, RenamedIsClosedAndServedAgainUnderItsOldName)
     tree.rename(QStringLiteral("moved"), root);
     ASSERT_TRUE(client.open(directory));
     EXPECT_EQ(client.titles(directory), oldRows);
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
 TEST_F(FaultyRoot, ReplacedByAnotherDirectoryIsReadAgain)
@@ -55,7 +55,7 @@ TEST_F(FaultyRoot, ReplacedByAnotherDirectoryIsReadAgain)
     tree.rename(root, QStringLiteral("moved"));
     tree.rename(QStringLiteral("other"), root);
     EXPECT_TRUE(client.comesToHold(directory, newRows));
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
 TEST_F(FaultyRoot, ReplacedByAFileIsClosedAndRestoredIsServedAgain)
@@ -69,7 +69,7 @@ TEST_F(FaultyRoot, ReplacedByAFileIsClosedAndRestoredIsServedAgain)
     tree.rename(QStringLiteral("moved"), root);
     ASSERT_TRUE(client.open(directory));
     EXPECT_EQ(client.titles(directory), oldRows);
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
 using FaultyDirectory = ServedTree;
@@ -83,10 +83,10 @@ TEST_F(FaultyDirectory, DeletedIsClosedAndRecreatedIsServedAgain)
     tree.addFile(QStringLiteral("root/a/new.mp3"));
     ASSERT_TRUE(client.open(directory));
     EXPECT_EQ(client.titles(directory), newRows);
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
-TEST_F(FaultyDirectory, RenamedIsClosedAndChangesUnderItsNewNameAreNotTold)
+TEST_F(FaultyDirectory, RenamedIsClosedAndChangesUnderItsNewNameAreNotReported)
 {
     start();
     tree.rename(QStringLiteral("root/a"), QStringLiteral("root/b"));
@@ -106,7 +106,7 @@ TEST_F(FaultyDirectory, ReplacedByAFileIsClosed)
     EXPECT_FALSE(client.open(directory));
 }
 
-TEST_F(FaultyDirectory, PermissionThatIsLostIsToldAndRegainedIsToldToo)
+TEST_F(FaultyDirectory, LossAndReturnOfPermissionAreReported)
 {
     const QString path = tree.absolute(QStringLiteral("root/a"));
     client.program().setRights(Tavo::Rights::NoOverride);
@@ -116,7 +116,7 @@ TEST_F(FaultyDirectory, PermissionThatIsLostIsToldAndRegainedIsToldToo)
     EXPECT_EQ(client.refusal(directory), QStringLiteral("No permission to read directory 'a'"));
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     EXPECT_TRUE(client.comesToHold(directory, oldRows));
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
 class FullLog : public ServedTree
@@ -134,14 +134,14 @@ protected:
     const QStringList fullLog = {QStringLiteral("--log-config"), tree.absolute(QStringLiteral("log.properties"))};
 };
 
-TEST_F(FullLog, IsToldOfAndHoldsNothingUp)
+TEST_F(FullLog, IsReportedAndDelaysNothing)
 {
     start(fullLog);
     EXPECT_EQ(client.titles(directory), oldRows);
-    expectToldOfChanges();
+    expectChangesArrive();
     const Outcome outcome = client.program().finish();
     EXPECT_EQ(outcome.status, 0);
-    // It is tried again once in a second.
+    // The library tries again every second.
     EXPECT_THAT(linesOf(outcome.errors), Not(IsEmpty()));
     EXPECT_THAT(linesOf(outcome.errors), Each(QByteArray("log4cplus:ERROR file is not open: /dev/full")));
 }
@@ -154,7 +154,7 @@ TEST_F(FullLog, DoesNotSpoilTheResults)
     EXPECT_TRUE(QJsonDocument::fromJson(outcome.output).isObject()) << outcome.output.toStdString();
 }
 
-/// Walks in which every name is compared with so many patterns that they take long.
+/// Walks that compare every name with so many patterns that they take many seconds.
 class InterruptedWalk : public ServedTree
 {
 protected:
@@ -199,7 +199,7 @@ TEST_F(InterruptedWalk, PreparationEndsWhileItLooksForFiles)
         EXPECT_THAT(terminal.readAll().toStdString(), EndsWith("\r\x1b[K"));
         const Outcome outcome = tavo.finish();
         EXPECT_EQ(outcome.status, status);
-        EXPECT_THAT(outcome.output.toStdString(), AnyOf("", "[]\n")) << "what is written is well-formed";
+        EXPECT_THAT(outcome.output.toStdString(), AnyOf("", "[]\n")) << "the output is well-formed";
     }
 }
 

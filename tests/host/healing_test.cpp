@@ -1,4 +1,4 @@
-// What the kernel does not tell of reaches clients all the same.
+// Changes that the kernel does not report reach clients all the same.
 
 #include "support/follower.h"
 #include "support/temporarytree.h"
@@ -16,14 +16,14 @@
 
 namespace {
 
-/// What a kernel's setting holds; empty if the kernel does not have it.
+/// The value of a kernel setting; empty if the kernel does not have it.
 QByteArray setting(const QByteArray& name)
 {
     QFile file(QStringLiteral("/proc/sys/") + QString::fromLatin1(name).replace(QLatin1Char('.'), QLatin1Char('/')));
     return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
 }
 
-/// The setting that limits the watches of a user, as in "name = 5".
+/// The lower of the two limits on a user's watches, as in "name = 5".
 QByteArray lowestKernelLimit()
 {
     const QByteArray system = "fs.inotify.max_user_watches";
@@ -33,7 +33,7 @@ QByteArray lowestKernelLimit()
     return lower + " = " + setting(lower);
 }
 
-/// A watched directory's events that nobody reads: the kernel keeps as many of them as for a stopped program.
+/// The event queue of a watched directory. Nobody reads it, so it fills up like that of a stopped program.
 class UnreadEvents
 {
 public:
@@ -95,7 +95,7 @@ TEST_F(Healing, AReplacedDirectoryIsWatchedInItsPlace)
     EXPECT_TRUE(client.comesToHold(QStringLiteral("a"), {QStringLiteral("new.mp3"), QStringLiteral("newer.mp3")}));
 }
 
-TEST_F(Healing, WhatLiesBelowAReplacedDirectoryIsReadAgainToo)
+TEST_F(Healing, DirectoriesBelowAReplacedOneAreReadAgainToo)
 {
     tree.addFile(QStringLiteral("a/b/c/old.mp3"));
     tree.addFile(QStringLiteral("other/b/c/new.mp3"));
@@ -118,7 +118,7 @@ TEST_F(Healing, ADirectoryRemovedAndMadeAnewAtOnceIsWatchedAgain)
     EXPECT_TRUE(client.comesToHold(QStringLiteral("a"), {QStringLiteral("new.mp3"), QStringLiteral("newer.mp3")}));
 }
 
-TEST_F(Healing, WithoutAnyEventsEveryChangeIsTold)
+TEST_F(Healing, WithoutAnyEventsEveryChangeIsReported)
 {
     tree.addFile(QStringLiteral("a/one.mp3"));
     client.program().setWatchLimit(0);
@@ -131,7 +131,7 @@ TEST_F(Healing, WithoutAnyEventsEveryChangeIsTold)
     EXPECT_TRUE(client.comesToHold(QStringLiteral("a"), {QStringLiteral("one.mp3"), QStringLiteral("three.mp3")}));
 }
 
-TEST_F(Healing, WhereTheKernelHasNoMoreInstancesEveryChangeIsTold)
+TEST_F(Healing, WithoutAnInotifyInstanceEveryChangeIsReported)
 {
     tree.addFile(QStringLiteral("a/one.mp3"));
     client.program().setInotifyInstanceLimit(0);
@@ -144,7 +144,7 @@ TEST_F(Healing, WhereTheKernelHasNoMoreInstancesEveryChangeIsTold)
     EXPECT_TRUE(client.isClosed(QStringLiteral("a")));
 }
 
-TEST_F(Healing, BeyondTheWatchLimitChangesAreToldAndTheLimitIsNamedOnce)
+TEST_F(Healing, BeyondTheWatchLimitChangesAreReportedAndTheLimitIsNamedOnce)
 {
     QStringList directories;
     for (int i = 0; i < 6; ++i) {
@@ -166,7 +166,7 @@ TEST_F(Healing, BeyondTheWatchLimitChangesAreToldAndTheLimitIsNamedOnce)
     EXPECT_EQ(outcome.errors.count(warning), 1) << outcome.errors.toStdString() << warning.toStdString();
 }
 
-TEST_F(Healing, AChangeThatAFullEventQueueLosesIsTold)
+TEST_F(Healing, AChangeThatAFullEventQueueLosesIsReported)
 {
     tree.addFile(QStringLiteral("noise/0"));
     tree.addFile(QStringLiteral("a/old.mp3"));

@@ -51,7 +51,7 @@ int below(Random& random, int limit)
     return static_cast<int>(random() % static_cast<unsigned>(limit));
 }
 
-/// What a client that has read the directory holds, told by other means than the worker's.
+/// The rows that a client should hold, read without the worker.
 QStringList titlesOnDisk(const QString& directory)
 {
     std::vector<QByteArray> directories;
@@ -238,13 +238,13 @@ private:
         if (m_held.count(path) == 0)
             return;
         if (isClose)
-            letGo(path, lock);
+            closePath(path, lock);
         else
             read(path, lock);
     }
 
     /// The path may have been opened again before the client got to hear of the close.
-    void letGo(const CMPath& path, std::unique_lock<std::mutex>& lock)
+    void closePath(const CMPath& path, std::unique_lock<std::mutex>& lock)
     {
         m_held.erase(path);
         lock.unlock();
@@ -345,7 +345,7 @@ ino_t inodeOf(const QString& path)
     return stat(path.toUtf8().constData(), &status) == 0 ? status.st_ino : 0;
 }
 
-/// Of the opened directories, their ancestors, and what lies above the root.
+/// Counts the opened directories, their ancestors, and those above the root.
 std::set<ino_t> inodesOfOpen(const Clients& clients, const QString& root)
 {
     std::set<QString> bases;

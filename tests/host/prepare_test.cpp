@@ -81,7 +81,7 @@ TEST(Prepare, NothingIsAnEmptyArray)
     EXPECT_EQ(outcome.output, "[]\n");
 }
 
-TEST(Prepare, WrongUseIsTold)
+TEST(Prepare, WrongUseIsReported)
 {
     EXPECT_EQ(runTavo(demo(words("prepare"))).status, 2);
     EXPECT_EQ(runTavo(demo(words("prepare playlist"))).status, 2);

@@ -1,4 +1,4 @@
-// The system has not what a program needs: it says so, goes on with what it has, and finds its way back.
+// The system runs out of descriptors or memory: the program reports it, serves what it can, and recovers.
 
 #include "support/eventually.h"
 #include "support/servedtree.h"
@@ -24,7 +24,7 @@ protected:
     static constexpr char shortage[] = "Too many open files";
 };
 
-TEST_F(ScarceDescriptors, TooFewAreToldOfAtTheStart)
+TEST_F(ScarceDescriptors, TooFewAreReportedAtTheStart)
 {
     constexpr int enoughToBeLoaded = 8;
     constexpr int enoughToWork = 48;
@@ -65,7 +65,7 @@ TEST_F(ScarceDescriptors, RowsThatCannotBeReadAreRefusedAndNotMistakenForNone)
     }
     EXPECT_EQ(client.titles(QString()), QStringList(directory));
     EXPECT_TRUE(client.comesToHold(directory, oldRows));
-    expectToldOfChanges();
+    expectChangesArrive();
 }
 
 TEST_F(ScarceDescriptors, EveryRequestIsAnswered)
@@ -97,7 +97,7 @@ TEST_F(ScarceDescriptors, EveryRequestIsAnswered)
             EXPECT_THAT(errorCode(client.answerTo(id)), AnyOf(0, -32000)) << id;
     }
     EXPECT_EQ(client.titles(QString()), (QStringList{directory, QStringLiteral("b")}));
-    expectToldOfChanges();
+    expectChangesArrive();
     EXPECT_EQ(client.program().finish().status, 0);
 }
 
@@ -115,7 +115,7 @@ protected:
     SessionClient client;
 };
 
-TEST_F(ScarceMemory, WhatALongListingTookIsGivenBack)
+TEST_F(ScarceMemory, MemoryOfALongListingIsReturned)
 {
     constexpr int many = 120000;
     tree.addFile(QStringLiteral("few/song.mp3"));

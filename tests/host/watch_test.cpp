@@ -81,7 +81,7 @@ TEST_F(Watch, JsonIsOneObjectALine)
 
 TEST_F(Watch, EndsWhenNothingIsLeft)
 {
-    // The worker may find the directory gone while it lists it, which it logs.
+    // The worker logs an error if the directory vanishes while it lists it.
     watch({QStringLiteral("a"), QStringLiteral("a/b"), QStringLiteral("--log-level"), QStringLiteral("OFF")});
     tree.remove(QStringLiteral("a"));
     const Outcome outcome = tavo.finish();

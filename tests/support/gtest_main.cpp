@@ -7,7 +7,8 @@
 
 namespace {
 
-/// Where all temporary files of the program go. Its death tests, which start it anew, use it too: they remove nothing.
+/// The folder for all temporary files of the program. Its death tests are new processes that share it and remove
+/// nothing.
 std::unique_ptr<QTemporaryDir> makeTemporaryFolder()
 {
     constexpr const char* made = "TAVO_TESTS_HAVE_FOLDER";
@@ -23,7 +24,7 @@ std::unique_ptr<QTemporaryDir> makeTemporaryFolder()
 
 int main(int argc, char** argv)
 {
-    // Death tests start the program anew, so that the threads of the parent do no harm.
+    // Death tests start a new process, so the threads of the parent do no harm.
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     testing::InitGoogleTest(&argc, argv);
     // File names are UTF-8, in whatever environment the tests run; listings are in the order of the C locale.

@@ -5,14 +5,14 @@
 #include <QEventLoop>
 #include <QTimer>
 
-/// Runs the event loop until the condition holds; false if it does not within the time a test has patience for.
+/// Runs the event loop until the condition holds; false if it does not within the limit.
 template<typename Condition>
 [[nodiscard]] bool eventually(const Condition& condition)
 {
     constexpr int patience = 30000;
     constexpr int turn = 20;
     const QDeadlineTimer deadline(patience);
-    // Lets the loop turn also where nothing but another thread makes the condition come true.
+    // Wakes the loop, since another thread may make the condition true without an event.
     QTimer ticks;
     ticks.start(turn);
     while (!condition()) {

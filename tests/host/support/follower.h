@@ -12,7 +12,7 @@ public:
     [[nodiscard]] bool open(const QString& base);
     /// Reads the rows as a client does that has none.
     [[nodiscard]] QStringList titles(const QString& base);
-    /// The message of the error with which the rows are refused; empty if they are not.
+    /// The message of the error that refuses the rows; empty if they are not refused.
     [[nodiscard]] QString refusal(const QString& base);
     /// Follows the directory's changes until its rows are these.
     [[nodiscard]] bool comesToHold(const QString& base, const QStringList& expected);

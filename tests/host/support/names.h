@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QList>
 
-/// File names that trip what is careless with them, as the file system holds them. All end in ".mp3".
+/// File names that trip careless code, as raw bytes. All end in ".mp3".
 [[nodiscard]] inline QList<QByteArray> nastyNames()
 {
     return {
@@ -32,7 +32,7 @@
         QByteArray(251, 'x') + ".mp3"};
 }
 
-/// A name that is no UTF-8: nothing can be done with it, but it must do no harm.
+/// A name that is not UTF-8. It cannot be served, but must do no harm.
 [[nodiscard]] inline QByteArray brokenName()
 {
     return "broken\xff\xc3(.mp3";

@@ -15,16 +15,16 @@ public:
     [[nodiscard]] int readingEnd() const { return m_readingEnd; }
     [[nodiscard]] int writingEnd() const { return m_writingEnd; }
 
-    /// Under which a program can open the writing end.
+    /// The file name under which a program can open the writing end.
     [[nodiscard]] QString writingFileName() const;
 
     /// Writes until the pipe takes no more.
     void fill() const;
-    /// All of it; waits for the reader.
+    /// Writes all bytes; waits for the reader.
     void write(const QByteArray& bytes) const;
     /// Waits for at least one byte; empty at the end.
     [[nodiscard]] QByteArray read() const;
-    /// Waits until so many lines, or the end, are there.
+    /// Waits for that many lines, or for the end.
     [[nodiscard]] QList<QByteArray> readLines(int count) const;
 
     void closeReadingEnd();

@@ -19,10 +19,10 @@ void ServedTree::start(const QStringList& more)
     ASSERT_TRUE(client.open(directory));
 }
 
-void ServedTree::expectToldOfChanges()
+void ServedTree::expectChangesArrive()
 {
     QStringList rows = client.titles(directory);
-    tree.addFile(QStringLiteral("root/a/~told.mp3"));
-    rows.append(QStringLiteral("~told.mp3"));
+    tree.addFile(QStringLiteral("root/a/~new.mp3"));
+    rows.append(QStringLiteral("~new.mp3"));
     EXPECT_TRUE(client.comesToHold(directory, rows));
 }

@@ -14,8 +14,8 @@ protected:
 
     [[nodiscard]] QStringList options(const QStringList& more = {}) const;
     void start(const QStringList& more = {});
-    /// The client holds the rows of its directory, and hears of what comes.
-    void expectToldOfChanges();
+    /// Expects that the client receives a new change of its directory.
+    void expectChangesArrive();
 
     const QString root = QStringLiteral("root");
     const QString directory = QStringLiteral("a");

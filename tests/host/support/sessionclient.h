@@ -20,9 +20,9 @@ public:
     void send(const QByteArray& line) { m_program.write(line + '\n'); }
     /// Sends a request and returns its id.
     int request(const QString& method, const QJsonValue& parameters);
-    /// The next message, whatever it is; empty if there is none any more.
+    /// The next message of any kind; empty at the end.
     [[nodiscard]] QJsonObject next();
-    /// The answer to a request; what else comes before it is kept for later.
+    /// The answer to a request. Other messages that arrive before it are kept for later.
     [[nodiscard]] QJsonObject answerTo(int id);
     /// How many messages are kept.
     [[nodiscard]] int kept() const { return m_kept.size(); }

@@ -29,7 +29,7 @@ Tavo::~Tavo()
 {
     if (state() == NotRunning)
         return;
-    // A program that is killed cannot count its leaks and what of it has been covered.
+    // A killed program reports neither its leaks nor its coverage.
     closeWriteChannel();
     terminate();
     if (!waitForFinished(shortPatience))
@@ -157,7 +157,7 @@ void Tavo::stop()
 {
     signal(SIGSTOP);
     siginfo_t state = {};
-    // The end of the program is left to QProcess.
+    // Leaves the exit status for QProcess to collect.
     const int waited = waitid(P_PID, static_cast<id_t>(processId()), &state, WSTOPPED | WEXITED | WNOWAIT);
     Q_ASSERT(waited == 0 && state.si_code == CLD_STOPPED);
 }
@@ -210,7 +210,7 @@ void Tavo::setupChildProcess()
     }
     if (m_rights == Rights::Usual)
         return;
-    // What root gets back when it starts a program is what is left in the bounding set.
+    // A program started by root gets all capabilities of the bounding set.
     prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
     prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }

@@ -19,13 +19,13 @@ struct Outcome
     QByteArray errors;
 };
 
-/// The built program, running. Waiting for it has an end: a program that does not do what is waited for is killed.
+/// The running program. Every wait has a limit, after which the program is killed.
 class Tavo : private QProcess
 {
 public:
     enum class Rights {
         Usual,
-        /// Permissions of files hold even if the tests are run by root.
+        /// File permissions bind the program even if root runs the tests.
         NoOverride
     };
 
@@ -43,7 +43,7 @@ public:
     /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     void setVariable(const QString& name, const QString& value);
-    /// What goes to a file is not in the outcome.
+    /// The outcome does not contain what the program writes to a file.
     void setStandardOutputFile(const QString& name);
     void setStandardErrorFile(const QString& name);
     void start(const QStringList& arguments);
@@ -53,12 +53,12 @@ public:
     /// False if the program takes no more for a while; the rest is written while other things are waited for.
     [[nodiscard]] bool writesAll(const QByteArray& input);
     void closeInput();
-    /// Without its end; null if there comes none.
+    /// The next line, without its newline; null at the end.
     [[nodiscard]] QByteArray readLine();
-    /// Without its end; null if there comes none.
+    /// The next line, without its newline; null at the end.
     [[nodiscard]] QByteArray readErrorLine();
     [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
-    /// In kB, by its name in /proc: "VmRSS" for now, "VmHWM" for the most so far; 0 if the kernel does not tell.
+    /// In kB, by its name in /proc: "VmRSS" for now, "VmHWM" for the most so far; 0 if the kernel does not report it.
     [[nodiscard]] int memory(const char* name) const;
 
     /// The inotify watches that the program has now.
@@ -67,7 +67,7 @@ public:
     void signal(int signalNumber);
     /// Returns when every thread has stopped. SIGCONT makes them run again.
     void stop();
-    /// The running program can open nothing any more, until the object goes.
+    /// The running program cannot open anything while the object lives.
     class WithoutDescriptors
     {
     public:

@@ -19,7 +19,7 @@ TemporaryTree::TemporaryTree()
 
 TemporaryTree::~TemporaryTree()
 {
-    // Unlike Qt it also removes what has a name that is no UTF-8.
+    // Unlike Qt, this also removes names that are not UTF-8.
     std::error_code ignored;
     std::filesystem::remove_all(m_directory.path().toStdString(), ignored);
 }

@@ -4,7 +4,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
-/// A directory tree that goes with the object. Paths are relative to it; what cannot be done ends the test program.
+/// A directory tree, removed with the object. Paths are relative to it. A failed operation ends the test program.
 class TemporaryTree
 {
 public:
@@ -16,13 +16,13 @@ public:
     [[nodiscard]] QString root() const;
     [[nodiscard]] QString absolute(const QString& path) const;
 
-    /// With the directories that it needs.
+    /// Creates missing parents too.
     void addDirectory(const QString& path);
     void addFile(const QString& path, const QByteArray& content = {});
     /// Seconds since 1970-01-01 UTC.
     void setModified(const QString& path, qint64 seconds);
     void rename(const QString& from, const QString& to);
-    /// A file, or a directory with all that it holds.
+    /// Removes a file, or a directory with its content.
     void remove(const QString& path);
 
 private:

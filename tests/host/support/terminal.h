@@ -11,11 +11,11 @@ public:
     ~PseudoTerminal();
     Q_DISABLE_COPY_MOVE(PseudoTerminal)
 
-    /// Of the end that the program opens.
+    /// The file name of the end that the program opens.
     [[nodiscard]] QString fileName() const;
-    /// What has been written, carriage returns left out, once nobody has the other end open any more.
+    /// Everything written, without carriage returns. Returns when the other end is closed.
     [[nodiscard]] QByteArray readAll() const;
-    /// As soon as it holds the given text; everything if it never does.
+    /// Returns as soon as the output contains the text, or everything if it never does.
     [[nodiscard]] QByteArray readUntil(const QByteArray& text) const;
 
 private:
