@@ -86,18 +86,18 @@ extern "C" EXPORTED int inotify_init() noexcept
     return inotify_init1(0);
 }
 
-extern "C" EXPORTED int inotify_add_watch(int instance, const char* path, uint32_t mask) noexcept
+extern "C" EXPORTED int inotify_add_watch(int fd, const char* name, uint32_t mask) noexcept
 {
     const std::lock_guard<std::mutex> lock(mutex());
     const int before = watches();
-    const int watch = original<int(int, const char*, uint32_t)>("inotify_add_watch")(instance, path, mask);
+    const int watch = original<int(int, const char*, uint32_t)>("inotify_add_watch")(fd, name, mask);
     if (watch < 0)
         return watch;
     const int after = watches();
     const bool isNew = after > before;
     if (!isNew || after <= limitFrom(InotifyLimits::watches))
         return watch;
-    inotify_rm_watch(instance, watch);
+    inotify_rm_watch(fd, watch);
     errno = ENOSPC;
     return -1;
 }
