@@ -1,4 +1,4 @@
-#include "cli/displaytext.h"
+#include "process/displaytext.h"
 
 #include "printers.h"
 

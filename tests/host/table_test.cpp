@@ -1,7 +1,7 @@
-#include "cli/table.h"
+#include "terminal/table.h"
 
-#include "cli/displaytext.h"
-#include "cli/roletext.h"
+#include "process/displaytext.h"
+#include "terminal/roletext.h"
 
 #include "printers.h"
 

@@ -1,7 +1,7 @@
 #include "prepare/itemsink.h"
 
-#include "cli/roletext.h"
 #include "rpc/json.h"
+#include "terminal/roletext.h"
 
 #include <tavo/tavomedia.h>
 #include <tavo/tavoroles.h>

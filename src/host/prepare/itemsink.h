@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/table.h"
 #include "process/output.h"
+#include "terminal/table.h"
 
 #include <QVariant>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cli/progressline.h"
 #include "prepare/itemsink.h"
 #include "prepare/prepareplan.h"
+#include "terminal/progressline.h"
 
 #include <atomic>
 #include <optional>

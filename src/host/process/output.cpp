@@ -1,6 +1,6 @@
 #include "process/output.h"
 
-#include "cli/displaytext.h"
+#include "process/displaytext.h"
 
 #include <cerrno>
 

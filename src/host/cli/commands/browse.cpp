@@ -2,10 +2,10 @@
 #include "cli/commands/command.h"
 
 #include "cli/options.h"
-#include "cli/pagetext.h"
 #include "content/session.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
+#include "terminal/pagetext.h"
 
 #include <tavo/tavoroles.h>
 

@@ -1,11 +1,11 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "cli/roletext.h"
-#include "cli/table.h"
 #include "content/session.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
+#include "terminal/roletext.h"
+#include "terminal/table.h"
 
 namespace {
 
@@ -57,8 +57,9 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     const Result<QVariantList> values = session.data(path, entryRoles());
     if (!values)
         return values.failure();
-    const Result<QByteArray> text = wantsJson(parser) ? jsonLine(namedValues(entryRoles(), values.value()))
-                                              : textOf(entryRoles(), values.value(), Terminal::at(context.output));
+    const Result<QByteArray> text = wantsJson(parser)
+                                        ? jsonLine(namedValues(entryRoles(), values.value()))
+                                        : textOf(entryRoles(), values.value(), Terminal::at(context.output));
     if (!text)
         return text.failure();
     if (const Result<Written> written = writeOutput(context.output, text.value()); !written)

@@ -1,10 +1,10 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "cli/pagetext.h"
 #include "content/session.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
+#include "terminal/pagetext.h"
 
 #include <tavo/tavoroles.h>
 

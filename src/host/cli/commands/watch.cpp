@@ -1,7 +1,7 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "cli/displaytext.h"
+#include "process/displaytext.h"
 #include "process/ending.h"
 #include "process/output.h"
 #include "process/signalwatcher.h"

@@ -1,6 +1,6 @@
-#include "cli/table.h"
+#include "terminal/table.h"
 
-#include "cli/displaytext.h"
+#include "process/displaytext.h"
 
 #include <algorithm>
 #include <numeric>

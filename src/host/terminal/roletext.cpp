@@ -1,4 +1,4 @@
-#include "cli/roletext.h"
+#include "terminal/roletext.h"
 
 #include "rpc/json.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/terminal.h"
 #include "content/session.h"
+#include "terminal/terminal.h"
 
 /// The roles that a page shows if nobody says otherwise.
 [[nodiscard]] const QStringList& usualColumns();

@@ -1,4 +1,4 @@
-#include "cli/terminal.h"
+#include "terminal/terminal.h"
 
 #include <QByteArray>
 

@@ -1,6 +1,6 @@
-#include "cli/progressline.h"
+#include "terminal/progressline.h"
 
-#include "cli/displaytext.h"
+#include "process/displaytext.h"
 #include "process/output.h"
 
 #include <unistd.h>

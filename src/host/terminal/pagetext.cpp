@@ -1,7 +1,7 @@
-#include "cli/pagetext.h"
+#include "terminal/pagetext.h"
 
-#include "cli/roletext.h"
-#include "cli/table.h"
+#include "terminal/roletext.h"
+#include "terminal/table.h"
 
 #include <tavo/tavoroles.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/terminal.h"
+#include "terminal/terminal.h"
 
 #include <QElapsedTimer>
 #include <QString>
