@@ -2,6 +2,7 @@
 
 #include "i18n/trstring.h"
 #include "model/cmrequest.h"
+#include "tavo/tavokeys.h"
 #include "tavo/tavoroles.h"
 
 #include <array>
@@ -48,7 +49,7 @@ QVariant row(const Action& action, const QString& item, const QStringList& roles
 QString itemOf(const CMPath& menu)
 {
     QString encoded;
-    if (!menu.startsWith(CMPath(menu.prefix(), QStringLiteral("menu/context")), &encoded) ||
+    if (!menu.startsWith(CMPath(menu.prefix(), TavoContextMenuPath()), &encoded) ||
         !encoded.startsWith(QLatin1Char('/')))
         return {};
     const CMPath item = CMPath::fromEncoded(encoded);

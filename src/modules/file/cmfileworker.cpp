@@ -286,7 +286,7 @@ CMFileWorker::CMFileWorker(const QVariantHash& configuration)
 
     m_serviceId = configuration.value(TavoService_Id()).toString();
     m_rootPath = QFileInfo(configuration.value(TavoFilesystem_Path()).toString()).canonicalFilePath();
-    m_contextMenuPath = addPrefix(QStringLiteral("menu/context"));
+    m_contextMenuPath = addPrefix(TavoContextMenuPath());
     m_rootDir.setPath(m_rootPath);
     // QDir stores it on first use, which may be in several threads at once.
     static_cast<void>(m_rootDir.absolutePath());

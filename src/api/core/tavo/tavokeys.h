@@ -27,6 +27,9 @@ class CMPath;
 /// root and not encoded; the value of the reply is an int.
 [[nodiscard]] TAVO_API_EXPORT const QString& TavoFilesystemCountFilesPathSuffix();
 
+/// Base of the context menus of a worker's items: the encoded path of the item follows behind a slash.
+[[nodiscard]] TAVO_API_EXPORT const QString& TavoContextMenuPath();
+
 /// Path of a setting of the root worker: the width in pixels to which album covers are scaled down, an i32.
 [[nodiscard]] TAVO_API_EXPORT const CMPath& TavoMusicLibraryAlbumArtWidth();
 
