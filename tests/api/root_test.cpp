@@ -161,13 +161,14 @@ TEST(Root, RowsAreTheMountedWorkersInTheOrderOfMounting)
     EXPECT_EQ(page.rows(), rows);
 }
 
-TEST(Root, RowOfThePlaylistComesLast)
+TEST(Root, RowsAreInTheOrderOfThePositions)
 {
     NamedWorker playlist("playlist");
     NamedWorker one("one");
     NamedWorker two("two");
-    for (NamedWorker* worker : {&playlist, &one, &two})
-        EXPECT_TRUE(root().mount(worker));
+    EXPECT_TRUE(root().mount(&playlist, {}, 2));
+    EXPECT_TRUE(root().mount(&one, {}, 1));
+    EXPECT_TRUE(root().mount(&two, {}, 1));
     const TavoRowsRoles page = rowsOfRoot(0, 99, {TavoRoles::Title()});
     const QVariantList rows = {
         QVariant(QVariantList{QStringLiteral("one")}), QVariant(QVariantList{QStringLiteral("two")}),

@@ -15,11 +15,6 @@ QString settingsPrefix()
     return TavoMusicLibraryAlbumArtWidth().prefix();
 }
 
-QString playlistPrefix()
-{
-    return QStringLiteral("playlist");
-}
-
 bool isOwnPrefix(const QString& prefix)
 {
     return prefix.isEmpty() || prefix == settingsPrefix();
@@ -65,18 +60,18 @@ CMAbstractWorker* CMRoot()
     return &CMRootWorker::instance();
 }
 
-bool CMRootWorker::mount(CMWorker* worker, const QString& title)
+bool CMRootWorker::mount(CMWorker* worker, const QString& title, int position)
 {
     const QMutexLocker lock(&m_mutex);
     const QString& prefix = worker->prefix();
     const auto hasPrefix = [&prefix](const Mount& mount) { return mount.prefix == prefix; };
     if (isOwnPrefix(prefix) || std::any_of(m_mounts.cbegin(), m_mounts.cend(), hasPrefix))
         return false;
-    const bool isBeforeLast = !m_mounts.isEmpty() && m_mounts.last().prefix == playlistPrefix();
+    const auto isBehind = [position](const Mount& mount) { return mount.position > position; };
     CMSubscribe* const subscribe = worker->subscribe();
     m_mounts.insert(
-        isBeforeLast ? m_mounts.size() - 1 : m_mounts.size(),
-        {worker, subscribe, prefix, title.isEmpty() ? prefix : title, subscribe->m_underWay});
+        std::find_if(m_mounts.begin(), m_mounts.end(), isBehind),
+        {worker, subscribe, prefix, title.isEmpty() ? prefix : title, position, subscribe->m_underWay});
     subscribe->m_underWay->mount();
     connect(
         worker, &QObject::destroyed, this, [this](const QObject* destroyed) { forget(destroyed, {}); },

@@ -13,10 +13,10 @@
 /// The worker at the top of the content tree: it holds the settings and the mounted workers, and routes every request
 /// to the worker whose prefix the path carries.
 ///
-/// Its own rows, at the path without prefix and base, are the mounted workers in the order of mounting, but the one
-/// with the prefix "playlist" last. They have a version while a client has the path open, and every mounting and
-/// unmounting resets them. It lives in the thread that asked for it first until it is moved to another one; nobody can
-/// open or close its rows from elsewhere unless that thread runs an event loop.
+/// Its own rows, at the path without prefix and base, are the mounted workers. They have a version while a client
+/// has the path open, and every mounting and unmounting resets them. It lives in the thread that asked for it first
+/// until it is moved to another one; nobody can open or close its rows from elsewhere unless that thread runs an event
+/// loop.
 ///
 /// Thread-safe. Requests that come this way are counted as long as they run: until the worker's request() returns,
 /// not until the worker answers, if it does so later.
@@ -27,9 +27,10 @@ public:
     /// Lives as long as the process.
     [[nodiscard]] static CMRootWorker& instance();
 
-    /// Adds a worker under `title`, or under its prefix if the title is empty. The worker stays the caller's; its
-    /// destruction unmounts it. False if its prefix is taken.
-    [[nodiscard]] bool mount(CMWorker* worker, const QString& title = {});
+    /// Adds a worker under `title`, or under its prefix if the title is empty. Rows are in the order of the positions,
+    /// and at one position in the order of mounting. The worker stays the caller's; its destruction unmounts it. False
+    /// if its prefix is taken.
+    [[nodiscard]] bool mount(CMWorker* worker, const QString& title = {}, int position = 0);
     /// Takes a worker out: no new request or opening reaches it, and what clients have open there is closed; they
     /// receive the close through their event loops. Does nothing to a worker that is not mounted.
     ///
@@ -63,6 +64,7 @@ private:
         CMSubscribe* subscribe = nullptr;
         QString prefix;
         QString title;
+        int position = 0;
         std::shared_ptr<CMUnderWay> underWay;
     };
 
