@@ -2,6 +2,7 @@
 
 #include "cli/commands/command.h"
 #include "cli/options.h"
+#include "content/contenthost.h"
 #include "process/exitstatus.h"
 #include "process/logging.h"
 #include "process/output.h"
@@ -84,9 +85,12 @@ bool fitsArguments(const Command& command, int count)
 Result<int>
 runCommand(const Command& command, const QCommandLineParser& parser, const GlobalOptions& options, int output)
 {
-    const Result<std::unique_ptr<Host>> host = Host::start(options.host);
+    const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(options.host);
     if (!host)
         return host.failure();
+    if (host.value()->mounts().empty() && !command.worksWithoutRoots)
+        return Failure{Failure::Kind::Refused, host.value()->problems().join(QStringLiteral(", "))};
+    host.value()->warnOfProblems();
     return command.run({*host.value(), output}, parser);
 }
 
@@ -112,7 +116,7 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
     if (!options)
         return fail(options.failure());
     Logging logging;
-    if (const Result<Done> configured = logging.configure(options.value().logLevel, options.value().logConfig);
+    if (const Result<void> configured = logging.configure(options.value().logLevel, options.value().logConfig);
         !configured)
         return fail(configured.failure());
     const Result<int> status = runCommand(command, parser, options.value(), output);

@@ -2,6 +2,7 @@
 #include "process/descriptors.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
+#include "process/standardstreams.h"
 
 #include <QCoreApplication>
 #include <QTextCodec>
@@ -10,12 +11,13 @@
 
 int main(int argc, char** argv)
 {
-    if (const Result<Done> claimed = claimDescriptors(); !claimed) {
+    openStandardStreams();
+    if (const Result<void> claimed = claimDescriptors(); !claimed) {
         report(claimed.failure().message);
         return exitStatus(claimed.failure());
     }
     const int output = claimStandardOutput();
-    // A reader that goes away is noticed where it is written to.
+    // Whoever writes to a closed pipe learns of it from write().
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavo"));

@@ -1,6 +1,10 @@
 #include "cli/options.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <iterator>
 
 namespace {
 
@@ -8,7 +12,6 @@ constexpr int defaultSweepSeconds = 5;
 
 const QLatin1String rootOption("root");
 const QLatin1String filterOption("filter");
-const QLatin1String serviceIdOption("service-id");
 const QLatin1String moduleOption("module");
 const QLatin1String albumArtWidthOption("album-art-width");
 const QLatin1String sweepOption("sweep");
@@ -32,18 +35,39 @@ QString lastValue(const QCommandLineParser& first, const QCommandLineParser& sec
     return second.isSet(name) ? second.value(name) : first.value(name);
 }
 
+/// What precedes the first "=" is an id only if it looks like one: directories may have any name.
+RootSettings rootFrom(const QString& text)
+{
+    static const QRegularExpression withId(
+        QStringLiteral("\\A([A-Za-z0-9_-]+)=(.*)\\z"), QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpressionMatch match = withId.match(text);
+    if (match.hasMatch())
+        return {match.captured(1), match.captured(2)};
+    return {QStringLiteral("file"), text};
+}
+
+Result<std::vector<RootSettings>> rootsFrom(const QStringList& texts)
+{
+    if (texts.isEmpty())
+        return Failure::wrongUse(QStringLiteral("no root directory is given: --root DIR"));
+    std::vector<RootSettings> roots;
+    std::transform(texts.cbegin(), texts.cend(), std::back_inserter(roots), rootFrom);
+    return roots;
+}
+
 } // namespace
 
 void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags)
 {
     const QList<QCommandLineOption> options = {
-        {rootOption, QStringLiteral("Directory tree to serve (required)."), QStringLiteral("DIR")},
+        {rootOption,
+         QStringLiteral("Directory tree to serve (required); may be given again, with an ID of its own each. "
+                        "Default ID: file."),
+         QStringLiteral("[ID=]DIR")},
         {filterOption,
          QStringLiteral("Wildcard of playable names; may be given again. Default: the usual audio and "
                         "playlist files."),
          QStringLiteral("PATTERN")},
-        {serviceIdOption, QStringLiteral("Name of the service and prefix of its paths."), QStringLiteral("ID"),
-         QStringLiteral("file")},
         {moduleOption, QStringLiteral("Worker module to load. Default: the one that comes with this program."),
          QStringLiteral("FILE")},
         {albumArtWidthOption, QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
@@ -63,14 +87,14 @@ void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flag
 Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCommandLineParser& command)
 {
     const auto value = [&](const QString& name) { return lastValue(program, command, name); };
+    const Result<std::vector<RootSettings>> roots = rootsFrom(program.values(rootOption) + command.values(rootOption));
+    if (!roots)
+        return roots.failure();
     GlobalOptions options;
-    options.host.root = value(rootOption);
+    options.host.roots = roots.value();
     options.host.filter = program.values(filterOption) + command.values(filterOption);
     if (options.host.filter.isEmpty())
         options.host.filter = usualPatterns();
-    options.host.serviceId = value(serviceIdOption);
-    if (options.host.serviceId.isEmpty())
-        return Failure::wrongUse(QStringLiteral("--service-id is empty"));
     const QString module = value(moduleOption);
     options.host.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
     options.logLevel = value(logLevelOption);

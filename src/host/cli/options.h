@@ -1,6 +1,6 @@
 #pragma once
 
-#include "content/host.h"
+#include "content/contenthost.h"
 
 #include <QCommandLineParser>
 #include <QStringList>

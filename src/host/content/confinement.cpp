@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 constexpr QLatin1Char slash('/');
@@ -12,25 +14,45 @@ bool isAtOrBelow(const QString& directory, const QString& path)
     return path == directory || path.startsWith(directory.endsWith(slash) ? directory : directory + slash);
 }
 
-/// Up to and with the last ".."; empty if there is none.
+/// The path through its last ".."; empty if there is none.
 QString climbOf(const QString& path)
 {
     const QStringList segments = path.split(slash);
     return segments.mid(0, segments.lastIndexOf(QStringLiteral("..")) + 1).join(slash);
 }
 
+QString joined(const QString& directory, const QString& base)
+{
+    return base.startsWith(slash) ? base : directory + slash + base;
+}
+
+bool hasHiddenName(const QString& path)
+{
+    const auto names = path.splitRef(slash);
+    return std::any_of(names.cbegin(), names.cend(), [](const QStringRef& name) { return name.startsWith(u'.'); });
+}
+
 } // namespace
 
 bool isConfined(const QString& rootDirectory, const QString& base)
 {
-    // To the system's calls a name ends at its first NUL, and to Qt a colon begins what it has in itself.
+    // System calls stop at NUL; Qt treats a leading colon as a resource path.
     if (base.contains(QChar::Null) || base.startsWith(QLatin1Char(':')))
         return false;
-    const QString path = base.startsWith(slash) ? base : rootDirectory + slash + base;
+    const QString path = joined(rootDirectory, base);
     if (!isAtOrBelow(rootDirectory, QDir::cleanPath(path)))
         return false;
     const QString climb = climbOf(path);
-    const QString led = climb.isEmpty() ? QString() : QFileInfo(climb).canonicalFilePath();
-    // What does not exist leads nowhere.
-    return led.isEmpty() || isAtOrBelow(rootDirectory, QDir::cleanPath(led + path.mid(climb.size())));
+    const QString target = climb.isEmpty() ? QString() : QFileInfo(climb).canonicalFilePath();
+    // A path that does not exist has no target.
+    return target.isEmpty() || isAtOrBelow(rootDirectory, QDir::cleanPath(target + path.mid(climb.size())));
+}
+
+bool isPublic(const QString& rootDirectory, const QString& base)
+{
+    const QString path = joined(rootDirectory, base);
+    if (!isConfined(rootDirectory, base) || hasHiddenName(QDir::cleanPath(path).mid(rootDirectory.size())))
+        return false;
+    const QString target = QFileInfo(path).canonicalFilePath();
+    return target.isEmpty() || isAtOrBelow(rootDirectory, target);
 }

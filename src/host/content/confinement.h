@@ -2,6 +2,10 @@
 
 class QString;
 
-/// Whether what the base of a path names is the root directory or lies below it: by its text, and where ".." follows a
-/// link, by where that leads. What is only a link is followed, as its owner means it to be.
+/// True if the base stays inside the root directory, which is canonical. Symlinks are followed; ".." after one is
+/// resolved physically.
 [[nodiscard]] bool isConfined(const QString& rootDirectory, const QString& base);
+
+/// True if a network client may see the entry: it is confined, no name on the way is hidden, and no symlink leads out
+/// of the root directory.
+[[nodiscard]] bool isPublic(const QString& rootDirectory, const QString& base);

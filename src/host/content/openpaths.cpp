@@ -1,32 +1,108 @@
 #include "content/openpaths.h"
 
-#include <model/cmworker.h>
+#include "content/confinement.h"
+#include "content/contenthost.h"
+#include "content/failures.h"
+
+#include <model/cmroot.h>
+
+#include <QFileInfo>
+#include <QPointer>
 
 #include <algorithm>
 
-QVector<CMPath> lineage(const CMPath& path)
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// One path for one directory: the worker looks up by the cleaned path what it has stored by the joined one.
+bool isNormal(const QString& base)
 {
-    QVector<CMPath> paths{CMPath(path.prefix(), QString())};
-    const QString& base = path.base();
-    for (int slash = base.indexOf(QLatin1Char('/')); slash >= 0; slash = base.indexOf(QLatin1Char('/'), slash + 1))
-        paths.append(CMPath(path.prefix(), base.left(slash)));
-    if (!base.isEmpty())
-        paths.append(path);
-    return paths;
+    if (base.isEmpty())
+        return true;
+    const auto segments = base.splitRef(u'/');
+    return !base.contains(QChar::Null) && std::none_of(segments.cbegin(), segments.cend(), [](const QStringRef& name) {
+        return name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..");
+    });
 }
 
-OpenPaths::OpenPaths(CMWorker& worker, ChangeHandler handler) : m_worker(worker), m_handler(std::move(handler)) {}
+bool isDirectory(const QByteArray& path)
+{
+    struct stat status = {};
+    return stat(path.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isReadable(const QByteArray& path)
+{
+    return eaccess(path.constData(), R_OK) == 0;
+}
+
+} // namespace
+
+OpenPaths::OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler handler)
+    : m_host(host), m_reach(reach), m_limit(limit), m_handler(std::move(handler))
+{
+}
 
 OpenPaths::~OpenPaths()
 {
     QList<CMPath> held = m_users.keys();
     std::sort(held.begin(), held.end(), [](const CMPath& a, const CMPath& b) { return b < a; });
     for (const CMPath& path : qAsConst(held))
-        m_worker.disconnectChange(path, this);
+        CMRoot()->disconnectChange(path, this);
 }
 
-bool OpenPaths::open(const CMPath& path)
+void OpenPaths::open(const CMPath& path, Completion completion)
 {
+    enqueue([this, path, completion = std::move(completion)] { openNow(path, completion); });
+}
+
+void OpenPaths::close(const CMPath& path, Completion completion)
+{
+    enqueue([this, path, completion = std::move(completion)] { finish(completion, closeNow(path)); });
+}
+
+void OpenPaths::enqueue(Operation operation)
+{
+    m_operations.push_back(std::move(operation));
+    if (!m_isBusy)
+        runNext();
+}
+
+void OpenPaths::runNext()
+{
+    while (!m_isBusy && !m_operations.empty()) {
+        const Operation operation = std::move(m_operations.front());
+        m_operations.pop_front();
+        m_isBusy = true;
+        operation();
+    }
+}
+
+void OpenPaths::finish(const Completion& completion, const Result<void>& result)
+{
+    completion(result);
+    m_isBusy = false;
+}
+
+void OpenPaths::openNow(const CMPath& path, const Completion& completion)
+{
+    CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix());
+    if (!subscribe)
+        return finish(completion, Failures::invalidPath(path));
+    subscribe->whenSettled(path, [self = QPointer<OpenPaths>(this), path, completion] {
+        if (!self)
+            return;
+        self->finish(completion, self->openSettled(path));
+        self->runNext();
+    });
+}
+
+Result<void> OpenPaths::openSettled(const CMPath& path)
+{
+    if (const Result<void> openable = checkOpenable(path); !openable)
+        return openable;
     const QVector<CMPath> paths = lineage(path);
     const bool wasOpen = m_opened.contains(path);
     if (!wasOpen) {
@@ -35,19 +111,19 @@ bool OpenPaths::open(const CMPath& path)
             ++m_users[user];
     }
     if (hold(paths))
-        return true;
-    forget(path);
+        return {};
+    release(path);
     if (wasOpen)
         m_handler(path, {CMSubscribe::RowsChangeClose()}, 0);
-    return false;
+    return Failures::invalidPath(path);
 }
 
-bool OpenPaths::close(const CMPath& path)
+Result<void> OpenPaths::closeNow(const CMPath& path)
 {
     if (!m_opened.contains(path))
-        return false;
-    forget(path);
-    return true;
+        return Failures::notOpen(path);
+    release(path);
+    return {};
 }
 
 void OpenPaths::rowsChanged(const CMPath& path, const QStringList& changes, int version)
@@ -55,14 +131,48 @@ void OpenPaths::rowsChanged(const CMPath& path, const QStringList& changes, int 
     if (!m_opened.contains(path))
         return;
     if (changes.contains(CMSubscribe::RowsChangeClose()))
-        forget(path);
+        release(path);
     m_handler(path, changes, version);
+}
+
+Result<void> OpenPaths::checkOpenable(const CMPath& path) const
+{
+    if (!m_opened.contains(path) && m_opened.size() >= m_limit)
+        return Failures::tooManyOpen(m_limit);
+    if (path == CMPath())
+        return {};
+    const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
+    if (!mount || !isNormal(path.base()) || path.startsWith(mount->contextMenu()))
+        return Failures::invalidPath(path);
+    if (m_reach == Reach::Network && !isPublic(mount->rootDirectory, path.base()))
+        return Failures::accessViolation(path.base(), mount->rootDirectory);
+    for (const CMPath& needed : lineage(path)) {
+        const QByteArray directory = mount->localPath(needed.base());
+        if (!isDirectory(directory))
+            return Failures::invalidPath(path);
+        if (!isReadable(directory))
+            return Failures::noReadPermission(needed.base());
+    }
+    return {};
+}
+
+QVector<CMPath> OpenPaths::lineage(const CMPath& path) const
+{
+    if (path == CMPath())
+        return {path};
+    QVector<CMPath> paths{CMPath(path.prefix(), QString())};
+    const QString& base = path.base();
+    for (int slash = base.indexOf(u'/'); slash >= 0; slash = base.indexOf(u'/', slash + 1))
+        paths.append(CMPath(path.prefix(), base.left(slash)));
+    if (!base.isEmpty())
+        paths.append(path);
+    return paths;
 }
 
 bool OpenPaths::hold(const QVector<CMPath>& paths)
 {
     for (const CMPath& path : paths) {
-        if (!isHeld(path) && !m_worker.connectChange(path, this))
+        if (!isHeld(path) && !CMRoot()->connectChange(path, this))
             return false;
     }
     // The worker may have closed one while it took another.
@@ -71,10 +181,11 @@ bool OpenPaths::hold(const QVector<CMPath>& paths)
 
 bool OpenPaths::isHeld(const CMPath& path) const
 {
-    return m_worker.subscribe()->isClient(path, this);
+    const CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix());
+    return subscribe && subscribe->isClient(path, this);
 }
 
-void OpenPaths::forget(const CMPath& path)
+void OpenPaths::release(const CMPath& path)
 {
     m_opened.remove(path);
     QVector<CMPath> paths = lineage(path);
@@ -83,6 +194,6 @@ void OpenPaths::forget(const CMPath& path)
         if (--m_users[user] > 0)
             continue;
         m_users.remove(user);
-        m_worker.disconnectChange(user, this);
+        CMRoot()->disconnectChange(user, this);
     }
 }

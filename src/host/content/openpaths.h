@@ -1,5 +1,8 @@
 #pragma once
 
+#include "content/limits.h"
+#include "content/result.h"
+
 #include <model/cmpath.h>
 #include <model/cmsubscribe.h>
 
@@ -7,44 +10,60 @@
 #include <QSet>
 #include <QVector>
 
+#include <deque>
 #include <functional>
 
-class CMWorker;
+class ContentHost;
 
-/// The path and its ancestors, from the root down.
-[[nodiscard]] QVector<CMPath> lineage(const CMPath& path);
-
-/// The paths that one client has open at a worker.
+/// The paths that one client has open. Lives in the worker thread.
 ///
-/// While a path is open its ancestors are held open too, since a worker may take no path that it already knows as the
-/// changed parent of an opened one. The client hears of changes of the paths that it opened itself only.
-/// Belongs to the worker's thread; the worker must outlive it.
+/// While a directory is open its ancestors are held open too, because a worker refuses a path that it has recorded
+/// already as the changed parent of an opened one. The client hears only of changes of the paths that it opened itself.
 class OpenPaths : public CMChangeReceiver
 {
     Q_OBJECT
 public:
     using ChangeHandler = std::function<void(const CMPath& path, const QStringList& changes, int version)>;
+    using Completion = std::function<void(const Result<void>& result)>;
 
-    OpenPaths(CMWorker& worker, ChangeHandler handler);
+    OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler handler);
     /// Closes everything, children first.
     ~OpenPaths() override;
 
-    /// False if the worker does not take the path. A path that is open already stays open once.
-    [[nodiscard]] bool open(const CMPath& path);
-    /// False if the path is not open.
-    [[nodiscard]] bool close(const CMPath& path);
+    /// Opens and closes run in the order of the calls. A path that is open already stays open once. The completion is
+    /// called before the handler hears of the path.
+    void open(const CMPath& path, Completion completion);
+    void close(const CMPath& path, Completion completion);
 
     void rowsChanged(const CMPath& path, const QStringList& changes, int version) override;
 
 private:
-    /// Makes this a client of the paths, in their order; false as soon as the worker does not take one.
+    using Operation = std::function<void()>;
+
+    void enqueue(Operation operation);
+    void runNext();
+    void finish(const Completion& completion, const Result<void>& result);
+
+    void openNow(const CMPath& path, const Completion& completion);
+    /// Opens a path when no removal of it is pending.
+    [[nodiscard]] Result<void> openSettled(const CMPath& path);
+    [[nodiscard]] Result<void> closeNow(const CMPath& path);
+
+    [[nodiscard]] Result<void> checkOpenable(const CMPath& path) const;
+    /// The paths that are held for this one: ancestors, from the root down, and itself.
+    [[nodiscard]] QVector<CMPath> lineage(const CMPath& path) const;
+    /// Makes this a client of the paths, in their order. False if one of them does not stay open.
     [[nodiscard]] bool hold(const QVector<CMPath>& paths);
     [[nodiscard]] bool isHeld(const CMPath& path) const;
-    void forget(const CMPath& path);
+    void release(const CMPath& path);
 
-    CMWorker& m_worker;
+    ContentHost& m_host;
+    const Reach m_reach;
+    const int m_limit;
     const ChangeHandler m_handler;
+    std::deque<Operation> m_operations;
+    bool m_isBusy = false;
     QSet<CMPath> m_opened;
-    /// By held path: how many of the opened ones are this one or lie below.
+    /// By held path: how many opened paths are this one or below it.
     QHash<CMPath, int> m_users;
 };

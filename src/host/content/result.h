@@ -2,19 +2,26 @@
 
 #include <QString>
 
+#include <optional>
 #include <utility>
 #include <variant>
 
-/// Why something was not done, for whoever asked for it.
+/// Why something was not done, for those who asked for it.
 struct Failure
 {
     enum class Kind {
-        /// What was asked for makes no sense.
+        /// The request makes no sense.
         WrongUse,
-        /// The worker has refused.
+        /// The worker has refused, or the host in its place.
         Refused,
         /// The worker has neither answered nor refused.
-        Unanswered
+        Unanswered,
+        /// The client, or the end of the host, has cancelled it.
+        Cancelled,
+        /// The answer would be longer than the client takes.
+        TooLarge,
+        /// The host has too much under way.
+        Busy
     };
 
     Kind kind;
@@ -25,11 +32,6 @@ struct Failure
     QString title = {};
 
     [[nodiscard]] static Failure wrongUse(const QString& message) { return {Kind::WrongUse, message}; }
-};
-
-/// Stands for the value of what gives none.
-struct Done
-{
 };
 
 /// A value, or why there is none.
@@ -50,4 +52,21 @@ public:
 
 private:
     std::variant<T, Failure> m_content;
+};
+
+/// Success, or why there is none.
+template<>
+class [[nodiscard]] Result<void>
+{
+public:
+    Result() = default;
+    Result(Failure failure) : m_failure(std::move(failure)) {}
+
+    [[nodiscard]] explicit operator bool() const { return !m_failure; }
+
+    /// Valid only without success.
+    [[nodiscard]] const Failure& failure() const { return *m_failure; }
+
+private:
+    std::optional<Failure> m_failure;
 };

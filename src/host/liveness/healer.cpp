@@ -1,7 +1,5 @@
 #include "liveness/healer.h"
 
-#include "content/localpath.h"
-
 #include <log/dbglog.h>
 #include <model/cmworker.h>
 
@@ -13,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/inotify.h>
@@ -81,7 +80,8 @@ Limit watchLimit()
 
 } // namespace
 
-Healer::Healer(CMWorker& worker, std::chrono::milliseconds interval) : m_worker(worker)
+Healer::Healer(CMWorker& worker, LocalPath localPath, std::chrono::milliseconds interval)
+    : m_worker(worker), m_localPath(std::move(localPath))
 {
     connect(m_worker.subscribe(), &CMSubscribe::rowsPathAboutToBeAdded, this, &Healer::aboutToBeAdded);
     connect(m_worker.subscribe(), &CMSubscribe::rowsPathRemoved, this, &Healer::removed);
@@ -106,7 +106,7 @@ void Healer::rowsChanged(const CMPath& /*path*/, const QStringList& /*changes*/,
         m_afterReset.start();
 }
 
-Healer::Look Healer::lookAt(const QByteArray& localPath)
+Healer::Snapshot Healer::snapshotOf(const QByteArray& localPath)
 {
     struct statx status = {};
     constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_MTIME | STATX_BTIME;
@@ -124,8 +124,8 @@ bool Healer::isSame(const Identity& a, const Identity& b)
 void Healer::aboutToBeAdded(const CMPath& path)
 {
     Directory directory;
-    directory.localPath = localPath(m_worker, path);
-    directory.last = lookAt(directory.localPath);
+    directory.localPath = m_localPath(path);
+    directory.last = snapshotOf(directory.localPath);
     m_directories.insert(path, directory);
     m_watchesAdded = true;
     warnOfBlindFileSystem(directory.localPath);
@@ -142,24 +142,24 @@ void Healer::sweep()
     checkIdentities();
     QList<CMPath> missed;
     for (auto directory = m_directories.begin(); directory != m_directories.end(); ++directory) {
-        const Time told = m_worker.subscribe()->lastChange(directory.key());
-        if (isMissed(*directory, lookAt(directory->localPath).modified, told))
+        const Time announced = m_worker.subscribe()->lastChange(directory.key());
+        if (isMissed(*directory, snapshotOf(directory->localPath).modified, announced))
             missed.append(directory.key());
     }
     m_worker.subscribe()->renew(missed);
 }
 
-bool Healer::isMissed(Directory& directory, Time modified, Time told) const
+bool Healer::isMissed(Directory& directory, Time modified, Time announced) const
 {
-    const bool wasToldSince = told != directory.told;
-    // The file system's clock is coarse: a change right after a reset may seem to be the one that the reset was for.
-    // Where events arrive it brings a reset of its own.
-    const bool isReset = m_eventsArrive && wasToldSince && modified <= told;
+    const bool isAnnounced = announced != directory.announced;
+    // The file system's clock is coarse: a change right after a reset may seem to be the one that the reset announced.
+    // Where events arrive, it brings a reset of its own.
+    const bool isReset = m_eventsArrive && isAnnounced && modified <= announced;
     const bool isCovered = modified == directory.last.modified || isReset;
-    // A change may be on its way still, so it is given until the next sweep.
-    const bool isMissed = !isCovered && directory.suspect && (!wasToldSince || !m_eventsArrive);
+    // The event may still arrive, so the change has time until the next sweep.
+    const bool isMissed = !isCovered && directory.suspect && (!isAnnounced || !m_eventsArrive);
     directory.suspect = !isCovered;
-    directory.told = told;
+    directory.announced = announced;
     if (isCovered)
         directory.last.modified = modified;
     return isMissed;
@@ -173,7 +173,7 @@ void Healer::checkIdentities()
         const auto directory = m_directories.constFind(path);
         if (directory == m_directories.constEnd())
             continue;
-        const Identity identity = lookAt(directory->localPath).identity;
+        const Identity identity = snapshotOf(directory->localPath).identity;
         if (identity.inode == 0)
             m_worker.subscribe()->rowsChanged(path, {CMSubscribe::RowsChangeClose()}, 0, -1);
         else if (!isSame(directory->last.identity, identity))
@@ -196,18 +196,18 @@ void Healer::warnOfBlindFileSystem(const QByteArray& localPath)
         return;
     m_eventsArrive = false;
     WARN(
-        localPath.constData() << " lies on a file system of type " << type.constData()
-                              << ", which does not tell of changes: they are found by looking, and later");
+        localPath.constData() << " is on a file system of type " << type.constData()
+                              << ", which sends no events: changes are found by looking, and later");
 }
 
 void Healer::warnOfWatchLimit()
 {
-    if (m_watchLimitTold || !m_watchesAdded || m_directories.isEmpty())
+    if (m_hasWarnedOfLimit || !m_watchesAdded || m_directories.isEmpty())
         return;
     m_watchesAdded = false;
     if (!isWatchLimitReached(m_directories.cbegin()->localPath))
         return;
-    m_watchLimitTold = true;
+    m_hasWarnedOfLimit = true;
     m_eventsArrive = false;
     const Limit limit = watchLimit();
     WARN(

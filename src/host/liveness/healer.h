@@ -7,22 +7,26 @@
 #include <QTimer>
 
 #include <chrono>
+#include <functional>
 
 class CMWorker;
 
-/// Keeps clients current where the kernel does not tell of changes: a directory that is replaced or renamed takes its
-/// watch along, a full event queue loses changes, and at the watch limit or on a network file system nothing comes.
+/// Keeps clients current where the kernel sends no events: a directory that is replaced or renamed takes its watch
+/// along, a full event queue drops events, and at the watch limit or on a network file system there are none.
 ///
-/// It looks at every subscribed directory in regular sweeps. A changed directory that no reset has told of is renewed
-/// at the worker, and so is everything at and below a path where another directory lies now; where none is left the
-/// path is closed. So every change is told within two sweeps. Belongs to the worker's thread; the worker must outlive
-/// it.
+/// It examines every subscribed directory in regular sweeps. If a directory has changed and no reset announced it, the
+/// worker tracks it anew; so it does with everything at and below a path that has become another directory. A path
+/// without a directory is closed. So every change reaches the clients within two sweeps. Lives in the worker's thread;
+/// the worker must outlive it.
 class Healer : public CMChangeReceiver
 {
     Q_OBJECT
 public:
-    /// `interval` 0: no sweeps; after resets it looks all the same.
-    Healer(CMWorker& worker, std::chrono::milliseconds interval);
+    /// The directory of a path of the worker, as the system's calls take it.
+    using LocalPath = std::function<QByteArray(const CMPath& path)>;
+
+    /// `interval` 0: no sweeps; it examines the directories only after resets.
+    Healer(CMWorker& worker, LocalPath localPath, std::chrono::milliseconds interval);
     ~Healer() override;
 
     void rowsChanged(const CMPath& path, const QStringList& changes, int version) override;
@@ -30,7 +34,7 @@ public:
 private:
     using Time = std::chrono::system_clock::time_point;
 
-    /// What tells one directory from another: inode numbers are used again at once. All zero: there is no directory.
+    /// Distinguishes directories: inode numbers alone are reused at once. All zero: there is no directory.
     struct Identity
     {
         quint64 device = 0;
@@ -38,7 +42,7 @@ private:
         Time birth;
     };
 
-    struct Look
+    struct Snapshot
     {
         Identity identity;
         Time modified;
@@ -47,35 +51,36 @@ private:
     struct Directory
     {
         QByteArray localPath;
-        Look last;
-        /// Of the last reset that the last sweep knew of.
-        Time told;
-        /// The last sweep found a change that no reset had told of.
+        Snapshot last;
+        /// When the last reset was announced that the last sweep knew.
+        Time announced;
+        /// The last sweep found a change that no reset had announced.
         bool suspect = false;
     };
 
-    [[nodiscard]] static Look lookAt(const QByteArray& localPath);
+    [[nodiscard]] static Snapshot snapshotOf(const QByteArray& localPath);
     [[nodiscard]] static bool isSame(const Identity& a, const Identity& b);
 
-    /// Looks before the watch is set, as another directory may come in between.
+    /// Examines the directory before the watch is set, as another one may replace it in between.
     void aboutToBeAdded(const CMPath& path);
     void removed(const CMPath& path);
 
     void sweep();
     void checkIdentities();
-    [[nodiscard]] bool isMissed(Directory& directory, Time modified, Time told) const;
+    [[nodiscard]] bool isMissed(Directory& directory, Time modified, Time announced) const;
     void renewTree(const CMPath& path);
 
     void warnOfBlindFileSystem(const QByteArray& localPath);
     void warnOfWatchLimit();
 
     CMWorker& m_worker;
+    const LocalPath m_localPath;
     QTimer m_sweepTimer;
     QTimer m_afterReset;
     QHash<CMPath, Directory> m_directories;
     bool m_watchesAdded = false;
     bool m_fileSystemChecked = false;
-    bool m_watchLimitTold = false;
-    /// Every directory is watched, as far as one can know.
+    bool m_hasWarnedOfLimit = false;
+    /// As far as the healer can know, every directory is watched.
     bool m_eventsArrive = true;
 };

@@ -18,9 +18,9 @@ public:
         QByteArray text;
         for (const QVariant& item : items) {
             text += m_isEmpty ? "[" : ",\n ";
-            if (!appendJson(text, item))
-                return Failure{Failure::Kind::Refused, QStringLiteral("the items are too long to be printed as JSON")};
             m_isEmpty = false;
+            if (!appendJson(text, item))
+                return Failure{Failure::Kind::TooLarge, QStringLiteral("the items are longer than 2 GiB")};
         }
         return writeOutput(m_output, text);
     }

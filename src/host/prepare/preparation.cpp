@@ -1,65 +1,91 @@
 #include "prepare/preparation.h"
 
-#include "content/session.h"
+#include "content/contenthost.h"
+#include "content/failures.h"
 
 #include <QElapsedTimer>
 
-Preparation::Preparation(const Session& session, CMPath service, PreparePlan plan, ItemSink& sink)
-    : m_session(session), m_service(std::move(service)), m_plan(std::move(plan)), m_sink(sink)
+Preparation::Preparation(ContentHost& host, Kind kind, ItemSink& sink)
+    : m_host(host), m_kind(kind), m_sink(sink), m_plan(host)
 {
 }
 
-std::optional<Failure> Preparation::run(const QVector<CMPath>& paths)
+Result<void> Preparation::run(const QVector<CMPath>& paths)
 {
+    const CMRequestContext::Scope scope(m_context);
     m_progress.show(QStringLiteral("looking for files"));
+    Result<void> planned = plan(paths);
+    Result<Written> written = planned ? requestAll() : planned.failure();
+    m_progress.clear();
+    if (!written && written.failure().kind != Failure::Kind::Cancelled)
+        return written.failure();
+    written = finish();
+    if (!written)
+        return written.failure();
+    return {};
+}
+
+Result<void> Preparation::plan(const QVector<CMPath>& paths)
+{
     for (const CMPath& path : paths) {
-        if (!m_stopped)
-            m_plan.add(path);
+        if (Result<void> added = m_plan.add(path); !added)
+            return added;
     }
+    return {};
+}
+
+Result<Written> Preparation::requestAll()
+{
     Result<Written> written = Written::All;
-    for (int step = 0; step < m_plan.steps().size() && mayGoOn(written);) {
+    for (int step = 0; step < m_plan.steps().size() && written && written.value() == Written::All;) {
         const int end = requestEnd(step);
         written = request(step, end);
         step = end;
     }
-    m_progress.clear();
-    if (written)
-        written = m_stopped ? m_sink.breakOff() : m_sink.finish();
-    return written ? std::nullopt : std::make_optional(written.failure());
+    return written;
 }
 
-bool Preparation::mayGoOn(const Result<Written>& written) const
+Result<Written> Preparation::finish()
 {
-    return !m_stopped && written && written.value() == Written::All;
+    return m_context.isCancelled() ? m_sink.breakOff() : m_sink.finish();
 }
 
 int Preparation::requestEnd(int begin) const
 {
+    const QVector<PreparePlan::Step>& steps = m_plan.steps();
     int end = begin;
-    for (int files = 0; end < m_plan.steps().size() && files < m_filesPerRequest; ++end)
-        files += m_plan.steps().at(end).files;
+    for (int files = 0; end < steps.size() && files < m_filesPerRequest; ++end) {
+        if (steps.at(end).path.prefix() != steps.at(begin).path.prefix())
+            break;
+        files += steps.at(end).files;
+    }
     return end;
 }
 
 Result<Written> Preparation::request(int begin, int end)
 {
-    m_progress.show(m_filesDone, m_plan.files(), shown(m_plan.steps().at(begin)));
+    const CMPath& path = m_plan.steps().at(begin).path;
+    const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
+    if (!mount)
+        return Failures::invalidPath(path);
+    m_progress.show(m_filesDone, m_plan.files(), path.base());
     QStringList ids;
     for (int step = begin; step < end; ++step) {
-        ids.append(m_plan.steps().at(step).id);
+        ids.append(m_plan.steps().at(step).path.toEncoded());
         m_filesDone += m_plan.steps().at(step).files;
     }
     QElapsedTimer timer;
     timer.start();
-    const Result<QVariant> items = m_session.set(m_service, ids);
-    learnPace(timer.elapsed());
+    const CMPath service = m_kind == Kind::MusicLibrary ? mount->prepareLibrary() : mount->preparePlaylist();
+    const Result<QVariant> items = Content(m_host).set(service, ids);
+    adaptSize(timer.elapsed());
     if (!items)
         return items.failure();
     m_progress.clear();
     return m_sink.add(items.value().toList());
 }
 
-void Preparation::learnPace(qint64 milliseconds)
+void Preparation::adaptSize(qint64 milliseconds)
 {
     // A request is to take about as long as a progress line may stand still.
     constexpr int mostFiles = 2000;
@@ -67,11 +93,4 @@ void Preparation::learnPace(qint64 milliseconds)
         m_filesPerRequest *= 2;
     else if (milliseconds > 400 && m_filesPerRequest > 1)
         m_filesPerRequest /= 2;
-}
-
-QString Preparation::shown(const PreparePlan::Step& step) const
-{
-    const QString root = m_session.describe().rootDirectory + QLatin1Char('/');
-    const QString path = CMPath::fromEncoded(step.id).base();
-    return path.startsWith(root) ? path.mid(root.size()) : path;
 }

@@ -4,37 +4,37 @@
 #include "prepare/prepareplan.h"
 #include "terminal/progressline.h"
 
-#include <atomic>
-#include <optional>
+#include <model/cmrequestcontext.h>
 
-class Session;
-
-/// Has items prepared, request by request, and shows how far it is.
+/// Has a worker prepare items, request by request, and shows its progress.
 class Preparation
 {
 public:
-    /// `service`: the worker's, for what the plan is made for.
-    Preparation(const Session& session, CMPath service, PreparePlan plan, ItemSink& sink);
+    enum class Kind { PlayList, MusicLibrary };
 
-    /// Runs in a thread that may be busy for long. Why it failed, if so.
-    [[nodiscard]] std::optional<Failure> run(const QVector<CMPath>& paths);
-    /// From any thread: ends after the request under way.
-    void stop() { m_stopped = true; }
+    /// Host and sink must outlive it.
+    Preparation(ContentHost& host, Kind kind, ItemSink& sink);
+
+    /// Runs in a thread that may be busy for long. After stop() it ends soon, and the sink breaks off.
+    [[nodiscard]] Result<void> run(const QVector<CMPath>& paths);
+    /// From any thread.
+    void stop() { m_context.cancel(); }
 
 private:
-    Result<Written> request(int begin, int end);
-    [[nodiscard]] bool mayGoOn(const Result<Written>& written) const;
+    [[nodiscard]] Result<void> plan(const QVector<CMPath>& paths);
+    [[nodiscard]] Result<Written> requestAll();
+    /// Requests the items of the steps from `begin` to before `end`, which have one prefix.
+    [[nodiscard]] Result<Written> request(int begin, int end);
+    [[nodiscard]] Result<Written> finish();
     /// Behind the last step of the request that begins with this one.
     [[nodiscard]] int requestEnd(int begin) const;
-    void learnPace(qint64 milliseconds);
-    /// As a person knows it.
-    [[nodiscard]] QString shown(const PreparePlan::Step& step) const;
+    void adaptSize(qint64 milliseconds);
 
-    const Session& m_session;
-    const CMPath m_service;
-    PreparePlan m_plan;
+    ContentHost& m_host;
+    const Kind m_kind;
     ItemSink& m_sink;
-    std::atomic_bool m_stopped = false;
+    CMRequestContext m_context;
+    PreparePlan m_plan;
     ProgressLine m_progress;
     int m_filesDone = 0;
     int m_filesPerRequest = 25;

@@ -1,95 +1,90 @@
 #include "prepare/prepareplan.h"
 
-#include "content/host.h"
+#include "content/contenthost.h"
+#include "prepare/countfiles.h"
 
-#include <QDir>
-#include <QDirIterator>
-#include <QFileInfo>
+#include <tavo/tavoroles.h>
 
 #include <algorithm>
 
+#include <sys/stat.h>
+
 namespace {
 
-/// The patterns that a worker leaves out when it prepares items for a playlist.
-const QStringList& playListPatterns()
+struct Entry
 {
-    static const QStringList patterns = {
-        QStringLiteral("*.m3u"), QStringLiteral("*.pls"), QStringLiteral("*.wpl"), QStringLiteral("*.asx")};
-    return patterns;
+    CMPath path;
+    bool isDirectory;
+    /// Sorts a directory where the paths of its files belong.
+    QString sortKey;
+};
+
+Entry entryFrom(const QVariantList& row)
+{
+    const CMPath path = CMPath::fromEncoded(row.value(0).toString());
+    const bool isDirectory = row.value(1).toString() == TavoRolesType::Container();
+    return {path, isDirectory, isDirectory ? path.base() + u'/' : path.base()};
 }
 
-bool isPlayListPattern(const QString& pattern)
+/// In the order of the full paths of their files.
+Result<std::vector<Entry>> entriesOf(const Content& content, const CMPath& directory)
 {
-    return playListPatterns().contains(pattern);
-}
-
-/// As the worker finds and orders them.
-QStringList filesBelow(const QString& directory, const QStringList& patterns)
-{
-    QStringList files;
-    QDirIterator walk(directory, patterns, QDir::Files, QDirIterator::Subdirectories);
-    while (walk.hasNext())
-        files.append(walk.next());
-    files.sort(Qt::CaseSensitive);
-    return files;
-}
-
-QString withSlash(const QString& directory)
-{
-    return directory.endsWith(QLatin1Char('/')) ? directory : directory + QLatin1Char('/');
+    Content::RowsQuery query;
+    query.path = directory;
+    query.roles = QStringList{TavoRoles::Path(), TavoRoles::Type()};
+    const Result<Content::Page> page = content.rows(query);
+    if (!page)
+        return page.failure();
+    std::vector<Entry> entries;
+    for (const QVariant& row : page.value().rows)
+        entries.push_back(entryFrom(row.toList()));
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.sortKey < b.sortKey; });
+    return entries;
 }
 
 } // namespace
 
-PreparePlan::PreparePlan(const Host& host, Kind kind, int smallDirectory)
-    : m_host(&host), m_smallDirectory(smallDirectory), m_patterns(host.filter())
+Result<void> PreparePlan::add(const CMPath& path)
 {
-    const bool nothingIsLeft = std::all_of(m_patterns.cbegin(), m_patterns.cend(), isPlayListPattern);
-    if (kind == Kind::MusicLibrary || !nothingIsLeft)
-        return;
-    // Without patterns every file of a directory is taken, but none that is named itself.
-    m_patterns.clear();
-    m_mayDivide = false;
+    const Result<int> files = countFiles(m_host, path);
+    if (!files)
+        return files.failure();
+    if (files.value() > m_smallDirectory)
+        return divide(path, files.value());
+    // The worker counts below a path; a file is one itself.
+    addStep(path, std::max(files.value(), 1));
+    return {};
 }
 
-void PreparePlan::add(const CMPath& path)
+Result<void> PreparePlan::divide(const CMPath& directory, int files)
 {
-    QFileInfo info(QDir(m_host->rootDirectory()), path.base());
-    info.makeAbsolute();
-    const QString absolutePath = info.filePath();
-    if (info.isDir())
-        addDirectory(absolutePath, filesBelow(absolutePath, m_patterns));
-    else
-        addStep(absolutePath, 1);
-}
-
-void PreparePlan::addDirectory(const QString& directory, const QStringList& files)
-{
-    if (files.size() <= m_smallDirectory || !m_mayDivide)
-        addStep(directory, files.size());
-    else
-        divide(directory, files);
-}
-
-void PreparePlan::divide(const QString& directory, const QStringList& files)
-{
-    const int nameBegin = withSlash(directory).size();
-    for (auto file = files.cbegin(); file != files.cend();) {
-        const int nameEnd = file->indexOf(QLatin1Char('/'), nameBegin);
-        if (nameEnd < 0) {
-            addStep(*file++, 1);
-            continue;
-        }
-        const QString below = file->left(nameEnd + 1);
-        const auto end =
-            std::find_if_not(file, files.cend(), [&below](const QString& other) { return other.startsWith(below); });
-        addDirectory(file->left(nameEnd), QStringList(file, end));
-        file = end;
+    const Result<std::vector<Entry>> entries = entriesOf(Content(m_host), directory);
+    if (!entries) {
+        // A directory that has no rows can still be walked.
+        addStep(directory, files);
+        return {};
     }
+    for (const Entry& entry : entries.value()) {
+        if (!entry.isDirectory)
+            addStep(entry.path, 1);
+        else if (isSymlink(entry.path))
+            continue;
+        else if (const Result<void> added = add(entry.path); !added)
+            return added;
+    }
+    return {};
 }
 
-void PreparePlan::addStep(const QString& path, int files)
+/// The worker's walks do not follow links to directories.
+bool PreparePlan::isSymlink(const CMPath& path) const
 {
-    m_steps.append({m_host->worker().addPrefix(path).toEncoded(), files});
+    const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
+    struct stat status = {};
+    return mount && lstat(mount->localPath(path.base()).constData(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+void PreparePlan::addStep(const CMPath& path, int files)
+{
+    m_steps.append({path, files});
     m_files += files;
 }

@@ -40,12 +40,12 @@ int shortage()
 
 } // namespace
 
-Result<Done> claimDescriptors()
+Result<void> claimDescriptors()
 {
     raiseLimit();
     if (const int error = shortage(); error != 0)
         return Failure{
             Failure::Kind::Refused,
             QStringLiteral("%1 file descriptors are needed: %2").arg(neededDescriptors).arg(qt_error_string(error))};
-    return Done();
+    return {};
 }

@@ -24,13 +24,13 @@ Result<log4cplus::LogLevel> levelFrom(const QString& name)
     return log4cplus::getLogLevelManager().fromString(name.toUpper().toStdString());
 }
 
-Result<Done> configureFrom(const QString& file)
+Result<void> configureFrom(const QString& file)
 {
     const QFileInfo info(file);
     if (!info.isFile() || !info.isReadable())
         return Failure::wrongUse(QStringLiteral("cannot read the log configuration %1").arg(file));
     log4cplus::PropertyConfigurator::doConfigure(QFile::encodeName(file).toStdString());
-    return Done();
+    return {};
 }
 
 void configureDefault()
@@ -44,18 +44,18 @@ void configureDefault()
 
 } // namespace
 
-Result<Done> Logging::configure(const QString& level, const QString& file)
+Result<void> Logging::configure(const QString& level, const QString& file)
 {
     if (file.isEmpty()) {
         configureDefault();
-    } else if (Result<Done> configured = configureFrom(file); !configured) {
+    } else if (Result<void> configured = configureFrom(file); !configured) {
         return configured;
     }
     if (level.isEmpty())
-        return Done();
+        return {};
     const Result<log4cplus::LogLevel> wanted = levelFrom(level);
     if (!wanted)
         return wanted.failure();
     log4cplus::Logger::getRoot().setLogLevel(wanted.value());
-    return Done();
+    return {};
 }

@@ -10,7 +10,7 @@ class Logging
 {
 public:
     /// `level`: a log4cplus level, empty: as the file says, or WARN. `file`: log4cplus properties, empty: none.
-    Result<Done> configure(const QString& level, const QString& file);
+    Result<void> configure(const QString& level, const QString& file);
 
 private:
     log4cplus::Initializer m_initializer;

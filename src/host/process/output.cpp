@@ -4,35 +4,31 @@
 
 #include <cerrno>
 
-#include <fcntl.h>
 #include <unistd.h>
 
-int claimStandardOutput()
+int writeAll(int fileDescriptor, const QByteArray& text)
 {
-    const int results = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    dup2(STDERR_FILENO, STDOUT_FILENO);
-    return results;
+    for (int done = 0; done < text.size();) {
+        const ssize_t written = write(fileDescriptor, text.constData() + done, static_cast<size_t>(text.size() - done));
+        if (written >= 0)
+            done += static_cast<int>(written);
+        else if (errno != EINTR)
+            return errno;
+    }
+    return 0;
 }
 
 Result<Written> writeOutput(int fileDescriptor, const QByteArray& text)
 {
-    const char* rest = text.constData();
-    for (auto size = static_cast<size_t>(text.size()); size > 0;) {
-        const ssize_t written = write(fileDescriptor, rest, size);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0 && errno == EPIPE)
-            return Written::ReaderGone;
-        if (written < 0)
-            return Failure{Failure::Kind::Refused, QStringLiteral("cannot write: %1").arg(qt_error_string(errno))};
-        rest += written;
-        size -= static_cast<size_t>(written);
-    }
-    return Written::All;
+    const int error = writeAll(fileDescriptor, text);
+    if (error == 0)
+        return Written::All;
+    if (error == EPIPE)
+        return Written::ReaderGone;
+    return Failure{Failure::Kind::Refused, QStringLiteral("cannot write: %1").arg(qt_error_string(error))};
 }
 
 void report(const QString& message)
 {
-    const QByteArray line = "tavo: " + DisplayText::visible(message).toUtf8() + '\n';
-    static_cast<void>(writeOutput(STDERR_FILENO, line));
+    static_cast<void>(writeAll(STDERR_FILENO, "tavo: " + DisplayText::visible(message).toUtf8() + '\n'));
 }

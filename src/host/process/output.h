@@ -4,9 +4,8 @@
 
 #include <QByteArray>
 
-/// Takes standard output away from everybody else, so that no library's message gets between the results: what is
-/// written there from now on goes to standard error. Returns the descriptor for the results.
-[[nodiscard]] int claimStandardOutput();
+/// Writes all of the text, waiting as long as the reader does. Returns 0, or the error's number.
+[[nodiscard]] int writeAll(int fileDescriptor, const QByteArray& text);
 
 enum class Written {
     All,
@@ -14,8 +13,8 @@ enum class Written {
     ReaderGone
 };
 
-/// Writes it all, waiting as long as the reader lets it.
+/// As writeAll(), for the results of a command.
 Result<Written> writeOutput(int fileDescriptor, const QByteArray& text);
 
-/// One line on standard error, with the program's name, whatever the message holds.
+/// Writes one line to standard error, with the program's name, whatever the message holds.
 void report(const QString& message);

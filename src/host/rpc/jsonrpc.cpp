@@ -74,21 +74,19 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QVariantMap
     return JsonRpc::Request{id, method.toString(), parameters};
 }
 
-/// Appends the value between two texts.
-bool append(QByteArray& message, const char* before, const QVariant& value, qint64 limit)
+QByteArray answer(const QVariant& id, const char* member, const QByteArray& json)
 {
-    message += before;
-    return appendJson(message, value, limit);
-}
-
-std::optional<QByteArray> answer(const QVariant& id, const char* beforeValue, const QVariant& value, qint64 limit)
-{
+    const QByteArray idText = toJson(id).value();
     QByteArray message;
-    if (!append(message, R"({"jsonrpc":"2.0","id":)", id, limit) || !append(message, beforeValue, value, limit - 1))
-        return std::nullopt;
+    // With room for a newline.
+    message.reserve(json.size() + idText.size() + 64);
+    message += R"({"jsonrpc":"2.0","id":)";
+    message += idText;
+    message += ",\"";
+    message += member;
+    message += "\":";
+    message += json;
     message += '}';
-    // A newline will follow.
-    message.reserve(message.size() + 1);
     return message;
 }
 
@@ -107,9 +105,9 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> JsonRpc::parse(const QByteArr
     return requestFrom(value.toMap());
 }
 
-std::optional<QByteArray> JsonRpc::result(const QVariant& id, const QVariant& value, qint64 limit)
+QByteArray JsonRpc::result(const QVariant& id, const QByteArray& json)
 {
-    return answer(id, ",\"result\":", value, limit);
+    return answer(id, "result", json);
 }
 
 QByteArray JsonRpc::error(const QVariant& id, const Error& error)
@@ -117,7 +115,7 @@ QByteArray JsonRpc::error(const QVariant& id, const Error& error)
     QVariantHash fields{{QStringLiteral("code"), int(error.code)}, {QStringLiteral("message"), error.message}};
     if (!error.data.isEmpty())
         fields.insert(QStringLiteral("data"), error.data);
-    return answer(id, ",\"error\":", fields, longestJson).value();
+    return answer(id, "error", toJson(fields).value());
 }
 
 QByteArray JsonRpc::notification(const QString& method, const QVariantHash& parameters)

@@ -54,8 +54,8 @@ struct Malformed
 
 [[nodiscard]] std::variant<Request, Malformed> parse(const QByteArray& message);
 
-/// Nothing if the message would be longer than `limit` bytes. Uses no more memory than for a message of that length.
-[[nodiscard]] std::optional<QByteArray> result(const QVariant& id, const QVariant& value, qint64 limit = longestJson);
+/// `json`: the result as toJson() writes it.
+[[nodiscard]] QByteArray result(const QVariant& id, const QByteArray& json);
 /// Without a limit: errors and notifications are short. `id` null: it is not known.
 [[nodiscard]] QByteArray error(const QVariant& id, const Error& error);
 [[nodiscard]] QByteArray notification(const QString& method, const QVariantHash& parameters);

@@ -1,5 +1,7 @@
 #include "stdio/outputqueue.h"
 
+#include "process/output.h"
+
 #include <QHash>
 
 #include <algorithm>
@@ -20,22 +22,9 @@
 namespace {
 
 /// Bytes; enough to keep the reader busy.
-constexpr int muchPending = 4 * 1024 * 1024;
+constexpr qint64 muchPending = 1024 * 1024;
 
-/// 0, or the error's number.
-int writeAll(int fileDescriptor, const QByteArray& text)
-{
-    for (int done = 0; done < text.size();) {
-        const ssize_t written = write(fileDescriptor, text.constData() + done, static_cast<size_t>(text.size() - done));
-        if (written >= 0)
-            done += static_cast<int>(written);
-        else if (errno != EINTR)
-            return errno;
-    }
-    return 0;
-}
-
-/// A pipe opened once more, so that writing to it never waits, whoever else writes there. Negative if it is no pipe, or
+/// The pipe, opened again, so that writing to it never waits, whoever else writes there. Negative if it is no pipe, or
 /// cannot be opened.
 int openWithoutWaiting(int fileDescriptor)
 {
@@ -46,8 +35,8 @@ int openWithoutWaiting(int fileDescriptor)
     return open(name.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
 }
 
-/// Writes the beginning of the text, as much as the pipe takes without waiting; returns the rest. What is wrong with
-/// the pipe is for the writing thread to find out.
+/// Writes the beginning of the text, as much as the pipe takes without waiting; returns the rest. Errors are left to
+/// the writer thread.
 QByteArray writeReady(int pipe, QByteArray text)
 {
     const ssize_t written = write(pipe, text.constData(), static_cast<size_t>(text.size()));
@@ -56,12 +45,12 @@ QByteArray writeReady(int pipe, QByteArray text)
 
 } // namespace
 
-/// Shared with the writing thread, which may be stuck in a write when the queue goes.
 class OutputQueue::State
 {
 public:
     State(int fileDescriptor, FailureHandler handler)
-        : m_fileDescriptor(fileDescriptor), m_pipe(openWithoutWaiting(fileDescriptor)), m_handler(std::move(handler))
+        : m_fileDescriptor(fileDescriptor), m_pipe(openWithoutWaiting(fileDescriptor)),
+          m_failureHandler(std::move(handler))
     {
     }
     ~State()
@@ -71,11 +60,10 @@ public:
     }
     Q_DISABLE_COPY_MOVE(State)
 
-    void push(const QString& key, QByteArray line);
-    void endLatest();
-    bool hasRoom();
-    void waitForRoom();
-    void letGo();
+    void send(const QString& key, QByteArray line);
+    void endReplacing();
+    [[nodiscard]] bool isFull();
+    void setRoomHandler(std::function<void()> handler);
     bool drain(int milliseconds);
     void close();
     void write();
@@ -87,32 +75,32 @@ private:
         QByteArray line;
     };
 
-    /// Waits; none once nothing more is to be written.
+    /// Waits for a line; none once nothing more is to be written.
     std::optional<QByteArray> takeNext();
     void finish(const QByteArray& line, int errorNumber);
     /// `key`: null if nothing may replace the line.
     void appendLocked(const QString& key, const QByteArray& line);
     void closeLocked();
-    [[nodiscard]] bool hasRoomLocked() const;
+    [[nodiscard]] bool isFullLocked() const { return !m_closed && m_pendingBytes > muchPending; }
 
     const int m_fileDescriptor;
     /// The same without waiting; negative if there is none.
     const int m_pipe;
-    FailureHandler m_handler;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
+    FailureHandler m_failureHandler;
+    std::function<void()> m_roomHandler;
     std::list<Entry> m_entries;
     /// The pending line of each key that may still be replaced.
     QHash<QString, std::list<Entry>::iterator> m_latest;
     /// With the line that is being written.
     qint64 m_pendingBytes = 0;
     bool m_writing = false;
-    bool m_lettingGo = false;
     bool m_closed = false;
 };
 
-void OutputQueue::State::push(const QString& key, QByteArray line)
+void OutputQueue::State::send(const QString& key, QByteArray line)
 {
     const std::lock_guard lock(m_mutex);
     if (m_closed)
@@ -123,7 +111,7 @@ void OutputQueue::State::push(const QString& key, QByteArray line)
         (*latest)->line = line;
         return;
     }
-    // To wake the writing thread would delay a client that waits by more than the writing takes.
+    // To wake the writer thread would delay a waiting client by more than the writing takes.
     const bool isNext = m_pipe >= 0 && !m_writing && m_entries.empty();
     const int size = line.size();
     if (isNext)
@@ -141,34 +129,22 @@ void OutputQueue::State::appendLocked(const QString& key, const QByteArray& line
     m_changed.notify_all();
 }
 
-void OutputQueue::State::endLatest()
+void OutputQueue::State::endReplacing()
 {
     const std::lock_guard lock(m_mutex);
     m_latest.clear();
 }
 
-bool OutputQueue::State::hasRoom()
+bool OutputQueue::State::isFull()
 {
     const std::lock_guard lock(m_mutex);
-    return hasRoomLocked();
+    return isFullLocked();
 }
 
-bool OutputQueue::State::hasRoomLocked() const
-{
-    return m_closed || m_lettingGo || m_pendingBytes <= muchPending;
-}
-
-void OutputQueue::State::waitForRoom()
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return hasRoomLocked(); });
-}
-
-void OutputQueue::State::letGo()
+void OutputQueue::State::setRoomHandler(std::function<void()> handler)
 {
     const std::lock_guard lock(m_mutex);
-    m_lettingGo = true;
-    m_changed.notify_all();
+    m_roomHandler = std::move(handler);
 }
 
 bool OutputQueue::State::drain(int milliseconds)
@@ -185,7 +161,8 @@ bool OutputQueue::State::drain(int milliseconds)
 void OutputQueue::State::close()
 {
     const std::lock_guard lock(m_mutex);
-    m_handler = nullptr;
+    m_failureHandler = nullptr;
+    m_roomHandler = nullptr;
     closeLocked();
 }
 
@@ -212,15 +189,25 @@ std::optional<QByteArray> OutputQueue::State::takeNext()
 
 void OutputQueue::State::finish(const QByteArray& line, int errorNumber)
 {
-    const std::lock_guard lock(m_mutex);
-    m_writing = false;
-    m_pendingBytes -= line.size();
-    if (errorNumber != 0)
-        closeLocked();
-    // Under the lock, so that the handler is not called any more once the queue has gone.
-    if (errorNumber != 0 && m_handler)
-        m_handler(errorNumber);
-    m_changed.notify_all();
+    FailureHandler reportFailure;
+    std::function<void()> announceRoom;
+    {
+        const std::lock_guard lock(m_mutex);
+        const bool wasFull = isFullLocked();
+        m_writing = false;
+        m_pendingBytes -= line.size();
+        if (errorNumber != 0) {
+            reportFailure = std::exchange(m_failureHandler, nullptr);
+            closeLocked();
+        }
+        if (wasFull && !isFullLocked())
+            announceRoom = m_roomHandler;
+        m_changed.notify_all();
+    }
+    if (reportFailure)
+        reportFailure(errorNumber);
+    if (announceRoom)
+        announceRoom();
 }
 
 void OutputQueue::State::closeLocked()
@@ -242,34 +229,29 @@ OutputQueue::~OutputQueue()
     m_state->close();
 }
 
-void OutputQueue::push(QByteArray line)
+void OutputQueue::send(QByteArray message)
 {
-    m_state->push(QString(), std::move(line.append('\n')));
+    m_state->send(QString(), std::move(message.append('\n')));
 }
 
-void OutputQueue::pushLatest(const QString& key, QByteArray line)
+void OutputQueue::sendLatest(const QString& key, QByteArray message)
 {
-    m_state->push(key, std::move(line.append('\n')));
+    m_state->send(key, std::move(message.append('\n')));
 }
 
-void OutputQueue::endLatest()
+void OutputQueue::endReplacing()
 {
-    m_state->endLatest();
+    m_state->endReplacing();
 }
 
-bool OutputQueue::hasRoom() const
+bool OutputQueue::isFull() const
 {
-    return m_state->hasRoom();
+    return m_state->isFull();
 }
 
-void OutputQueue::waitForRoom()
+void OutputQueue::setRoomHandler(std::function<void()> handler)
 {
-    m_state->waitForRoom();
-}
-
-void OutputQueue::letGo()
-{
-    m_state->letGo();
+    m_state->setRoomHandler(std::move(handler));
 }
 
 bool OutputQueue::drain(int milliseconds)

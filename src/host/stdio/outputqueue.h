@@ -1,44 +1,41 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include "rpc/messagesink.h"
 
 #include <functional>
 #include <memory>
 
-/// Lines on their way to a reader that may be slow, or may not read at all. They are written in their order: by
-/// whoever brings them as far as a pipe takes them without waiting, else by a thread of its own. Thread-safe.
-class OutputQueue
+/// Lines on their way to a reader that may be slow, or may not read at all. They are written in order: directly if the
+/// pipe has room, otherwise by a writer thread. Thread-safe.
+class OutputQueue : public MessageSink
 {
 public:
-    /// Called once, in the writing thread, if the reader is gone (EPIPE) or cannot be written to; must not block.
+    /// Called once, in any thread, if the reader is gone (EPIPE) or cannot be written to. Must not block.
     using FailureHandler = std::function<void(int errorNumber)>;
 
-    /// The descriptor stays the caller's, open as long as the process: a write that blocks outlives the queue.
+    /// The descriptor stays the caller's, open as long as the process: a blocked write outlives the queue.
     OutputQueue(int fileDescriptor, FailureHandler handler);
     /// Drops what is pending. Does not wait.
-    ~OutputQueue();
+    ~OutputQueue() override;
     Q_DISABLE_COPY_MOVE(OutputQueue)
 
-    /// Adds a line, a newline behind it. Does not wait.
-    void push(QByteArray line);
-    /// As push(), but a line of the same key that is still pending is replaced where it stands.
-    void pushLatest(const QString& key, QByteArray line);
-    /// What comes from now on replaces nothing that is pending now.
-    void endLatest();
+    /// Adds a newline.
+    void send(QByteArray message) override;
+    void sendLatest(const QString& key, QByteArray message) override;
+    void endReplacing() override;
 
-    /// False if so much is pending that waitForRoom() would wait.
-    [[nodiscard]] bool hasRoom() const;
-    /// Waits as long as too much is pending, or until letGo(). Not for a thread that others wait for.
-    void waitForRoom();
-    /// Nobody waits for room any more.
-    void letGo();
+    /// More than 1 MiB is pending.
+    [[nodiscard]] bool isFull() const override;
+    void setRoomHandler(std::function<void()> handler) override;
+
     /// Waits until everything is written, at most `milliseconds` (below 0: without limit). False if it is not.
     [[nodiscard]] bool drain(int milliseconds = -1);
-    /// Drops what is pending and whatever still comes, and lets go whoever waits here.
+    /// Drops what is pending and what is still to come, and ends every drain(). No handler is called any more, but for
+    /// one that is running.
     void close();
 
 private:
     class State;
+    /// Shared with the writer thread, which may be stuck in a write when the queue is destroyed.
     std::shared_ptr<State> m_state;
 };

@@ -1,7 +1,6 @@
 #include "terminal/pagetext.h"
 
 #include "terminal/roletext.h"
-#include "terminal/table.h"
 
 #include <tavo/tavoroles.h>
 
@@ -40,13 +39,16 @@ QStringList withType(const QStringList& shown)
     return shown + QStringList{TavoRoles::Type()};
 }
 
-QByteArray pageText(const Session::Page& page, const QStringList& shown, const Terminal& terminal)
+Table pageTable(const QStringList& shown)
 {
-    Table table(headings(shown));
+    return Table(headings(shown));
+}
+
+void addPage(Table& table, const Content::Page& page, const QStringList& shown)
+{
     for (const QVariant& rowValue : page.rows) {
         const QVariantList row = rowValue.toList();
         const bool isContainer = row.value(shown.size()).toString() == TavoRolesType::Container();
         table.addRow(cells(row, shown, isContainer), isContainer ? Table::Style::Container : Table::Style::Plain);
     }
-    return table.toText(terminal);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "content/session.h"
+#include "content/content.h"
+#include "terminal/table.h"
 #include "terminal/terminal.h"
 
 /// The roles that a page shows if nobody says otherwise.
@@ -9,5 +10,7 @@
 /// The roles to ask for so that pageText() can show the given ones.
 [[nodiscard]] QStringList withType(const QStringList& shown);
 
-/// The page as a table of the given roles; its rows were asked for with withType().
-[[nodiscard]] QByteArray pageText(const Session::Page& page, const QStringList& shown, const Terminal& terminal);
+/// An empty table for the given roles.
+[[nodiscard]] Table pageTable(const QStringList& shown);
+/// Adds the page's rows, which were asked for with withType().
+void addPage(Table& table, const Content::Page& page, const QStringList& shown);

@@ -43,7 +43,7 @@ QString plainText(const QVariant& value)
         return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
     if (value.canConvert<QString>() && value.userType() != QMetaType::QStringList)
         return value.toString();
-    return QString::fromUtf8(toJson(value).value());
+    return QString::fromUtf8(toJson(value).value_or(QByteArray()));
 }
 
 } // namespace

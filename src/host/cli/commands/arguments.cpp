@@ -1,13 +1,43 @@
 #include "cli/commands/arguments.h"
 
+#include "process/exitstatus.h"
+#include "process/output.h"
 #include "rpc/json.h"
 
 #include <QDir>
 
-CMPath pathFrom(const Host& host, const QString& argument)
+namespace {
+
+constexpr QLatin1Char colon(':');
+
+QString cleaned(const QString& argument)
 {
-    const bool climbs = argument.split(QLatin1Char('/')).contains(QStringLiteral(".."));
-    return host.worker().addPrefix(climbs ? argument : QDir::cleanPath(argument));
+    const bool climbs = argument.split(u'/').contains(QStringLiteral(".."));
+    return climbs ? argument : QDir::cleanPath(argument);
+}
+
+} // namespace
+
+Result<CMPath> pathFrom(const ContentHost& host, const QString& argument)
+{
+    const QStringList& ids = host.rootIds();
+    if (ids.size() == 1)
+        return CMPath(ids.first(), cleaned(argument));
+    if (argument.isEmpty() || argument.startsWith(u'/'))
+        return CMPath::fromEncoded(argument);
+    const int end = argument.indexOf(colon);
+    if (end > 0 && ids.contains(argument.left(end)))
+        return CMPath(argument.left(end), cleaned(argument.mid(end + 1)));
+    return Failure::wrongUse(QStringLiteral("'%1' names no root: write ID:PATH, with one of the ids %2")
+                                 .arg(argument, ids.join(QStringLiteral(", "))));
+}
+
+QString pathText(const ContentHost& host, const CMPath& path)
+{
+    if (path == CMPath())
+        return QStringLiteral("/");
+    const QString base = path.base().isEmpty() ? QStringLiteral(".") : path.base();
+    return host.rootIds().size() == 1 ? base : path.prefix() + colon + base;
 }
 
 void addJsonOption(QCommandLineParser& parser)
@@ -20,10 +50,17 @@ bool wantsJson(const QCommandLineParser& parser)
     return parser.isSet(QStringLiteral("json"));
 }
 
-Result<QByteArray> jsonLine(const QVariant& value)
+Result<int> print(int output, const QByteArray& text)
 {
-    QByteArray line;
-    if (!appendJson(line, value))
-        return Failure{Failure::Kind::Refused, QStringLiteral("the result is too long to be printed as JSON")};
-    return line.append('\n');
+    if (const Result<Written> written = writeOutput(output, text); !written)
+        return written.failure();
+    return Success;
+}
+
+Result<int> printJson(int output, const QVariant& value)
+{
+    std::optional<QByteArray> text = toJson(value);
+    if (!text)
+        return Failure{Failure::Kind::TooLarge, QStringLiteral("the result is longer than 2 GiB")};
+    return print(output, text->append('\n'));
 }

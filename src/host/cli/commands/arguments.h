@@ -1,15 +1,25 @@
 #pragma once
 
-#include "content/host.h"
-#include "content/result.h"
+#include "content/contenthost.h"
+
+#include <model/cmpath.h>
 
 #include <QCommandLineParser>
 
-/// The path that a person means by what they wrote: relative to the root, "./" and slashes more than needed left out.
-/// Where it climbs ("..") it is left as it is, for the worker to judge.
-[[nodiscard]] CMPath pathFrom(const Host& host, const QString& argument);
+/// The path that a person means.
+///
+/// With one root it is relative to the root, without "./" and superfluous slashes; with several it is ID:PATH, or an
+/// encoded path as rows have it, and nothing at all stands for all roots. A path that climbs ("..") stays as it is, for
+/// the worker to judge.
+Result<CMPath> pathFrom(const ContentHost& host, const QString& argument);
+
+/// The path as pathFrom() takes it.
+[[nodiscard]] QString pathText(const ContentHost& host, const CMPath& path);
 
 void addJsonOption(QCommandLineParser& parser);
 [[nodiscard]] bool wantsJson(const QCommandLineParser& parser);
-/// The value as one line of JSON, with its end. Fails if it is longer than a QByteArray can hold.
-[[nodiscard]] Result<QByteArray> jsonLine(const QVariant& value);
+
+/// Writes the results of a command; gives the program's exit status.
+Result<int> print(int output, const QByteArray& text);
+/// Writes the value as JSON, with a newline.
+Result<int> printJson(int output, const QVariant& value);

@@ -2,12 +2,11 @@
 #include "cli/commands/command.h"
 
 #include "cli/options.h"
-#include "content/session.h"
-#include "process/exitstatus.h"
-#include "process/output.h"
+#include "cli/rowsreader.h"
+#include "rpc/json.h"
 #include "terminal/pagetext.h"
 
-#include <tavo/tavoroles.h>
+#include <optional>
 
 namespace {
 
@@ -26,17 +25,20 @@ void addOptions(QCommandLineParser& parser)
     parser.addOptions({
         {firstOption, QStringLiteral("First row, from 0."), QStringLiteral("INDEX")},
         {lastOption, QStringLiteral("Last row. Default: the last there is."), QStringLiteral("INDEX")},
-        {rolesOption, QStringLiteral("What to tell of each row: any of %1.").arg(entryRoles().join(QLatin1Char(','))),
+        {rolesOption, QStringLiteral("Columns: any of %1.").arg(entryRoles().join(QLatin1Char(','))),
          QStringLiteral("ROLE,...")},
         {versionOption, QStringLiteral("Version that the rows must have."), QStringLiteral("VERSION")},
     });
     addJsonOption(parser);
 }
 
-Result<Session::RowsQuery> queryFrom(const Host& host, const QCommandLineParser& parser)
+Result<Content::RowsQuery> queryFrom(const ContentHost& host, const QCommandLineParser& parser)
 {
-    Session::RowsQuery query;
-    query.path = pathFrom(host, parser.positionalArguments().value(0));
+    const Result<CMPath> path = pathFrom(host, parser.positionalArguments().value(0));
+    if (!path)
+        return path.failure();
+    Content::RowsQuery query;
+    query.path = path.value();
     const Result<int> first = integerOption(parser, firstOption, query.first, 0);
     const Result<int> last = integerOption(parser, lastOption, query.last, -1);
     const Result<int> version = integerOption(parser, versionOption, query.version, 0);
@@ -54,28 +56,73 @@ QStringList rolesFrom(const QCommandLineParser& parser, const QStringList& byDef
 {
     if (!parser.isSet(rolesOption))
         return byDefault;
-    return parser.value(rolesOption).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    return parser.value(rolesOption).split(u',', Qt::SkipEmptyParts);
+}
+
+Result<int> printTable(const CommandContext& context, Content::RowsQuery query, const QStringList& shown)
+{
+    query.roles = withType(shown);
+    Table table = pageTable(shown);
+    const auto restart = [&] { table = pageTable(shown); };
+    const auto take = [&](const Content::Page& page) { addPage(table, page, shown); };
+    if (const Result<void> read = readRows(Content(context.host), query, restart, take); !read)
+        return read.failure();
+    return print(context.output, table.toText(Terminal::at(context.output)));
+}
+
+/// The rows of all pages in one object, written as JSON page by page.
+class JsonRows
+{
+public:
+    void restart() { *this = JsonRows(); }
+
+    void take(const Content::Page& page)
+    {
+        m_head = page;
+        m_head.rows.clear();
+        for (const QVariant& row : page.rows) {
+            m_rows += m_rows.isEmpty() ? "" : ",";
+            m_isComplete = m_isComplete && appendJson(m_rows, row);
+        }
+    }
+
+    /// Nothing if the rows are longer than a text can be.
+    [[nodiscard]] std::optional<QByteArray> text() const
+    {
+        const std::optional<QByteArray> head = toJson(m_head.toVariant());
+        if (!m_isComplete || !head)
+            return std::nullopt;
+        return QByteArray(*head).replace("\"rows\":[]", "\"rows\":[" + m_rows + ']') + '\n';
+    }
+
+private:
+    Content::Page m_head;
+    QByteArray m_rows;
+    bool m_isComplete = true;
+};
+
+Result<int> printJsonRows(const CommandContext& context, Content::RowsQuery query, const QStringList& roles)
+{
+    query.roles = roles;
+    JsonRows rows;
+    const auto restart = [&rows] { rows.restart(); };
+    const auto take = [&rows](const Content::Page& page) { rows.take(page); };
+    if (const Result<void> read = readRows(Content(context.host), query, restart, take); !read)
+        return read.failure();
+    const std::optional<QByteArray> text = rows.text();
+    if (!text)
+        return Failure{Failure::Kind::TooLarge, QStringLiteral("the rows are longer than 2 GiB; ask for some of them")};
+    return print(context.output, *text);
 }
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
-    Result<Session::RowsQuery> query = queryFrom(context.host, parser);
+    const Result<Content::RowsQuery> query = queryFrom(context.host, parser);
     if (!query)
         return query.failure();
-    const bool json = wantsJson(parser);
-    const QStringList shown = rolesFrom(parser, json ? entryRoles() : usualColumns());
-    query.value().roles = json ? shown : withType(shown);
-    const Session session(context.host, {});
-    const Result<Session::Page> page = session.rows(query.value());
-    if (!page)
-        return page.failure();
-    const Result<QByteArray> text =
-        json ? jsonLine(page.value().toVariant()) : pageText(page.value(), shown, Terminal::at(context.output));
-    if (!text)
-        return text.failure();
-    if (const Result<Written> written = writeOutput(context.output, text.value()); !written)
-        return written.failure();
-    return Success;
+    if (wantsJson(parser))
+        return printJsonRows(context, query.value(), rolesFrom(parser, entryRoles()));
+    return printTable(context, query.value(), rolesFrom(parser, usualColumns()));
 }
 
 } // namespace

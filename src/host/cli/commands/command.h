@@ -1,6 +1,6 @@
 #pragma once
 
-#include "content/host.h"
+#include "content/contenthost.h"
 #include "content/result.h"
 
 #include <QCommandLineParser>
@@ -10,7 +10,7 @@
 /// What a command works with.
 struct CommandContext
 {
-    Host& host;
+    ContentHost& host;
     /// Takes the results.
     int output;
 };
@@ -30,6 +30,8 @@ struct Command
     int mostArguments = 0;
     /// Null: it has no options of its own.
     void (*addOptions)(QCommandLineParser& parser) = nullptr;
+    /// Whether it works while no root's directory is there, too.
+    bool worksWithoutRoots = false;
     /// Gives the program's exit status.
     Result<int> (*run)(const CommandContext& context, const QCommandLineParser& parser) = nullptr;
 };

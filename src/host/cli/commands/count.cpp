@@ -1,9 +1,9 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "content/session.h"
-#include "process/exitstatus.h"
-#include "process/output.h"
+#include "prepare/countfiles.h"
+
+#include <QVector>
 
 namespace {
 
@@ -11,16 +11,33 @@ constexpr char manual[] = R"(Prints the number of playable files in a directory 
 
   tavo --root ~/Music count Albums)";
 
+/// All roots, if the argument names none.
+Result<QVector<CMPath>> pathsFrom(const ContentHost& host, const QString& argument)
+{
+    const Result<CMPath> path = pathFrom(host, argument);
+    if (!path)
+        return path.failure();
+    if (path.value() != CMPath())
+        return QVector<CMPath>{path.value()};
+    QVector<CMPath> paths;
+    for (const ContentHost::SharedMount& mount : host.mounts())
+        paths.append(mount->path(QString()));
+    return paths;
+}
+
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
-    const Session session(context.host, {});
-    const CMPath path = pathFrom(context.host, parser.positionalArguments().value(0));
-    const Result<QVariant> count = session.set(session.describe().countFiles, path.base());
-    if (!count)
-        return count.failure();
-    if (const Result<Written> written = writeOutput(context.output, count.value().toByteArray() + '\n'); !written)
-        return written.failure();
-    return Success;
+    const Result<QVector<CMPath>> paths = pathsFrom(context.host, parser.positionalArguments().value(0));
+    if (!paths)
+        return paths.failure();
+    qint64 total = 0;
+    for (const CMPath& path : paths.value()) {
+        const Result<int> count = countFiles(context.host, path);
+        if (!count)
+            return count.failure();
+        total += count.value();
+    }
+    return print(context.output, QByteArray::number(total) + '\n');
 }
 
 } // namespace

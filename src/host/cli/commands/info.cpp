@@ -1,15 +1,13 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "content/session.h"
-#include "process/exitstatus.h"
-#include "process/output.h"
+#include "content/content.h"
 #include "terminal/roletext.h"
 #include "terminal/table.h"
 
 namespace {
 
-constexpr char manual[] = R"(Prints all that the worker tells of one file or directory below the root.
+constexpr char manual[] = R"(Prints all that is known about one file or directory below the root.
 
   tavo --root ~/Music info "Albums/Blue/01 Intro.flac")";
 
@@ -21,7 +19,7 @@ QVariantHash namedValues(const QStringList& roles, const QVariantList& values)
     return named;
 }
 
-/// A line for each plain value inside, named by the way to it ("mediaData.resources[0].uri").
+/// A line for each plain value inside, named by its place ("mediaData.resources[0].uri").
 void addLines(Table& table, const QString& name, const QVariant& value)
 {
     if (value.userType() == QMetaType::QVariantHash) {
@@ -44,7 +42,7 @@ QByteArray textOf(const QStringList& roles, const QVariantList& values, const Te
     Table table({QStringLiteral("ROLE"), QStringLiteral("VALUE")});
     for (int i = 0; i < roles.size(); ++i)
         addLines(table, roles.at(i), values.value(i));
-    // Long values are what is asked for here: they are wrapped by the terminal, not cut.
+    // The terminal wraps long values: people want to see them whole.
     Terminal unlimited = terminal;
     unlimited.width = 0;
     return table.toText(unlimited);
@@ -52,19 +50,15 @@ QByteArray textOf(const QStringList& roles, const QVariantList& values, const Te
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
-    const Session session(context.host, {});
-    const CMPath path = pathFrom(context.host, parser.positionalArguments().first());
-    const Result<QVariantList> values = session.data(path, entryRoles());
+    const Result<CMPath> path = pathFrom(context.host, parser.positionalArguments().first());
+    if (!path)
+        return path.failure();
+    const Result<QVariantList> values = Content(context.host).data(path.value(), entryRoles());
     if (!values)
         return values.failure();
-    const Result<QByteArray> text = wantsJson(parser)
-                                        ? jsonLine(namedValues(entryRoles(), values.value()))
-                                        : textOf(entryRoles(), values.value(), Terminal::at(context.output));
-    if (!text)
-        return text.failure();
-    if (const Result<Written> written = writeOutput(context.output, text.value()); !written)
-        return written.failure();
-    return Success;
+    if (wantsJson(parser))
+        return printJson(context.output, namedValues(entryRoles(), values.value()));
+    return print(context.output, textOf(entryRoles(), values.value(), Terminal::at(context.output)));
 }
 
 } // namespace

@@ -1,9 +1,7 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "content/session.h"
-#include "process/exitstatus.h"
-#include "process/output.h"
+#include "content/content.h"
 #include "terminal/pagetext.h"
 
 #include <tavo/tavoroles.h>
@@ -16,20 +14,19 @@ constexpr char manual[] = R"(Prints the context menu of a file or directory: wha
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
-    const Session session(context.host, {});
-    const CMPath item = pathFrom(context.host, parser.positionalArguments().first());
+    const Result<CMPath> item = pathFrom(context.host, parser.positionalArguments().first());
+    if (!item)
+        return item.failure();
     const bool json = wantsJson(parser);
     const QStringList shown = {TavoRoles::Title(), TavoRoles::Path(), TavoRoles::Value()};
-    const Result<Session::Page> menu = session.menu(item, json ? CMAllRoles() : withType(shown));
+    const Result<Content::Page> menu = Content(context.host).menu(item.value(), json ? CMAllRoles() : withType(shown));
     if (!menu)
         return menu.failure();
-    const Result<QByteArray> text =
-        json ? jsonLine(menu.value().toVariant()) : pageText(menu.value(), shown, Terminal::at(context.output));
-    if (!text)
-        return text.failure();
-    if (const Result<Written> written = writeOutput(context.output, text.value()); !written)
-        return written.failure();
-    return Success;
+    if (json)
+        return printJson(context.output, menu.value().toVariant());
+    Table table = pageTable(shown);
+    addPage(table, menu.value(), shown);
+    return print(context.output, table.toText(Terminal::at(context.output)));
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
-#include "content/session.h"
 #include "prepare/preparation.h"
-#include "process/ending.h"
+#include "process/shutdown.h"
 #include "process/signalwatcher.h"
 
 #include <QCoreApplication>
@@ -21,73 +20,70 @@ Directories stand for all that lies below them.
   tavo --root ~/Music prepare playlist Albums/Blue "Singles/One.mp3"
   tavo --root ~/Music prepare library . --json > library.json)";
 
-Result<PreparePlan::Kind> kindFrom(const QString& argument)
+Result<Preparation::Kind> kindFrom(const QString& argument)
 {
     if (argument == QStringLiteral("playlist"))
-        return PreparePlan::Kind::PlayList;
+        return Preparation::Kind::PlayList;
     if (argument == QStringLiteral("library"))
-        return PreparePlan::Kind::MusicLibrary;
+        return Preparation::Kind::MusicLibrary;
     return Failure::wrongUse(QStringLiteral("'%1' is neither playlist nor library").arg(argument));
 }
 
-/// The worker passes over what does not exist, but whoever has named it wants to know.
-Result<QVector<CMPath>> pathsFrom(const Host& host, const Session& session, const QStringList& arguments)
+/// The worker passes over a path that does not exist, but a person who has named it wants to know.
+Result<QVector<CMPath>> pathsFrom(ContentHost& host, const QStringList& arguments)
 {
     QVector<CMPath> paths;
     for (const QString& argument : arguments) {
-        const CMPath path = pathFrom(host, argument);
-        if (const Result<QVariantList> found = session.data(path, {}); !found)
+        const Result<CMPath> path = pathFrom(host, argument);
+        if (!path)
+            return path.failure();
+        if (const Result<QVariantList> found = Content(host).data(path.value(), {}); !found)
             return found.failure();
-        paths.append(path);
+        paths.append(path.value());
     }
     return paths;
 }
 
-int interrupted(int signalNumber)
+int exitStatusOf(int signalNumber)
 {
     return signalNumber == SIGINT ? Interrupted : Terminated;
 }
 
 Result<int> runUntilSignalled(Preparation& preparation, const QVector<CMPath>& paths)
 {
-    std::optional<Failure> failure;
+    Result<void> result;
     const std::unique_ptr<QThread> thread(QThread::create([&] {
-        failure = preparation.run(paths);
-        Ending::exitLater(Success);
+        result = preparation.run(paths);
+        Shutdown::exitLater(Success);
     }));
     SignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &SignalWatcher::signalled, [&preparation](int signalNumber) {
         preparation.stop();
-        QCoreApplication::exit(interrupted(signalNumber));
+        QCoreApplication::exit(exitStatusOf(signalNumber));
     });
     thread->start();
     const int status = QCoreApplication::exec();
-    if (!thread->wait(Ending::patience)) {
-        // It is in the middle of a file, or nobody reads what it writes.
+    if (!thread->wait(Shutdown::requestPatience.count())) {
+        // It hangs in the kernel, or nobody reads its output.
         ProgressLine().clear();
         std::_Exit(status);
     }
-    if (failure)
-        return *failure;
+    if (!result)
+        return result.failure();
     return status;
 }
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
     const QStringList arguments = parser.positionalArguments();
-    const Result<PreparePlan::Kind> kind = kindFrom(arguments.first());
+    const Result<Preparation::Kind> kind = kindFrom(arguments.first());
     if (!kind)
         return kind.failure();
-    const Session session(context.host, {});
-    const Result<QVector<CMPath>> paths = pathsFrom(context.host, session, arguments.mid(1));
+    const Result<QVector<CMPath>> paths = pathsFrom(context.host, arguments.mid(1));
     if (!paths)
         return paths.failure();
-
-    const Session::Description description = session.describe();
-    const bool forLibrary = kind.value() == PreparePlan::Kind::MusicLibrary;
-    const CMPath service = forLibrary ? description.prepareLibrary : description.preparePlaylist;
     const auto sink = wantsJson(parser) ? ItemSink::json(context.output) : ItemSink::table(context.output);
-    Preparation preparation(session, service, PreparePlan(context.host, kind.value()), *sink);
+    Preparation preparation(context.host, kind.value(), *sink);
     return runUntilSignalled(preparation, paths.value());
 }
 

@@ -1,10 +1,8 @@
 #include "cli/commands/command.h"
 
-#include "process/ending.h"
+#include "process/shutdown.h"
 #include "process/signalwatcher.h"
-#include "stdio/linereader.h"
-#include "stdio/outputqueue.h"
-#include "stdio/sessionserver.h"
+#include "stdio/stdioserver.h"
 
 #include <QCoreApplication>
 
@@ -21,30 +19,27 @@ Ends with status 0 when the input ends and everything is answered, and on SIGINT
   echo '{"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":"/file/Albums"}}' |
       tavo --root ~/Music session)";
 
-constexpr int longestMessage = 1024 * 1024;
-
 Result<int> run(const CommandContext& context, const QCommandLineParser& /*parser*/)
 {
-    LineReader reader(STDIN_FILENO, longestMessage);
-    OutputQueue output(context.output, Ending::exitAfterFailedOutput);
-    SessionServer server(context.host, output);
+    SharedRequests sharedRequests;
+    RequestExecutor executor;
+    StdioServer server(
+        {context.host, executor, sharedRequests}, STDIN_FILENO, context.output, Shutdown::exitAfterFailedOutput);
     SignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
 
-    std::thread serving([&] {
-        server.serve(reader);
-        if (output.drain())
-            Ending::exitLater(Success);
+    std::thread serving([&server] {
+        if (server.serve())
+            Shutdown::exitLater(Success);
     });
     const int status = QCoreApplication::exec();
-    reader.cancel();
-    const bool stopped = server.stop(Ending::patience);
-    static_cast<void>(output.drain(Ending::patience));
-    output.close();
-    serving.join();
-    // A walk cannot be interrupted, and the worker must outlive it.
-    if (!stopped)
+    server.stop();
+    const bool haveEnded = executor.stop(Shutdown::requestPatience);
+    server.finish(Shutdown::outputPatience);
+    // Requests that hang in the kernel are left behind, and all that they use with them.
+    if (!haveEnded)
         std::_Exit(status);
+    serving.join();
     return status;
 }
 
@@ -56,6 +51,7 @@ Command sessionCommand()
     command.name = "session";
     command.summary = "Serve a client that speaks JSON-RPC 2.0 over standard input and output.";
     command.manual = manual;
+    command.worksWithoutRoots = true;
     command.run = run;
     return command;
 }

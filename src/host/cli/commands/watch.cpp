@@ -1,17 +1,22 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
+#include "content/subscriptions.h"
 #include "process/displaytext.h"
-#include "process/ending.h"
 #include "process/output.h"
+#include "process/shutdown.h"
 #include "process/signalwatcher.h"
 #include "rpc/json.h"
-#include "rpc/sessionmethods.h"
+#include "rpc/methods.h"
 #include "stdio/outputqueue.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QSet>
+
+#include <future>
+#include <memory>
+#include <mutex>
 
 namespace {
 
@@ -21,97 +26,104 @@ Ends with status 0 when interrupted, with 1 when all the directories are gone.
 
   tavo --root ~/Music watch . Albums/Blue)";
 
-QString shown(const CMPath& path)
-{
-    return path.base().isEmpty() ? QStringLiteral(".") : path.base();
-}
-
-QByteArray lineOf(const CMPath& path, const QStringList& changes, int version)
-{
-    const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
-    const QString text = QStringLiteral("%1  %2  %3  (version %4)")
-                             .arg(time, changes.join(QLatin1Char(',')), DisplayText::visible(shown(path)))
-                             .arg(version);
-    return text.toUtf8();
-}
-
-class Watch
+/// Prints changes until no path is open any more. Thread-safe.
+class ChangePrinter
 {
 public:
-    Watch(const CommandContext& context, bool json)
-        : m_json(json), m_output(context.output, Ending::exitAfterFailedOutput),
-          m_session(context.host, [this](const CMPath& path, const QStringList& changes, int version) {
-              print(path, changes, version);
-          })
+    ChangePrinter(const CommandContext& context, bool json)
+        : m_host(context.host), m_json(json), m_output(context.output, Shutdown::exitAfterFailedOutput)
     {
     }
 
-    Result<Done> open(const CMPath& path)
+    void add(const CMPath& path)
     {
-        Result<Done> opened = m_session.open(path);
-        if (opened)
-            m_open.insert(path);
-        return opened;
-    }
-
-    int run()
-    {
-        const int status = watchUntilSignalled();
-        // Nobody waits for the end of what was interrupted; the last changes of what has ended are waited for.
-        static_cast<void>(m_output.drain(status == Success ? Ending::patience : -1));
-        return status;
-    }
-
-private:
-    [[nodiscard]] static QString counted(int directories)
-    {
-        return directories == 1 ? QStringLiteral("1 directory") : QStringLiteral("%1 directories").arg(directories);
-    }
-
-    int watchUntilSignalled()
-    {
-        const SignalWatcher signalWatcher;
-        QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
-        report(QStringLiteral("watching %1, interrupt to end").arg(counted(m_open.size())));
-        return QCoreApplication::exec();
+        const std::lock_guard lock(m_mutex);
+        m_open.insert(path);
     }
 
     void print(const CMPath& path, const QStringList& changes, int version)
     {
-        const QByteArray line =
-            m_json ? toJson(changeParameters(path, changes, version)).value() : lineOf(path, changes, version);
+        const QByteArray line = lineOf(path, changes, version);
         if (changes.contains(CMSubscribe::RowsChangeClose()))
-            return printEnd(path, line);
-        if (m_output.hasRoom())
-            m_output.push(line);
+            printEnd(path, line);
+        else if (m_output.isFull())
+            m_output.sendLatest(path.toEncoded(), line);
         else
-            m_output.pushLatest(path.toEncoded(), line);
+            m_output.send(line);
+    }
+
+    [[nodiscard]] bool drain(int milliseconds) { return m_output.drain(milliseconds); }
+
+private:
+    [[nodiscard]] QByteArray lineOf(const CMPath& path, const QStringList& changes, int version) const
+    {
+        if (m_json)
+            return toJson(changeParameters(path, changes, version)).value_or(QByteArray());
+        const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
+        const QString shown = DisplayText::visible(pathText(m_host, path));
+        return QStringLiteral("%1  %2  %3  (version %4)").arg(time, changes.join(u','), shown).arg(version).toUtf8();
     }
 
     void printEnd(const CMPath& path, const QByteArray& line)
     {
-        m_output.push(line);
-        m_open.remove(path);
-        if (!m_open.isEmpty())
-            return;
+        m_output.send(line);
+        {
+            const std::lock_guard lock(m_mutex);
+            m_open.remove(path);
+            if (!m_open.isEmpty())
+                return;
+        }
         report(QStringLiteral("nothing is left to watch"));
-        QCoreApplication::exit(Refused);
+        Shutdown::exitLater(Refused);
     }
 
+    ContentHost& m_host;
     const bool m_json;
     OutputQueue m_output;
+    std::mutex m_mutex;
     QSet<CMPath> m_open;
-    Session m_session;
 };
+
+/// Waits until the path is open.
+Result<void> open(Subscriptions& subscriptions, const CMPath& path)
+{
+    const auto opened = std::make_shared<std::promise<Result<void>>>();
+    subscriptions.open(path, [opened](const Result<void>& result) { opened->set_value(result); });
+    return opened->get_future().get();
+}
+
+QString counted(int directories)
+{
+    return directories == 1 ? QStringLiteral("1 directory") : QStringLiteral("%1 directories").arg(directories);
+}
+
+int watchUntilSignalled(int directories)
+{
+    const SignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    report(QStringLiteral("watching %1, interrupt to end").arg(counted(directories)));
+    return QCoreApplication::exec();
+}
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
-    Watch watch(context, wantsJson(parser));
+    const auto printer = std::make_shared<ChangePrinter>(context, wantsJson(parser));
+    const auto print = [printer](const CMPath& path, const QStringList& changes, int version) {
+        printer->print(path, changes, version);
+    };
+    Subscriptions subscriptions(context.host, Reach::Local, Limits::none().openPaths, print);
     for (const QString& argument : parser.positionalArguments()) {
-        if (const Result<Done> opened = watch.open(pathFrom(context.host, argument)); !opened)
+        const Result<CMPath> path = pathFrom(context.host, argument);
+        if (!path)
+            return path.failure();
+        printer->add(path.value());
+        if (const Result<void> opened = open(subscriptions, path.value()); !opened)
             return opened.failure();
     }
-    return watch.run();
+    const int status = watchUntilSignalled(parser.positionalArguments().size());
+    // An interrupted person does not wait; otherwise the last changes are worth waiting for.
+    static_cast<void>(printer->drain(status == Success ? Shutdown::outputPatience.count() : -1));
+    return status;
 }
 
 } // namespace

@@ -1,0 +1,71 @@
+#include "cli/rowsreader.h"
+
+#include <tavo/tavokeys.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int rowsPerPage = 50'000;
+constexpr int mostRestarts = 20;
+
+enum class Outcome { Complete, Changed };
+
+class RowsReader
+{
+public:
+    RowsReader(const Content& content, const Content::RowsQuery& query) : m_content(content), m_query(query) {}
+
+    Result<Outcome> read(const std::function<void(const Content::Page&)>& take)
+    {
+        Content::RowsQuery next = m_query;
+        for (;;) {
+            next.last = lastOfPage(next.first);
+            const Result<Content::Page> page = m_content.rows(next);
+            const bool isFirst = next.first == m_query.first;
+            if (!page && !isFirst && page.failure().name == TavoErrorInvalidRowsVersion())
+                return Outcome::Changed;
+            if (!page)
+                return page.failure();
+            if (isFirst)
+                m_count = page.value().count;
+            if (page.value().count != m_count)
+                return Outcome::Changed;
+            take(page.value());
+            if (next.last >= std::min(m_query.last, m_count - 1))
+                return Outcome::Complete;
+            next.first = next.last + 1;
+            next.version = page.value().version.value_or(0);
+        }
+    }
+
+private:
+    [[nodiscard]] int lastOfPage(int first) const
+    {
+        return first > std::numeric_limits<int>::max() - rowsPerPage ? m_query.last
+                                                                     : std::min(m_query.last, first + rowsPerPage - 1);
+    }
+
+    const Content& m_content;
+    const Content::RowsQuery m_query;
+    int m_count = 0;
+};
+
+} // namespace
+
+Result<void> readRows(
+    const Content& content, const Content::RowsQuery& query, const std::function<void()>& restart,
+    const std::function<void(const Content::Page&)>& take)
+{
+    for (int restarts = 0; restarts < mostRestarts; ++restarts) {
+        const Result<Outcome> outcome = RowsReader(content, query).read(take);
+        if (!outcome)
+            return outcome.failure();
+        if (outcome.value() == Outcome::Complete)
+            return {};
+        restart();
+    }
+    return Failure{
+        Failure::Kind::Refused,
+        QStringLiteral("the rows of '%1' change faster than they can be read").arg(query.path.toEncoded())};
+}

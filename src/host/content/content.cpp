@@ -1,0 +1,304 @@
+#include "content/content.h"
+
+#include "content/confinement.h"
+#include "content/contenthost.h"
+#include "content/failures.h"
+#include "content/networknames.h"
+
+#include <model/cmrequestcontext.h>
+#include <model/cmroot.h>
+#include <tavo/tavokeys.h>
+#include <tavo/tavoroles.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <utility>
+
+#include <dirent.h>
+
+namespace {
+
+Result<void> check(const Content::RowsQuery& query)
+{
+    if (query.first < 0)
+        return Failure::wrongUse(QStringLiteral("the first row is below 0"));
+    if (query.last < -1)
+        return Failure::wrongUse(QStringLiteral("the last row is below -1"));
+    if (query.version < 0)
+        return Failure::wrongUse(QStringLiteral("the rows version is below 0"));
+    return {};
+}
+
+Content::Page pageOf(const TavoRowsRoles& answer)
+{
+    Content::Page page;
+    page.count = answer.rowsCount();
+    page.rows = answer.rows();
+    const TavoRoles roles = answer.roles();
+    if (answer.hasRowsVersion())
+        page.version = answer.rowsVersion();
+    if (roles.field(TavoRoles::Title()).isValid())
+        page.title = roles.title();
+    if (roles.field(TavoRoles::ContainerType()).isValid())
+        page.containerType = roles.containerType();
+    return page;
+}
+
+/// 0 for a file that is no directory. To the worker a directory that it cannot read is empty, say for want of file
+/// descriptors.
+int readError(const QByteArray& localPath)
+{
+    DIR* const directory = opendir(localPath.constData());
+    if (!directory)
+        return errno == ENOTDIR || errno == ENOENT ? 0 : errno;
+    closedir(directory);
+    return 0;
+}
+
+/// All texts in the value, at any depth.
+void collectTexts(const QVariant& value, QStringList& texts)
+{
+    switch (value.userType()) {
+    case QMetaType::QVariantList:
+    case QMetaType::QStringList:
+        for (const QVariant& element : value.toList())
+            collectTexts(element, texts);
+        break;
+    case QMetaType::QVariantHash:
+        for (const QVariant& element : value.toHash())
+            collectTexts(element, texts);
+        break;
+    case QMetaType::QVariantMap:
+        for (const QVariant& element : value.toMap())
+            collectTexts(element, texts);
+        break;
+    default:
+        texts.append(value.toString());
+    }
+}
+
+/// Fails if the thread's request has come to its limits, so that its items are incomplete.
+Result<void> checkContext()
+{
+    const CMRequestContext* const context = CMRequestContext::current();
+    if (context && context->isCancelled())
+        return Failures::cancelled();
+    if (context && context->isExhausted())
+        return Failures::tooLarge();
+    return {};
+}
+
+QVariantHash description(const Mount& mount)
+{
+    const QVariantHash services{
+        {QStringLiteral("preparePlaylist"), mount.preparePlaylist().toEncoded()},
+        {QStringLiteral("prepareLibrary"), mount.prepareLibrary().toEncoded()},
+        {QStringLiteral("countFiles"), mount.countFiles().toEncoded()}};
+    QString prefix = mount.path(QString()).toEncoded();
+    prefix.chop(1);
+    return {
+        {QStringLiteral("prefix"), prefix},
+        {QStringLiteral("title"), mount.title},
+        {QStringLiteral("kind"), QStringLiteral("files")},
+        {QStringLiteral("contextMenu"), mount.contextMenu().toEncoded()},
+        {QStringLiteral("services"), services}};
+}
+
+QVariantHash description(const Limits& limits)
+{
+    return {
+        {QStringLiteral("values"), limits.values},
+        {QStringLiteral("items"), limits.items},
+        {QStringLiteral("open"), limits.openPaths},
+        {QStringLiteral("message"), limits.message}};
+}
+
+} // namespace
+
+const QStringList& entryRoles()
+{
+    static const QStringList roles = {
+        TavoRoles::Path(),  TavoRoles::Title(),     TavoRoles::Type(),     TavoRoles::ContainerPlayable(),
+        TavoRoles::Flags(), TavoRoles::MediaData(), TavoRoles::Timestamp()};
+    return roles;
+}
+
+QVariant Content::Page::toVariant() const
+{
+    QVariantHash fields{{QStringLiteral("count"), count}, {QStringLiteral("rows"), rows}};
+    if (version)
+        fields.insert(QStringLiteral("version"), *version);
+    if (title)
+        fields.insert(QStringLiteral("title"), *title);
+    if (containerType)
+        fields.insert(QStringLiteral("containerType"), *containerType);
+    return fields;
+}
+
+Content::Content(ContentHost& host, Reach reach, const Limits& limits) : m_host(&host), m_reach(reach), m_limits(limits)
+{
+}
+
+QVariantHash Content::describe() const
+{
+    constexpr int protocol = 1;
+    QVariantList roots;
+    for (const SharedMount& mount : m_host->mounts())
+        roots.append(description(*mount));
+    return {
+        {QStringLiteral("protocol"), protocol},
+        {QStringLiteral("version"), QStringLiteral(TAVO_VERSION)},
+        {QStringLiteral("roots"), roots},
+        {QStringLiteral("roles"), CMAllRoles()},
+        {QStringLiteral("limits"), description(m_limits)}};
+}
+
+Content::RowsQuery Content::cut(RowsQuery query) const
+{
+    const int rows = std::max(1, m_limits.values / std::max(1, query.roles.size()));
+    if (query.first <= std::numeric_limits<int>::max() - rows)
+        query.last = std::min(query.last, query.first + rows - 1);
+    return query;
+}
+
+Result<Content::Page> Content::rows(const RowsQuery& query) const
+{
+    if (const Result<void> valid = check(query); !valid)
+        return valid.failure();
+    if (query.path == CMPath())
+        return rowsOfRoot(cut(query));
+    const SharedMount mount = m_host->mountAt(query.path.prefix());
+    if (!mount)
+        return shown(Failures::invalidPath(query.path), query.path);
+    Result<Page> page = rowsOf(mount, cut(query));
+    if (!page)
+        return shown(page.failure(), query.path);
+    return page;
+}
+
+Result<Content::Page> Content::rowsOfRoot(const RowsQuery& query) const
+{
+    const CMGetRowsRequest request(query.path, query.first, query.last, query.version, query.roles);
+    if (const Result<void> asked = ask(request); !asked)
+        return shown(asked.failure(), query.path);
+    return pageOf(request.reply().value());
+}
+
+Result<Content::Page> Content::rowsOf(const SharedMount& mount, const RowsQuery& query) const
+{
+    const bool isMenu = query.path.startsWith(mount->contextMenu());
+    if (const Result<void> access = isMenu ? Result<void>() : checkAccess(*mount, query.path.base()); !access)
+        return access.failure();
+    const CMGetRowsRequest request(query.path, query.first, query.last, query.version, query.roles);
+    if (const Result<void> asked = ask(request); !asked)
+        return asked.failure();
+    Page page = pageOf(request.reply().value());
+    if (const int error = page.count == 0 ? readError(mount->localPath(query.path.base())) : 0; error != 0)
+        return Failures::unreadable(query.path, error);
+    page.rows = shown(mount, page.rows).toList();
+    return page;
+}
+
+Result<QVariantList> Content::data(const CMPath& path, const QStringList& roles) const
+{
+    const SharedMount mount = m_host->mountAt(path.prefix());
+    if (!mount)
+        return shown(Failures::invalidPath(path), path);
+    if (const Result<void> access = checkAccess(*mount, path.base()); !access)
+        return shown(access.failure(), path);
+    const CMGetDataRequest request(path, roles);
+    if (const Result<void> asked = ask(request); !asked)
+        return shown(asked.failure(), path);
+    return shown(mount, request.reply().value()).toList();
+}
+
+Result<QVariant> Content::set(const CMPath& service, const QVariant& value) const
+{
+    const SharedMount mount = m_host->mountAt(service.prefix());
+    if (!mount)
+        return shown(Failures::invalidPath(service), service);
+    if (const Result<void> valid = checkValue(mount, service, value); !valid)
+        return shown(valid.failure(), service);
+    const CMSetDataRequest request(service, value);
+    if (const Result<void> asked = ask(request); !asked)
+        return shown(asked.failure(), service);
+    if (const Result<void> complete = checkContext(); !complete)
+        return complete.failure();
+    return shown(mount, request.reply().value());
+}
+
+bool Content::isWalk(const CMPath& service) const
+{
+    const SharedMount mount = m_host->mountAt(service.prefix());
+    return mount && mount->isWalk(service);
+}
+
+Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles) const
+{
+    const SharedMount mount = m_host->mountAt(item.prefix());
+    if (!mount)
+        return shown(Failures::invalidPath(item), item);
+    RowsQuery query;
+    query.path = mount->path(mount->contextMenu().base() + QLatin1Char('/') + item.toEncoded());
+    query.roles = roles;
+    return rows(query);
+}
+
+Result<void> Content::checkAccess(const Mount& mount, const QString& base) const
+{
+    const bool isServed =
+        m_reach == Reach::Network ? isPublic(mount.rootDirectory, base) : isConfined(mount.rootDirectory, base);
+    if (isServed)
+        return {};
+    return Failures::accessViolation(base, mount.rootDirectory);
+}
+
+Result<void> Content::checkValue(const SharedMount& mount, const CMPath& service, const QVariant& value) const
+{
+    if (service == mount->countFiles())
+        return checkAccess(*mount, value.toString());
+    QStringList texts;
+    collectTexts(value, texts);
+    const bool isPreparation = mount->isWalk(service);
+    if (isPreparation && texts.size() > m_limits.items)
+        return Failure::wrongUse(QStringLiteral("there are more than %1 paths").arg(m_limits.items));
+    for (const QString& text : qAsConst(texts)) {
+        const CMPath path = CMPath::fromEncoded(text);
+        // A preparing worker takes every path for its own, whatever the prefix.
+        const SharedMount owner = isPreparation ? mount : m_host->mountAt(path.prefix());
+        if (const Result<void> access = owner ? checkAccess(*owner, path.base()) : Result<void>(); !access)
+            return access;
+    }
+    return {};
+}
+
+Result<void> Content::ask(const CMRequest& request) const
+{
+    try {
+        CMRoot()->request(request);
+    } catch (const std::exception& exception) {
+        return Failures::internal(QString::fromLocal8Bit(exception.what()));
+    } catch (...) {
+        return Failures::internal(QStringLiteral("unknown exception"));
+    }
+    const CMVoidReply reply = request.voidReply();
+    if (reply.isError())
+        return Failures::refused(reply.error());
+    // A worker answers before it returns, or never.
+    if (!reply.isFinished())
+        return Failures::unanswered(request.path());
+    return {};
+}
+
+Failure Content::shown(Failure failure, const CMPath& path) const
+{
+    if (m_reach == Reach::Network && failure.kind == Failure::Kind::Refused)
+        failure.message = QStringLiteral("'%1' is refused: %2").arg(path.toEncoded(), failure.name);
+    return failure;
+}
+
+QVariant Content::shown(const SharedMount& mount, QVariant value) const
+{
+    return m_reach == Reach::Network ? withNetworkNames(*mount, std::move(value)) : value;
+}

@@ -1,0 +1,146 @@
+#include "content/contenthost.h"
+
+#include "content/servedroot.h"
+#include "content/workermodule.h"
+#include "exec/workerthread.h"
+
+#include <model/cmroot.h>
+#include <tavo/tavokeys.h>
+
+#include <QRegularExpression>
+#include <QSet>
+
+#include <algorithm>
+
+namespace {
+
+bool isValidId(const QString& id)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
+    return pattern.match(id).hasMatch();
+}
+
+bool isReservedId(const QString& id)
+{
+    return id == QLatin1String("playlist") || id == QLatin1String("settings");
+}
+
+Result<void> checkRoots(const std::vector<RootSettings>& roots)
+{
+    QSet<QString> ids;
+    for (const RootSettings& root : roots) {
+        if (root.directory.isEmpty())
+            return Failure::wrongUse(QStringLiteral("a root directory has an empty name: --root ''"));
+        if (!isValidId(root.id) || isReservedId(root.id))
+            return Failure::wrongUse(QStringLiteral("'%1' cannot be a root's id").arg(root.id));
+        if (ids.contains(root.id))
+            return Failure::wrongUse(
+                QStringLiteral("two roots have the id '%1'; give them ids of their own: --root ID=DIR").arg(root.id));
+        ids.insert(root.id);
+    }
+    return {};
+}
+
+} // namespace
+
+Result<std::unique_ptr<ContentHost>> ContentHost::start(const HostSettings& settings)
+{
+    if (const Result<void> valid = checkRoots(settings.roots); !valid)
+        return valid.failure();
+    Result<WorkerModule> module = WorkerModule::load(settings.moduleFile);
+    if (!module)
+        return module.failure();
+    std::unique_ptr<ContentHost> host(new ContentHost(std::move(module.value())));
+    for (const RootSettings& root : settings.roots)
+        host->m_rootIds.append(root.id);
+    Result<void> started;
+    host->m_workerThread->run([&] { started = host->startRoots(settings); });
+    if (!started)
+        return started.failure();
+    return host;
+}
+
+ContentHost::ContentHost(WorkerModule module)
+    : m_workerThread(std::make_unique<WorkerThread>()), m_module(std::make_unique<WorkerModule>(std::move(module)))
+{
+    CMRootWorker::instance().moveToThread(m_workerThread->thread());
+}
+
+ContentHost::~ContentHost()
+{
+    QThread* const home = QThread::currentThread();
+    m_workerThread->run([this, home] {
+        m_roots.clear();
+        CMRootWorker::instance().moveToThread(home);
+    });
+}
+
+Result<void> ContentHost::startRoots(const HostSettings& settings)
+{
+    // Workers read it once, when they are made.
+    if (settings.albumArtWidth)
+        CMRootWorker::instance().setSetting(
+            TavoMusicLibraryAlbumArtWidth(), TavoValue::fromI32(*settings.albumArtWidth));
+    for (const RootSettings& root : settings.roots) {
+        const int position = static_cast<int>(m_roots.size());
+        m_roots.push_back(
+            std::make_unique<ServedRoot>(root, settings, *m_module, position, [this] { publishMounts(); }));
+        if (const Result<void> checked = m_roots.back()->check(); !checked)
+            return checked;
+    }
+    return {};
+}
+
+void ContentHost::publishMounts()
+{
+    std::vector<SharedMount> mounts;
+    for (const auto& root : m_roots) {
+        if (root->mount())
+            mounts.push_back(root->mount());
+    }
+    const std::lock_guard lock(m_mutex);
+    m_mounts = std::move(mounts);
+}
+
+std::vector<ContentHost::SharedMount> ContentHost::mounts() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_mounts;
+}
+
+QStringList ContentHost::problems() const
+{
+    QStringList problems;
+    m_workerThread->run([&] {
+        for (const auto& root : m_roots)
+            problems.append(root->problem());
+    });
+    problems.removeAll(QString());
+    return problems;
+}
+
+void ContentHost::warnOfProblems()
+{
+    m_workerThread->run([this] {
+        for (const auto& root : m_roots)
+            root->warn();
+    });
+}
+
+ContentHost::SharedMount ContentHost::mountAt(const QString& prefix) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto mount = std::find_if(
+        m_mounts.cbegin(), m_mounts.cend(), [&prefix](const SharedMount& known) { return known->prefix == prefix; });
+    return mount == m_mounts.cend() ? nullptr : *mount;
+}
+
+CMSubscribe* ContentHost::subscribeOf(const QString& prefix) const
+{
+    if (prefix.isEmpty())
+        return CMRootWorker::instance().subscribe();
+    const auto root = std::find_if(m_roots.cbegin(), m_roots.cend(), [&prefix](const auto& candidate) {
+        return candidate->mount() && candidate->mount()->prefix == prefix;
+    });
+    return root == m_roots.cend() ? nullptr : (*root)->worker()->subscribe();
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "content/mount.h"
+#include "content/result.h"
+
+#include <QStringList>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+class CMSubscribe;
+class ServedRoot;
+class WorkerModule;
+class WorkerThread;
+
+struct RootSettings
+{
+    /// The service id: the prefix of its paths.
+    QString id;
+    QString directory;
+    /// Empty: the directory's name.
+    QString title = {};
+};
+
+struct HostSettings
+{
+    QString moduleFile;
+    /// In the order in which clients see them.
+    std::vector<RootSettings> roots;
+    /// Wildcard patterns of playable names.
+    QStringList filter;
+    /// Pixels; none: the platform's default.
+    std::optional<int> albumArtWidth = {};
+    /// Between two looks at the opened directories and at the roots; 0: never looks.
+    std::chrono::milliseconds sweepInterval = std::chrono::seconds(5);
+};
+
+/// What all clients share: a worker for each root, mounted at the root worker.
+///
+/// A root whose directory is missing, or disappears, has no worker until its directory is back; a warning names it.
+/// All workers live in one thread of the host's. Functions may be called from any thread unless they say otherwise.
+class ContentHost
+{
+public:
+    using SharedMount = std::shared_ptr<const Mount>;
+
+    /// Fails if a root has no directory's name or no id of its own, or if the module makes no worker.
+    static Result<std::unique_ptr<ContentHost>> start(const HostSettings& settings);
+    /// Call when no request is under way.
+    ~ContentHost();
+    Q_DISABLE_COPY_MOVE(ContentHost)
+
+    /// The roots that are there, in their order.
+    [[nodiscard]] std::vector<SharedMount> mounts() const;
+    /// Null if no root that is there has the prefix.
+    [[nodiscard]] SharedMount mountAt(const QString& prefix) const;
+
+    /// Of all roots, those too that are not there, in their order.
+    [[nodiscard]] const QStringList& rootIds() const { return m_rootIds; }
+
+    /// Why roots are not there.
+    [[nodiscard]] QStringList problems() const;
+    /// Logs a warning for each root that is not there. Later ones are logged when they disappear.
+    void warnOfProblems();
+
+    [[nodiscard]] WorkerThread& workerThread() const { return *m_workerThread; }
+    /// The subscriptions of the worker with the prefix; the empty prefix is the root worker's. Null if there is no such
+    /// worker. In the worker thread only.
+    [[nodiscard]] CMSubscribe* subscribeOf(const QString& prefix) const;
+
+private:
+    explicit ContentHost(WorkerModule module);
+
+    /// In the worker thread, as the functions below.
+    [[nodiscard]] Result<void> startRoots(const HostSettings& settings);
+    void publishMounts();
+
+    std::unique_ptr<WorkerThread> m_workerThread;
+    std::unique_ptr<const WorkerModule> m_module;
+    QStringList m_rootIds;
+    std::vector<std::unique_ptr<ServedRoot>> m_roots;
+
+    /// Guards the mounts.
+    mutable std::mutex m_mutex;
+    std::vector<SharedMount> m_mounts;
+};

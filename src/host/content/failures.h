@@ -1,0 +1,30 @@
+#pragma once
+
+#include "content/result.h"
+
+class CMError;
+class CMPath;
+
+/// The host's refusals, in the form that a worker's have.
+namespace Failures {
+
+[[nodiscard]] Failure refused(const CMError& error);
+[[nodiscard]] Failure invalidPath(const CMPath& path);
+[[nodiscard]] Failure notOpen(const CMPath& path);
+/// `base` leads out of the directory.
+[[nodiscard]] Failure accessViolation(const QString& base, const QString& directory);
+[[nodiscard]] Failure noReadPermission(const QString& base);
+/// `errorNumber`: errno's.
+[[nodiscard]] Failure unreadable(const CMPath& path, int errorNumber);
+/// A client may not have more than `limit` paths open.
+[[nodiscard]] Failure tooManyOpen(int limit);
+[[nodiscard]] Failure unanswered(const CMPath& path);
+[[nodiscard]] Failure cancelled();
+[[nodiscard]] Failure timedOut();
+[[nodiscard]] Failure stopping();
+[[nodiscard]] Failure tooLarge();
+[[nodiscard]] Failure busy();
+/// `reason`: an exception's text.
+[[nodiscard]] Failure internal(const QString& reason);
+
+} // namespace Failures

@@ -1,0 +1,38 @@
+#include "content/mount.h"
+
+#include <tavo/tavokeys.h>
+
+#include <QFile>
+
+CMPath Mount::contextMenu() const
+{
+    return path(TavoContextMenuPath());
+}
+
+CMPath Mount::preparePlaylist() const
+{
+    return path(TavoPlayListPrepareItems());
+}
+
+CMPath Mount::prepareLibrary() const
+{
+    return path(TavoMusicLibraryPrepareItems());
+}
+
+CMPath Mount::countFiles() const
+{
+    return path(TavoFilesystemCountFilesPathSuffix());
+}
+
+bool Mount::isWalk(const CMPath& service) const
+{
+    return service == preparePlaylist() || service == prepareLibrary() || service == countFiles();
+}
+
+QByteArray Mount::localPath(const QString& base) const
+{
+    constexpr QLatin1Char slash('/');
+    if (base.startsWith(slash))
+        return QFile::encodeName(base);
+    return QFile::encodeName(base.isEmpty() ? rootDirectory : rootDirectory + slash + base);
+}

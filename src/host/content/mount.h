@@ -1,0 +1,28 @@
+#pragma once
+
+#include <model/cmpath.h>
+
+#include <QByteArray>
+
+/// A directory tree that the host serves, as clients see it. A value that stays valid when its worker has gone.
+struct Mount
+{
+    /// Of all its paths.
+    QString prefix;
+    /// For people.
+    QString title;
+    /// Canonical.
+    QString rootDirectory;
+
+    [[nodiscard]] CMPath path(const QString& base) const { return {prefix, base}; }
+    /// Paths at and below it name context menus, not directories.
+    [[nodiscard]] CMPath contextMenu() const;
+    [[nodiscard]] CMPath preparePlaylist() const;
+    [[nodiscard]] CMPath prepareLibrary() const;
+    [[nodiscard]] CMPath countFiles() const;
+
+    /// Whether the path names a service that may walk the whole tree.
+    [[nodiscard]] bool isWalk(const CMPath& service) const;
+    /// The file or directory that the base stands for, as the system's calls take it.
+    [[nodiscard]] QByteArray localPath(const QString& base) const;
+};

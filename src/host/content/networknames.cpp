@@ -1,0 +1,81 @@
+#include "content/networknames.h"
+
+#include <QFile>
+#include <QUrl>
+
+namespace {
+
+const QLatin1String uriKey("uri");
+const QLatin1String resourcesKey("resources");
+const QLatin1String metaDataKey("metaData");
+const QLatin1String albumArtKey("albumArt");
+const QLatin1String dataKey("data");
+
+/// The encoded path of the file below the mount's root that the URI names; empty if it names none.
+QString encodedPath(const Mount& mount, const QString& uri)
+{
+    const QUrl url = QUrl::fromEncoded(uri.toLatin1());
+    const QString root = mount.rootDirectory.endsWith(u'/') ? mount.rootDirectory : mount.rootDirectory + u'/';
+    const QString file = url.isLocalFile() ? url.toLocalFile() : QString();
+    return file.startsWith(root) ? mount.path(file.mid(root.size())).toEncoded() : QString();
+}
+
+QVariant withoutPicture(const QVariant& metaData, const QString& path)
+{
+    QVariantHash fields = metaData.toHash();
+    const auto albumArt = fields.find(albumArtKey);
+    if (albumArt == fields.end())
+        return fields;
+    QVariantHash art = albumArt->toHash();
+    art.remove(dataKey);
+    if (!path.isEmpty())
+        art.insert(uriKey, QString(QStringLiteral("cover") + path));
+    *albumArt = art;
+    return fields;
+}
+
+QVariantHash networkResource(const Mount& mount, QVariantHash resource)
+{
+    const QString path = encodedPath(mount, resource.value(uriKey).toString());
+    if (path.isEmpty())
+        resource.remove(uriKey);
+    else
+        resource.insert(uriKey, QString(QStringLiteral("media") + path));
+    return resource;
+}
+
+QVariant networkMedia(const Mount& mount, QVariantHash media)
+{
+    const QVariantList resources = media.value(resourcesKey).toList();
+    const QString path = encodedPath(mount, resources.value(0).toHash().value(uriKey).toString());
+    QVariantList shown;
+    for (const QVariant& resource : resources)
+        shown.append(networkResource(mount, resource.toHash()));
+    media.insert(resourcesKey, shown);
+    if (media.contains(metaDataKey))
+        media.insert(metaDataKey, withoutPicture(media.value(metaDataKey), path));
+    return media;
+}
+
+QVariant networkFields(const Mount& mount, QVariantHash fields)
+{
+    for (QVariant& field : fields)
+        field = withNetworkNames(mount, field);
+    return fields;
+}
+
+} // namespace
+
+QVariant withNetworkNames(const Mount& mount, const QVariant& value)
+{
+    if (value.userType() == QMetaType::QVariantList) {
+        QVariantList elements = value.toList();
+        for (QVariant& element : elements)
+            element = withNetworkNames(mount, element);
+        return elements;
+    }
+    if (value.userType() != QMetaType::QVariantHash)
+        return value;
+    const QVariantHash fields = value.toHash();
+    return fields.contains(resourcesKey) ? networkMedia(mount, fields) : networkFields(mount, fields);
+}

@@ -1,0 +1,9 @@
+#pragma once
+
+#include "content/mount.h"
+
+#include <QVariant>
+
+/// The value of an answer without paths of the local file system, at any depth: a `uri` below the mount's root becomes
+/// `media/PREFIX/BASE`, any other `file:` URI goes, and the picture of an `albumArt` becomes the `uri` of the cover.
+[[nodiscard]] QVariant withNetworkNames(const Mount& mount, const QVariant& value);

@@ -1,0 +1,120 @@
+#include "content/servedroot.h"
+
+#include "content/workermodule.h"
+#include "liveness/healer.h"
+
+#include <log/dbglog.h>
+#include <model/cmroot.h>
+#include <tavo/tavokeys.h>
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
+    return instance;
+}
+
+#define LOG(level, pieces)                                                                                             \
+    DBGLOG(                                                                                                            \
+        logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/content/servedroot", __LINE__, __func__}),       \
+        pieces)
+
+/// The canonical path of the directory, or why there is none.
+Result<QString> canonicalDirectory(const QString& directory)
+{
+    const QFileInfo info(directory);
+    if (!info.exists())
+        return Failure::wrongUse(QStringLiteral("the root directory %1 does not exist").arg(directory));
+    if (!info.isDir())
+        return Failure::wrongUse(QStringLiteral("the root %1 is not a directory").arg(directory));
+    return info.canonicalFilePath();
+}
+
+QString nameOf(const QString& directory)
+{
+    const QString name = QDir(directory).dirName();
+    return name.isEmpty() ? directory : name;
+}
+
+} // namespace
+
+ServedRoot::ServedRoot(
+    RootSettings root, const HostSettings& settings, const WorkerModule& module, int position, ChangeHandler changed)
+    : m_root(std::move(root)), m_filter(settings.filter), m_sweepInterval(settings.sweepInterval), m_module(module),
+      m_position(position), m_changed(std::move(changed))
+{
+    QObject::connect(&m_timer, &QTimer::timeout, [this] {
+        static_cast<void>(check());
+        warn();
+    });
+    if (m_sweepInterval.count() > 0)
+        m_timer.start(m_sweepInterval);
+}
+
+ServedRoot::~ServedRoot()
+{
+    m_healer.reset();
+    if (m_worker)
+        CMRootWorker::instance().unmount(m_worker.get());
+    // The worker, which may still have unmounted() queued, goes before anything else.
+    m_worker.reset();
+}
+
+Result<void> ServedRoot::check()
+{
+    if (m_isLeaving)
+        return {};
+    const Result<QString> directory = canonicalDirectory(m_root.directory);
+    if (directory && !m_mount)
+        return mount(directory.value());
+    if (!directory && m_mount)
+        unmount();
+    m_problem = directory ? QString() : directory.failure().message;
+    return {};
+}
+
+Result<void> ServedRoot::mount(const QString& directory)
+{
+    const QVariantHash configuration = {
+        {TavoService_Id(), m_root.id}, {TavoFilesystem_Path(), directory}, {TavoFilesystem_Filter(), m_filter}};
+    Result<std::unique_ptr<CMWorker>> worker = m_module.createWorker(configuration);
+    if (!worker)
+        return worker.failure();
+    const QString title = m_root.title.isEmpty() ? nameOf(directory) : m_root.title;
+    if (!CMRootWorker::instance().mount(worker.value().get(), title, m_position))
+        return Failure::wrongUse(QStringLiteral("the root id '%1' is taken").arg(m_root.id));
+    m_worker = std::move(worker.value());
+    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory});
+    const auto localPath = [mount = m_mount](const CMPath& path) { return mount->localPath(path.base()); };
+    m_healer = std::make_unique<Healer>(*m_worker, localPath, m_sweepInterval);
+    if (m_hasWarned)
+        LOG(WARN, "the root " << m_root.directory << " is back");
+    m_hasWarned = false;
+    m_problem.clear();
+    m_changed();
+    return {};
+}
+
+void ServedRoot::unmount()
+{
+    m_mount.reset();
+    m_healer.reset();
+    m_changed();
+    m_isLeaving = true;
+    CMRootWorker::instance().unmount(m_worker.get(), [this] {
+        m_worker.reset();
+        m_isLeaving = false;
+    });
+}
+
+void ServedRoot::warn()
+{
+    if (m_problem.isEmpty() || m_hasWarned)
+        return;
+    LOG(WARN, m_problem << "; it is served as soon as it is there");
+    m_hasWarned = true;
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "content/contenthost.h"
+
+#include <model/cmworker.h>
+
+#include <QTimer>
+
+class Healer;
+
+/// Keeps the worker of one root mounted as long as its directory is there. Lives in the worker thread.
+class ServedRoot
+{
+public:
+    using ChangeHandler = std::function<void()>;
+
+    /// `changed` is called when the root was mounted or unmounted. Module and settings must outlive it.
+    ServedRoot(
+        RootSettings root, const HostSettings& settings, const WorkerModule& module, int position,
+        ChangeHandler changed);
+    ~ServedRoot();
+    Q_DISABLE_COPY_MOVE(ServedRoot)
+
+    /// Mounts the root if its directory is there, and unmounts it if not. Fails if the module makes no worker.
+    [[nodiscard]] Result<void> check();
+
+    /// Why the root is not mounted; empty if it is.
+    [[nodiscard]] const QString& problem() const { return m_problem; }
+    /// Logs the problem, if there is one, once.
+    void warn();
+
+    /// Null while the root is not mounted.
+    [[nodiscard]] const ContentHost::SharedMount& mount() const { return m_mount; }
+    [[nodiscard]] CMWorker* worker() const { return m_worker.get(); }
+
+private:
+    [[nodiscard]] Result<void> mount(const QString& directory);
+    void unmount();
+
+    const RootSettings m_root;
+    const QStringList m_filter;
+    const std::chrono::milliseconds m_sweepInterval;
+    const WorkerModule& m_module;
+    const int m_position;
+    const ChangeHandler m_changed;
+
+    QTimer m_timer;
+    /// Also while requests to the unmounted worker are still under way.
+    std::unique_ptr<CMWorker> m_worker;
+    std::unique_ptr<Healer> m_healer;
+    ContentHost::SharedMount m_mount;
+    /// The worker is unmounted but still in use.
+    bool m_isLeaving = false;
+    QString m_problem;
+    bool m_hasWarned = false;
+};

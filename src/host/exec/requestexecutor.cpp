@@ -1,0 +1,390 @@
+#include "exec/requestexecutor.h"
+
+#include <model/cmrequestcontext.h>
+
+#include <algorithm>
+#include <array>
+#include <condition_variable>
+#include <deque>
+#include <list>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Lane = RequestExecutor::Lane;
+using Refusal = RequestExecutor::Refusal;
+
+std::size_t indexOf(Lane lane)
+{
+    return static_cast<std::size_t>(lane);
+}
+
+/// A job on its way through the executor.
+struct Ticket
+{
+    RequestExecutor::Job job;
+    std::weak_ptr<RequestExecutor::Client> client;
+    Clock::time_point deadline;
+    bool isRunning = false;
+    bool isTimedOut = false;
+};
+
+using TicketList = std::list<Ticket>;
+
+} // namespace
+
+/// Guarded by the executor's mutex.
+class RequestExecutor::Client
+{
+public:
+    using Waiting = std::deque<TicketList::iterator>;
+
+    std::array<Waiting, laneCount> waiting;
+    /// Whether the client stands in the lane's ring.
+    std::array<bool, laneCount> isQueued = {};
+    std::array<int, laneCount> running = {};
+    bool isPaused = false;
+    bool isRemoved = false;
+
+    [[nodiscard]] int runningInAll() const { return running[0] + running[1] + running[2]; }
+};
+
+class RequestExecutor::State : public std::enable_shared_from_this<State>
+{
+public:
+    explicit State(const Settings& settings) : m_settings(settings) {}
+
+    void start();
+    void submit(const std::shared_ptr<Client>& client, Job job);
+    [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
+    void setPaused(Client& client, bool paused, const std::shared_ptr<Client>& shared);
+    void removeClient(Client& client);
+    [[nodiscard]] bool stop(std::chrono::milliseconds patience);
+    void join();
+
+private:
+    void work(Lane lane);
+    void watchDeadlines();
+    [[nodiscard]] std::optional<TicketList::iterator> takeNext(Lane lane);
+    void run(TicketList::iterator ticket);
+
+    [[nodiscard]] bool mayBegin(const Client& client, Lane lane) const;
+    [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Job job);
+    void beginLocked(Client& client, TicketList::iterator ticket);
+    void queueLocked(const std::shared_ptr<Client>& client);
+    void release(const std::shared_ptr<Client>& client, Lane lane);
+    [[nodiscard]] Slot slotFor(TicketList::iterator ticket);
+    /// The refusals to be called without the lock.
+    [[nodiscard]] std::vector<std::function<void(Refusal)>> takeWaitingLocked();
+    [[nodiscard]] std::vector<std::function<void()>> takeOverdueLocked();
+    [[nodiscard]] std::function<void()> giveUpLocked(TicketList::iterator ticket);
+    void dropWaitingLocked(TicketList::iterator ticket);
+
+    const Settings m_settings;
+
+    std::mutex m_mutex;
+    std::array<std::condition_variable, laneCount> m_hasWork;
+    std::condition_variable m_hasEnded;
+    /// Clients with a job that may begin, in the order of their turns.
+    std::array<std::deque<std::shared_ptr<Client>>, laneCount> m_rings;
+    /// All jobs, the oldest first.
+    TicketList m_tickets;
+    int m_waiting = 0;
+    int m_runningFunctions = 0;
+    bool m_isStopping = false;
+    std::vector<std::thread> m_threads;
+};
+
+void RequestExecutor::State::start()
+{
+    const std::array<std::pair<Lane, int>, laneCount> lanes = {
+        {{Lane::Quick, m_settings.quickThreads},
+         {Lane::LongPage, m_settings.longPageThreads},
+         {Lane::Walk, m_settings.walkThreads}}};
+    for (const auto& [lane, count] : lanes) {
+        for (int i = 0; i < count; ++i)
+            m_threads.emplace_back([state = shared_from_this(), lane = lane] { state->work(lane); });
+    }
+    m_threads.emplace_back([state = shared_from_this()] { state->watchDeadlines(); });
+}
+
+bool RequestExecutor::State::mayBegin(const Client& client, Lane lane) const
+{
+    const bool hasSlot = client.runningInAll() < m_settings.runningPerClient &&
+                         (lane != Lane::Walk || client.running[indexOf(lane)] < m_settings.walksPerClient);
+    return hasSlot && !client.isPaused && !client.isRemoved;
+}
+
+TicketList::iterator RequestExecutor::State::addLocked(const std::shared_ptr<Client>& client, Job job)
+{
+    m_tickets.push_back({std::move(job), client, Clock::now() + m_settings.timeLimit});
+    return std::prev(m_tickets.end());
+}
+
+void RequestExecutor::State::beginLocked(Client& client, TicketList::iterator ticket)
+{
+    ticket->isRunning = true;
+    ticket->deadline = Clock::now() + m_settings.timeLimit;
+    ++client.running[indexOf(ticket->job.lane)];
+    ++m_runningFunctions;
+}
+
+void RequestExecutor::State::submit(const std::shared_ptr<Client>& client, Job job)
+{
+    std::unique_lock lock(m_mutex);
+    if (client->isRemoved)
+        return;
+    if (m_isStopping || m_waiting >= m_settings.waiting) {
+        const Refusal refusal = m_isStopping ? Refusal::Stopping : Refusal::Busy;
+        lock.unlock();
+        return job.refuse(refusal);
+    }
+    const Lane lane = job.lane;
+    client->waiting[indexOf(lane)].push_back(addLocked(client, std::move(job)));
+    ++m_waiting;
+    queueLocked(client);
+}
+
+std::function<void()> RequestExecutor::State::submitOrTake(const std::shared_ptr<Client>& client, Job job)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        const Lane lane = job.lane;
+        if (lane != Lane::Walk && !m_isStopping && client->waiting[indexOf(lane)].empty() && mayBegin(*client, lane)) {
+            const TicketList::iterator ticket = addLocked(client, std::move(job));
+            beginLocked(*client, ticket);
+            return [state = shared_from_this(), ticket] { state->run(ticket); };
+        }
+    }
+    submit(client, std::move(job));
+    return {};
+}
+
+/// Puts the client into the rings of the lanes in which it may begin a job.
+void RequestExecutor::State::queueLocked(const std::shared_ptr<Client>& client)
+{
+    for (std::size_t lane = 0; lane < laneCount; ++lane) {
+        if (client->isQueued[lane] || client->waiting[lane].empty() || !mayBegin(*client, static_cast<Lane>(lane)))
+            continue;
+        client->isQueued[lane] = true;
+        m_rings[lane].push_back(client);
+        m_hasWork[lane].notify_one();
+    }
+}
+
+std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane)
+{
+    auto& ring = m_rings[indexOf(lane)];
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_hasWork[indexOf(lane)].wait(lock, [&] { return m_isStopping || !ring.empty(); });
+        if (m_isStopping)
+            return std::nullopt;
+        const std::shared_ptr<Client> client = std::move(ring.front());
+        ring.pop_front();
+        client->isQueued[indexOf(lane)] = false;
+        Client::Waiting& waiting = client->waiting[indexOf(lane)];
+        if (waiting.empty() || !mayBegin(*client, lane))
+            continue;
+        const TicketList::iterator ticket = waiting.front();
+        waiting.pop_front();
+        --m_waiting;
+        beginLocked(*client, ticket);
+        queueLocked(client);
+        return ticket;
+    }
+}
+
+void RequestExecutor::State::work(Lane lane)
+{
+    while (const std::optional<TicketList::iterator> ticket = takeNext(lane))
+        run(*ticket);
+}
+
+void RequestExecutor::State::run(TicketList::iterator ticket)
+{
+    {
+        const CMRequestContext::Scope scope(*ticket->job.context);
+        ticket->job.run(slotFor(ticket));
+    }
+    // What the functions hold is destroyed without the lock.
+    TicketList ended;
+    {
+        const std::lock_guard lock(m_mutex);
+        ended.splice(ended.begin(), m_tickets, ticket);
+        --m_runningFunctions;
+    }
+    m_hasEnded.notify_all();
+}
+
+RequestExecutor::Slot RequestExecutor::State::slotFor(TicketList::iterator ticket)
+{
+    const auto release = [state = shared_from_this(), client = ticket->client.lock(), lane = ticket->job.lane](void*) {
+        if (client)
+            state->release(client, lane);
+    };
+    return {nullptr, release};
+}
+
+void RequestExecutor::State::release(const std::shared_ptr<Client>& client, Lane lane)
+{
+    const std::lock_guard lock(m_mutex);
+    --client->running[indexOf(lane)];
+    queueLocked(client);
+}
+
+void RequestExecutor::State::setPaused(Client& client, bool paused, const std::shared_ptr<Client>& shared)
+{
+    const std::lock_guard lock(m_mutex);
+    client.isPaused = paused;
+    if (!paused)
+        queueLocked(shared);
+}
+
+void RequestExecutor::State::dropWaitingLocked(TicketList::iterator ticket)
+{
+    --m_waiting;
+    const std::shared_ptr<Client> client = ticket->client.lock();
+    if (!client)
+        return;
+    Client::Waiting& waiting = client->waiting[indexOf(ticket->job.lane)];
+    waiting.erase(std::remove(waiting.begin(), waiting.end(), ticket), waiting.end());
+}
+
+void RequestExecutor::State::removeClient(Client& client)
+{
+    TicketList dropped;
+    const std::lock_guard lock(m_mutex);
+    client.isRemoved = true;
+    for (Client::Waiting& waiting : client.waiting) {
+        m_waiting -= static_cast<int>(waiting.size());
+        for (const TicketList::iterator ticket : waiting)
+            dropped.splice(dropped.end(), m_tickets, ticket);
+        waiting.clear();
+    }
+    for (const Ticket& ticket : m_tickets) {
+        if (ticket.client.lock().get() == &client)
+            ticket.job.context->cancel();
+    }
+}
+
+std::vector<std::function<void(Refusal)>> RequestExecutor::State::takeWaitingLocked()
+{
+    std::vector<std::function<void(Refusal)>> refusals;
+    for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
+        const TicketList::iterator current = ticket++;
+        current->job.context->cancel();
+        if (current->isRunning)
+            continue;
+        refusals.push_back(std::move(current->job.refuse));
+        dropWaitingLocked(current);
+        m_tickets.erase(current);
+    }
+    return refusals;
+}
+
+bool RequestExecutor::State::stop(std::chrono::milliseconds patience)
+{
+    std::unique_lock lock(m_mutex);
+    m_isStopping = true;
+    const auto refusals = takeWaitingLocked();
+    for (std::condition_variable& hasWork : m_hasWork)
+        hasWork.notify_all();
+    m_hasEnded.notify_all();
+    lock.unlock();
+    for (const auto& refuse : refusals)
+        refuse(Refusal::Stopping);
+    lock.lock();
+    return m_hasEnded.wait_for(lock, patience, [this] { return m_runningFunctions == 0; });
+}
+
+std::function<void()> RequestExecutor::State::giveUpLocked(TicketList::iterator ticket)
+{
+    if (ticket->isRunning) {
+        ticket->isTimedOut = true;
+        ticket->job.context->cancel();
+        return [refuse = ticket->job.refuse] { refuse(Refusal::TimedOut); };
+    }
+    auto refuse = std::move(ticket->job.refuse);
+    dropWaitingLocked(ticket);
+    m_tickets.erase(ticket);
+    return [refuse = std::move(refuse)] { refuse(Refusal::Busy); };
+}
+
+std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
+{
+    std::vector<std::function<void()>> refusals;
+    const Clock::time_point now = Clock::now();
+    for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
+        const TicketList::iterator current = ticket++;
+        if (current->job.lane != Lane::Walk && !current->isTimedOut && current->deadline <= now)
+            refusals.push_back(giveUpLocked(current));
+    }
+    return refusals;
+}
+
+/// Looks now and then rather than at every deadline, which would wake a thread for each request.
+void RequestExecutor::State::watchDeadlines()
+{
+    std::unique_lock lock(m_mutex);
+    while (!m_hasEnded.wait_for(lock, m_settings.timeLimit / 4, [this] { return m_isStopping; })) {
+        const auto refusals = takeOverdueLocked();
+        lock.unlock();
+        for (const auto& refuse : refusals)
+            refuse();
+        lock.lock();
+    }
+}
+
+void RequestExecutor::State::join()
+{
+    for (std::thread& thread : m_threads)
+        thread.join();
+}
+
+RequestExecutor::RequestExecutor() : RequestExecutor(Settings()) {}
+
+RequestExecutor::RequestExecutor(const Settings& settings) : m_state(std::make_shared<State>(settings))
+{
+    m_state->start();
+}
+
+RequestExecutor::~RequestExecutor()
+{
+    static_cast<void>(m_state->stop(std::chrono::milliseconds::zero()));
+    m_state->join();
+}
+
+std::shared_ptr<RequestExecutor::Client> RequestExecutor::addClient()
+{
+    return std::make_shared<Client>();
+}
+
+void RequestExecutor::submit(const std::shared_ptr<Client>& client, Job job)
+{
+    m_state->submit(client, std::move(job));
+}
+
+std::function<void()> RequestExecutor::submitOrTake(const std::shared_ptr<Client>& client, Job job)
+{
+    return m_state->submitOrTake(client, std::move(job));
+}
+
+void RequestExecutor::setPaused(const std::shared_ptr<Client>& client, bool paused)
+{
+    m_state->setPaused(*client, paused, client);
+}
+
+void RequestExecutor::removeClient(const std::shared_ptr<Client>& client)
+{
+    m_state->removeClient(*client);
+}
+
+bool RequestExecutor::stop(std::chrono::milliseconds patience)
+{
+    return m_state->stop(patience);
+}

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class CMRequestContext;
+
+/// Runs the requests of all clients on a few threads.
+///
+/// Each lane has threads of its own, so that walks and long pages hold up nobody's quick requests. In a lane the
+/// clients take turns; the requests of one client begin in the order in which it submitted them. Thread-safe.
+class RequestExecutor
+{
+public:
+    enum class Lane {
+        /// Ends soon.
+        Quick,
+        /// Makes a long page of rows.
+        LongPage,
+        /// May walk a whole tree.
+        Walk
+    };
+    static constexpr int laneCount = 3;
+
+    /// Why a job does not run, or is given up.
+    enum class Refusal {
+        /// Too many jobs wait in the process, or this one has waited for too long.
+        Busy,
+        /// It has run for longer than its lane allows.
+        TimedOut,
+        /// The executor stops.
+        Stopping
+    };
+
+    /// Counts as running as long as it exists; a job may keep it beyond the end of its function.
+    using Slot = std::shared_ptr<void>;
+
+    /// Either `run` or `refuse` is called, once; but `refuse` also while `run` is still busy, after Refusal::TimedOut.
+    /// Neither may throw. `refuse` must not block.
+    struct Job
+    {
+        Lane lane = Lane::Quick;
+        /// Current in the thread that calls `run`; cancelled with the client and the executor. Not null.
+        std::shared_ptr<CMRequestContext> context;
+        std::function<void(const Slot&)> run;
+        std::function<void(Refusal)> refuse;
+    };
+
+    class Client;
+
+    struct Settings
+    {
+        int quickThreads = 4;
+        int longPageThreads = 2;
+        int walkThreads = 2;
+        /// Jobs of one client that run at a time, in all lanes together and in the walks' lane.
+        int runningPerClient = 4;
+        int walksPerClient = 2;
+        /// Jobs of all clients that wait.
+        int waiting = 10'000;
+        /// A job that is no walk is refused when it has waited, or run, for so long.
+        std::chrono::milliseconds timeLimit = std::chrono::minutes(1);
+    };
+
+    RequestExecutor();
+    explicit RequestExecutor(const Settings& settings);
+    /// Waits for the jobs that run; call stop() before to have them cancelled.
+    ~RequestExecutor();
+    Q_DISABLE_COPY_MOVE(RequestExecutor)
+
+    [[nodiscard]] std::shared_ptr<Client> addClient();
+
+    void submit(const std::shared_ptr<Client>& client, Job job);
+    /// As submit(), but where the job may begin at once in a lane without a walk, the caller is to run it in its own
+    /// thread: saves the way to another thread. Empty if the job was submitted.
+    [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
+
+    /// A paused client's jobs do not begin.
+    void setPaused(const std::shared_ptr<Client>& client, bool paused);
+    /// Drops the client's waiting jobs without a word and cancels those that run.
+    void removeClient(const std::shared_ptr<Client>& client);
+
+    /// Refuses the jobs that wait and all that come, and cancels those that run. False if some still run after
+    /// `patience`: they hang in the kernel, or in a worker that cannot be interrupted.
+    [[nodiscard]] bool stop(std::chrono::milliseconds patience);
+
+private:
+    class State;
+    /// Shared with the slots, which may outlive the executor.
+    std::shared_ptr<State> m_state;
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "process/exitstatus.h"
+
+#include <chrono>
+
+/// How a program with an event loop ends.
+namespace Shutdown {
+
+/// How long the requests under way may take after they were cancelled, and the pending output after that.
+constexpr std::chrono::milliseconds requestPatience{1200};
+constexpr std::chrono::milliseconds outputPatience{500};
+
+/// Makes the event loop end with this status as soon as it can. From any thread.
+void exitLater(ExitStatus status);
+
+/// For an output that cannot be written to: it is no failure that the reader is gone. From any thread; does not block.
+void exitAfterFailedOutput(int errorNumber);
+
+} // namespace Shutdown

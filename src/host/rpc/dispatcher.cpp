@@ -1,0 +1,293 @@
+#include "rpc/dispatcher.h"
+
+#include "content/failures.h"
+#include "content/subscriptions.h"
+#include "rpc/jsonrpc.h"
+#include "rpc/methods.h"
+
+#include <model/cmerror.h>
+#include <model/cmrequestcontext.h>
+
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <utility>
+#include <variant>
+
+namespace {
+
+/// Requests of one client that are under way before reading pauses.
+constexpr int mostUnderWay = 64;
+
+JsonRpc::Error errorFrom(const Failure& failure)
+{
+    switch (failure.kind) {
+    case Failure::Kind::WrongUse:
+        return {JsonRpc::InvalidParameters, failure.message};
+    case Failure::Kind::Unanswered:
+        return {JsonRpc::WorkerUnanswered, failure.message};
+    case Failure::Kind::Cancelled:
+        return {JsonRpc::Cancelled, failure.message};
+    case Failure::Kind::TooLarge:
+        return {JsonRpc::AnswerTooLarge, failure.message};
+    case Failure::Kind::Busy:
+        return {JsonRpc::Overloaded, failure.message};
+    case Failure::Kind::Refused:
+        break;
+    }
+    return {
+        JsonRpc::WorkerRefused,
+        failure.message,
+        {{CMError::Name(), failure.name}, {CMError::Message(), failure.message}, {CMError::Title(), failure.title}}};
+}
+
+Failure failureFrom(RequestExecutor::Refusal refusal)
+{
+    switch (refusal) {
+    case RequestExecutor::Refusal::Busy:
+        return Failures::busy();
+    case RequestExecutor::Refusal::TimedOut:
+        return Failures::timedOut();
+    case RequestExecutor::Refusal::Stopping:
+        break;
+    }
+    return Failures::stopping();
+}
+
+/// Whatever the call throws is its failure.
+Result<QByteArray> execute(const Call& call, const Content& content)
+{
+    try {
+        return call.run(content);
+    } catch (const std::exception& exception) {
+        return Failures::internal(QString::fromLocal8Bit(exception.what()));
+    } catch (...) {
+        return Failures::internal(QStringLiteral("unknown exception"));
+    }
+}
+
+} // namespace
+
+class Dispatcher::State : public std::enable_shared_from_this<State>
+{
+public:
+    State(const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler);
+
+    void start();
+    void stop();
+    /// `serve` hands a job to the executor.
+    template<typename Serve>
+    [[nodiscard]] Task accept(const QByteArray& message, const Serve& serve);
+    void refuseTooLong();
+
+    [[nodiscard]] bool isReady() const { return m_underWay < mostUnderWay && !m_sink->isFull(); }
+    [[nodiscard]] bool isIdle() const { return m_underWay == 0; }
+    [[nodiscard]] RequestExecutor& executor() const { return m_services.executor; }
+    [[nodiscard]] const std::shared_ptr<RequestExecutor::Client>& client() const { return m_client; }
+
+private:
+    /// One request on its way; the first answer counts.
+    struct Pending
+    {
+        std::optional<QVariant> id;
+        std::atomic_flag isAnswered = ATOMIC_FLAG_INIT;
+    };
+    using SharedPending = std::shared_ptr<Pending>;
+
+    [[nodiscard]] RequestExecutor::Job jobFor(Call call, const SharedPending& pending);
+    void serveSubscription(const Call& call, const SharedPending& pending);
+    void answer(const SharedPending& pending, const Result<QByteArray>& result);
+    void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
+    void notify(const CMPath& path, const QStringList& changes, int version);
+    void updateFlow();
+
+    const Services m_services;
+    const Content m_content;
+    const std::shared_ptr<MessageSink> m_sink;
+    const std::shared_ptr<RequestExecutor::Client> m_client;
+    std::unique_ptr<Subscriptions> m_subscriptions;
+    std::atomic<int> m_underWay{0};
+    std::mutex m_flowMutex;
+    /// Guarded by m_flowMutex; empty once stopped.
+    Task m_readyHandler;
+};
+
+Dispatcher::State::State(
+    const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
+    : m_services(services), m_content(services.host, profile.reach, profile.limits), m_sink(std::move(sink)),
+      m_client(services.executor.addClient()), m_readyHandler(std::move(readyHandler))
+{
+}
+
+void Dispatcher::State::start()
+{
+    const auto notifyWeakly = [weak = weak_from_this()](const CMPath& path, const QStringList& changes, int version) {
+        if (const auto state = weak.lock())
+            state->notify(path, changes, version);
+    };
+    m_subscriptions =
+        std::make_unique<Subscriptions>(m_services.host, m_content.reach(), m_content.limits().openPaths, notifyWeakly);
+    m_sink->setRoomHandler([weak = weak_from_this()] {
+        if (const auto state = weak.lock())
+            state->updateFlow();
+    });
+}
+
+void Dispatcher::State::stop()
+{
+    m_services.executor.removeClient(m_client);
+    m_subscriptions.reset();
+    const std::lock_guard lock(m_flowMutex);
+    m_readyHandler = nullptr;
+}
+
+template<typename Serve>
+Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serve& serve)
+{
+    const auto parsed = JsonRpc::parse(message);
+    if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed)) {
+        refuse(malformed->id, malformed->error);
+        return {};
+    }
+    const auto& request = std::get<JsonRpc::Request>(parsed);
+    const Method* const method = findMethod(request.method);
+    if (!method) {
+        const QString problem = QStringLiteral("there is no method '%1'").arg(request.method);
+        refuse(request.id, {JsonRpc::MethodNotFound, problem});
+        return {};
+    }
+    Parameters parameters(request.parameters, method->parameters);
+    Call call = method->read(parameters, m_content);
+    if (const Result<void> valid = parameters.check(); !valid) {
+        refuse(request.id, errorFrom(valid.failure()));
+        return {};
+    }
+    ++m_underWay;
+    const auto pending = std::make_shared<Pending>();
+    pending->id = request.id;
+    if (call.kind == Call::Kind::Request)
+        return serve(jobFor(std::move(call), pending));
+    serveSubscription(call, pending);
+    return {};
+}
+
+RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& pending)
+{
+    RequestExecutor::Job job;
+    job.lane = call.lane;
+    const bool isWalk = call.lane == RequestExecutor::Lane::Walk;
+    job.context = std::make_shared<CMRequestContext>(isWalk ? m_content.limits().answer : CMRequestContext::unlimited);
+    job.refuse = [state = shared_from_this(), pending](RequestExecutor::Refusal refusal) {
+        state->answer(pending, failureFrom(refusal));
+    };
+    job.run = [state = shared_from_this(), call = std::move(call), pending](const RequestExecutor::Slot& slot) {
+        const auto compute = [&call, &state] { return execute(call, state->m_content); };
+        // The slot is kept until the answer.
+        const auto receive = [state, pending, slot](const Result<QByteArray>& text) { state->answer(pending, text); };
+        if (call.key.isEmpty())
+            receive(compute());
+        else
+            state->m_services.sharedRequests.run(call.key, compute, receive);
+    };
+    return job;
+}
+
+void Dispatcher::State::serveSubscription(const Call& call, const SharedPending& pending)
+{
+    const auto complete = [state = shared_from_this(), pending](const Result<void>& result) {
+        state->answer(pending, result ? Result<QByteArray>(QByteArrayLiteral("true")) : result.failure());
+        // Later changes of the path must come after this answer.
+        state->m_sink->endReplacing();
+    };
+    if (call.kind == Call::Kind::Open)
+        m_subscriptions->open(call.path, complete);
+    else
+        m_subscriptions->close(call.path, complete);
+}
+
+void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteArray>& result)
+{
+    if (pending->isAnswered.test_and_set())
+        return;
+    if (pending->id && result)
+        m_sink->send(JsonRpc::result(*pending->id, result.value()));
+    else if (!result)
+        refuse(pending->id, errorFrom(result.failure()));
+    --m_underWay;
+    updateFlow();
+}
+
+void Dispatcher::State::refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error)
+{
+    if (id)
+        m_sink->send(JsonRpc::error(*id, error));
+}
+
+void Dispatcher::State::refuseTooLong()
+{
+    const QString problem = QStringLiteral("the message is longer than %1 bytes").arg(m_content.limits().message);
+    m_sink->send(JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem}));
+}
+
+void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, int version)
+{
+    const QByteArray message =
+        JsonRpc::notification(QStringLiteral("rowsChanged"), changeParameters(path, changes, version));
+    if (changes == QStringList{CMSubscribe::RowsChangeReset()})
+        return m_sink->sendLatest(path.toEncoded(), message);
+    m_sink->endReplacing();
+    m_sink->send(message);
+}
+
+/// A full sink pauses the client's requests; the carrier learns when it may read again.
+void Dispatcher::State::updateFlow()
+{
+    const std::lock_guard lock(m_flowMutex);
+    // Answers may come after the dispatcher's end, when the services may be gone.
+    if (!m_readyHandler)
+        return;
+    m_services.executor.setPaused(m_client, m_sink->isFull());
+    m_readyHandler();
+}
+
+Dispatcher::Dispatcher(
+    const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
+    : m_state(std::make_shared<State>(services, profile, std::move(sink), std::move(readyHandler)))
+{
+    m_state->start();
+}
+
+Dispatcher::~Dispatcher()
+{
+    m_state->stop();
+}
+
+void Dispatcher::accept(const QByteArray& message)
+{
+    static_cast<void>(m_state->accept(message, [this](RequestExecutor::Job job) {
+        m_state->executor().submit(m_state->client(), std::move(job));
+        return Task();
+    }));
+}
+
+Dispatcher::Task Dispatcher::acceptOrTake(const QByteArray& message)
+{
+    return m_state->accept(message, [this](RequestExecutor::Job job) {
+        return m_state->executor().submitOrTake(m_state->client(), std::move(job));
+    });
+}
+
+void Dispatcher::refuseTooLong()
+{
+    m_state->refuseTooLong();
+}
+
+bool Dispatcher::isReady() const
+{
+    return m_state->isReady();
+}
+
+bool Dispatcher::isIdle() const
+{
+    return m_state->isIdle();
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "content/limits.h"
+#include "exec/requestexecutor.h"
+#include "rpc/messagesink.h"
+#include "rpc/sharedrequests.h"
+
+#include <functional>
+#include <memory>
+
+class ContentHost;
+
+/// What the dispatchers of all clients share.
+struct Services
+{
+    ContentHost& host;
+    RequestExecutor& executor;
+    SharedRequests& sharedRequests;
+};
+
+/// Serves one client that speaks JSON-RPC 2.0: each message is parsed, executed and answered to the sink.
+///
+/// Requests run in the executor, and answers may overtake each other; open and close run in the order in which they
+/// come. Nothing here waits or does I/O. Functions may be called from any thread, accept() from one at a time.
+class Dispatcher
+{
+public:
+    struct Profile
+    {
+        Reach reach = Reach::Local;
+        Limits limits = {};
+    };
+
+    using Task = std::function<void()>;
+
+    /// `readyHandler` is called, in any thread, whenever isReady() or isIdle() may have become true; it must not block.
+    /// The services must outlive the dispatcher and the requests that it leaves behind.
+    Dispatcher(const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler);
+    /// Cancels what is under way and closes what is open; the sink gets no further messages.
+    ~Dispatcher();
+    Q_DISABLE_COPY_MOVE(Dispatcher)
+
+    /// Takes a message from the client.
+    void accept(const QByteArray& message);
+    /// As accept(), but where the request may run at once, the caller is to run the task that is returned, in its own
+    /// thread: saves the way to another thread. Empty: nothing is left to do.
+    [[nodiscard]] Task acceptOrTake(const QByteArray& message);
+    /// Takes a message that was longer than the limit and is lost.
+    void refuseTooLong();
+
+    /// False while the client has so much under way that nothing more should be read from it.
+    [[nodiscard]] bool isReady() const;
+    /// True if every accepted message has been answered.
+    [[nodiscard]] bool isIdle() const;
+
+private:
+    class State;
+    std::shared_ptr<State> m_state;
+};

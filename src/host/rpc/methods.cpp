@@ -1,0 +1,180 @@
+#include "rpc/methods.h"
+
+#include "content/failures.h"
+#include "rpc/json.h"
+
+#include <tavo/tavoroles.h>
+
+#include <QDataStream>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include <malloc.h>
+
+namespace {
+
+using Lane = RequestExecutor::Lane;
+
+const QLatin1String pathName("path");
+const QLatin1String firstName("first");
+const QLatin1String lastName("last");
+const QLatin1String versionName("version");
+const QLatin1String rolesName("roles");
+const QLatin1String valueName("value");
+const QLatin1String languageName("language");
+
+/// A page of more values takes its time.
+constexpr int longPage = 10'000;
+
+/// Entries of a listing whose memory is worth returning to the system.
+constexpr int largeListing = 100'000;
+
+Result<QByteArray> toText(const QVariant& value, const Content& content)
+{
+    std::optional<QByteArray> text = toJson(value, content.limits().answer);
+    if (!text)
+        return Failures::tooLarge();
+    return *std::move(text);
+}
+
+Result<QByteArray> toText(const Result<QVariant>& result, const Content& content)
+{
+    return result ? toText(result.value(), content) : result.failure();
+}
+
+Result<QByteArray> toText(const Result<Content::Page>& page, const Content& content)
+{
+    return page ? toText(page.value().toVariant(), content) : page.failure();
+}
+
+Result<QByteArray> rowsText(const Content::RowsQuery& query, const Content& content)
+{
+    bool isLarge = false;
+    Result<QByteArray> text = [&] {
+        const Result<Content::Page> page = content.rows(query);
+        isLarge = page && page.value().count >= largeListing;
+        return toText(page, content);
+    }();
+    // The allocator would keep what names and rows took, which may be more than a small device can spare.
+    if (isLarge)
+        malloc_trim(0);
+    return text;
+}
+
+Call describe(Parameters& parameters, const Content& /*content*/)
+{
+    // All texts are English so far.
+    static_cast<void>(parameters.text(languageName));
+    Call call;
+    call.run = [](const Content& served) { return toText(QVariant(served.describe()), served); };
+    return call;
+}
+
+QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
+{
+    QByteArray key;
+    QDataStream stream(&key, QIODevice::WriteOnly);
+    stream << query.path << query.first << query.last << query.version << query.roles
+           << static_cast<int>(content.reach()) << content.limits().values << content.limits().answer;
+    return key;
+}
+
+Lane laneOf(const Content::RowsQuery& query)
+{
+    const qint64 rows = qint64{query.last} - query.first + 1;
+    return rows * query.roles.size() > longPage ? Lane::LongPage : Lane::Quick;
+}
+
+Call rows(Parameters& parameters, const Content& content)
+{
+    Content::RowsQuery query;
+    query.path = parameters.path();
+    query.first = parameters.integer(firstName, query.first);
+    query.last = parameters.integer(lastName, query.last);
+    query.version = parameters.integer(versionName, query.version);
+    query.roles = parameters.roles(query.roles);
+    Call call;
+    call.lane = laneOf(query);
+    call.key = keyOf(query, content);
+    call.run = [query](const Content& served) { return rowsText(query, served); };
+    return call;
+}
+
+Call data(Parameters& parameters, const Content& /*content*/)
+{
+    Call call;
+    call.run = [path = parameters.path(), roles = parameters.roles(entryRoles())](const Content& served) {
+        const Result<QVariantList> values = served.data(path, roles);
+        return values ? toText(QVariant(values.value()), served) : values.failure();
+    };
+    return call;
+}
+
+Call set(Parameters& parameters, const Content& content)
+{
+    const CMPath path = parameters.path();
+    Call call;
+    call.lane = content.isWalk(path) ? Lane::Walk : Lane::Quick;
+    call.run = [path, value = parameters.value()](const Content& served) {
+        return toText(served.set(path, value), served);
+    };
+    return call;
+}
+
+Call menu(Parameters& parameters, const Content& /*content*/)
+{
+    Call call;
+    call.run = [path = parameters.path(), roles = parameters.roles(CMAllRoles())](const Content& served) {
+        return toText(served.menu(path, roles), served);
+    };
+    return call;
+}
+
+Call open(Parameters& parameters, const Content& /*content*/)
+{
+    Call call;
+    call.kind = Call::Kind::Open;
+    call.path = parameters.path();
+    return call;
+}
+
+Call close(Parameters& parameters, const Content& /*content*/)
+{
+    Call call;
+    call.kind = Call::Kind::Close;
+    call.path = parameters.path();
+    return call;
+}
+
+const std::vector<Method>& methods()
+{
+    static const std::vector<Method> methods = {
+        {"describe", {languageName}, describe},
+        {"rows", {pathName, firstName, lastName, versionName, rolesName}, rows},
+        {"data", {pathName, rolesName}, data},
+        {"set", {pathName, valueName}, set},
+        {"menu", {pathName, rolesName}, menu},
+        {"open", {pathName}, open},
+        {"close", {pathName}, close}};
+    return methods;
+}
+
+} // namespace
+
+const Method* findMethod(const QString& name)
+{
+    const auto method = std::find_if(methods().cbegin(), methods().cend(), [&name](const Method& candidate) {
+        return name == QLatin1String(candidate.name);
+    });
+    return method == methods().cend() ? nullptr : &*method;
+}
+
+QVariantHash changeParameters(const CMPath& path, const QStringList& changes, int version)
+{
+    return {
+        {QStringLiteral("path"), path.toEncoded()},
+        {QStringLiteral("changes"), changes},
+        {QStringLiteral("version"), version}};
+}

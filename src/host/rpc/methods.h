@@ -1,0 +1,43 @@
+#pragma once
+
+#include "content/content.h"
+#include "exec/requestexecutor.h"
+#include "rpc/parameters.h"
+
+#include <functional>
+
+/// A call of a method, its parameters read.
+struct Call
+{
+    enum class Kind {
+        /// A request to the content.
+        Request,
+        /// Opens or closes `path`.
+        Open,
+        Close
+    };
+
+    Kind kind = Kind::Request;
+    CMPath path = {};
+    RequestExecutor::Lane lane = RequestExecutor::Lane::Quick;
+    /// Of a request: equal keys, equal answers at the same moment. Empty: the answer is not to be shared.
+    QByteArray key = {};
+    /// Gives the result as JSON. May throw what a worker, or a lack of memory, throws.
+    std::function<Result<QByteArray>(const Content&)> run = {};
+};
+
+/// A method under the name and with the parameters by which clients call it.
+struct Method
+{
+    const char* name;
+    /// In the order that they have where they come without names.
+    QStringList parameters;
+    /// Reads the parameters. The caller checks them for problems before it runs the call.
+    Call (*read)(Parameters& parameters, const Content& content);
+};
+
+/// Null if there is none.
+[[nodiscard]] const Method* findMethod(const QString& name);
+
+/// The parameters of the notification of a change.
+[[nodiscard]] QVariantHash changeParameters(const CMPath& path, const QStringList& changes, int version);
