@@ -20,11 +20,15 @@ using Origins = std::set<std::string>;
 
 const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
-/// The longest first, where one lies in another.
+/// The longest first, where one contains another.
 const QStringList rooms = {QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),
                            QStringLiteral("src/api/tagreader"), QStringLiteral("src/api/playlist"),
-                           QStringLiteral("src/modules/file"),  QStringLiteral("src/host"),
-                           QStringLiteral("tests/support")};
+                           QStringLiteral("src/modules/file"),  QStringLiteral("src/host/app"),
+                           QStringLiteral("src/host/cli"),      QStringLiteral("src/host/content"),
+                           QStringLiteral("src/host/exec"),     QStringLiteral("src/host/liveness"),
+                           QStringLiteral("src/host/prepare"),  QStringLiteral("src/host/process"),
+                           QStringLiteral("src/host/rpc"),      QStringLiteral("src/host/stdio"),
+                           QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
 const QStringList includeRoots = {
@@ -140,7 +144,9 @@ std::vector<std::string> violations(const QStringList& files, const Origins& all
     for (const QString& file : files) {
         for (const Include& include : includesOf(file)) {
             const std::string origin = originOf(include);
-            if (allowed.count(origin) == 0 && allowed.count(include.name.toStdString()) == 0)
+            const bool isOfOwnRoom = origin == roomOf(file).toStdString();
+            const bool isAllowed = allowed.count(origin) > 0 || allowed.count(include.name.toStdString()) > 0;
+            if (!isAllowed && !isOfOwnRoom)
                 lines.push_back(
                     file.toStdString() + ':' + std::to_string(include.line) + ": " + include.name.toStdString() + " (" +
                     origin + ')');
@@ -149,7 +155,7 @@ std::vector<std::string> violations(const QStringList& files, const Origins& all
     return lines;
 }
 
-enum class Side { Public, Inner };
+enum class Side { Public, Inner, Both };
 
 struct Rule
 {
@@ -162,6 +168,14 @@ struct Rule
 std::ostream& operator<<(std::ostream& out, const Rule& rule)
 {
     return out << rule.folder;
+}
+
+/// What every room of the host may include, and `more`. A room's name stands for all of its headers.
+Origins hostRoom(const Origins& more)
+{
+    Origins allowed = {"std", "system", "Qt Core", "src/api/core", "moc"};
+    allowed.insert(more.cbegin(), more.cend());
+    return allowed;
 }
 
 const std::vector<Rule> rules = {
@@ -198,21 +212,37 @@ const std::vector<Rule> rules = {
      Side::Inner,
      {"std", "dirent.h", "sys/stat.h", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/api/tagreader",
       "src/api/playlist", "src/modules/file", "moc"}},
-    {"HostHeaders",
-     "src/host",
-     Side::Public,
-     {"std", "system", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/host"}},
-    {"HostSources",
-     "src/host",
-     Side::Inner,
-     {"std", "system", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/host", "private src/host",
-      "moc"}}};
+    {"HostLiveness", "src/host/liveness", Side::Both, hostRoom({"log4cplus", "src/api/core/log"})},
+    {"HostExec", "src/host/exec", Side::Both, hostRoom({})},
+    {"HostContent",
+     "src/host/content",
+     Side::Both,
+     hostRoom({"log4cplus", "src/api/core/log", "src/host/exec", "src/host/liveness"})},
+    {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "content/result.h"})},
+    {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec"})},
+    {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
+    {"HostTerminal",
+     "src/host/terminal",
+     Side::Both,
+     hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
+    {"HostPrepare",
+     "src/host/prepare",
+     Side::Both,
+     hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
+    {"HostCli",
+     "src/host/cli",
+     Side::Both,
+     hostRoom(
+         {"src/host/content", "src/host/exec", "src/host/prepare", "src/host/process", "src/host/rpc", "src/host/stdio",
+          "src/host/terminal"})},
+    {"HostApp", "src/host/app", Side::Both, hostRoom({"src/host/cli", "src/host/content", "src/host/process"})}};
 
 QStringList filesOf(const Rule& rule)
 {
     QStringList files;
     for (const QString& file : sourcesBelow(QString::fromUtf8(rule.folder))) {
-        if (roomOf(file) == QLatin1String(rule.folder) && isPublicHeader(file) == (rule.side == Side::Public))
+        const bool isOfSide = rule.side == Side::Both || isPublicHeader(file) == (rule.side == Side::Public);
+        if (roomOf(file) == QLatin1String(rule.folder) && isOfSide)
             files.append(file);
     }
     return files;
@@ -230,6 +260,16 @@ TEST_P(RoomTest, IncludesOnlyWhatItMay)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rooms, RoomTest, testing::ValuesIn(rules), [](const auto& test) { return test.param.name; });
+
+TEST(Rooms, EveryFolderOfTheHostHasItsWall)
+{
+    const QDir host(sourceDir.filePath(QStringLiteral("src/host")));
+    for (const QString& folder : host.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const std::string room = "src/host/" + folder.toStdString();
+        EXPECT_THAT(rules, testing::Contains(testing::Field(&Rule::folder, testing::StrEq(room))));
+    }
+    EXPECT_THAT(host.entryList({QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files), testing::IsEmpty());
+}
 
 TEST(Rooms, TestsKnowThePrivateHeadersOfOneRoomAtMost)
 {
