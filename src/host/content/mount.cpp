@@ -34,5 +34,7 @@ QByteArray Mount::localPath(const QString& base) const
     constexpr QLatin1Char slash('/');
     if (base.startsWith(slash))
         return QFile::encodeName(base);
-    return QFile::encodeName(base.isEmpty() ? rootDirectory : rootDirectory + slash + base);
+    if (base.isEmpty())
+        return QFile::encodeName(rootDirectory);
+    return QFile::encodeName(rootDirectory.endsWith(slash) ? rootDirectory + base : rootDirectory + slash + base);
 }
