@@ -293,9 +293,7 @@ Result<void> Content::ask(const CMRequest& request) const
 
 Failure Content::shown(Failure failure, const CMPath& path) const
 {
-    if (m_reach == Reach::Network && failure.kind == Failure::Kind::Refused)
-        failure.message = QStringLiteral("'%1' is refused: %2").arg(path.toEncoded(), failure.name);
-    return failure;
+    return Failures::shownTo(m_reach, std::move(failure), path);
 }
 
 QVariant Content::shown(const SharedMount& mount, QVariant value) const

@@ -82,3 +82,10 @@ Failure Failures::internal(const QString& reason)
 {
     return refused({CMError::DefaultName(), TrString({context, "The request failed: %1"}, reason)});
 }
+
+Failure Failures::shownTo(Reach reach, Failure failure, const CMPath& path)
+{
+    if (reach == Reach::Network && failure.kind == Failure::Kind::Refused)
+        failure.message = QStringLiteral("'%1' is refused: %2").arg(path.toEncoded(), failure.name);
+    return failure;
+}

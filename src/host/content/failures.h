@@ -1,5 +1,6 @@
 #pragma once
 
+#include "content/limits.h"
 #include "content/result.h"
 
 class CMError;
@@ -26,5 +27,9 @@ namespace Failures {
 [[nodiscard]] Failure busy();
 /// `reason`: an exception's text.
 [[nodiscard]] Failure internal(const QString& reason);
+
+/// The failure of a request for the path as the client may see it: in a network a refusal has no path of the local file
+/// system.
+[[nodiscard]] Failure shownTo(Reach reach, Failure failure, const CMPath& path);
 
 } // namespace Failures

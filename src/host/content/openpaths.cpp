@@ -60,7 +60,7 @@ void OpenPaths::open(const CMPath& path, Completion completion)
 
 void OpenPaths::close(const CMPath& path, Completion completion)
 {
-    enqueue([this, path, completion = std::move(completion)] { finish(completion, closeNow(path)); });
+    enqueue([this, path, completion = std::move(completion)] { finish(path, completion, closeNow(path)); });
 }
 
 void OpenPaths::enqueue(Operation operation)
@@ -80,9 +80,9 @@ void OpenPaths::runNext()
     }
 }
 
-void OpenPaths::finish(const Completion& completion, const Result<void>& result)
+void OpenPaths::finish(const CMPath& path, const Completion& completion, const Result<void>& result)
 {
-    completion(result);
+    completion(result ? result : Failures::shownTo(m_reach, result.failure(), path));
     m_isBusy = false;
 }
 
@@ -90,11 +90,11 @@ void OpenPaths::openNow(const CMPath& path, const Completion& completion)
 {
     CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix());
     if (!subscribe)
-        return finish(completion, Failures::invalidPath(path));
+        return finish(path, completion, Failures::invalidPath(path));
     subscribe->whenSettled(path, [self = QPointer<OpenPaths>(this), path, completion] {
         if (!self)
             return;
-        self->finish(completion, self->openSettled(path));
+        self->finish(path, completion, self->openSettled(path));
         self->runNext();
     });
 }

@@ -42,7 +42,7 @@ private:
 
     void enqueue(Operation operation);
     void runNext();
-    void finish(const Completion& completion, const Result<void>& result);
+    void finish(const CMPath& path, const Completion& completion, const Result<void>& result);
 
     void openNow(const CMPath& path, const Completion& completion);
     /// Opens a path when no removal of it is pending.
