@@ -98,6 +98,7 @@ private:
     void serveSubscription(const Call& call, const SharedPending& pending);
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
     void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
+    void send(QByteArray message);
     void notify(const CMPath& path, const QStringList& changes, int version);
     void updateFlow();
 
@@ -108,8 +109,10 @@ private:
     std::unique_ptr<Subscriptions> m_subscriptions;
     std::atomic<int> m_underWay{0};
     std::mutex m_flowMutex;
-    /// Guarded by m_flowMutex; empty once stopped.
+    /// Guarded by m_flowMutex.
     Task m_readyHandler;
+    /// The services and the client may be gone: answers may come after the dispatcher's end.
+    std::atomic<bool> m_isStopped{false};
 };
 
 Dispatcher::State::State(
@@ -135,6 +138,7 @@ void Dispatcher::State::start()
 
 void Dispatcher::State::stop()
 {
+    m_isStopped = true;
     m_services.executor.removeClient(m_client);
     m_subscriptions.reset();
     const std::lock_guard lock(m_flowMutex);
@@ -210,7 +214,7 @@ void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteA
     if (pending->isAnswered.test_and_set())
         return;
     if (pending->id && result)
-        m_sink->send(JsonRpc::result(*pending->id, result.value()));
+        send(JsonRpc::result(*pending->id, result.value()));
     else if (!result)
         refuse(pending->id, errorFrom(result.failure()));
     --m_underWay;
@@ -220,23 +224,34 @@ void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteA
 void Dispatcher::State::refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error)
 {
     if (id)
-        m_sink->send(JsonRpc::error(*id, error));
+        send(JsonRpc::error(*id, error));
 }
 
 void Dispatcher::State::refuseTooLong()
 {
     const QString problem = QStringLiteral("the message is longer than %1 bytes").arg(m_content.limits().message);
-    m_sink->send(JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem}));
+    send(JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem}));
+}
+
+void Dispatcher::State::send(QByteArray message)
+{
+    if (!m_isStopped)
+        m_sink->send(std::move(message));
 }
 
 void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, int version)
 {
     const QByteArray message =
         JsonRpc::notification(QStringLiteral("rowsChanged"), changeParameters(path, changes, version));
-    if (changes == QStringList{CMSubscribe::RowsChangeReset()})
-        return m_sink->sendLatest(path.toEncoded(), message);
-    m_sink->endReplacing();
-    m_sink->send(message);
+    if (m_isStopped)
+        return;
+    if (changes == QStringList{CMSubscribe::RowsChangeReset()}) {
+        m_sink->sendLatest(path.toEncoded(), message);
+    } else {
+        m_sink->endReplacing();
+        m_sink->send(message);
+    }
+    updateFlow();
 }
 
 /// A full sink pauses the client's requests; the carrier learns when it may read again.
