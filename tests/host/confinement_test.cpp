@@ -80,4 +80,56 @@ TEST_F(Confinement, EverythingIsBelowTheRootOfTheFileSystem)
         EXPECT_TRUE(isConfined(QStringLiteral("/"), QString::fromUtf8(base))) << base;
 }
 
+class Publicity : public Confinement
+{
+protected:
+    Publicity()
+    {
+        tree.addFile(QStringLiteral("root/.hidden/song.mp3"));
+        tree.addFile(QStringLiteral("root/a/.deep/song.mp3"));
+        QFile::link(tree.absolute(QStringLiteral("root/.hidden")), tree.absolute(QStringLiteral("root/shown")));
+        QFile::link(tree.absolute(QStringLiteral("root/link")), tree.absolute(QStringLiteral("root/chain")));
+        QFile::link(QStringLiteral("loop"), tree.absolute(QStringLiteral("root/loop")));
+    }
+
+    [[nodiscard]] bool isPublicHere(const char* base) const { return isPublic(root, QString::fromUtf8(base)); }
+};
+
+TEST_F(Publicity, WhatIsInTheTreeIsPublic)
+{
+    for (const char* base :
+         {"", "a", "a/b/song.mp3", "missing", "a/./b", "a/..", "a/../a/b", "inner", "inner/song.mp3"})
+        EXPECT_TRUE(isPublicHere(base)) << base;
+}
+
+TEST_F(Publicity, WhatIsNotConfinedIsNot)
+{
+    for (const char* base : {"..", "../root2", "/etc", "link/..", ":a"})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+}
+
+TEST_F(Publicity, HiddenNamesAreNotAtAnyLevel)
+{
+    for (const char* base :
+         {".hidden", ".hidden/song.mp3", "a/.deep", "a/.deep/song.mp3", "a/.missing", "..a", "a/../.hidden", "..."})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+}
+
+TEST_F(Publicity, LinksThatLeadOutAreNot)
+{
+    for (const char* base : {"link", "link/song.mp3", "chain", "chain/song.mp3"})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+}
+
+TEST_F(Publicity, LinkThatLeadsNowhereHasNoTarget)
+{
+    EXPECT_TRUE(isPublicHere("loop"));
+}
+
+TEST_F(Publicity, NamesAboveTheRootDoNotCount)
+{
+    tree.addFile(QStringLiteral(".root/song.mp3"));
+    EXPECT_TRUE(isPublic(tree.absolute(QStringLiteral(".root")), QStringLiteral("song.mp3")));
+}
+
 } // namespace

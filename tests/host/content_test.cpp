@@ -1,47 +1,34 @@
-#include "content/session.h"
+#include "content/content.h"
 
-#include "content/host.h"
+#include "content/contenthost.h"
 
-#include "support/eventually.h"
+#include "support/servedcontent.h"
 #include "support/temporarytree.h"
 
 #include "printers.h"
 
-#include <model/cmroot.h>
-#include <model/cmversion.h>
+#include <model/cmrequestcontext.h>
 #include <tavo/tavokeys.h>
 #include <tavo/tavoroles.h>
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonValue>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <limits>
-#include <utility>
+#include <vector>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::UnorderedElementsAre;
-
-const QString reset = CMSubscribe::RowsChangeReset();
-const QString closed = CMSubscribe::RowsChangeClose();
-
-HostSettings settingsFor(const QString& root)
-{
-    return {QStringLiteral(TAVO_MODULE), root, {QStringLiteral("*.mp3")}, QStringLiteral("file")};
-}
-
-std::unique_ptr<Host> startHost(const QString& root)
-{
-    Result<std::unique_ptr<Host>> host = Host::start(settingsFor(root));
-    EXPECT_TRUE(host) << host.failure().message.toStdString();
-    return host ? std::move(host.value()) : nullptr;
-}
+using testing::Not;
 
 template<typename Value>
 QString failureOf(const Result<Value>& result)
@@ -49,65 +36,50 @@ QString failureOf(const Result<Value>& result)
     return result ? QStringLiteral("done") : result.failure().name;
 }
 
-/// A session that remembers what it was told, as "code base".
-class Client
+template<typename Value>
+std::string messageOf(const Result<Value>& result)
 {
-public:
-    explicit Client(Host& host)
-        : session(host, [this](const CMPath& path, const QStringList& changes, int version) {
-              told.append(changes.join(QLatin1Char(',')) + QLatin1Char(' ') + path.base());
-              lastVersion = version;
-          })
-    {
-    }
+    return result ? "done" : result.failure().message.toStdString();
+}
 
-    [[nodiscard]] bool isTold(const QString& change)
-    {
-        return eventually([this, &change] { return told.contains(change); });
-    }
+/// The value as a client reads it.
+std::string jsonOf(const QVariant& value)
+{
+    return QJsonDocument(QJsonArray{QJsonValue::fromVariant(value)}).toJson(QJsonDocument::Compact).toStdString();
+}
 
-    QStringList told;
-    int lastVersion = 0;
-    Session session;
-};
-
-class SessionTest : public testing::Test
+class ContentTest : public testing::Test
 {
 protected:
-    SessionTest()
+    ContentTest()
     {
         tree.addFile(QStringLiteral("a/b/song.mp3"));
         tree.addFile(QStringLiteral("a/notes.txt"));
         tree.addFile(QStringLiteral("top.mp3"));
-        host = startHost(tree.root());
-        client = std::make_unique<Client>(*host);
+        start(QString());
     }
 
-    [[nodiscard]] CMPath path(const char* base) const { return host->worker().addPrefix(QString::fromUtf8(base)); }
-
-    [[nodiscard]] bool open(const char* base) const { return bool(client->session.open(path(base))); }
-    [[nodiscard]] bool close(const char* base) const { return bool(client->session.close(path(base))); }
-    [[nodiscard]] std::string openFailure(const char* base) const
+    /// Serves this directory of the tree instead.
+    void start(const QString& root)
     {
-        const Result<Done> opened = client->session.open(path(base));
-        return opened ? "opened" : opened.failure().name.toStdString();
+        host.reset();
+        host = startHost(settingsFor(tree.absolute(root)));
+        mount = host->mountAt(QStringLiteral("file"));
     }
 
-    /// The bases of the paths that the worker tracks.
-    [[nodiscard]] QStringList tracked() const
+    [[nodiscard]] Content content(Reach reach = Reach::Local, const Limits& limits = Limits::none()) const
     {
-        QStringList bases;
-        for (const CMPath& path : host->worker().subscribe()->rowsPathsStartingWith(path("")))
-            bases.append(path.base());
-        return bases;
+        return Content(*host, reach, limits);
     }
+
+    [[nodiscard]] CMPath path(const char* base) const { return mount->path(QString::fromUtf8(base)); }
 
     [[nodiscard]] QStringList titles(const char* base) const
     {
-        Session::RowsQuery query;
+        Content::RowsQuery query;
         query.path = path(base);
         query.roles = QStringList{TavoRoles::Title()};
-        const Result<Session::Page> page = client->session.rows(query);
+        const Result<Content::Page> page = content().rows(query);
         QStringList titles;
         for (const QVariant& row : page ? page.value().rows : QVariantList())
             titles.append(row.toList().value(0).toString());
@@ -115,145 +87,156 @@ protected:
     }
 
     TemporaryTree tree;
-    std::unique_ptr<Host> host;
-    std::unique_ptr<Client> client;
+    std::unique_ptr<ContentHost> host;
+    ContentHost::SharedMount mount;
 };
 
-TEST(Host, RootMustBeADirectoryThatExists)
+TEST_F(ContentTest, DescribesProtocolRootsRolesAndLimits)
 {
-    TemporaryTree tree;
-    tree.addFile(QStringLiteral("file"));
-    const QList<QString> roots = {
-        QString(), tree.absolute(QStringLiteral("missing")), tree.absolute(QStringLiteral("file"))};
-    for (const QString& root : roots) {
-        const auto host = Host::start(settingsFor(root));
-        ASSERT_FALSE(host) << root.toStdString();
-        EXPECT_EQ(host.failure().kind, Failure::Kind::WrongUse);
-        EXPECT_TRUE(host.failure().message.contains(root)) << host.failure().message.toStdString();
-    }
+    const QVariantHash description = content(Reach::Local, Limits()).describe();
+    EXPECT_THAT(
+        description.keys(), testing::UnorderedElementsAre(
+                                QStringLiteral("protocol"), QStringLiteral("version"), QStringLiteral("roots"),
+                                QStringLiteral("roles"), QStringLiteral("limits")));
+    EXPECT_EQ(description[QStringLiteral("protocol")], 1);
+    EXPECT_FALSE(description[QStringLiteral("version")].toString().isEmpty());
+    EXPECT_EQ(description[QStringLiteral("roles")].toStringList(), CMAllRoles());
+    const QVariantHash limits{
+        {QStringLiteral("values"), 100'000},
+        {QStringLiteral("items"), 1000},
+        {QStringLiteral("open"), 1000},
+        {QStringLiteral("message"), 1024 * 1024}};
+    EXPECT_EQ(description[QStringLiteral("limits")].toHash(), limits);
 }
 
-TEST(Host, ServiceIdsOfThePlatformAreTaken)
+TEST_F(ContentTest, DescribesEachRootWithItsServices)
 {
-    const TemporaryTree tree;
-    HostSettings settings = settingsFor(tree.root());
-    settings.serviceId = QStringLiteral("settings");
-    EXPECT_FALSE(Host::start(settings));
+    start(QStringLiteral("a"));
+    const QVariantList roots = content().describe()[QStringLiteral("roots")].toList();
+    ASSERT_EQ(roots.size(), 1);
+    const QVariantHash services{
+        {QStringLiteral("preparePlaylist"), path(TavoPlayListPrepareItems().toUtf8()).toEncoded()},
+        {QStringLiteral("prepareLibrary"), path(TavoMusicLibraryPrepareItems().toUtf8()).toEncoded()},
+        {QStringLiteral("countFiles"), path(TavoFilesystemCountFilesPathSuffix().toUtf8()).toEncoded()}};
+    const QVariantHash root{
+        {QStringLiteral("prefix"), QStringLiteral("/file")},
+        {QStringLiteral("title"), QStringLiteral("a")},
+        {QStringLiteral("kind"), QStringLiteral("files")},
+        {QStringLiteral("contextMenu"), path("menu/context").toEncoded()},
+        {QStringLiteral("services"), services}};
+    EXPECT_EQ(roots.first().toHash(), root);
 }
 
-TEST(Host, AlbumArtWidthIsSetBeforeTheWorkerIsMade)
-{
-    const TemporaryTree tree;
-    HostSettings settings = settingsFor(tree.root());
-    settings.albumArtWidth = 123;
-    const auto host = Host::start(settings);
-    ASSERT_TRUE(host);
-    EXPECT_EQ(TavoValue(CMRoot()->getValue(TavoMusicLibraryAlbumArtWidth())).i32_(), 123);
-}
-
-TEST_F(SessionTest, DescribesWhatItServes)
-{
-    const Session::Description description = client->session.describe();
-    EXPECT_EQ(description.prefix, QStringLiteral("/file"));
-    EXPECT_EQ(description.rootDirectory, tree.root());
-    EXPECT_EQ(description.roles, CMAllRoles());
-    EXPECT_EQ(description.contextMenu, path("menu/context"));
-    EXPECT_EQ(description.countFiles, host->worker().addPrefix(TavoFilesystemCountFilesPathSuffix()));
-}
-
-TEST_F(SessionTest, RowsAreThoseOfTheWorker)
+TEST_F(ContentTest, RowsAreThoseOfTheWorker)
 {
     EXPECT_THAT(titles(""), ElementsAre(QStringLiteral("a"), QStringLiteral("top.mp3")));
     EXPECT_THAT(titles("a"), ElementsAre(QStringLiteral("b")));
 }
 
-TEST_F(SessionTest, RowsAreAllSevenRolesByDefault)
+TEST_F(ContentTest, RowsAreAllSevenRolesByDefault)
 {
-    const Result<Session::Page> page = client->session.rows({path("")});
+    const Result<Content::Page> page = content().rows({path("")});
     ASSERT_TRUE(page);
     EXPECT_EQ(page.value().count, 2);
     EXPECT_EQ(page.value().version, 0);
     EXPECT_EQ(page.value().rows.first().toList().size(), 7);
 }
 
-TEST_F(SessionTest, PageEndsWhereItIsToldTo)
+TEST_F(ContentTest, PageEndsWhereItIsToldTo)
 {
-    Session::RowsQuery query;
+    Content::RowsQuery query;
     query.path = path("");
     query.last = 0;
-    EXPECT_EQ(client->session.rows(query).value().rows.size(), 1);
+    EXPECT_EQ(content().rows(query).value().rows.size(), 1);
     query.last = -1;
-    EXPECT_EQ(client->session.rows(query).value().rows.size(), 0);
-    EXPECT_EQ(client->session.rows(query).value().count, 2);
+    EXPECT_EQ(content().rows(query).value().rows.size(), 0);
+    EXPECT_EQ(content().rows(query).value().count, 2);
 }
 
-TEST_F(SessionTest, IndicesThatWouldEndTheProcessAreRefused)
+TEST_F(ContentTest, IndicesThatWouldEndTheProcessAreRefused)
 {
-    const QList<Session::RowsQuery> queries = {
+    const QList<Content::RowsQuery> queries = {
         {path(""), -1}, {path(""), std::numeric_limits<int>::min()}, {path(""), 0, -2}, {path(""), 0, 9, -1}};
-    for (const Session::RowsQuery& query : queries) {
-        const Result<Session::Page> page = client->session.rows(query);
+    for (const Content::RowsQuery& query : queries) {
+        const Result<Content::Page> page = content().rows(query);
         ASSERT_FALSE(page);
         EXPECT_EQ(page.failure().kind, Failure::Kind::WrongUse);
     }
 }
 
-TEST_F(SessionTest, RefusalsAreTheWorkers)
+TEST_F(ContentTest, LargestIndicesGiveAnEmptyPage)
 {
-    const Result<Session::Page> page = client->session.rows({path("../x")});
+    constexpr int largest = std::numeric_limits<int>::max();
+    for (const Limits& limits : {Limits(), Limits::none()}) {
+        const Result<Content::Page> page = content(Reach::Local, limits).rows({path(""), largest, largest});
+        ASSERT_TRUE(page) << messageOf(page);
+        EXPECT_EQ(page.value().count, 2);
+        EXPECT_TRUE(page.value().rows.isEmpty());
+    }
+}
+
+TEST_F(ContentTest, RefusalsAreTheWorkers)
+{
+    const Result<Content::Page> page = content().rows({path("../x")});
     ASSERT_FALSE(page);
     EXPECT_EQ(page.failure().kind, Failure::Kind::Refused);
     EXPECT_EQ(page.failure().name, TavoErrorAccessViolation());
-    EXPECT_THAT(page.failure().message.toStdString(), HasSubstr("'../x' is outside"));
+    EXPECT_THAT(messageOf(page), HasSubstr("'../x' is outside"));
 }
 
-TEST_F(SessionTest, NothingOutsideTheRootIsShownOrPrepared)
+TEST_F(ContentTest, NothingOutsideTheRootIsShownOrPrepared)
 {
     tree.addFile(QStringLiteral("abroad/secret.mp3"));
     QFile::link(tree.absolute(QStringLiteral("abroad")), tree.absolute(QStringLiteral("a/link")));
-    client.reset();
-    host.reset();
-    host = startHost(tree.absolute(QStringLiteral("a")));
-    client = std::make_unique<Client>(*host);
-    const Session& session = client->session;
-    const Session::Description services = session.describe();
+    start(QStringLiteral("a"));
     for (const QString& base :
          {QStringLiteral("../abroad"), QStringLiteral(".."), tree.absolute(QStringLiteral("abroad")), tree.root(),
           QStringLiteral("b/../../abroad/secret.mp3"), QStringLiteral("link/../top.mp3"), QString(QChar::Null)}) {
-        const CMPath outside = host->worker().addPrefix(base);
+        const CMPath outside = mount->path(base);
         const QVariantList items = {path("b").toEncoded(), outside.toEncoded()};
-        EXPECT_EQ(failureOf(session.rows({outside})), TavoErrorAccessViolation()) << base.toStdString();
-        EXPECT_EQ(failureOf(session.data(outside, entryRoles())), TavoErrorAccessViolation()) << base.toStdString();
-        EXPECT_EQ(failureOf(session.set(services.countFiles, base)), TavoErrorAccessViolation()) << base.toStdString();
-        EXPECT_EQ(failureOf(session.set(services.preparePlaylist, items)), TavoErrorAccessViolation())
+        EXPECT_EQ(failureOf(content().rows({outside})), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(content().data(outside, entryRoles())), TavoErrorAccessViolation()) << base.toStdString();
+        EXPECT_EQ(failureOf(content().set(mount->countFiles(), base)), TavoErrorAccessViolation())
             << base.toStdString();
-        EXPECT_EQ(failureOf(session.set(services.prepareLibrary, items)), TavoErrorAccessViolation())
+        EXPECT_EQ(failureOf(content().set(mount->preparePlaylist(), items)), TavoErrorAccessViolation())
+            << base.toStdString();
+        EXPECT_EQ(failureOf(content().set(mount->prepareLibrary(), items)), TavoErrorAccessViolation())
             << base.toStdString();
     }
 }
 
-TEST_F(SessionTest, PathsOfOtherWorkersAreInvalid)
+TEST_F(ContentTest, PathsInAnyValueStayInsideTheirRoots)
+{
+    const QString outside = path("../x").toEncoded();
+    const QList<QVariant> values = {
+        outside, QStringList{outside}, QVariantHash{{QStringLiteral("deep"), QVariantList{outside}}},
+        QVariantMap{{QStringLiteral("deep"), outside}}};
+    for (const QVariant& value : values)
+        EXPECT_EQ(failureOf(content().set(path("other/service"), value)), TavoErrorAccessViolation()) << jsonOf(value);
+}
+
+TEST_F(ContentTest, PathsOfOtherWorkersAreInvalid)
 {
     for (const char* encoded : {"", "/", "/other/a", "/settings/musicLibrary/albumArtWidth", "a"}) {
         const CMPath foreign = CMPath::fromEncoded(QString::fromUtf8(encoded));
-        const Result<QVariantList> data = client->session.data(foreign, entryRoles());
-        ASSERT_FALSE(data) << encoded;
-        EXPECT_EQ(data.failure().name, TavoErrorInvalidPath());
-        EXPECT_FALSE(client->session.set(foreign, 1)) << encoded;
-        EXPECT_FALSE(client->session.open(foreign)) << encoded;
+        EXPECT_EQ(failureOf(content().data(foreign, entryRoles())), TavoErrorInvalidPath()) << encoded;
+        EXPECT_EQ(failureOf(content().set(foreign, 1)), TavoErrorInvalidPath()) << encoded;
+        EXPECT_EQ(failureOf(content().menu(foreign, entryRoles())), TavoErrorInvalidPath()) << encoded;
+        const QString rowsFailure = foreign == CMPath() ? QStringLiteral("done") : TavoErrorInvalidPath();
+        EXPECT_EQ(failureOf(content().rows({foreign})), rowsFailure) << encoded;
     }
 }
 
-TEST_F(SessionTest, DataAreTheValuesOfTheRoles)
+TEST_F(ContentTest, DataAreTheValuesOfTheRoles)
 {
-    const Result<QVariantList> data = client->session.data(path("a/b"), {TavoRoles::Title(), TavoRoles::Type()});
+    const Result<QVariantList> data = content().data(path("a/b"), {TavoRoles::Title(), TavoRoles::Type()});
     ASSERT_TRUE(data);
     EXPECT_EQ(data.value(), (QVariantList{QStringLiteral("b"), TavoRolesType::Container()}));
 }
 
-TEST_F(SessionTest, MenuIsThatOfTheItem)
+TEST_F(ContentTest, MenuIsThatOfTheItem)
 {
-    const Result<Session::Page> menu = client->session.menu(path("top.mp3"), {TavoRoles::Value()});
+    const Result<Content::Page> menu = content().menu(path("top.mp3"), {TavoRoles::Value()});
     ASSERT_TRUE(menu);
     EXPECT_EQ(menu.value().title, QStringLiteral("File Context Menu"));
     EXPECT_EQ(menu.value().containerType, 100);
@@ -262,236 +245,61 @@ TEST_F(SessionTest, MenuIsThatOfTheItem)
     EXPECT_EQ(menu.value().rows.first().toList().first(), path("top.mp3").toEncoded());
 }
 
-TEST_F(SessionTest, ServiceAnswersToTheValue)
+TEST_F(ContentTest, PageAsAValueHasTheFieldsThatItHas)
 {
-    const Result<QVariant> count = client->session.set(client->session.describe().countFiles, QStringLiteral("a"));
+    const auto fieldsOf = [](const Result<Content::Page>& page) { return page.value().toVariant().toHash().keys(); };
+    EXPECT_THAT(
+        fieldsOf(content().rows({path("")})),
+        testing::UnorderedElementsAre(QStringLiteral("count"), QStringLiteral("rows"), QStringLiteral("version")));
+    EXPECT_THAT(
+        fieldsOf(content().menu(path("top.mp3"), {})),
+        testing::UnorderedElementsAre(
+            QStringLiteral("count"), QStringLiteral("rows"), QStringLiteral("title"), QStringLiteral("containerType")));
+}
+
+TEST_F(ContentTest, ServiceAnswersToTheValue)
+{
+    const Result<QVariant> count = content().set(mount->countFiles(), QStringLiteral("a"));
     ASSERT_TRUE(count);
     EXPECT_EQ(count.value(), 1);
 }
 
-TEST_F(SessionTest, ServiceThatGivesNoAnswerIsNotWaitedFor)
+TEST_F(ContentTest, ServiceThatGivesNoAnswerIsNotWaitedFor)
 {
-    const Result<QVariant> answer = client->session.set(path("no/such/service"), 1);
+    const Result<QVariant> answer = content().set(path("no/such/service"), 1);
     ASSERT_FALSE(answer);
     EXPECT_EQ(answer.failure().kind, Failure::Kind::Unanswered);
 }
 
-TEST_F(SessionTest, ChangesOfAnOpenedDirectoryAreTold)
+TEST_F(ContentTest, ThreeServicesWalk)
 {
-    ASSERT_TRUE(open("a/b"));
-    tree.addFile(QStringLiteral("a/b/new.mp3"));
-    ASSERT_TRUE(client->isTold(reset + QStringLiteral(" a/b")));
-    Session::RowsQuery query;
-    query.path = path("a/b");
-    EXPECT_EQ(client->session.rows(query).value().version, client->lastVersion);
+    for (const CMPath& walk : {mount->preparePlaylist(), mount->prepareLibrary(), mount->countFiles()})
+        EXPECT_TRUE(content().isWalk(walk)) << walk.toEncoded().toStdString();
+    for (const CMPath& quick : {path(""), path("a"), CMPath(), CMPath(QStringLiteral("x"), mount->countFiles().base())})
+        EXPECT_FALSE(content().isWalk(quick)) << quick.toEncoded().toStdString();
 }
 
-TEST_F(SessionTest, VersionAfterTheLargestIsOne)
+TEST_F(ContentTest, CancelledWalkGivesNoIncompleteItems)
 {
-    constexpr int largest = std::numeric_limits<int>::max();
-    client.reset();
-    host.reset();
-    const int last = std::exchange(CMVersion::s_last, largest - 2);
-    host = startHost(tree.root());
-    CMVersion::s_last = last;
-    client = std::make_unique<Client>(*host);
-    ASSERT_TRUE(open(""));
-    const auto rowsOf = [this](int version) { return client->session.rows({path(""), 0, 9, version, {}}); };
-    EXPECT_EQ(rowsOf(largest).value().version, largest);
-    tree.addFile(QStringLiteral("more.mp3"));
-    ASSERT_TRUE(client->isTold(reset + QStringLiteral(" ")));
-    EXPECT_EQ(client->lastVersion, 1);
-    EXPECT_EQ(rowsOf(largest).failure().name, TavoErrorInvalidRowsVersion());
-    EXPECT_EQ(rowsOf(1).value().count, 3);
+    CMRequestContext context;
+    const CMRequestContext::Scope scope(context);
+    context.cancel();
+    const Result<QVariant> items = content().set(mount->prepareLibrary(), QVariantList{path("a").toEncoded()});
+    ASSERT_FALSE(items);
+    EXPECT_EQ(items.failure().kind, Failure::Kind::Cancelled);
 }
 
-TEST_F(SessionTest, AncestorsOfAnOpenedDirectoryAreHeldToo)
+TEST_F(ContentTest, WalkThatHasUsedUpItsAnswerIsTooLarge)
 {
-    ASSERT_TRUE(open("a/b"));
-    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a"), QStringLiteral("a/b")));
-    ASSERT_TRUE(close("a/b"));
-    EXPECT_THAT(tracked(), IsEmpty());
+    CMRequestContext context(10);
+    ASSERT_FALSE(context.take(11));
+    const CMRequestContext::Scope scope(context);
+    const Result<QVariant> items = content().set(mount->prepareLibrary(), QVariantList{path("a").toEncoded()});
+    ASSERT_FALSE(items);
+    EXPECT_EQ(items.failure().kind, Failure::Kind::TooLarge);
 }
 
-TEST_F(SessionTest, AncestorsAreHeldAsLongAsAnyoneBelowNeedsThem)
-{
-    tree.addDirectory(QStringLiteral("a/c"));
-    ASSERT_TRUE(open("a/b"));
-    ASSERT_TRUE(open("a/c"));
-    ASSERT_TRUE(open("a"));
-    ASSERT_TRUE(close("a/b"));
-    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a"), QStringLiteral("a/c")));
-    ASSERT_TRUE(close("a/c"));
-    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a")));
-    ASSERT_TRUE(close("a"));
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, ChangesOfAncestorsAreNotTold)
-{
-    ASSERT_TRUE(open("a/b"));
-    tree.addFile(QStringLiteral("a/new.mp3"));
-    tree.addFile(QStringLiteral("new.mp3"));
-    tree.addFile(QStringLiteral("a/b/new.mp3"));
-    ASSERT_TRUE(client->isTold(reset + QStringLiteral(" a/b")));
-    EXPECT_THAT(client->told, testing::Each(reset + QStringLiteral(" a/b")));
-}
-
-TEST_F(SessionTest, ParentThatChangedMayBeOpenedLater)
-{
-    ASSERT_TRUE(open("a/b"));
-    tree.addFile(QStringLiteral("a/new.mp3"));
-    tree.addFile(QStringLiteral("a/b/new.mp3"));
-    ASSERT_TRUE(client->isTold(reset + QStringLiteral(" a/b")));
-    EXPECT_TRUE(open("a"));
-    EXPECT_TRUE(open(""));
-}
-
-TEST_F(SessionTest, OpeningTwiceCountsOnce)
-{
-    ASSERT_TRUE(open("a"));
-    ASSERT_TRUE(open("a"));
-    EXPECT_TRUE(close("a"));
-    EXPECT_FALSE(close("a"));
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, OnlyDirectoriesThatExistAreOpened)
-{
-    EXPECT_EQ(openFailure("missing"), TavoErrorInvalidPath().toStdString());
-    EXPECT_EQ(openFailure("top.mp3"), TavoErrorInvalidPath().toStdString());
-    EXPECT_EQ(openFailure("top.mp3/x"), TavoErrorInvalidPath().toStdString());
-    EXPECT_EQ(openFailure("a/notes.txt"), TavoErrorInvalidPath().toStdString());
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, OnlyPathsInNormalFormAreOpened)
-{
-    for (const char* base : {"./a", "a/.", "a/../a", "..", "a//b", "/", "a/./b", "../x"})
-        EXPECT_EQ(openFailure(base), TavoErrorInvalidPath().toStdString()) << base;
-    EXPECT_EQ(openFailure(tree.root().toUtf8().constData()), TavoErrorInvalidPath().toStdString());
-    EXPECT_FALSE(client->session.open(host->worker().addPrefix(QStringLiteral("a") + QChar(0))));
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, RootHasTwoSpellings)
-{
-    EXPECT_TRUE(open("."));
-    EXPECT_TRUE(close(""));
-}
-
-TEST_F(SessionTest, DirectoryInThePlaceOfTheContextMenuIsNotOpened)
-{
-    tree.addDirectory(QStringLiteral("menu/context/x"));
-    EXPECT_TRUE(open("menu"));
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(openFailure("menu/context"), TavoErrorInvalidPath().toStdString());
-        EXPECT_EQ(openFailure("menu/context/x"), TavoErrorInvalidPath().toStdString());
-    }
-}
-
-TEST_F(SessionTest, WhatIsNotOpenCannotBeClosed)
-{
-    EXPECT_FALSE(close("a"));
-    ASSERT_TRUE(open("a/b"));
-    EXPECT_FALSE(close("a")) << "held as an ancestor only";
-    EXPECT_FALSE(close(""));
-    const Result<Done> closing = client->session.close(path("a"));
-    EXPECT_EQ(closing.failure().kind, Failure::Kind::Refused);
-    EXPECT_EQ(closing.failure().message, QStringLiteral("'/file/a' is not open"));
-    EXPECT_EQ(tracked().size(), 3);
-}
-
-TEST_F(SessionTest, OneClientCannotCloseWhatAnotherHasOpen)
-{
-    Client other(*host);
-    ASSERT_TRUE(open("a"));
-    EXPECT_FALSE(other.session.close(path("a")));
-    tree.addFile(QStringLiteral("a/new.mp3"));
-    EXPECT_TRUE(client->isTold(reset + QStringLiteral(" a")));
-    EXPECT_THAT(other.told, IsEmpty());
-}
-
-TEST_F(SessionTest, EachClientHasItsOwnSubscriptions)
-{
-    Client other(*host);
-    ASSERT_TRUE(open("a/b"));
-    ASSERT_TRUE(other.session.open(path("a/b")));
-    ASSERT_TRUE(close("a/b"));
-    EXPECT_EQ(tracked().size(), 3);
-    tree.addFile(QStringLiteral("a/b/new.mp3"));
-    EXPECT_TRUE(other.isTold(reset + QStringLiteral(" a/b")));
-    EXPECT_THAT(client->told, IsEmpty());
-}
-
-TEST_F(SessionTest, ClientThatGoesClosesAllThatItHeld)
-{
-    {
-        Client other(*host);
-        ASSERT_TRUE(other.session.open(path("a/b")));
-        ASSERT_TRUE(other.session.open(path("a")));
-        ASSERT_TRUE(open("a"));
-    }
-    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a")));
-    client.reset();
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, DirectoryThatGoesIsClosed)
-{
-    ASSERT_TRUE(open("a/b"));
-    tree.remove(QStringLiteral("a/b"));
-    ASSERT_TRUE(client->isTold(closed + QStringLiteral(" a/b")));
-    EXPECT_FALSE(close("a/b"));
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, DirectoryThatGoesTakesThoseBelowAlong)
-{
-    ASSERT_TRUE(open("a/b"));
-    ASSERT_TRUE(open("a"));
-    tree.remove(QStringLiteral("a"));
-    ASSERT_TRUE(client->isTold(closed + QStringLiteral(" a/b")));
-    ASSERT_TRUE(client->isTold(closed + QStringLiteral(" a")));
-    EXPECT_THAT(tracked(), IsEmpty());
-}
-
-TEST_F(SessionTest, DirectoryThatComesBackCanBeOpenedAgain)
-{
-    for (int round = 0; round < 3; ++round) {
-        client->told.clear();
-        ASSERT_TRUE(open("a/b")) << round;
-        tree.remove(QStringLiteral("a/b"));
-        ASSERT_TRUE(client->isTold(closed + QStringLiteral(" a/b"))) << round;
-        tree.addFile(QStringLiteral("a/b/song.mp3"));
-    }
-}
-
-TEST_F(SessionTest, RootThatGoesClosesEverything)
-{
-    tree.addFile(QStringLiteral("root/x/song.mp3"));
-    client.reset();
-    host.reset();
-    host = startHost(tree.absolute(QStringLiteral("root")));
-    client = std::make_unique<Client>(*host);
-    ASSERT_TRUE(open("x"));
-    tree.remove(QStringLiteral("root"));
-    ASSERT_TRUE(client->isTold(closed + QStringLiteral(" x")));
-    EXPECT_THAT(tracked(), IsEmpty());
-    EXPECT_EQ(openFailure(""), TavoErrorInvalidPath().toStdString());
-}
-
-TEST_F(SessionTest, OpeningFromAnotherThreadIsCarriedOver)
-{
-    auto opening = std::async(std::launch::async, [this] { return open("a/b"); });
-    ASSERT_TRUE(eventually([&] { return opening.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
-    EXPECT_TRUE(opening.get());
-    auto closing = std::async(std::launch::async, [this] { return close("a/b"); });
-    ASSERT_TRUE(eventually([&] { return closing.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
-    EXPECT_TRUE(closing.get());
-}
-
-TEST_F(SessionTest, RowsMayBeAskedForFromManyThreadsWhileThePathsOpenAndClose)
+TEST_F(ContentTest, ManyThreadsReadWhilePathsOpenAndClose)
 {
     std::vector<std::future<int>> readers;
     std::atomic_bool done = false;
@@ -499,17 +307,199 @@ TEST_F(SessionTest, RowsMayBeAskedForFromManyThreadsWhileThePathsOpenAndClose)
         readers.push_back(std::async(std::launch::async, [this, &done] {
             int refused = 0;
             while (!done)
-                refused += client->session.rows({path("a")}) ? 0 : 1;
+                refused += content().rows({path("a")}) ? 0 : 1;
             return refused;
         }));
     }
+    Subscriber subscriber(*host);
     for (int round = 0; round < 200; ++round) {
-        ASSERT_TRUE(open("a/b"));
-        ASSERT_TRUE(close("a/b"));
+        EXPECT_TRUE(subscriber.open(path("a/b")));
+        EXPECT_TRUE(subscriber.close(path("a/b")));
     }
     done = true;
     for (std::future<int>& reader : readers)
         EXPECT_EQ(reader.get(), 0);
+}
+
+class ContentLimits : public ContentTest
+{
+protected:
+    ContentLimits()
+    {
+        for (int i = 0; i < 10; ++i)
+            tree.addFile(QStringLiteral("many/%1.mp3").arg(i));
+    }
+
+    /// How many rows an answer of at most so many values has.
+    [[nodiscard]] int rowsWithin(int values, const QStringList& roles, int first = 0) const
+    {
+        Limits limits;
+        limits.values = values;
+        Content::RowsQuery query;
+        query.path = path("many");
+        query.first = first;
+        query.roles = roles;
+        const Result<Content::Page> page = content(Reach::Local, limits).rows(query);
+        EXPECT_TRUE(page);
+        EXPECT_EQ(page.value().count, 10);
+        return page.value().rows.size();
+    }
+};
+
+TEST_F(ContentLimits, PageIsCutAtAWholeRow)
+{
+    const QStringList three = {TavoRoles::Path(), TavoRoles::Title(), TavoRoles::Type()};
+    EXPECT_EQ(rowsWithin(30, three), 10);
+    EXPECT_EQ(rowsWithin(29, three), 9);
+    EXPECT_EQ(rowsWithin(11, three), 3);
+    EXPECT_EQ(rowsWithin(11, three, 8), 2);
+}
+
+TEST_F(ContentLimits, PageHasOneRowWhateverTheLimit)
+{
+    EXPECT_EQ(rowsWithin(2, {TavoRoles::Path(), TavoRoles::Title(), TavoRoles::Type()}), 1);
+}
+
+TEST_F(ContentLimits, RowsWithoutRolesCountAsOneValue)
+{
+    EXPECT_EQ(rowsWithin(4, {}), 4);
+}
+
+TEST_F(ContentLimits, PreparationTakesOnlySoManyPaths)
+{
+    const Content limited = content(Reach::Local, Limits());
+    QVariantList ids;
+    for (int i = 0; i < 1000; ++i)
+        ids.append(path("missing.mp3").toEncoded());
+    EXPECT_TRUE(limited.set(mount->prepareLibrary(), ids));
+    ids.append(path("missing.mp3").toEncoded());
+    for (const CMPath& service : {mount->prepareLibrary(), mount->preparePlaylist()}) {
+        const Result<QVariant> items = limited.set(service, ids);
+        ASSERT_FALSE(items);
+        EXPECT_EQ(items.failure().kind, Failure::Kind::WrongUse);
+        EXPECT_EQ(items.failure().message, QStringLiteral("there are more than 1000 paths"));
+        EXPECT_TRUE(content().set(service, ids)) << "nothing limits the person who started the program";
+    }
+}
+
+/// root/ with what is public, hidden and elsewhere; out/ beside it.
+class ContentReach : public ContentTest
+{
+protected:
+    ContentReach()
+    {
+        tree.addFile(QStringLiteral("root/open/song.mp3"));
+        tree.addFile(QStringLiteral("root/.hidden/song.mp3"));
+        tree.addFile(QStringLiteral("root/open/.deep/song.mp3"));
+        tree.addFile(QStringLiteral("root/open/.song.mp3"));
+        tree.addFile(QStringLiteral("out/song.mp3"));
+        link("out", "root/outwards");
+        link("out/song.mp3", "root/out.mp3");
+        link("root/open", "root/inwards");
+        start(QStringLiteral("root"));
+    }
+
+    void link(const char* target, const char* name) const
+    {
+        QFile::link(tree.absolute(QString::fromUtf8(target)), tree.absolute(QString::fromUtf8(name)));
+    }
+
+    [[nodiscard]] Content network() const { return content(Reach::Network, Limits()); }
+
+    const QList<const char*> secrets = {
+        ".hidden",        ".hidden/song.mp3", "open/.deep",        "open/.deep/song.mp3",
+        "open/.song.mp3", "outwards",         "outwards/song.mp3", "out.mp3"};
+};
+
+TEST_F(ContentReach, NetworkClientsGetNothingHiddenOrBehindALinkThatLeadsOut)
+{
+    Subscriber subscriber(*host, Reach::Network);
+    for (const char* base : secrets) {
+        const QVariantList items = {path("open").toEncoded(), path(base).toEncoded()};
+        EXPECT_EQ(failureOf(network().rows({path(base)})), TavoErrorAccessViolation()) << base;
+        EXPECT_EQ(failureOf(network().data(path(base), entryRoles())), TavoErrorAccessViolation()) << base;
+        EXPECT_EQ(failureOf(network().set(mount->countFiles(), QString::fromUtf8(base))), TavoErrorAccessViolation())
+            << base;
+        EXPECT_EQ(failureOf(network().set(mount->prepareLibrary(), items)), TavoErrorAccessViolation()) << base;
+        EXPECT_EQ(failureOf(network().set(path("service"), items)), TavoErrorAccessViolation()) << base;
+    }
+    for (const char* base : {".hidden", "open/.deep", "outwards"})
+        EXPECT_EQ(failureOf(subscriber.open(path(base))), TavoErrorAccessViolation()) << base;
+}
+
+TEST_F(ContentReach, LocalClientsGetThem)
+{
+    Subscriber subscriber(*host);
+    for (const char* base : {".hidden", "open/.deep", "outwards"}) {
+        EXPECT_TRUE(content().rows({path(base)})) << base;
+        EXPECT_EQ(content().set(mount->countFiles(), QString::fromUtf8(base)).value(), 1) << base;
+        EXPECT_TRUE(subscriber.open(path(base))) << base;
+    }
+    for (const char* base : secrets) {
+        EXPECT_TRUE(content().data(path(base), entryRoles())) << base;
+        EXPECT_EQ(
+            content().set(mount->prepareLibrary(), QVariantList{path(base).toEncoded()}).value().toList().size(), 1)
+            << base;
+    }
+}
+
+TEST_F(ContentReach, LinksInsideTheRootWorkForAll)
+{
+    Subscriber subscriber(*host, Reach::Network);
+    EXPECT_EQ(network().rows({path("inwards")}).value().count, 1);
+    EXPECT_TRUE(network().data(path("inwards/song.mp3"), entryRoles()));
+    EXPECT_EQ(network().set(mount->countFiles(), QStringLiteral("inwards")).value(), 1);
+    EXPECT_TRUE(subscriber.open(path("inwards")));
+}
+
+TEST_F(ContentReach, NetworkAnswersHaveNoPathOfTheLocalFileSystem)
+{
+    const QStringList all = CMAllRoles();
+    const std::vector<QVariant> answers = {
+        network().describe(),
+        network().rows({CMPath(), 0, 9, 0, all}).value().toVariant(),
+        network().rows({path(""), 0, 9, 0, all}).value().toVariant(),
+        network().rows({path("open"), 0, 9, 0, all}).value().toVariant(),
+        network().data(path("open/song.mp3"), all).value(),
+        network().menu(path("open/song.mp3"), all).value().toVariant(),
+        network().set(mount->preparePlaylist(), QVariantList{path("open").toEncoded()}).value(),
+        network().set(mount->prepareLibrary(), QVariantList{path("open").toEncoded()}).value()};
+    const std::string local = tree.root().toStdString();
+    for (const QVariant& answer : answers) {
+        EXPECT_THAT(jsonOf(answer), Not(HasSubstr(local)));
+        EXPECT_THAT(jsonOf(answer), Not(HasSubstr("file:")));
+    }
+}
+
+TEST_F(ContentReach, UrisAreOfTheCarriersKind)
+{
+    const auto uriOf = [this](const Content& served) {
+        const QVariantList values = served.data(path("open/song.mp3"), {TavoRoles::MediaData()}).value();
+        const QVariantList resources = values.value(0).toHash()[QStringLiteral("resources")].toList();
+        return resources.value(0).toHash()[QStringLiteral("uri")].toString();
+    };
+    EXPECT_EQ(uriOf(network()), QStringLiteral("media/file/open/song.mp3"));
+    EXPECT_EQ(uriOf(content()), QStringLiteral("file://") + tree.absolute(QStringLiteral("root/open/song.mp3")));
+}
+
+TEST_F(ContentReach, MessagesToTheNetworkNameTheErrorAndTheEncodedPath)
+{
+    for (const char* base : {"../x", ".hidden", "out.mp3"}) {
+        const Result<Content::Page> page = network().rows({path(base)});
+        EXPECT_EQ(
+            page.failure().message,
+            QStringLiteral("'%1' is refused: %2").arg(path(base).toEncoded(), TavoErrorAccessViolation()));
+        EXPECT_THAT(messageOf(content().data(path("../x"), {})), HasSubstr(tree.root().toStdString()));
+    }
+    const QVariantList items = {path("../x").toEncoded()};
+    const std::string local = tree.root().toStdString();
+    EXPECT_THAT(messageOf(network().data(path("missing"), {})), Not(HasSubstr(local)));
+    EXPECT_THAT(messageOf(network().set(mount->prepareLibrary(), items)), Not(HasSubstr(local)));
+    EXPECT_THAT(messageOf(network().set(mount->countFiles(), QStringLiteral(".."))), Not(HasSubstr(local)));
+    EXPECT_THAT(messageOf(network().rows({path("missing")})), Not(HasSubstr(local)));
+    Subscriber subscriber(*host, Reach::Network);
+    for (const char* base : {"../x", ".hidden", "outwards", "missing"})
+        EXPECT_THAT(messageOf(subscriber.open(path(base))), Not(HasSubstr(local))) << base;
 }
 
 } // namespace

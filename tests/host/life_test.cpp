@@ -1,8 +1,10 @@
 // Clients that follow the protocol, on a tree that changes under them all the time, hold in every quiet moment exactly
 // what is on the disk. TAVO_LIFE_OPERATIONS and TAVO_LIFE_SEED make the test longer, or repeat one.
 
-#include "content/host.h"
-#include "content/session.h"
+#include "content/content.h"
+#include "content/contenthost.h"
+#include "content/subscriptions.h"
+#include "exec/workerthread.h"
 
 #include <model/cmsubscribe.h>
 #include <tavo/tavoroles.h>
@@ -11,17 +13,16 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QDirIterator>
-#include <QEventLoop>
 #include <QTemporaryDir>
-#include <QTextStream>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <condition_variable>
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <map>
 #include <mutex>
 #include <random>
@@ -155,9 +156,11 @@ private:
 class Client
 {
 public:
-    Client(Host& host, unsigned seed)
-        : m_host(host),
-          m_session(host, [this](const CMPath& path, const QStringList& changes, int) { noteChange(path, changes); }),
+    Client(ContentHost& host, QString prefix, unsigned seed)
+        : m_host(host), m_content(host), m_prefix(std::move(prefix)),
+          m_subscriptions(std::make_unique<Subscriptions>(
+              host, Reach::Local, Limits().openPaths,
+              [this](const CMPath& path, const QStringList& changes, int) { noteChange(path, changes); })),
           m_random(seed), m_thread([this] { run(); })
     {
     }
@@ -169,9 +172,10 @@ public:
             m_ending = true;
         }
         m_wake.notify_all();
-        while (!m_ended)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         m_thread.join();
+        m_subscriptions.reset();
+        // After this nothing calls noteChange() any more.
+        m_host.workerThread().run([] {});
     }
 
     void setQuiet(bool quiet)
@@ -227,8 +231,6 @@ private:
                 m_idle = false;
             }
         }
-        lock.unlock();
-        m_ended = true;
     }
 
     void followChange(std::unique_lock<std::mutex>& lock)
@@ -248,8 +250,18 @@ private:
     {
         m_held.erase(path);
         lock.unlock();
-        static_cast<void>(m_session.close(path));
+        static_cast<void>(wasDone(&Subscriptions::close, path));
         lock.lock();
+    }
+
+    using Operation = void (Subscriptions::*)(const CMPath&, Subscriptions::Completion);
+
+    /// Waits for the completion.
+    [[nodiscard]] bool wasDone(Operation operation, const CMPath& path)
+    {
+        const auto done = std::make_shared<std::promise<bool>>();
+        ((*m_subscriptions).*operation)(path, [done](const Result<void>& result) { done->set_value(bool(result)); });
+        return done->get_future().get();
     }
 
     void act(std::unique_lock<std::mutex>& lock)
@@ -257,10 +269,10 @@ private:
         QString base;
         for (int depth = below(m_random, 4); depth > 0; --depth)
             base += QStringLiteral("%1n%2").arg(base.isEmpty() ? "" : "/").arg(below(m_random, 6));
-        const CMPath path = m_host.worker().addPrefix(base);
+        const CMPath path(m_prefix, base);
         const bool close = below(m_random, 3) == 0;
         lock.unlock();
-        const bool done = static_cast<bool>(close ? m_session.close(path) : m_session.open(path));
+        const bool done = wasDone(close ? &Subscriptions::close : &Subscriptions::open, path);
         lock.lock();
         if (!done)
             return;
@@ -277,8 +289,8 @@ private:
         QStringList titles;
         int version = 0;
         for (int tries = 0; tries < 100;) {
-            const Result<Session::Page> page =
-                m_session.rows({path, titles.size(), titles.size() + 4, version, {TavoRoles::Title()}});
+            const Result<Content::Page> page =
+                m_content.rows({path, titles.size(), titles.size() + 4, version, {TavoRoles::Title()}});
             if (!page) {
                 titles.clear();
                 version = 0;
@@ -295,7 +307,9 @@ private:
         m_held[path] = titles;
     }
 
-    Host& m_host;
+    ContentHost& m_host;
+    const Content m_content;
+    const QString m_prefix;
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;
     std::vector<std::pair<CMPath, bool>> m_changes;
@@ -303,23 +317,25 @@ private:
     bool m_quiet = false;
     bool m_idle = false;
     bool m_ending = false;
-    std::atomic<bool> m_ended = false;
-    Session m_session;
+    std::unique_ptr<Subscriptions> m_subscriptions;
     Random m_random;
     std::thread m_thread;
 };
 
 using Clients = std::vector<std::unique_ptr<Client>>;
 
-/// Runs the event loop until the predicate holds.
+/// Waits until the predicate holds; false if it does not within the time that the test has patience for.
 template<typename Predicate>
 [[nodiscard]] bool waitUntil(Predicate predicate)
 {
+    constexpr std::chrono::milliseconds turn{10};
     const QDeadlineTimer deadline(patience);
+    QTimer ticks;
+    ticks.start(turn);
     while (!predicate()) {
         if (deadline.hasExpired())
             return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
 }
@@ -375,18 +391,11 @@ void expectCurrent(const Clients& clients, const QString& root)
         << " are open";
 }
 
-/// The operations are made in another thread, so that they meet requests and notifications under way.
+/// The changes meet requests and notifications that are under way.
 void changeAtRandom(Mutator& mutator, int operations)
 {
-    std::atomic<bool> done = false;
-    std::thread thread([&] {
-        for (int i = 0; i < operations; ++i)
-            mutator.change();
-        done = true;
-    });
-    const bool isDone = waitUntil([&] { return done.load(); });
-    thread.join();
-    EXPECT_TRUE(isDone);
+    for (int i = 0; i < operations; ++i)
+        mutator.change();
 }
 
 void liveThrough(unsigned seed, int operations)
@@ -394,20 +403,20 @@ void liveThrough(unsigned seed, int operations)
     const QTemporaryDir directory;
     const QString root = QDir(directory.path()).canonicalPath() + QStringLiteral("/root");
     ASSERT_TRUE(QDir().mkpath(root));
+    const QString prefix = QStringLiteral("life%1").arg(seed);
     HostSettings settings;
     settings.moduleFile = QStringLiteral(TAVO_MODULE);
-    settings.root = root;
+    settings.roots = {{prefix, root}};
     settings.filter = QStringList(QStringLiteral("*.mp3"));
-    settings.serviceId = QStringLiteral("life%1").arg(seed);
     settings.sweepInterval = sweepInterval;
-    const Result<std::unique_ptr<Host>> host = Host::start(settings);
+    const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(settings);
     ASSERT_TRUE(host) << host.failure().message.toStdString();
 
     Mutator mutator(root, seed);
     {
         Clients clients;
         for (unsigned i = 0; i < clientCount; ++i)
-            clients.push_back(std::make_unique<Client>(*host.value(), seed * 100 + i));
+            clients.push_back(std::make_unique<Client>(*host.value(), prefix, seed * 100 + i));
         for (int done = 0; done < operations && !testing::Test::HasFailure(); done += operationsBetweenQuiet) {
             changeAtRandom(mutator, operationsBetweenQuiet);
             for (const auto& client : clients)

@@ -1,9 +1,9 @@
 #include "prepare/prepareplan.h"
 
-#include "content/host.h"
-#include "content/session.h"
+#include "content/contenthost.h"
 
 #include "support/names.h"
+#include "support/servedcontent.h"
 #include "support/temporarytree.h"
 
 #include "printers.h"
@@ -23,7 +23,8 @@
 
 namespace {
 
-using Kind = PreparePlan::Kind;
+/// The two services that prepare items.
+enum class Kind { PlayList, MusicLibrary };
 
 class Plan : public testing::Test
 {
@@ -37,28 +38,26 @@ protected:
 
     void start(const QStringList& filter)
     {
-        Result<std::unique_ptr<Host>> started =
-            Host::start({QStringLiteral(TAVO_MODULE), tree.root(), filter, QStringLiteral("file")});
-        ASSERT_TRUE(started) << started.failure().message.toStdString();
-        host = std::move(started.value());
-        session = std::make_unique<Session>(*host, Session::ChangeHandler());
+        HostSettings settings = settingsFor(tree.root());
+        settings.filter = filter;
+        host = startHost(settings);
+        ASSERT_TRUE(host);
+        mount = host->mountAt(QStringLiteral("file"));
     }
 
     [[nodiscard]] QVariantList prepared(Kind kind, const QStringList& ids) const
     {
-        const Session::Description description = session->describe();
-        const bool forLibrary = kind == Kind::MusicLibrary;
-        const Result<QVariant> items =
-            session->set(forLibrary ? description.prepareLibrary : description.preparePlaylist, ids);
+        const CMPath service = kind == Kind::MusicLibrary ? mount->prepareLibrary() : mount->preparePlaylist();
+        const Result<QVariant> items = Content(*host).set(service, ids);
         EXPECT_TRUE(items);
         return items ? items.value().toList() : QVariantList();
     }
 
-    [[nodiscard]] PreparePlan planFor(Kind kind, const QStringList& bases, int smallDirectory) const
+    [[nodiscard]] PreparePlan planFor(const QStringList& bases, int smallDirectory) const
     {
-        PreparePlan plan(*host, kind, smallDirectory);
+        PreparePlan plan(*host, smallDirectory);
         for (const QString& base : bases)
-            plan.add(host->worker().addPrefix(base));
+            EXPECT_TRUE(plan.add(mount->path(base))) << base.toStdString();
         return plan;
     }
 
@@ -67,13 +66,13 @@ protected:
     {
         QStringList ids;
         for (const QString& base : bases)
-            ids.append(host->worker().addPrefix(base).toEncoded());
+            ids.append(mount->path(base).toEncoded());
         const QVariantList expected = prepared(kind, ids);
         for (const int smallDirectory : {0, 1, 3, 1000}) {
             QVariantList items;
-            const PreparePlan plan = planFor(kind, bases, smallDirectory);
+            const PreparePlan plan = planFor(bases, smallDirectory);
             for (const PreparePlan::Step& step : plan.steps())
-                items += prepared(kind, {step.id});
+                items += prepared(kind, {step.path.toEncoded()});
             EXPECT_EQ(items, expected) << "small: " << smallDirectory;
         }
         return expected.size();
@@ -87,8 +86,8 @@ protected:
     }
 
     TemporaryTree tree;
-    std::unique_ptr<Host> host;
-    std::unique_ptr<Session> session;
+    std::unique_ptr<ContentHost> host;
+    ContentHost::SharedMount mount;
 };
 
 const QStringList usual = {QStringLiteral("*.mp3"), QStringLiteral("*.m3u")};
@@ -98,7 +97,7 @@ TEST_F(Plan, SmallDirectoryIsAskedForAsOne)
     tree.addFile(QStringLiteral("a/1.mp3"));
     tree.addFile(QStringLiteral("a/b/2.mp3"));
     start(usual);
-    const PreparePlan plan = planFor(Kind::MusicLibrary, {QStringLiteral("a")}, 2);
+    const PreparePlan plan = planFor({QStringLiteral("a")}, 2);
     ASSERT_EQ(plan.steps().size(), 1);
     EXPECT_EQ(plan.steps().first().files, 2);
 }
@@ -108,10 +107,10 @@ TEST_F(Plan, LargeDirectoryIsAskedForByWhatLiesInIt)
     for (const char* file : {"1.mp3", "a/1.mp3", "a/2.mp3", "b/1.mp3", "b/c/1.mp3", "z.mp3"})
         tree.addFile(QString::fromUtf8(file));
     start(usual);
-    const PreparePlan plan = planFor(Kind::MusicLibrary, {QString()}, 2);
+    const PreparePlan plan = planFor({QString()}, 2);
     QStringList steps;
     for (const PreparePlan::Step& step : plan.steps())
-        steps.append(QDir(tree.root()).relativeFilePath(CMPath::fromEncoded(step.id).base()));
+        steps.append(step.path.base());
     EXPECT_EQ(
         steps,
         (QStringList{QStringLiteral("1.mp3"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("z.mp3")}));
@@ -144,7 +143,7 @@ TEST_F(Plan, FilterOfPlayListsAloneTakesEveryFileOfADirectory)
     start({QStringLiteral("*.m3u"), QStringLiteral("*.pls")});
     EXPECT_EQ(expectSame(Kind::PlayList, {QString(), QStringLiteral("a/2.m3u")}), 3);
     EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString()}), 1);
-    EXPECT_EQ(planFor(Kind::PlayList, {QString()}, 0).files(), 3);
+    EXPECT_EQ(planFor({QString()}, 0).files(), 3);
 }
 
 TEST_F(Plan, NamesOfAllKindsAreFound)

@@ -1,0 +1,87 @@
+#include "exec/workerthread.h"
+
+#include "support/gate.h"
+
+#include "printers.h"
+
+#include <QTimer>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace {
+
+TEST(WorkerThread, RunsFunctionsInItsThreadAndWaitsForThem)
+{
+    WorkerThread thread;
+    QThread* ranIn = nullptr;
+    thread.run([&ranIn] { ranIn = QThread::currentThread(); });
+    EXPECT_EQ(ranIn, thread.thread());
+    EXPECT_NE(ranIn, QThread::currentThread());
+}
+
+TEST(WorkerThread, RunsFunctionsDirectlyInItself)
+{
+    WorkerThread thread;
+    std::vector<int> order;
+    thread.run([&] {
+        thread.post([&order] { order.push_back(3); });
+        thread.run([&order] { order.push_back(1); });
+        order.push_back(2);
+    });
+    thread.run([] {});
+    EXPECT_THAT(order, testing::ElementsAre(1, 2, 3));
+}
+
+TEST(WorkerThread, KeepsTheOrderOfWhatIsPosted)
+{
+    WorkerThread thread;
+    std::vector<int> order;
+    for (int i = 0; i < 100; ++i)
+        thread.post([&order, i] { order.push_back(i); });
+    thread.run([&order] { order.push_back(100); });
+    ASSERT_EQ(order.size(), 101U);
+    EXPECT_TRUE(std::is_sorted(order.cbegin(), order.cend()));
+}
+
+TEST(WorkerThread, EndRunsWhatWasPostedBefore)
+{
+    int ran = 0;
+    {
+        WorkerThread thread;
+        for (int i = 0; i < 100; ++i)
+            thread.post([&ran] { ++ran; });
+    }
+    EXPECT_EQ(ran, 100);
+}
+
+TEST(WorkerThread, PostDoesNotWait)
+{
+    Gate gate;
+    bool hasRun = false;
+    WorkerThread thread;
+    thread.post([&] { hasRun = gate.wait(); });
+    gate.open();
+    thread.run([] {});
+    EXPECT_TRUE(hasRun);
+}
+
+TEST(WorkerThread, HasAnEventLoop)
+{
+    WorkerThread thread;
+    Gate fired;
+    std::unique_ptr<QTimer> timer;
+    thread.run([&] {
+        timer = std::make_unique<QTimer>();
+        QObject::connect(timer.get(), &QTimer::timeout, [&fired] { fired.open(); });
+        timer->start(0);
+    });
+    EXPECT_TRUE(fired.wait());
+    thread.run([&timer] { timer.reset(); });
+}
+
+} // namespace
