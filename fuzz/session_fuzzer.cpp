@@ -1,19 +1,22 @@
-// Lines to a session with a live worker, over a real tree that changes between them: every request is answered once,
-// everything put out is a message of JSON-RPC, a client that goes leaves nothing open, and the process never ends.
+// Messages to a host with live workers, over a real tree that changes between them: every request is answered once,
+// everything put out is a message of JSON-RPC, a client that leaves has nothing open, and the process never ends.
 //
-// A line that starts with '!' changes the tree, once for each of its other bytes. At one that is a '?' the client goes,
-// and another one comes.
+// A line that starts with '!' changes the tree, once for each of its other bytes. At one that is a '?' the client
+// leaves, and another one comes.
 
 #include "changingtree.h"
 #include "check.h"
 #include "memoryfile.h"
 
-#include "content/host.h"
+#include "content/contenthost.h"
+#include "exec/workerthread.h"
+#include "rpc/dispatcher.h"
 #include "rpc/json.h"
 #include "rpc/jsonrpc.h"
 #include "stdio/linereader.h"
 #include "stdio/outputqueue.h"
-#include "stdio/sessionserver.h"
+
+#include <model/cmroot.h>
 
 #include <QCoreApplication>
 #include <QHash>
@@ -22,23 +25,23 @@
 #include <QJsonObject>
 #include <QLoggingCategory>
 #include <QTextCodec>
-#include <QThread>
-#include <QThreadPool>
 
 #include <log4cplus/initializer.h>
 #include <log4cplus/logger.h>
 #include <log4cplus/nullappender.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstdlib>
+#include <mutex>
 
 namespace {
 
 constexpr int longestLine = 1024;
 constexpr int mostChanges = 8;
 
-/// What all inputs share: one worker over one tree, in a thread of its own. The client lives as long as its inputs open
-/// nothing, since to start its threads takes longer than to answer it.
+/// What all inputs share: a host with two roots, one inside the other, over one tree. A root that moves away is taken
+/// out and mounted again. The client stays as long as its inputs open nothing.
 class World
 {
 public:
@@ -46,81 +49,76 @@ public:
     ~World();
     Q_DISABLE_COPY_MOVE(World)
 
-    [[nodiscard]] CMWorker& worker() const { return m_host->worker(); }
-    /// Canonical.
-    [[nodiscard]] const QString& root() const { return m_host->rootDirectory(); }
-    [[nodiscard]] SessionServer& server() const { return *m_server; }
-    /// Has the server answer, sooner or later.
-    void send(const QByteArray& message);
+    void send(const QByteArray& message) { m_client->accept(message); }
+    void sendTooLong() { m_client->refuseTooLong(); }
+    void waitForAnswers();
 
     void changeTree(const QByteArray& changes);
     void resetTree();
     /// All that has been put out since the last call.
     [[nodiscard]] QByteArray takeOutput();
-    /// The client goes, and another one comes.
+    /// The client leaves, and another one comes.
     void changeClient();
     [[nodiscard]] bool isAnythingOpen() const;
+    /// Delivers what has happened to the workers.
+    void settle();
 
 private:
-    /// In the worker's thread; waits for it.
-    template<typename Function>
-    void run(Function function)
-    {
-        QMetaObject::invokeMethod(&m_context, function, Qt::BlockingQueuedConnection);
-    }
-    void start();
-    /// Lets the worker hear of what has happened.
-    void settle();
+    void addClient();
 
     ChangingTree m_tree;
     MemoryFile m_outputFile;
     QCoreApplication m_application;
     log4cplus::Initializer m_logging;
-    OutputQueue m_output;
-    QThread m_thread;
-    /// In that thread.
-    QObject m_context;
-    std::unique_ptr<Host> m_host;
-    std::unique_ptr<SessionServer> m_server;
-    QThreadPool m_pool;
+    std::unique_ptr<ContentHost> m_host;
+    RequestExecutor m_executor;
+    SharedRequests m_sharedRequests;
+    std::shared_ptr<OutputQueue> m_output;
+    std::unique_ptr<Dispatcher> m_client;
+    std::mutex m_mutex;
+    std::condition_variable m_ready;
 };
 
-World::World(int& argc, char** argv)
-    : m_application(argc, argv), m_output(m_outputFile.descriptor(), [](int /*errorNumber*/) { std::abort(); })
+World::World(int& argc, char** argv) : m_application(argc, argv)
 {
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     // Log lines are made of what clients send, so they are made, but nobody reads them.
     log4cplus::Logger::getRoot().addAppender(log4cplus::SharedAppenderPtr(new log4cplus::NullAppender));
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::TRACE_LOG_LEVEL);
-    m_context.moveToThread(&m_thread);
-    m_thread.start();
-    run([this] { start(); });
-}
-
-void World::start()
-{
-    const QStringList filter = {QStringLiteral("*.mp3"), QStringLiteral("*.m3u")};
-    auto host = Host::start({QStringLiteral(TAVO_MODULE), m_tree.root(), filter, QStringLiteral("file")});
+    HostSettings settings;
+    settings.moduleFile = QStringLiteral(TAVO_MODULE);
+    settings.roots = {
+        {QStringLiteral("file"), m_tree.root()}, {QStringLiteral("inner"), m_tree.root() + QStringLiteral("/a")}};
+    settings.filter = QStringList{QStringLiteral("*.mp3"), QStringLiteral("*.m3u")};
+    settings.sweepInterval = std::chrono::seconds(1);
+    auto host = ContentHost::start(settings);
     FUZZ_CHECK(host);
     m_host = std::move(host.value());
-    m_server = std::make_unique<SessionServer>(*m_host, m_output);
+    addClient();
 }
 
 World::~World()
 {
-    m_pool.waitForDone();
-    run([this] {
-        m_server.reset();
-        m_host.reset();
-    });
-    m_thread.quit();
-    m_thread.wait();
+    m_client.reset();
+    FUZZ_CHECK(m_executor.stop(std::chrono::minutes(1)));
 }
 
-void World::send(const QByteArray& message)
+void World::addClient()
 {
-    if (const SessionServer::Task task = m_server->accept(message))
-        m_pool.start(task);
+    const auto abort = [](int /*errorNumber*/) { std::abort(); };
+    const auto notify = [this] {
+        const std::lock_guard lock(m_mutex);
+        m_ready.notify_all();
+    };
+    m_output = std::make_shared<OutputQueue>(m_outputFile.descriptor(), abort);
+    m_client = std::make_unique<Dispatcher>(
+        Services{*m_host, m_executor, m_sharedRequests}, Dispatcher::Profile(), m_output, notify);
+}
+
+void World::waitForAnswers()
+{
+    std::unique_lock lock(m_mutex);
+    m_ready.wait(lock, [this] { return m_client->isIdle(); });
 }
 
 void World::changeTree(const QByteArray& changes)
@@ -138,7 +136,7 @@ void World::resetTree()
 
 QByteArray World::takeOutput()
 {
-    FUZZ_CHECK(m_output.drain());
+    FUZZ_CHECK(m_output->drain());
     const QByteArray output = m_outputFile.content();
     m_outputFile.setContent(nullptr, 0);
     return output;
@@ -146,22 +144,27 @@ QByteArray World::takeOutput()
 
 void World::changeClient()
 {
-    m_pool.waitForDone();
-    run([this] {
-        FUZZ_CHECK(m_server->stop(-1));
-        m_server.reset();
-        m_server = std::make_unique<SessionServer>(*m_host, m_output);
-    });
+    m_client.reset();
+    FUZZ_CHECK(m_output->drain());
+    settle();
+    addClient();
 }
 
 bool World::isAnythingOpen() const
 {
-    return !worker().subscribe()->rowsPathsStartingWith(worker().addPrefix(QString())).isEmpty();
+    bool isOpen = false;
+    m_host->workerThread().run([this, &isOpen] {
+        for (const QString& prefix : QStringList{QString()} + m_host->rootIds()) {
+            const CMSubscribe* const subscribe = m_host->subscribeOf(prefix);
+            isOpen = isOpen || (subscribe && !subscribe->rowsPathsStartingWith(CMPath(prefix, {})).isEmpty());
+        }
+    });
+    return isOpen;
 }
 
 void World::settle()
 {
-    run([] { QCoreApplication::processEvents(); });
+    m_host->workerThread().run([] { QCoreApplication::processEvents(); });
 }
 
 World* world = nullptr;
@@ -196,14 +199,21 @@ private:
     QHash<QByteArray, int> m_counts;
 };
 
-/// The version of rows is 0 where the worker has no record of them.
+/// The version of rows is 0 where the worker has no record of them. A root that is away has no rows.
+int versionOf(const CMPath& path)
+{
+    const CMGetRowsRequest request(path, 0, -1, 0, {});
+    CMRoot()->request(request);
+    return request.voidReply().isError() ? 0 : request.reply().value().rowsVersion();
+}
+
 void checkNothingIsOpen()
 {
     FUZZ_CHECK(!world->isAnythingOpen());
-    for (const char* base : {"", "a", "a/b"}) {
-        const CMGetRowsRequest request(world->worker().addPrefix(QLatin1String(base)), 0, -1, 0, {});
-        world->worker().getRowsRequest(request);
-        FUZZ_CHECK(request.reply().value().rowsVersion() == 0);
+    for (const char* path : {"/", "/file/", "/file/a", "/file/a/b", "/inner/", "/inner/b"}) {
+        // A removal waits for the requests that the worker is just leaving. One that never runs is a hang.
+        while (versionOf(CMPath::fromEncoded(QLatin1String(path))) != 0)
+            world->settle();
     }
 }
 
@@ -216,10 +226,10 @@ void changeClient()
 void serveLine(const QByteArray& line, DueAnswers& due)
 {
     if (line.startsWith('!')) {
-        world->server().waitForAnswers();
+        world->waitForAnswers();
         world->changeTree(line.mid(1, mostChanges));
     } else if (line == "?") {
-        world->server().waitForAnswers();
+        world->waitForAnswers();
         changeClient();
     } else {
         due.addLine(line);
@@ -235,10 +245,10 @@ void serve(int input, DueAnswers& due)
             serveLine(line.text, due);
         } else {
             due.add(QVariant());
-            world->server().refuseTooLong(longestLine);
+            world->sendTooLong();
         }
     }
-    world->server().waitForAnswers();
+    world->waitForAnswers();
 }
 
 void checkAnswer(const QJsonObject& answer)
@@ -253,7 +263,10 @@ void checkNotification(const QJsonObject& notification)
 {
     const QJsonValue parameters = notification.value(QLatin1String("params"));
     FUZZ_CHECK(notification.value(QLatin1String("method")) == QLatin1String("rowsChanged"));
-    FUZZ_CHECK(parameters[QLatin1String("path")].toString().startsWith(QLatin1String("/file/")));
+    const QString path = parameters[QLatin1String("path")].toString();
+    FUZZ_CHECK(
+        path == QLatin1String("/") || path.startsWith(QLatin1String("/file/")) ||
+        path.startsWith(QLatin1String("/inner/")));
     FUZZ_CHECK(!parameters[QLatin1String("changes")].toArray().isEmpty());
     FUZZ_CHECK(parameters[QLatin1String("version")].isDouble());
 }
