@@ -170,14 +170,13 @@ TEST_F(Browse, FilterMayBeGivenAgain)
     EXPECT_EQ(runTavo(arguments).output, "TITLE\na.x\nb.y\n");
 }
 
-TEST_F(Browse, ServiceIdIsThePrefix)
+TEST_F(Browse, IdOfTheRootIsThePrefix)
 {
     tree.addFile(QStringLiteral("a.mp3"));
-    const QStringList arguments = {QStringLiteral("--root"),       tree.root(),
-                                   QStringLiteral("--service-id"), QStringLiteral("my disk"),
-                                   QStringLiteral("browse"),       QStringLiteral("--roles"),
-                                   QStringLiteral("path")};
-    EXPECT_EQ(runTavo(arguments).output, "PATH\n/my%20disk/a.mp3\n");
+    const QStringList arguments = {
+        QStringLiteral("--root"), QStringLiteral("my-disk_1=") + tree.root(), QStringLiteral("browse"),
+        QStringLiteral("--roles"), QStringLiteral("path")};
+    EXPECT_EQ(runTavo(arguments).output, "PATH\n/my-disk_1/a.mp3\n");
 }
 
 TEST_F(Browse, EveryNameIsOneRow)

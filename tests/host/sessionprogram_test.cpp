@@ -6,6 +6,7 @@
 #include "printers.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSet>
@@ -15,6 +16,9 @@
 
 #include <csignal>
 #include <future>
+#include <limits>
+
+#include <unistd.h>
 
 namespace {
 
@@ -50,6 +54,13 @@ protected:
         return errorCode(answer);
     }
 
+    /// The answer as that to another request.
+    [[nodiscard]] static QJsonObject withId(QJsonObject answer, const QJsonObject& other)
+    {
+        answer.insert(QStringLiteral("id"), other.value(QLatin1String("id")));
+        return answer;
+    }
+
     void expectAlive() const { EXPECT_EQ(errorCode(client->call(QStringLiteral("describe"))), 0); }
 
     [[nodiscard]] static QJsonObject resultOf(const QJsonObject& answer)
@@ -58,20 +69,70 @@ protected:
         return answer.value(QLatin1String("result")).toObject();
     }
 
+    /// What describe says of the only root.
+    [[nodiscard]] QJsonObject describedRoot() const
+    {
+        const QJsonObject result = resultOf(client->call(QStringLiteral("describe")));
+        const QJsonArray roots = result.value(QLatin1String("roots")).toArray();
+        EXPECT_EQ(roots.size(), 1);
+        return roots.first().toObject();
+    }
+
     TemporaryTree tree;
     std::unique_ptr<SessionClient> client;
 };
 
-TEST_F(SessionProgram, DescribeTellsWhatThereIs)
+TEST_F(SessionProgram, DescribeListsTheRoots)
 {
-    const QJsonObject result = resultOf(client->call(QStringLiteral("describe")));
-    EXPECT_EQ(result.value(QLatin1String("prefix")).toString(), QStringLiteral("/file"));
-    EXPECT_EQ(result.value(QLatin1String("root")).toString(), tree.root());
-    EXPECT_EQ(result.value(QLatin1String("contextMenu")).toString(), QStringLiteral("/file/menu/context"));
-    EXPECT_TRUE(result.value(QLatin1String("roles")).toArray().contains(QStringLiteral("mediaData")));
-    const QJsonObject services = result.value(QLatin1String("services")).toObject();
+    const QJsonObject root = describedRoot();
+    EXPECT_EQ(root.value(QLatin1String("prefix")).toString(), QStringLiteral("/file"));
+    EXPECT_EQ(root.value(QLatin1String("title")).toString(), QFileInfo(tree.root()).fileName());
+    EXPECT_EQ(root.value(QLatin1String("kind")).toString(), QStringLiteral("files"));
+    EXPECT_EQ(root.value(QLatin1String("contextMenu")).toString(), QStringLiteral("/file/menu/context"));
+    const QJsonObject services = root.value(QLatin1String("services")).toObject();
     for (const char* service : {"preparePlaylist", "prepareLibrary", "countFiles"})
         EXPECT_THAT(services.value(QLatin1String(service)).toString().toStdString(), testing::StartsWith("/file/"));
+}
+
+TEST_F(SessionProgram, DescribeListsRolesAndLimits)
+{
+    const QJsonObject result = resultOf(client->call(QStringLiteral("describe")));
+    EXPECT_EQ(result.value(QLatin1String("protocol")).toInt(), 1);
+    const QString version = result.value(QLatin1String("version")).toString();
+    EXPECT_EQ(runTavo({QStringLiteral("--version")}).output, "tavo " + version.toUtf8() + '\n');
+    EXPECT_TRUE(result.value(QLatin1String("roles")).toArray().contains(QStringLiteral("mediaData")));
+    const QJsonObject limits = {
+        {QStringLiteral("values"), 100'000},
+        {QStringLiteral("items"), 1000},
+        {QStringLiteral("open"), 1000},
+        {QStringLiteral("message"), 1024 * 1024}};
+    EXPECT_EQ(result.value(QLatin1String("limits")).toObject(), limits);
+}
+
+TEST_F(SessionProgram, DescribeTakesALanguage)
+{
+    const QJsonObject english = {{QStringLiteral("language"), QStringLiteral("en")}};
+    EXPECT_EQ(errorOf("describe", english), 0);
+    EXPECT_EQ(errorOf("describe", QJsonArray{QStringLiteral("de")}), 0);
+}
+
+TEST_F(SessionProgram, RowsOfTheTopAreTheRoots)
+{
+    const QJsonObject page = resultOf(client->call(QStringLiteral("rows"), path("/")));
+    EXPECT_EQ(page.value(QLatin1String("count")).toInt(), 1);
+    const QJsonArray row = page.value(QLatin1String("rows")).toArray().first().toArray();
+    EXPECT_EQ(row.size(), 7);
+    EXPECT_EQ(row.at(0).toString(), QStringLiteral("/file/"));
+    EXPECT_EQ(row.at(1).toString(), QFileInfo(tree.root()).fileName());
+    EXPECT_EQ(row.at(2).toString(), QStringLiteral("container"));
+}
+
+TEST_F(SessionProgram, TopCanBeOpenedAndClosed)
+{
+    ASSERT_EQ(errorOf("open", path("/")), 0);
+    EXPECT_GT(resultOf(client->call(QStringLiteral("rows"), path("/"))).value(QLatin1String("version")).toInt(), 0);
+    EXPECT_EQ(errorOf("close", path("/")), 0);
+    EXPECT_EQ(errorOf("close", path("/")), -32000);
 }
 
 TEST_F(SessionProgram, RowsTakeTheirParametersByNameOrInOrder)
@@ -100,8 +161,7 @@ TEST_F(SessionProgram, DataAreOneEntrysValues)
 
 TEST_F(SessionProgram, ServicesAnswerToValues)
 {
-    const QJsonObject services =
-        resultOf(client->call(QStringLiteral("describe"))).value(QLatin1String("services")).toObject();
+    const QJsonObject services = describedRoot().value(QLatin1String("services")).toObject();
     const auto set = [&](const char* service, const QJsonValue& value) {
         return client->call(QStringLiteral("set"), QJsonArray{services.value(QLatin1String(service)), value});
     };
@@ -138,36 +198,15 @@ TEST_F(SessionProgram, ServiceWithoutAnAnswerIsReported)
     EXPECT_EQ(errorOf("set", parameters), -32001);
 }
 
-TEST_F(SessionProgram, WalksHoldNobodyUp)
+TEST_F(SessionProgram, WithoutAValueNullIsSet)
 {
-    for (int i = 0; i < 400; ++i)
-        tree.addDirectory(QStringLiteral("large/%1").arg(i));
-    QList<int> walks;
-    const QJsonArray everything{QStringLiteral("/file/filesystem/countFiles"), QString("")};
-    while (walks.size() < 10)
-        walks.append(client->request(QStringLiteral("set"), everything));
-    const QJsonArray page{QStringLiteral("/file/a"), 0, 0};
-    EXPECT_EQ(errorCode(client->call(QStringLiteral("rows"), page)), 0);
-    EXPECT_LT(client->kept(), walks.size() / 2) << "answered before most of the walks are";
-    for (const int walk : walks)
-        EXPECT_EQ(errorCode(client->answerTo(walk)), 0);
-}
-
-TEST_F(SessionProgram, LongPagesHoldNobodyUp)
-{
-    for (int i = 0; i < 1000; ++i)
-        tree.addFile(QStringLiteral("large/%1.mp3").arg(i));
-    QJsonArray roles;
-    while (roles.size() < 100)
-        roles.append(QStringLiteral("path"));
-    const QJsonArray allRows{QStringLiteral("/file/large"), 0, 999, 0, roles};
-    QList<int> pages;
-    while (pages.size() < 6)
-        pages.append(client->request(QStringLiteral("rows"), allRows));
-    EXPECT_EQ(errorOf("unknown", QJsonArray()), -32601);
-    EXPECT_EQ(client->kept(), 0) << "answered before the pages are";
-    for (const int page : pages)
-        EXPECT_EQ(errorCode(client->answerTo(page)), 0);
+    const QJsonValue services[] = {
+        QStringLiteral("/file/playList/prepareItems"), QStringLiteral("/file/musicLibrary/prepareItems")};
+    for (const QJsonValue& service : services) {
+        const QJsonObject answer = client->call(QStringLiteral("set"), QJsonArray{service});
+        EXPECT_EQ(errorCode(answer), 0);
+        EXPECT_EQ(answer, withId(client->call(QStringLiteral("set"), QJsonArray{service, QJsonValue::Null}), answer));
+    }
 }
 
 TEST_F(SessionProgram, MenuIsThatOfAnItem)
@@ -247,7 +286,7 @@ TEST_F(SessionProgram, WhatTheSessionGuardsDoesNotReachTheWorker)
     EXPECT_EQ(errorOf("rows", QJsonArray{QStringLiteral("/file/"), 0, 9, -1}), -32602);
     for (const char* encoded :
          {"/file/a/../a", "/file//etc", "/file/..", "/file/./a", "/file/a%2F%2Fb", "/file/a%00", "/file/top.mp3",
-          "/file/missing", "/other/a", "", "/", "a", "/file/menu/context"})
+          "/file/missing", "/other/a", "/other/", "//a", "a", "/file/menu/context"})
         EXPECT_EQ(errorOf("open", path(encoded)), -32000) << encoded;
     EXPECT_EQ(errorOf("close", path("/file/a")), -32000);
     expectAlive();
@@ -278,7 +317,7 @@ TEST_F(SessionProgram, ParametersOfAnotherTypeAreInvalid)
         EXPECT_EQ(errorOf("rows", given), -32602) << QJsonDocument(QJsonArray{given}).toJson().toStdString();
     client->send(R"({"jsonrpc":"2.0","id":4711,"method":"rows","params":["/file/",1e400]})");
     EXPECT_EQ(errorCode(client->answerTo(4711)), -32602);
-    EXPECT_EQ(errorOf("set", path("/file/x")), -32602);
+    EXPECT_EQ(errorOf("set", QJsonArray{}), -32602);
     EXPECT_EQ(errorOf("describe", QJsonArray{1}), -32602);
     EXPECT_EQ(errorOf("open", QJsonArray{}), -32602);
 }
@@ -313,6 +352,32 @@ TEST_F(SessionProgram, LargeLineIsServed)
     QJsonObject parameters = path("/file/filesystem/countFiles");
     parameters.insert(QStringLiteral("value"), QString(900000, QLatin1Char('x')));
     EXPECT_EQ(errorOf("set", parameters), 0);
+}
+
+TEST_F(SessionProgram, LongestLineIsServed)
+{
+    constexpr int limit = 1024 * 1024;
+    const QByteArray head = R"({"jsonrpc":"2.0","id":1,"method":"set","params":["/file/filesystem/countFiles",")";
+    const QByteArray tail = R"("]})";
+    client->send(head + QByteArray(limit - head.size() - tail.size(), 'x') + tail);
+    EXPECT_EQ(errorCode(client->answerTo(1)), 0);
+    EXPECT_EQ(errorOfLine(head + QByteArray(limit - head.size() - tail.size() + 1, 'x') + tail), -32600);
+}
+
+TEST_F(SessionProgram, DeepNestingIsRefused)
+{
+    constexpr int depth = 100'000;
+    for (const char* bracket : {"[", R"({"a":)"}) {
+        const bool isList = *bracket == '[';
+        const QByteArray value =
+            QByteArray(bracket).repeated(depth) + '1' + QByteArray(isList ? "]" : "}").repeated(depth);
+        EXPECT_EQ(errorOfLine(value), -32700);
+        EXPECT_EQ(
+            errorOfLine(
+                R"({"jsonrpc":"2.0","id":1,"method":"set","params":["/file/filesystem/countFiles",)" + value + "]}"),
+            -32700);
+    }
+    expectAlive();
 }
 
 TEST_F(SessionProgram, NotificationsAreNotAnswered)
@@ -399,6 +464,177 @@ TEST_F(SessionProgram, FullDiskIsAFailure)
     const Outcome outcome = other.program().waitForEnd();
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.errors, "tavo: cannot write: No space left on device\n");
+}
+
+/// A session whose log nobody reads: what is logged lasts until somebody does.
+class UnreadLog : public testing::Test
+{
+protected:
+    void start(const char* level)
+    {
+        for (int i = 0; i < files; ++i)
+            tree.addFile(QStringLiteral("%1.mp3").arg(i));
+        client.program().setStandardErrorFile(log.writingFileName());
+        client.start({QStringLiteral("--root"), tree.root(), QStringLiteral("--log-level"), QString::fromUtf8(level)});
+        EXPECT_EQ(errorCode(client.call(QStringLiteral("describe"))), 0);
+        log.fill();
+    }
+
+    void readLog()
+    {
+        log.closeWritingEnd();
+        reading = std::async(
+            std::launch::async, [this] { static_cast<void>(log.readLines(std::numeric_limits<int>::max())); });
+    }
+
+    void expectAnswers(const QList<int>& requests)
+    {
+        for (const int request : requests) {
+            const QJsonObject answer = client.answerTo(request);
+            EXPECT_TRUE(answer.contains(QLatin1String("result"))) << QJsonDocument(answer).toJson().toStdString();
+        }
+    }
+
+    static constexpr int files = 200;
+    TemporaryTree tree;
+    Pipe log;
+    SessionClient client;
+    std::future<void> reading;
+};
+
+/// The worker logs each count.
+class UnfinishedWalks : public UnreadLog
+{
+protected:
+    UnfinishedWalks()
+    {
+        start("INFO");
+        const QJsonArray everything{QStringLiteral("/file/filesystem/countFiles"), QString("")};
+        while (walks.size() < 10)
+            walks.append(client.request(QStringLiteral("set"), everything));
+    }
+
+    QList<int> walks;
+};
+
+TEST_F(UnfinishedWalks, HoldNobodyUp)
+{
+    expectAnswers({client.request(QStringLiteral("rows"), QJsonArray{QStringLiteral("/file/"), 0, 0})});
+    expectAnswers({client.request(QStringLiteral("data"), QJsonArray{QStringLiteral("/file/0.mp3")})});
+    EXPECT_EQ(client.kept(), 0) << "answered before the walks are";
+    readLog();
+    expectAnswers(walks);
+    EXPECT_EQ(client.program().finish().status, 0);
+}
+
+TEST_F(UnfinishedWalks, AreAnsweredAfterTheEndOfTheInput)
+{
+    client.program().closeInput();
+    readLog();
+    expectAnswers(walks);
+    EXPECT_EQ(client.program().waitForEnd().status, 0);
+}
+
+TEST_F(UnfinishedWalks, AreCancelledOrLeftBehindAtASignal)
+{
+    client.program().signal(SIGTERM);
+    const Outcome outcome = client.program().waitForEnd();
+    EXPECT_EQ(outcome.status, 0);
+    // Two walks of a client run at a time, and these two cannot be interrupted.
+    const QList<QByteArray> answers = linesOf(outcome.output);
+    EXPECT_GE(answers.size(), walks.size() - 2);
+    for (const QByteArray& answer : answers)
+        EXPECT_EQ(errorCode(QJsonDocument::fromJson(answer).object()), -32002) << answer.toStdString();
+}
+
+/// The worker logs each page in more than one line.
+class UnfinishedPages : public UnreadLog
+{
+protected:
+    UnfinishedPages() { start("TRACE"); }
+
+    void request(int count)
+    {
+        const QJsonArray roles = QJsonArray::fromVariantList(QVector<QVariant>(100, QStringLiteral("path")).toList());
+        const QJsonArray allRows{QStringLiteral("/file/"), 0, files - 1, 0, roles};
+        for (int i = 0; i < count; ++i)
+            pages.append(client.request(QStringLiteral("rows"), allRows));
+    }
+
+    QList<int> pages;
+};
+
+TEST_F(UnfinishedPages, HoldNobodyUp)
+{
+    // At most four requests of a client run.
+    request(3);
+    expectAnswers({client.request(QStringLiteral("describe"), QJsonValue::Undefined)});
+    request(3);
+    EXPECT_EQ(errorCode(client.call(QStringLiteral("unknown"), QJsonArray())), -32601);
+    EXPECT_EQ(client.kept(), 0) << "answered before the pages are";
+    readLog();
+    expectAnswers(pages);
+    EXPECT_EQ(client.program().finish().status, 0);
+}
+
+TEST_F(UnreadLog, KeepsNoSessionWhoseClientIsGone)
+{
+    Pipe output;
+    client.program().setStandardOutputFile(output.writingFileName());
+    client.program().setStandardErrorFile(log.writingFileName());
+    client.start({QStringLiteral("--root"), tree.root(), QStringLiteral("--log-level"), QStringLiteral("INFO")});
+    log.fill();
+    output.closeWritingEnd();
+    output.closeReadingEnd();
+    client.request(QStringLiteral("set"), QJsonArray{QStringLiteral("/file/filesystem/countFiles"), QString("")});
+    client.request(QStringLiteral("describe"), QJsonValue::Undefined);
+    EXPECT_EQ(client.program().waitForEnd().status, 0);
+}
+
+/// A program that is started with a standard descriptor closed.
+class ClosedDescriptor : public testing::Test
+{
+protected:
+    ClosedDescriptor() { tree.addDirectory(QStringLiteral("a")); }
+
+    void start(int fileDescriptor)
+    {
+        client.program().setClosedDescriptor(fileDescriptor);
+        client.start({QStringLiteral("--root"), tree.root()});
+    }
+
+    TemporaryTree tree;
+    SessionClient client;
+};
+
+TEST_F(ClosedDescriptor, OfTheInputIsItsEnd)
+{
+    start(STDIN_FILENO);
+    const Outcome outcome = client.program().waitForEnd();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
+    EXPECT_THAT(outcome.errors.toStdString(), IsEmpty());
+}
+
+TEST_F(ClosedDescriptor, OfTheOutputTakesNothing)
+{
+    start(STDOUT_FILENO);
+    client.request(QStringLiteral("rows"), QJsonArray{QStringLiteral("/file/")});
+    const Outcome outcome = client.program().finish();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.errors.toStdString(), IsEmpty());
+}
+
+TEST_F(ClosedDescriptor, OfErrorsIsNotUsedForAnythingElse)
+{
+    start(STDERR_FILENO);
+    const QJsonArray path{QStringLiteral("/file/a")};
+    ASSERT_EQ(errorCode(client.call(QStringLiteral("open"), path)), 0);
+    const QString descriptor = QStringLiteral("/proc/%1/fd/2").arg(client.program().processId());
+    EXPECT_EQ(QFile::symLinkTarget(descriptor), QStringLiteral("/dev/null"));
+    tree.addFile(QStringLiteral("a/new.mp3"));
+    EXPECT_EQ(client.nextChange().value(QLatin1String("path")), path.first());
+    EXPECT_EQ(client.program().finish().status, 0);
 }
 
 /// A session that is sent more requests than it takes while nobody reads.

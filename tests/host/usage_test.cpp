@@ -8,6 +8,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
@@ -16,15 +17,25 @@ QStringList words(const char* text)
     return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// The one line that says what is wrong.
-std::string wrongUse(const QStringList& arguments)
+/// The one line that says why the program ends with this status.
+std::string messageOf(const QStringList& arguments, int status)
 {
     const Outcome outcome = runTavo(arguments);
-    EXPECT_EQ(outcome.status, 2) << arguments.join(QLatin1Char(' ')).toStdString();
+    EXPECT_EQ(outcome.status, status) << arguments.join(QLatin1Char(' ')).toStdString();
     EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
     EXPECT_EQ(outcome.errors.count('\n'), 1) << outcome.errors.toStdString();
     EXPECT_TRUE(outcome.errors.startsWith("tavo: ")) << outcome.errors.toStdString();
     return outcome.errors.toStdString();
+}
+
+std::string wrongUse(const QStringList& arguments)
+{
+    return messageOf(arguments, 2);
+}
+
+std::string refused(const QStringList& arguments)
+{
+    return messageOf(arguments, 1);
 }
 
 TEST(Usage, HelpListsTheCommands)
@@ -74,28 +85,55 @@ TEST(Usage, WrongUseIsToldInOneLine)
     EXPECT_THAT(wrongUse(words("--root / --log-config /no/such/file browse")), HasSubstr("/no/such/file"));
 }
 
-TEST(Usage, RootThatIsNoneIsNamed)
+QStringList browse(const QStringList& roots)
+{
+    QStringList arguments;
+    for (const QString& root : roots)
+        arguments << QStringLiteral("--root") << root;
+    return arguments << QStringLiteral("browse");
+}
+
+TEST(Usage, RootMustBeGiven)
+{
+    EXPECT_THAT(wrongUse(words("browse")), HasSubstr("--root"));
+    EXPECT_THAT(wrongUse(browse({QString("")})), HasSubstr("--root ''"));
+    EXPECT_THAT(wrongUse(browse({QStringLiteral("disk=")})), HasSubstr("--root ''"));
+    EXPECT_THAT(wrongUse(browse({QStringLiteral("/"), QString("")})), HasSubstr("--root ''"));
+}
+
+TEST(Usage, RootThatIsNotThereIsNamed)
 {
     TemporaryTree tree;
     tree.addFile(QStringLiteral("file"));
-    EXPECT_THAT(wrongUse(words("browse")), HasSubstr("--root"));
-    EXPECT_THAT(wrongUse({QStringLiteral("--root"), QString(""), QStringLiteral("browse")}), HasSubstr("--root ''"));
-    EXPECT_THAT(wrongUse(words("--root /no/such browse")), HasSubstr("/no/such"));
     const QString file = tree.absolute(QStringLiteral("file"));
-    EXPECT_THAT(wrongUse({QStringLiteral("--root"), file, QStringLiteral("browse")}), HasSubstr(file.toStdString()));
-    EXPECT_THAT(
-        wrongUse({QStringLiteral("--root"), QStringLiteral("new\nline"), QStringLiteral("browse")}),
-        HasSubstr("new\\nline"));
+    EXPECT_THAT(refused(browse({QStringLiteral("/no/such")})), HasSubstr("/no/such"));
+    EXPECT_THAT(refused(browse({file})), HasSubstr(file.toStdString()));
+    EXPECT_THAT(refused(browse({QStringLiteral("new\nline")})), HasSubstr("new\\nline"));
+    const std::string both = refused(browse({QStringLiteral("a=/no/such"), QStringLiteral("b=") + file}));
+    EXPECT_THAT(both, AllOf(HasSubstr("/no/such"), HasSubstr(file.toStdString())));
 }
 
-TEST(Usage, ServiceIdMustBeFree)
+TEST(Usage, EveryRootHasAnIdOfItsOwn)
 {
-    EXPECT_THAT(wrongUse(words("--root / --service-id settings browse")), HasSubstr("'settings'"));
-    EXPECT_THAT(
-        wrongUse(
-            {QStringLiteral("--root"), QStringLiteral("/"), QStringLiteral("--service-id"), QString(""),
-             QStringLiteral("browse")}),
-        HasSubstr("--service-id"));
+    const auto slash = [](const char* id) { return QString::fromUtf8(id) + QStringLiteral("=/"); };
+    EXPECT_THAT(wrongUse(browse({slash("settings")})), HasSubstr("'settings'"));
+    EXPECT_THAT(wrongUse(browse({slash("playlist")})), HasSubstr("'playlist'"));
+    EXPECT_THAT(wrongUse(browse({slash("disk"), slash("disk")})), HasSubstr("'disk'"));
+    EXPECT_THAT(wrongUse(browse({QStringLiteral("/"), QStringLiteral("/tmp")})), HasSubstr("'file'"));
+    EXPECT_THAT(wrongUse(browse({QStringLiteral("/"), slash("file")})), HasSubstr("'file'"));
+}
+
+TEST(Usage, WhatIsNoIdBelongsToTheDirectory)
+{
+    for (const char* id : {"", "my disk", "Bj\xc3\xb6rk", "a/b", "a.b"}) {
+        const QString directory = QString::fromUtf8(id) + QStringLiteral("=/");
+        EXPECT_THAT(refused(browse({directory})), HasSubstr(directory.toStdString()));
+    }
+}
+
+TEST(Usage, ServiceIdIsNoOption)
+{
+    EXPECT_THAT(wrongUse(words("--root / --service-id disk browse")), HasSubstr("service-id"));
 }
 
 TEST(Usage, ModuleThatMakesNoWorkerIsToldWithTheReason)

@@ -208,6 +208,8 @@ void Tavo::setupChildProcess()
             static_cast<rlim_t>(m_descriptorLimits->first), static_cast<rlim_t>(m_descriptorLimits->second)};
         setrlimit(RLIMIT_NOFILE, &limits);
     }
+    if (m_closedDescriptor)
+        ::close(*m_closedDescriptor);
     if (m_rights == Rights::Usual)
         return;
     // A program started by root gets all capabilities of the bounding set.

@@ -42,6 +42,8 @@ public:
     void setInotifyInstanceLimit(int limit);
     /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
+    /// The program starts with this one of its standard descriptors closed. Before start().
+    void setClosedDescriptor(int fileDescriptor) { m_closedDescriptor = fileDescriptor; }
     void setVariable(const QString& name, const QString& value);
     /// The outcome does not contain what the program writes to a file.
     void setStandardOutputFile(const QString& name);
@@ -92,6 +94,7 @@ private:
 
     Rights m_rights = Rights::Usual;
     std::optional<std::pair<int, int>> m_descriptorLimits;
+    std::optional<int> m_closedDescriptor;
     bool m_holdsOutput = true;
     bool m_holdsErrors = true;
 };
