@@ -221,7 +221,7 @@ Race openAndClose(const Workshop& workshop, int count)
               for (int i = directories.size() - 1; i >= 0; --i)
                   client->close(directories.at(i));
           })}},
-        {{"worker", "floor", 3.0}, {"worker", "QFileSystemWatcher"}}};
+        {{"worker", "floor"}, {"worker", "QFileSystemWatcher", 1.25}}};
 }
 
 } // namespace

@@ -33,7 +33,7 @@ Race session(const Workshop& workshop, int entries, const QStringList& roles)
           }),
           Clock::Wall},
          {"session", repeating([=] { host->rows(directory, 0, pageSize - 1, roles); }), Clock::Wall}},
-        {{"session", "in process", entries >= 1000 ? 1.5 : 0}}};
+        {{"session", "in process", entries >= 1000 ? 1.25 : 0}}};
 }
 
 } // namespace

@@ -8,6 +8,11 @@
 
 #include <dlfcn.h>
 
+QString shippedModule()
+{
+    return QStringLiteral(TAVO_MODULE);
+}
+
 std::unique_ptr<CMWorker> loadWorker(const char* module, const QString& root, const QStringList& patterns)
 {
     void* const library = dlopen(module, RTLD_NOW | RTLD_LOCAL);

@@ -6,6 +6,8 @@
 
 #include <memory>
 
+/// The file of the module that is shipped.
+[[nodiscard]] QString shippedModule();
 /// Loads a module as a host does, and creates its worker for `root`.
 [[nodiscard]] std::unique_ptr<CMWorker>
 loadWorker(const char* module, const QString& root, const QStringList& patterns);

@@ -1,0 +1,163 @@
+#include "support/listings.h"
+#include "support/module.h"
+#include "support/processmemory.h"
+#include "support/race.h"
+#include "support/workshop.h"
+
+#include "content/contenthost.h"
+#include "rpc/dispatcher.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int clientCount = 64;
+constexpr int idleClients = 1000;
+
+/// Keeps the last message.
+class LastMessage : public MessageSink
+{
+public:
+    void send(QByteArray message) override
+    {
+        const std::lock_guard lock(m_mutex);
+        m_message = std::move(message);
+    }
+    void sendLatest(const QString& /*key*/, QByteArray message) override { send(std::move(message)); }
+    void endReplacing() override {}
+    [[nodiscard]] bool isFull() const override { return false; }
+    void setRoomHandler(std::function<void()> /*handler*/) override {}
+
+    [[nodiscard]] bool isResult() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_message.contains("\"result\"");
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    QByteArray m_message;
+};
+
+/// The host in this process, and clients that wait for their answers.
+class Clients
+{
+public:
+    Clients(const QString& root, int count) : m_host(startHost(root))
+    {
+        while (static_cast<int>(m_clients.size()) < count)
+            add();
+    }
+
+    void add()
+    {
+        const auto sink = std::make_shared<LastMessage>();
+        m_clients.push_back(
+            {sink, std::make_unique<Dispatcher>(
+                       Services{*m_host, m_executor, m_sharedRequests}, Dispatcher::Profile(), sink, [this] {
+                           const std::lock_guard lock(m_mutex);
+                           m_ready.notify_all();
+                       })});
+    }
+
+    /// The first so many clients send the message; returns when all have the result.
+    void ask(const QByteArray& message, int count)
+    {
+        for (int i = 0; i < count; ++i)
+            at(i).dispatcher->accept(message);
+        std::unique_lock lock(m_mutex);
+        for (int i = 0; i < count; ++i)
+            m_ready.wait(lock, [this, i] { return at(i).dispatcher->isIdle(); });
+        for (int i = 0; i < count; ++i)
+            require(at(i).sink->isResult(), "the host refused a request");
+    }
+
+private:
+    struct Client
+    {
+        std::shared_ptr<LastMessage> sink;
+        std::unique_ptr<Dispatcher> dispatcher;
+    };
+
+    [[nodiscard]] const Client& at(int index) const { return m_clients[static_cast<std::size_t>(index)]; }
+
+    static std::unique_ptr<ContentHost> startHost(const QString& root)
+    {
+        HostSettings settings;
+        settings.moduleFile = shippedModule();
+        settings.roots = {{QStringLiteral("file"), root}};
+        settings.filter = playablePatterns();
+        auto host = ContentHost::start(settings);
+        require(static_cast<bool>(host), "the host does not start");
+        return std::move(host.value());
+    }
+
+    std::unique_ptr<ContentHost> m_host;
+    RequestExecutor m_executor;
+    SharedRequests m_sharedRequests;
+    std::mutex m_mutex;
+    std::condition_variable m_ready;
+    std::vector<Client> m_clients;
+};
+
+QByteArray call(const char* method, const QByteArray& parameters)
+{
+    return QByteArray(R"({"jsonrpc":"2.0","id":1,"method":")") + method + R"(","params":)" + parameters + '}';
+}
+
+Race samePage(const Workshop& workshop, int entries)
+{
+    const QString directory = workshop.directoryOf(entries).mid(workshop.root().size() + 1);
+    const QByteArray page = call("rows", R"(["/file/)" + directory.toUtf8() + R"(",0,99,0,["title"]])");
+    const auto clients = std::make_shared<Clients>(workshop.root(), clientCount);
+    return {
+        {{"one client", repeating([=] { clients->ask(page, 1); }), Clock::Wall},
+         {"64 clients", repeating([=] { clients->ask(page, clientCount); }), Clock::Wall}},
+        {{"64 clients", "one client", entries >= 1000 ? 4.0 : 0}},
+        {{"listings for 64 clients",
+          [=] {
+              Listings::reset();
+              clients->ask(page, clientCount);
+              return static_cast<double>(Listings::made());
+          },
+          4.0}}};
+}
+
+/// With a directory open, after an answer.
+double kilobytesOfAnIdleClient(const QString& root)
+{
+    Clients clients(root, 1);
+    const QByteArray open = call("open", R"(["/file/"])");
+    clients.ask(open, 1);
+    const double before = memoryOf(getpid(), "VmRSS");
+    for (int i = 0; i < idleClients; ++i)
+        clients.add();
+    clients.ask(open, 1 + idleClients);
+    return (memoryOf(getpid(), "VmRSS") - before) / idleClients;
+}
+
+Race idle(const Workshop& workshop)
+{
+    return {{}, {}, {{"idle client, kB", [root = workshop.root()] { return kilobytesOfAnIdleClient(root); }, 24.0}}};
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    return runBenchmarks(argc, argv, [](const Workshop& workshop) {
+        // The first, before freed memory can be used again.
+        addRace("memory of clients/" + std::to_string(idleClients), 1, [&workshop] { return idle(workshop); });
+        for (const int entries : workshop.sizes(10000)) {
+            addRace("same page for 64 clients/" + std::to_string(entries), workshop.rounds(11), [=, &workshop] {
+                return samePage(workshop, entries);
+            });
+        }
+    });
+}
