@@ -1,6 +1,5 @@
 #include "support/listings.h"
 #include "support/module.h"
-#include "support/processmemory.h"
 #include "support/race.h"
 #include "support/workshop.h"
 
@@ -13,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include <unistd.h>
+#include <malloc.h>
 
 namespace {
 
@@ -129,17 +128,23 @@ Race samePage(const Workshop& workshop, int entries)
           4.0}}};
 }
 
+double allocatedKilobytes()
+{
+    const struct mallinfo2 memory = mallinfo2();
+    return static_cast<double>(memory.uordblks + memory.hblkhd) / 1024;
+}
+
 /// With a directory open, after an answer.
 double kilobytesOfAnIdleClient(const QString& root)
 {
     Clients clients(root, 1);
     const QByteArray open = call("open", R"(["/file/"])");
     clients.ask(open, 1);
-    const double before = memoryOf(getpid(), "VmRSS");
+    const double before = allocatedKilobytes();
     for (int i = 0; i < idleClients; ++i)
         clients.add();
     clients.ask(open, 1 + idleClients);
-    return (memoryOf(getpid(), "VmRSS") - before) / idleClients;
+    return (allocatedKilobytes() - before) / idleClients;
 }
 
 Race idle(const Workshop& workshop)
@@ -152,8 +157,9 @@ Race idle(const Workshop& workshop)
 int main(int argc, char** argv)
 {
     return runBenchmarks(argc, argv, [](const Workshop& workshop) {
-        // The first, before freed memory can be used again.
-        addRace("memory of clients/" + std::to_string(idleClients), 1, [&workshop] { return idle(workshop); });
+        addRace("memory of clients/" + std::to_string(idleClients), workshop.rounds(3), [&workshop] {
+            return idle(workshop);
+        });
         for (const int entries : workshop.sizes(10000)) {
             addRace("same page for 64 clients/" + std::to_string(entries), workshop.rounds(11), [=, &workshop] {
                 return samePage(workshop, entries);

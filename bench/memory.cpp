@@ -1,7 +1,6 @@
 #include "peers/floor.h"
 #include "support/hostsession.h"
 #include "support/module.h"
-#include "support/processmemory.h"
 #include "support/race.h"
 #include "support/workshop.h"
 #include "tavo/tavoroles.h"
@@ -11,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QThread>
 
 #include <cstdio>
@@ -29,6 +29,23 @@ struct Memory
     double after = 0;
 };
 
+/// A file of /proc about a process of ours.
+QString procFile(pid_t process, const char* name)
+{
+    return QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name));
+}
+
+double status(pid_t process, const char* name)
+{
+    QFile file(procFile(process, "status"));
+    require(file.open(QIODevice::ReadOnly), "cannot read a process' status");
+    const QRegularExpression line(
+        QStringLiteral("^%1:\\s+(\\d+) kB").arg(QLatin1String(name)), QRegularExpression::MultilineOption);
+    const QRegularExpressionMatch match = line.match(QString::fromLatin1(file.readAll()));
+    require(match.hasMatch(), "a process' status has another form");
+    return match.captured(1).toDouble();
+}
+
 void forgetPeak(pid_t process)
 {
     QFile file(procFile(process, "clear_refs"));
@@ -42,14 +59,14 @@ Memory watch(pid_t process, const List& list, const QString& small, const QStrin
     list(small);
     forgetPeak(process);
     Memory memory;
-    memory.before = memoryOf(process, "VmRSS");
+    memory.before = status(process, "VmRSS");
     list(large);
-    memory.peak = memoryOf(process, "VmHWM");
+    memory.peak = status(process, "VmHWM");
     list(small);
     // The process may free memory after it has answered.
     const QDeadlineTimer deadline(2000);
     do {
-        memory.after = memoryOf(process, "VmRSS");
+        memory.after = status(process, "VmRSS");
         QThread::msleep(10);
     } while (memory.after > restingGrowth * memory.before && !deadline.hasExpired());
     return memory;
