@@ -19,9 +19,12 @@ struct Entry
     QString sortKey;
 };
 
-Entry entryFrom(const QVariantList& row)
+/// Below the directory as the client spells it: the worker's items have that spelling.
+Entry entryFrom(const CMPath& directory, const QVariantList& row)
 {
-    const CMPath path = CMPath::fromEncoded(row.value(0).toString());
+    const QString& base = directory.base();
+    const bool needsSlash = !base.isEmpty() && !base.endsWith(u'/');
+    const CMPath path(directory.prefix(), (needsSlash ? base + u'/' : base) + row.value(0).toString());
     const bool isDirectory = row.value(1).toString() == TavoRolesType::Container();
     return {path, isDirectory, isDirectory ? path.base() + u'/' : path.base()};
 }
@@ -31,13 +34,13 @@ Result<std::vector<Entry>> entriesOf(const Content& content, const CMPath& direc
 {
     Content::RowsQuery query;
     query.path = directory;
-    query.roles = QStringList{TavoRoles::Path(), TavoRoles::Type()};
+    query.roles = QStringList{TavoRoles::Title(), TavoRoles::Type()};
     const Result<Content::Page> page = content.rows(query);
     if (!page)
         return page.failure();
     std::vector<Entry> entries;
     for (const QVariant& row : page.value().rows)
-        entries.push_back(entryFrom(row.toList()));
+        entries.push_back(entryFrom(directory, row.toList()));
     std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.sortKey < b.sortKey; });
     return entries;
 }
