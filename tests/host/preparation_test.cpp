@@ -106,7 +106,7 @@ TEST_F(PreparationTest, StopFromAnotherThreadEndsIt)
         preparation.stop();
     });
     QVector<CMPath> paths;
-    for (int i = 0; i < 100'000; ++i)
+    for (int i = 0; i < 10'000; ++i)
         paths.append(path("b"));
     EXPECT_TRUE(preparation.run(paths));
     stopping.join();
