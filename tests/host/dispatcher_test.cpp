@@ -238,7 +238,7 @@ TEST_F(DispatcherTest, RequestsThatTakeTooLongAreAnsweredOnce)
     dispatcher->accept(requestText(2, "describe"));
     EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
     EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Overloaded);
-    EXPECT_TRUE(dispatcher->isIdle());
+    EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
     fifo.release();
     ASSERT_TRUE(executor->stop(longTime));
     EXPECT_THAT(sink->read(), IsEmpty());
