@@ -98,8 +98,8 @@ private:
     }
 
     std::unique_ptr<ContentHost> m_host;
-    RequestExecutor m_executor;
     SharedRequests m_sharedRequests;
+    RequestExecutor m_executor;
     std::mutex m_mutex;
     std::condition_variable m_ready;
     std::vector<Client> m_clients;
@@ -116,8 +116,8 @@ Race samePage(const Workshop& workshop, int entries)
     const QByteArray page = call("rows", R"(["/file/)" + directory.toUtf8() + R"(",0,99,0,["title"]])");
     const auto clients = std::make_shared<Clients>(workshop.root(), clientCount);
     return {
-        {{"one client", repeating([=] { clients->ask(page, 1); }), Clock::Wall},
-         {"64 clients", repeating([=] { clients->ask(page, clientCount); }), Clock::Wall}},
+        {{"one client", repeating([=] { clients->ask(page, 1); })},
+         {"64 clients", repeating([=] { clients->ask(page, clientCount); })}},
         {{"64 clients", "one client", entries >= 1000 ? 4.0 : 0}},
         {{"listings for 64 clients",
           [=] {
@@ -125,7 +125,7 @@ Race samePage(const Workshop& workshop, int entries)
               clients->ask(page, clientCount);
               return static_cast<double>(Listings::made());
           },
-          4.0}}};
+          entries >= 1000 ? 4.0 : 0}}};
 }
 
 double allocatedKilobytes()

@@ -71,8 +71,8 @@ private:
     QCoreApplication m_application;
     log4cplus::Initializer m_logging;
     std::unique_ptr<ContentHost> m_host;
-    RequestExecutor m_executor;
     SharedRequests m_sharedRequests;
+    RequestExecutor m_executor;
     std::shared_ptr<OutputQueue> m_output;
     std::unique_ptr<Dispatcher> m_client;
     std::mutex m_mutex;
