@@ -16,7 +16,7 @@ struct Limits
     /// Bytes of a message to the host.
     int message = 1024 * 1024;
     /// Bytes of an answer's text.
-    qint64 answer = 16 * 1024 * 1024;
+    qint64 answer = qint64{16} * 1024 * 1024;
 
     /// For the person who started the program and works for himself.
     [[nodiscard]] static Limits none()
