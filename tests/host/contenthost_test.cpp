@@ -288,6 +288,21 @@ TEST_F(Roots, OneThatComesBackHasVersionsAboveItsLast)
     }
 }
 
+TEST_F(Roots, OneThatComesBackTakesItsPlace)
+{
+    add("one", "one");
+    add("two", "two");
+    settings.sweepInterval = shortInterval;
+    start();
+    const QStringList before = rowsOfRoot();
+    tree.rename(QStringLiteral("one"), QStringLiteral("elsewhere"));
+    ASSERT_TRUE(waitUntilUnmounted("one"));
+    tree.rename(QStringLiteral("elsewhere"), QStringLiteral("one"));
+    ASSERT_TRUE(waitUntilMounted("one"));
+    EXPECT_THAT(prefixes(), ElementsAre(QStringLiteral("one"), QStringLiteral("two")));
+    EXPECT_EQ(rowsOfRoot(), before);
+}
+
 TEST_F(Roots, OthersGoOnWhileOneIsGone)
 {
     add("one", "one");
