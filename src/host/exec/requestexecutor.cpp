@@ -76,7 +76,7 @@ private:
     [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Job job);
     void beginLocked(Client& client, TicketList::iterator ticket);
     void queueLocked(const std::shared_ptr<Client>& client);
-    void release(const std::shared_ptr<Client>& client, Lane lane);
+    void release(TicketList::iterator ticket);
     [[nodiscard]] Slot slotFor(TicketList::iterator ticket);
     /// The refusals to be called without the lock.
     [[nodiscard]] std::vector<std::function<void(Refusal)>> takeWaitingLocked();
@@ -208,14 +208,14 @@ void RequestExecutor::State::work(Lane lane)
 void RequestExecutor::State::run(TicketList::iterator ticket)
 {
     {
-        const CMRequestContext::Scope scope(*ticket->job.context);
-        ticket->job.run(slotFor(ticket));
+        // The ticket ends with the slot, which may be before the function ends.
+        const auto function = std::move(ticket->job.run);
+        const std::shared_ptr<CMRequestContext> context = ticket->job.context;
+        const CMRequestContext::Scope scope(*context);
+        function(slotFor(ticket));
     }
-    // What the functions hold is destroyed without the lock.
-    TicketList ended;
     {
         const std::lock_guard lock(m_mutex);
-        ended.splice(ended.begin(), m_tickets, ticket);
         --m_runningFunctions;
     }
     m_hasEnded.notify_all();
@@ -223,26 +223,34 @@ void RequestExecutor::State::run(TicketList::iterator ticket)
 
 RequestExecutor::Slot RequestExecutor::State::slotFor(TicketList::iterator ticket)
 {
-    const auto release = [state = shared_from_this(), client = ticket->client.lock(), lane = ticket->job.lane](void*) {
-        if (client)
-            state->release(client, lane);
-    };
-    return {nullptr, release};
+    return {nullptr, [state = shared_from_this(), ticket](void*) { state->release(ticket); }};
 }
 
-void RequestExecutor::State::release(const std::shared_ptr<Client>& client, Lane lane)
+void RequestExecutor::State::release(TicketList::iterator ticket)
 {
+    // What the ticket holds is destroyed without the lock.
+    TicketList ended;
     const std::lock_guard lock(m_mutex);
-    --client->running[indexOf(lane)];
-    queueLocked(client);
+    ended.splice(ended.begin(), m_tickets, ticket);
+    if (const std::shared_ptr<Client> client = ticket->client.lock()) {
+        --client->running[indexOf(ticket->job.lane)];
+        queueLocked(client);
+    }
 }
 
 void RequestExecutor::State::setPaused(Client& client, bool paused, const std::shared_ptr<Client>& shared)
 {
     const std::lock_guard lock(m_mutex);
+    if (client.isPaused == paused)
+        return;
     client.isPaused = paused;
-    if (!paused)
-        queueLocked(shared);
+    if (paused)
+        return;
+    for (const Client::Waiting& waiting : client.waiting) {
+        for (const TicketList::iterator ticket : waiting)
+            ticket->deadline = Clock::now() + m_settings.timeLimit;
+    }
+    queueLocked(shared);
 }
 
 void RequestExecutor::State::dropWaitingLocked(TicketList::iterator ticket)
@@ -321,7 +329,10 @@ std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
     const Clock::time_point now = Clock::now();
     for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
         const TicketList::iterator current = ticket++;
-        if (current->job.lane != Lane::Walk && !current->isTimedOut && current->deadline <= now)
+        const std::shared_ptr<Client> client = current->client.lock();
+        const bool standsStill = !current->isRunning && client && client->isPaused;
+        const bool hasLimit = current->job.lane != Lane::Walk && !current->isTimedOut && !standsStill;
+        if (hasLimit && current->deadline <= now)
             refusals.push_back(giveUpLocked(current));
     }
     return refusals;

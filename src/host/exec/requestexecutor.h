@@ -36,7 +36,7 @@ public:
         Stopping
     };
 
-    /// Counts as running as long as it exists; a job may keep it beyond the end of its function.
+    /// The job counts as running as long as its slot exists; the job may keep it beyond the end of its function.
     using Slot = std::shared_ptr<void>;
 
     /// Either `run` or `refuse` is called, once; but `refuse` also while `run` is still busy, after Refusal::TimedOut.
@@ -46,7 +46,7 @@ public:
         Lane lane = Lane::Quick;
         /// Current in the thread that calls `run`; cancelled with the client and the executor. Not null.
         std::shared_ptr<CMRequestContext> context;
-        std::function<void(const Slot&)> run;
+        std::function<void(Slot)> run;
         std::function<void(Refusal)> refuse;
     };
 
@@ -62,7 +62,8 @@ public:
         int walksPerClient = 2;
         /// Jobs of all clients that wait.
         int waiting = 10'000;
-        /// A job that is no walk is refused when it has waited, or run, for so long.
+        /// A job that is no walk is refused when it has waited, or run, for so long. The time of a paused client stands
+        /// still.
         std::chrono::milliseconds timeLimit = std::chrono::minutes(1);
     };
 

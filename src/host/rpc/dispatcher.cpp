@@ -184,14 +184,16 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
     job.refuse = [state = shared_from_this(), pending](RequestExecutor::Refusal refusal) {
         state->answer(pending, failureFrom(refusal));
     };
-    job.run = [state = shared_from_this(), call = std::move(call), pending](const RequestExecutor::Slot& slot) {
+    job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
         const auto compute = [&call, &state] { return execute(call, state->m_content); };
-        // The slot is kept until the answer.
-        const auto receive = [state, pending, slot](const Result<QByteArray>& text) { state->answer(pending, text); };
+        // Keeps the slot until the answer.
+        auto receive = [state, pending, slot = std::move(slot)](const Result<QByteArray>& text) {
+            state->answer(pending, text);
+        };
         if (call.key.isEmpty())
             receive(compute());
         else
-            state->m_services.sharedRequests.run(call.key, compute, receive);
+            state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
     };
     return job;
 }
