@@ -51,7 +51,9 @@ bool isConfined(const QString& rootDirectory, const QString& base)
 bool isPublic(const QString& rootDirectory, const QString& base)
 {
     const QString path = joined(rootDirectory, base);
-    if (!isConfined(rootDirectory, base) || hasHiddenName(QDir::cleanPath(path).mid(rootDirectory.size())))
+    // An absolute base would tell where the root is.
+    if (base.startsWith(slash) || !isConfined(rootDirectory, base) ||
+        hasHiddenName(QDir::cleanPath(path).mid(rootDirectory.size())))
         return false;
     const QString target = QFileInfo(path).canonicalFilePath();
     return target.isEmpty() || isAtOrBelow(rootDirectory, target);
