@@ -209,8 +209,8 @@ TEST_F(InterruptedWalk, SessionEndsWithoutItsAnswer)
         Follower walker;
         walker.start(options(filters + QStringList{QStringLiteral("--log-level"), QStringLiteral("INFO")}));
         const QJsonObject described = walker.call(QStringLiteral("describe"));
-        const QJsonValue count =
-            described[QStringLiteral("result")][QStringLiteral("services")][QStringLiteral("countFiles")];
+        const QJsonValue count = described[QStringLiteral("result")][QStringLiteral("roots")][0]
+                                          [QStringLiteral("services")][QStringLiteral("countFiles")];
         walker.request(QStringLiteral("set"), QJsonArray{count, QString()});
         ASSERT_THAT(walker.program().readErrorLine().toStdString(), HasSubstr("Count files under path"));
         walker.program().signal(signalNumber);

@@ -72,7 +72,8 @@ TEST_F(ScarceDescriptors, EveryRequestIsAnswered)
 {
     start();
     const QJsonObject described = client.call(QStringLiteral("describe"));
-    const QJsonValue services = described[QStringLiteral("result")][QStringLiteral("services")];
+    const QJsonValue services =
+        described[QStringLiteral("result")][QStringLiteral("roots")][0][QStringLiteral("services")];
     const QJsonArray ids{Follower::path(directory), Follower::path(QStringLiteral("a/old.mp3"))};
     const QString opened = Follower::path(QStringLiteral("b"));
     tree.addDirectory(QStringLiteral("root/b"));

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 #include <dirent.h>
@@ -87,6 +88,17 @@ Result<void> checkContext()
     if (context && context->isExhausted())
         return Failures::tooLarge();
     return {};
+}
+
+/// A walk takes links to files, wherever they lead.
+QVariantList publicItems(const Mount& mount, const QVariantList& items)
+{
+    QVariantList shown;
+    std::copy_if(items.cbegin(), items.cend(), std::back_inserter(shown), [&mount](const QVariant& item) {
+        const CMPath path = CMPath::fromEncoded(item.toHash().value(TavoRoles::Path()).toString());
+        return isPublic(mount.rootDirectory, path.base());
+    });
+    return shown;
 }
 
 QVariantHash description(const Mount& mount)
@@ -168,7 +180,7 @@ Result<Content::Page> Content::rows(const RowsQuery& query) const
         return valid.failure();
     if (query.path == CMPath())
         return rowsOfRoot(cut(query));
-    const SharedMount mount = m_host->mountAt(query.path.prefix());
+    const SharedMount mount = m_host->findMount(query.path.prefix());
     if (!mount)
         return shown(Failures::invalidPath(query.path), query.path);
     Result<Page> page = rowsOf(mount, cut(query));
@@ -202,7 +214,7 @@ Result<Content::Page> Content::rowsOf(const SharedMount& mount, const RowsQuery&
 
 Result<QVariantList> Content::data(const CMPath& path, const QStringList& roles) const
 {
-    const SharedMount mount = m_host->mountAt(path.prefix());
+    const SharedMount mount = m_host->findMount(path.prefix());
     if (!mount)
         return shown(Failures::invalidPath(path), path);
     if (const Result<void> access = checkAccess(*mount, path.base()); !access)
@@ -215,7 +227,7 @@ Result<QVariantList> Content::data(const CMPath& path, const QStringList& roles)
 
 Result<QVariant> Content::set(const CMPath& service, const QVariant& value) const
 {
-    const SharedMount mount = m_host->mountAt(service.prefix());
+    const SharedMount mount = m_host->findMount(service.prefix());
     if (!mount)
         return shown(Failures::invalidPath(service), service);
     if (const Result<void> valid = checkValue(mount, service, value); !valid)
@@ -225,18 +237,20 @@ Result<QVariant> Content::set(const CMPath& service, const QVariant& value) cons
         return shown(asked.failure(), service);
     if (const Result<void> complete = checkContext(); !complete)
         return complete.failure();
-    return shown(mount, request.reply().value());
+    const QVariant answer = request.reply().value();
+    const bool hasItems = mount->isWalk(service) && answer.userType() == QMetaType::QVariantList;
+    return shown(mount, hasItems && m_reach == Reach::Network ? publicItems(*mount, answer.toList()) : answer);
 }
 
 bool Content::isWalk(const CMPath& service) const
 {
-    const SharedMount mount = m_host->mountAt(service.prefix());
+    const SharedMount mount = m_host->findMount(service.prefix());
     return mount && mount->isWalk(service);
 }
 
 Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles) const
 {
-    const SharedMount mount = m_host->mountAt(item.prefix());
+    const SharedMount mount = m_host->findMount(item.prefix());
     if (!mount)
         return shown(Failures::invalidPath(item), item);
     RowsQuery query;
@@ -266,7 +280,7 @@ Result<void> Content::checkValue(const SharedMount& mount, const CMPath& service
     for (const QString& text : qAsConst(texts)) {
         const CMPath path = CMPath::fromEncoded(text);
         // A preparing worker takes every path for its own, whatever the prefix.
-        const SharedMount owner = isPreparation ? mount : m_host->mountAt(path.prefix());
+        const SharedMount owner = isPreparation ? mount : m_host->findMount(path.prefix());
         if (const Result<void> access = owner ? checkAccess(*owner, path.base()) : Result<void>(); !access)
             return access;
     }

@@ -135,12 +135,25 @@ ContentHost::SharedMount ContentHost::mountAt(const QString& prefix) const
     return mount == m_mounts.cend() ? nullptr : *mount;
 }
 
+ContentHost::SharedMount ContentHost::findMount(const QString& prefix)
+{
+    SharedMount mount = mountAt(prefix);
+    if (mount || !m_rootIds.contains(prefix))
+        return mount;
+    m_workerThread->run([this, &prefix] { static_cast<void>(rootAt(prefix)->check()); });
+    return mountAt(prefix);
+}
+
+ServedRoot* ContentHost::rootAt(const QString& prefix) const
+{
+    const int index = m_rootIds.indexOf(prefix);
+    return index < 0 || index >= static_cast<int>(m_roots.size()) ? nullptr : m_roots[static_cast<size_t>(index)].get();
+}
+
 CMSubscribe* ContentHost::subscribeOf(const QString& prefix) const
 {
     if (prefix.isEmpty())
         return CMRootWorker::instance().subscribe();
-    const auto root = std::find_if(m_roots.cbegin(), m_roots.cend(), [&prefix](const auto& candidate) {
-        return candidate->mount() && candidate->mount()->prefix == prefix;
-    });
-    return root == m_roots.cend() ? nullptr : (*root)->worker()->subscribe();
+    const ServedRoot* const root = rootAt(prefix);
+    return root && root->mount() ? root->worker()->subscribe() : nullptr;
 }

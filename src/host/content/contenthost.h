@@ -58,6 +58,8 @@ public:
     [[nodiscard]] std::vector<SharedMount> mounts() const;
     /// Null if no root that is there has the prefix.
     [[nodiscard]] SharedMount mountAt(const QString& prefix) const;
+    /// As mountAt(), but looks first whether the directory of a missing root is back. May wait for the worker thread.
+    [[nodiscard]] SharedMount findMount(const QString& prefix);
 
     /// Of all roots, those too that are not there, in their order.
     [[nodiscard]] const QStringList& rootIds() const { return m_rootIds; }
@@ -78,6 +80,7 @@ private:
     /// In the worker thread, as the functions below.
     [[nodiscard]] Result<void> startRoots(const HostSettings& settings);
     void publishMounts();
+    [[nodiscard]] ServedRoot* rootAt(const QString& prefix) const;
 
     std::unique_ptr<WorkerThread> m_workerThread;
     std::unique_ptr<const WorkerModule> m_module;

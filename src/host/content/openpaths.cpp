@@ -88,6 +88,8 @@ void OpenPaths::finish(const CMPath& path, const Completion& completion, const R
 
 void OpenPaths::openNow(const CMPath& path, const Completion& completion)
 {
+    // A missing root may be back.
+    static_cast<void>(m_host.findMount(path.prefix()));
     CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix());
     if (!subscribe)
         return finish(path, completion, Failures::invalidPath(path));
