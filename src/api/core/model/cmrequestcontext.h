@@ -23,6 +23,7 @@ public:
 
     /// Asks all that serve the request to stop. Cannot be undone.
     void cancel() noexcept;
+    /// True once cancel() was called.
     [[nodiscard]] bool isCancelled() const noexcept;
 
     /// Takes `bytes` (0 or more) from those that are left. If fewer are left, returns false, and the context is

@@ -71,6 +71,7 @@ public:
     /// Ends a subscription; does nothing where there is none. Afterwards the receiver gets no change of the path, but
     /// for one that it is just handling. Another thread than the worker's waits for that one, as in add().
     void remove(const CMPath& path, CMChangeReceiver* receiver);
+    /// True if the receiver is a client of the path. A close ends that before the receiver hears of it.
     [[nodiscard]] bool isClient(const CMPath& path, const CMChangeReceiver* receiver) const;
 
     /// Calls the function in the worker's thread, once the path and the paths above it have neither a removal pending

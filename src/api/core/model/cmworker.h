@@ -14,7 +14,9 @@ public:
     CMWorker(const QVariantHash& configuration, const QString& name);
     ~CMWorker() override;
 
+    /// The name of the worker's class, which is its logger's name. The reference is valid while the worker is.
     [[nodiscard]] const QString& name() const { return m_name; }
+    /// The prefix of all paths of the worker, not encoded. The reference is valid while the worker is. Thread-safe.
     [[nodiscard]] const QString& prefix() const { return m_prefix; }
     /// The path of this worker that has the given base.
     [[nodiscard]] CMPath addPrefix(const QString& base) const;
