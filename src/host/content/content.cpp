@@ -281,7 +281,7 @@ Result<void> Content::checkValue(const SharedMount& mount, const CMPath& service
         const CMPath path = CMPath::fromEncoded(text);
         // A preparing worker takes every path for its own, whatever the prefix.
         const SharedMount owner = isPreparation ? mount : m_host->findMount(path.prefix());
-        if (const Result<void> access = owner ? checkAccess(*owner, path.base()) : Result<void>(); !access)
+        if (Result<void> access = owner ? checkAccess(*owner, path.base()) : Result<void>(); !access)
             return access;
     }
     return {};
@@ -310,7 +310,7 @@ Failure Content::shown(Failure failure, const CMPath& path) const
     return Failures::shownTo(m_reach, std::move(failure), path);
 }
 
-QVariant Content::shown(const SharedMount& mount, QVariant value) const
+QVariant Content::shown(const SharedMount& mount, const QVariant& value) const
 {
-    return m_reach == Reach::Network ? withNetworkNames(*mount, std::move(value)) : value;
+    return m_reach == Reach::Network ? withNetworkNames(*mount, value) : value;
 }

@@ -87,7 +87,7 @@ private:
     [[nodiscard]] Result<void> ask(const CMRequest& request) const;
     /// The failure as the client may see it.
     [[nodiscard]] Failure shown(Failure failure, const CMPath& path) const;
-    [[nodiscard]] QVariant shown(const SharedMount& mount, QVariant value) const;
+    [[nodiscard]] QVariant shown(const SharedMount& mount, const QVariant& value) const;
 
     ContentHost* m_host;
     Reach m_reach;

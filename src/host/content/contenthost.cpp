@@ -85,7 +85,7 @@ Result<void> ContentHost::startRoots(const HostSettings& settings)
         const int position = static_cast<int>(m_roots.size());
         m_roots.push_back(
             std::make_unique<ServedRoot>(root, settings, *m_module, position, [this] { publishMounts(); }));
-        if (const Result<void> checked = m_roots.back()->check(); !checked)
+        if (Result<void> checked = m_roots.back()->check(); !checked)
             return checked;
     }
     return {};

@@ -103,7 +103,7 @@ void OpenPaths::openNow(const CMPath& path, const Completion& completion)
 
 Result<void> OpenPaths::openSettled(const CMPath& path)
 {
-    if (const Result<void> openable = checkOpenable(path); !openable)
+    if (Result<void> openable = checkOpenable(path); !openable)
         return openable;
     const QVector<CMPath> paths = lineage(path);
     const bool wasOpen = m_opened.contains(path);

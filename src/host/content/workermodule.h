@@ -15,7 +15,7 @@ public:
     static Result<WorkerModule> load(const QString& file);
 
     /// Fails if the factory throws. Each worker belongs to the calling thread.
-    Result<std::unique_ptr<CMWorker>> createWorker(const QVariantHash& configuration) const;
+    [[nodiscard]] Result<std::unique_ptr<CMWorker>> createWorker(const QVariantHash& configuration) const;
 
 private:
     WorkerModule(QString file, CMWorkerCreate factory) : m_file(std::move(file)), m_factory(factory) {}

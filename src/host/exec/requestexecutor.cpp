@@ -155,7 +155,7 @@ std::function<void()> RequestExecutor::State::submitOrTake(const std::shared_ptr
         const std::lock_guard lock(m_mutex);
         const Lane lane = job.lane;
         if (lane != Lane::Walk && !m_isStopping && client->waiting[indexOf(lane)].empty() && mayBegin(*client, lane)) {
-            const TicketList::iterator ticket = addLocked(client, std::move(job));
+            const auto ticket = addLocked(client, std::move(job));
             beginLocked(*client, ticket);
             return [state = shared_from_this(), ticket] { state->run(ticket); };
         }
@@ -190,7 +190,7 @@ std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane)
         Client::Waiting& waiting = client->waiting[indexOf(lane)];
         if (waiting.empty() || !mayBegin(*client, lane))
             continue;
-        const TicketList::iterator ticket = waiting.front();
+        const auto ticket = waiting.front();
         waiting.pop_front();
         --m_waiting;
         beginLocked(*client, ticket);
@@ -284,7 +284,7 @@ std::vector<std::function<void(Refusal)>> RequestExecutor::State::takeWaitingLoc
 {
     std::vector<std::function<void(Refusal)>> refusals;
     for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
-        const TicketList::iterator current = ticket++;
+        const auto current = ticket++;
         current->job.context->cancel();
         if (current->isRunning)
             continue;
@@ -328,7 +328,7 @@ std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
     std::vector<std::function<void()>> refusals;
     const Clock::time_point now = Clock::now();
     for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
-        const TicketList::iterator current = ticket++;
+        const auto current = ticket++;
         const std::shared_ptr<Client> client = current->client.lock();
         const bool standsStill = !current->isRunning && client && client->isPaused;
         const bool hasLimit = current->job.lane != Lane::Walk && !current->isTimedOut && !standsStill;

@@ -72,7 +72,7 @@ Result<void> PreparePlan::divide(const CMPath& directory, int files)
             addStep(entry.path, 1);
         else if (isSymlink(entry.path))
             continue;
-        else if (const Result<void> added = add(entry.path); !added)
+        else if (Result<void> added = add(entry.path); !added)
             return added;
     }
     return {};

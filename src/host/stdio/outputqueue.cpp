@@ -22,7 +22,7 @@
 namespace {
 
 /// Bytes; enough to keep the reader busy.
-constexpr qint64 muchPending = 1024 * 1024;
+constexpr qint64 muchPending = qint64{1024} * 1024;
 
 /// The pipe, opened again, so that writing to it never waits, whoever else writes there. Negative if it is no pipe, or
 /// cannot be opened.
