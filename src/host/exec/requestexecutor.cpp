@@ -247,7 +247,7 @@ void RequestExecutor::State::setPaused(Client& client, bool paused, const std::s
     if (paused)
         return;
     for (const Client::Waiting& waiting : client.waiting) {
-        for (const TicketList::iterator ticket : waiting)
+        for (const auto ticket : waiting)
             ticket->deadline = Clock::now() + m_settings.timeLimit;
     }
     queueLocked(shared);
@@ -270,7 +270,7 @@ void RequestExecutor::State::removeClient(Client& client)
     client.isRemoved = true;
     for (Client::Waiting& waiting : client.waiting) {
         m_waiting -= static_cast<int>(waiting.size());
-        for (const TicketList::iterator ticket : waiting)
+        for (const auto ticket : waiting)
             dropped.splice(dropped.end(), m_tickets, ticket);
         waiting.clear();
     }
