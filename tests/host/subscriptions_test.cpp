@@ -191,6 +191,13 @@ TEST_F(SubscriptionsTest, OnlyDirectoriesThatExistAreOpened)
     EXPECT_THAT(tracked(), IsEmpty());
 }
 
+TEST_F(SubscriptionsTest, PathWithVeryManySegmentsIsInvalid)
+{
+    // Its ancestors together would take 500 GB.
+    const QByteArray base = QByteArrayLiteral("a/").repeated(500'000) + 'a';
+    EXPECT_EQ(openFailure(base.constData()), invalidPath);
+}
+
 TEST_F(SubscriptionsTest, OnlyPathsInNormalFormAreOpened)
 {
     for (const char* base : {"./a", "a/.", "a/../a", "..", "a//b", "/", "a/./b", "../x"})

@@ -10,6 +10,7 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <climits>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -148,6 +149,9 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
         return Failures::invalidPath(path);
     if (m_reach == Reach::Network && !isPublic(mount->rootDirectory, path.base()))
         return Failures::accessViolation(path.base(), mount->rootDirectory);
+    // All the ancestors of such a path would take more memory than there is.
+    if (mount->localPath(path.base()).size() >= PATH_MAX)
+        return Failures::invalidPath(path);
     for (const CMPath& needed : lineage(path)) {
         const QByteArray directory = mount->localPath(needed.base());
         if (!isDirectory(directory))
