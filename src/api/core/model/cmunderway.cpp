@@ -115,13 +115,14 @@ void CMUnderWay::end(RowsRequests::iterator request)
 {
     const QMutexLocker lock(&m_mutex);
     m_rowsRequests.erase(request);
+    if (m_holdsUp) {
+        m_holdsUp = false;
+        m_ended.wakeAll();
+        if (m_context)
+            QMetaObject::invokeMethod(m_context, m_settle, Qt::QueuedConnection);
+    }
+    // Last, since the worker may be deleted then, and with it the functions that wait for removals.
     postUnusedLocked();
-    if (!m_holdsUp)
-        return;
-    m_holdsUp = false;
-    m_ended.wakeAll();
-    if (m_context)
-        QMetaObject::invokeMethod(m_context, m_settle, Qt::QueuedConnection);
 }
 
 void CMUnderWay::postUnusedLocked()
