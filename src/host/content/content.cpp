@@ -244,8 +244,8 @@ Result<QVariant> Content::set(const CMPath& service, const QVariant& value) cons
 
 bool Content::isWalk(const CMPath& service) const
 {
-    const SharedMount mount = m_host->findMount(service.prefix());
-    return mount && mount->isWalk(service);
+    const QString& prefix = service.prefix();
+    return m_host->rootIds().contains(prefix) && Mount{prefix, {}, {}}.isWalk(service);
 }
 
 Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles) const

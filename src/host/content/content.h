@@ -67,7 +67,7 @@ public:
     [[nodiscard]] Result<QVariantList> data(const CMPath& path, const QStringList& roles) const;
     /// The service's answer to the value.
     [[nodiscard]] Result<QVariant> set(const CMPath& service, const QVariant& value) const;
-    /// Whether the service may walk a whole tree.
+    /// Whether the service may walk a whole tree, if its root is there. Never waits.
     [[nodiscard]] bool isWalk(const CMPath& service) const;
     /// The context menu of an item.
     [[nodiscard]] Result<Page> menu(const CMPath& item, const QStringList& roles) const;
