@@ -214,11 +214,10 @@ void RequestExecutor::State::run(TicketList::iterator ticket)
         const CMRequestContext::Scope scope(*context);
         function(slotFor(ticket));
     }
-    {
-        const std::lock_guard lock(m_mutex);
-        --m_runningFunctions;
-    }
-    m_hasEnded.notify_all();
+    const std::lock_guard lock(m_mutex);
+    // Otherwise only the thread that watches the deadlines waits, and not for this.
+    if (--m_runningFunctions == 0 && m_isStopping)
+        m_hasEnded.notify_all();
 }
 
 RequestExecutor::Slot RequestExecutor::State::slotFor(TicketList::iterator ticket)
