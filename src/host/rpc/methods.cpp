@@ -84,7 +84,7 @@ QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
 Lane laneOf(const Content::RowsQuery& query)
 {
     const qint64 rows = qint64{query.last} - query.first + 1;
-    return rows * query.roles.size() > longPage ? Lane::LongPage : Lane::Quick;
+    return rows * std::max(1, query.roles.size()) > longPage ? Lane::LongPage : Lane::Quick;
 }
 
 Call rows(Parameters& parameters, const Content& content)
