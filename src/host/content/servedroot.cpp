@@ -27,11 +27,13 @@ const log4cplus::Logger& logger()
 Result<QString> canonicalDirectory(const QString& directory)
 {
     const QFileInfo info(directory);
-    if (!info.exists())
+    const QString canonical = info.canonicalFilePath();
+    // To a worker an empty path would be the current directory.
+    if (canonical.isEmpty())
         return Failure::wrongUse(QStringLiteral("the root directory %1 does not exist").arg(directory));
     if (!info.isDir())
         return Failure::wrongUse(QStringLiteral("the root %1 is not a directory").arg(directory));
-    return info.canonicalFilePath();
+    return canonical;
 }
 
 QString nameOf(const QString& directory)
