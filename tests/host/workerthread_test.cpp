@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
 #include <memory>
 #include <vector>
 
@@ -82,6 +83,16 @@ TEST(WorkerThread, HasAnEventLoop)
     });
     EXPECT_TRUE(fired.wait());
     thread.run([&timer] { timer.reset(); });
+}
+
+TEST(WorkerThread, AnswersWhenItIsNotBusy)
+{
+    WorkerThread thread;
+    std::promise<void> mayEnd;
+    thread.post([end = mayEnd.get_future().share()] { end.wait(); });
+    EXPECT_FALSE(thread.answersWithin(std::chrono::milliseconds(1)));
+    mayEnd.set_value();
+    EXPECT_TRUE(thread.answersWithin(std::chrono::minutes(1)));
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include "exec/workerthread.h"
 
+#include <QSemaphore>
+
+#include <memory>
 #include <utility>
 
 WorkerThread::WorkerThread()
@@ -26,4 +29,11 @@ void WorkerThread::run(const std::function<void()>& function)
 void WorkerThread::post(std::function<void()> function)
 {
     QMetaObject::invokeMethod(&m_context, std::move(function), Qt::QueuedConnection);
+}
+
+bool WorkerThread::answersWithin(std::chrono::milliseconds patience)
+{
+    const auto answered = std::make_shared<QSemaphore>();
+    post([answered] { answered->release(); });
+    return answered->tryAcquire(1, static_cast<int>(patience.count()));
 }

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QThread>
 
+#include <chrono>
 #include <functional>
 
 /// The thread in which all workers live, with an event loop that brings them their notifications.
@@ -21,6 +22,8 @@ public:
     void run(const std::function<void()>& function);
     /// Calls the function in the thread, after those that were posted before. From any thread.
     void post(std::function<void()> function);
+    /// False if the thread is still busy with what was posted before, or hangs in the kernel, after `patience`.
+    [[nodiscard]] bool answersWithin(std::chrono::milliseconds patience);
 
 private:
     QThread m_thread;

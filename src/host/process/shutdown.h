@@ -7,9 +7,11 @@
 /// How a program with an event loop ends.
 namespace Shutdown {
 
-/// How long the requests under way may take after they were cancelled, and the pending output after that.
+/// How long the requests under way may take after they were cancelled, the pending output after that, and the worker
+/// thread after both.
 constexpr std::chrono::milliseconds requestPatience{1200};
 constexpr std::chrono::milliseconds outputPatience{500};
+constexpr std::chrono::milliseconds workerPatience{200};
 
 /// Makes the event loop end with this status as soon as it can. From any thread.
 void exitLater(ExitStatus status);

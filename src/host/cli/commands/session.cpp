@@ -1,5 +1,6 @@
 #include "cli/commands/command.h"
 
+#include "exec/workerthread.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
 #include "stdio/stdioserver.h"
@@ -36,8 +37,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     server.stop();
     const bool haveEnded = executor.stop(Shutdown::requestPatience);
     server.finish(Shutdown::outputPatience);
-    // Requests that hang in the kernel are left behind, and all that they use with them.
-    if (!haveEnded)
+    // Threads that hang in the kernel are left behind, and all that they use with them.
+    if (!haveEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
         std::_Exit(status);
     serving.join();
     return status;
