@@ -35,7 +35,7 @@ QString lastValue(const QCommandLineParser& first, const QCommandLineParser& sec
     return second.isSet(name) ? second.value(name) : first.value(name);
 }
 
-/// What precedes the first "=" is an id only if it looks like one: directories may have any name.
+/// The text before the first "=" is an ID only if it looks like one: directories may have any name.
 RootSettings rootFrom(const QString& text)
 {
     static const QRegularExpression withId(

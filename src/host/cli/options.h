@@ -5,7 +5,7 @@
 #include <QCommandLineParser>
 #include <QStringList>
 
-/// What the command line says before the command, or among its options.
+/// The options that may stand before the command or behind it.
 struct GlobalOptions
 {
     HostSettings host;

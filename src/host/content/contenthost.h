@@ -39,7 +39,7 @@ struct HostSettings
     std::chrono::milliseconds sweepInterval = std::chrono::seconds(5);
 };
 
-/// What all clients share: a worker for each root, mounted at the root worker.
+/// Shared by all clients: a worker for each root, mounted at the root worker.
 ///
 /// A root whose directory is missing, or disappears, has no worker until its directory is back; a warning names it.
 /// All workers live in one thread of the host's. Functions may be called from any thread unless they say otherwise.
@@ -54,19 +54,19 @@ public:
     ~ContentHost();
     Q_DISABLE_COPY_MOVE(ContentHost)
 
-    /// The roots that are there, in their order.
+    /// The present roots, in their order.
     [[nodiscard]] std::vector<SharedMount> mounts() const;
-    /// Null if no root that is there has the prefix.
+    /// Null if no present root has the prefix.
     [[nodiscard]] SharedMount mountAt(const QString& prefix) const;
     /// As mountAt(), but looks first whether the directory of a missing root is back. May wait for the worker thread.
     [[nodiscard]] SharedMount findMount(const QString& prefix);
 
-    /// Of all roots, those too that are not there, in their order.
+    /// The IDs of all roots, present or missing, in their order.
     [[nodiscard]] const QStringList& rootIds() const { return m_rootIds; }
 
-    /// Why roots are not there.
+    /// Why roots are missing.
     [[nodiscard]] QStringList problems() const;
-    /// Logs a warning for each root that is not there. Later ones are logged when they disappear.
+    /// Logs a warning for each missing root. Roots that disappear later log theirs themselves.
     void warnOfProblems();
 
     [[nodiscard]] WorkerThread& workerThread() const { return *m_workerThread; }

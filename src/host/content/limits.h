@@ -18,7 +18,7 @@ struct Limits
     /// Bytes of an answer's text.
     qint64 answer = qint64{16} * 1024 * 1024;
 
-    /// For the person who started the program and works for himself.
+    /// For commands, which work for the person who started the program.
     [[nodiscard]] static Limits none()
     {
         constexpr int any = std::numeric_limits<int>::max();

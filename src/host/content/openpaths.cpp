@@ -17,7 +17,7 @@
 
 namespace {
 
-/// One path for one directory: the worker looks up by the cleaned path what it has stored by the joined one.
+/// The worker stores a record under the joined path and looks it up under the cleaned one, so both must be equal.
 bool isNormal(const QString& base)
 {
     if (base.isEmpty())

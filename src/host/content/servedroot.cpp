@@ -62,7 +62,7 @@ ServedRoot::~ServedRoot()
     m_healer.reset();
     if (m_worker)
         CMRootWorker::instance().unmount(m_worker.get());
-    // The worker, which may still have unmounted() queued, goes before anything else.
+    // First, since its destruction drops a queued call that would use the other members.
     m_worker.reset();
 }
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-/// What one client has open: directories of the roots, and "/" for the roots themselves.
+/// The open paths of one client: directories of the roots, and "/" for the roots themselves.
 ///
 /// Only a directory that exists and can be read is opened, under a path in normal form. A client cannot close what it
 /// did not open. Functions may be called from any thread and do not wait.

@@ -227,7 +227,7 @@ RequestExecutor::Slot RequestExecutor::State::slotFor(TicketList::iterator ticke
 
 void RequestExecutor::State::release(TicketList::iterator ticket)
 {
-    // What the ticket holds is destroyed without the lock.
+    // Outlives the lock, so that the job is destroyed without it.
     TicketList ended;
     const std::lock_guard lock(m_mutex);
     ended.splice(ended.begin(), m_tickets, ticket);

@@ -39,8 +39,8 @@ public:
     /// The job counts as running as long as its slot exists; the job may keep it beyond the end of its function.
     using Slot = std::shared_ptr<void>;
 
-    /// Either `run` or `refuse` is called, once; but `refuse` also while `run` is still busy, after Refusal::TimedOut.
-    /// Neither may throw. `refuse` must not block.
+    /// Calls either `run` or `refuse`, once, unless the client is removed before. A job that runs for too long gets
+    /// both calls: `refuse` while `run` is still busy. Neither may throw. `refuse` must not block.
     struct Job
     {
         Lane lane = Lane::Quick;
@@ -77,12 +77,12 @@ public:
 
     void submit(const std::shared_ptr<Client>& client, Job job);
     /// As submit(), but where the job may begin at once in a lane without a walk, the caller is to run it in its own
-    /// thread: saves the way to another thread. Empty if the job was submitted.
+    /// thread, which saves a change of threads. Empty if the job was submitted.
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
 
     /// A paused client's jobs do not begin.
     void setPaused(const std::shared_ptr<Client>& client, bool paused);
-    /// Drops the client's waiting jobs without a word and cancels those that run.
+    /// Drops the client's waiting jobs, without a call of `refuse`, and cancels those that run.
     void removeClient(const std::shared_ptr<Client>& client);
 
     /// Refuses the jobs that wait and all that come, and cancels those that run. False if some still run after

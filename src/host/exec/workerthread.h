@@ -27,6 +27,6 @@ public:
 
 private:
     QThread m_thread;
-    /// Lives in the thread. No worker, because what is queued for that is delivered in the middle of other calls.
+    /// Lives in the thread. Not a worker: events queued for a worker are delivered in the middle of other calls.
     QObject m_context;
 };

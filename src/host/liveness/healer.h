@@ -15,9 +15,9 @@ class CMWorker;
 /// along, a full event queue drops events, and at the watch limit or on a network file system there are none.
 ///
 /// It examines every subscribed directory in regular sweeps. If a directory has changed and no reset announced it, the
-/// worker tracks it anew; so it does with everything at and below a path that has become another directory. A path
-/// without a directory is closed. So every change reaches the clients within two sweeps. Lives in the worker's thread;
-/// the worker must outlive it.
+/// worker tracks it anew. If a path has become another directory, the worker tracks everything at and below it anew. A
+/// path without a directory is closed. So every change reaches the clients within two sweeps. Lives in the worker's
+/// thread; the worker must outlive it.
 class Healer : public CMChangeReceiver
 {
     Q_OBJECT

@@ -7,7 +7,7 @@
 
 #include <memory>
 
-/// Where prepared items go, group by group.
+/// Takes prepared items, group by group.
 class ItemSink
 {
 public:
@@ -17,7 +17,7 @@ public:
     virtual Result<Written> add(const QVariantList& items) = 0;
     /// All have been added.
     virtual Result<Written> finish() = 0;
-    /// No more will be added.
+    /// Ends the output before all items were added.
     virtual Result<Written> breakOff() = 0;
 
     /// An array, written as it grows: items with their covers are too much to be kept.

@@ -24,7 +24,8 @@ public:
     {
     }
 
-    /// Walks what is below the path, with the worker's services. Stops early if the thread's request is cancelled.
+    /// Counts and divides the files below the path, with the worker's services. Stops early if the thread's request is
+    /// cancelled.
     Result<void> add(const CMPath& path);
 
     [[nodiscard]] const QVector<Step>& steps() const { return m_steps; }

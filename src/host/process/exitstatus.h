@@ -2,7 +2,7 @@
 
 #include "content/result.h"
 
-/// What the program returns.
+/// The program's exit statuses.
 enum ExitStatus {
     Success = 0,
     /// The worker refused, or what was watched is gone.

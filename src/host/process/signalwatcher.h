@@ -6,7 +6,7 @@
 
 class QSocketNotifier;
 
-/// Tells of SIGINT and SIGTERM from the event loop. A second signal of the kind ends the process as usual.
+/// Reports SIGINT and SIGTERM from the event loop. A second signal of the same kind ends the process as usual.
 /// One at a time; lives in a thread with an event loop.
 class SignalWatcher : public QObject
 {

@@ -10,7 +10,7 @@
 
 class ContentHost;
 
-/// What the dispatchers of all clients share.
+/// Shared by the dispatchers of all clients.
 struct Services
 {
     ContentHost& host;
@@ -43,9 +43,9 @@ public:
     /// Takes a message from the client.
     void accept(const QByteArray& message);
     /// As accept(), but where the request may run at once, the caller is to run the task that is returned, in its own
-    /// thread: saves the way to another thread. Empty: nothing is left to do.
+    /// thread, which saves a change of threads. Empty: nothing is left to do.
     [[nodiscard]] Task acceptOrTake(const QByteArray& message);
-    /// Takes a message that was longer than the limit and is lost.
+    /// Refuses a message that the carrier has dropped because it was longer than the limit.
     void refuseTooLong();
 
     /// False while the client has so much under way that nothing more should be read from it.

@@ -6,7 +6,7 @@
 #include <limits>
 #include <optional>
 
-/// What a QByteArray can hold, in bytes, less some room for the writer.
+/// The longest text, in bytes: the limit of a QByteArray minus some room for the writer.
 constexpr qint64 longestJson = std::numeric_limits<int>::max() - 65536;
 
 /// The value as JSON, on one line, valid UTF-8, an object's keys in their order. TavoBytes are base64. What has no

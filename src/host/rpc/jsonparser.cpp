@@ -61,7 +61,7 @@ std::optional<QString> decoded(const char* text, const char* end)
 {
     constexpr int utf8 = 106;
     static const QTextCodec* const codec = QTextCodec::codecForMib(utf8);
-    // What looks like a byte order mark is part of the string.
+    // A leading byte order mark is part of the string.
     QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
     const QString string = codec->toUnicode(text, static_cast<int>(end - text), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0)

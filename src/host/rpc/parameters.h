@@ -9,7 +9,8 @@
 
 #include <optional>
 
-/// The parameters of a call, read by name and type. The first problem is kept; what is read after it is a default.
+/// The parameters of a call, read by name and type. Keeps the first problem. A parameter of another type
+/// reads as its default.
 class Parameters
 {
 public:

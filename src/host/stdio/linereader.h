@@ -12,7 +12,7 @@ public:
     {
         enum class Kind {
             Text,
-            /// Was longer than the limit; what it held is gone.
+            /// Was longer than the limit; its text is dropped.
             TooLong,
             /// The input has ended, or reading was cancelled.
             End

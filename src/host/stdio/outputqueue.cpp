@@ -24,8 +24,8 @@ namespace {
 /// Bytes; enough to keep the reader busy.
 constexpr qint64 muchPending = qint64{1024} * 1024;
 
-/// The pipe, opened again, so that writing to it never waits, whoever else writes there. Negative if it is no pipe, or
-/// cannot be opened.
+/// Opens the pipe again without blocking, which does not affect other writers. Negative if it is no pipe or cannot be
+/// opened.
 int openWithoutWaiting(int fileDescriptor)
 {
     struct stat status = {};

@@ -30,8 +30,7 @@ public:
 
     /// Waits until everything is written, at most `milliseconds` (below 0: without limit). False if it is not.
     [[nodiscard]] bool drain(int milliseconds = -1);
-    /// Drops what is pending and what is still to come, and ends every drain(). No handler is called any more, but for
-    /// one that is running.
+    /// Drops pending and later messages, and ends every drain(). Calls no handler any more; one may still be running.
     void close();
 
 private:

@@ -5,7 +5,7 @@
 #include <QElapsedTimer>
 #include <QString>
 
-/// One line on standard error that tells how far something is; nothing at all where that is no terminal.
+/// A line on standard error that shows the progress of something. Shows nothing if that is no terminal.
 class ProgressLine
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     /// Shows the text alone.
     void show(const QString& text);
-    /// Shows how many files of how many are done, how fast it goes, and what is at work now. The first call begins.
+    /// Shows the files done, their total, the speed, and the current work. The first call starts the clock.
     void show(int done, int all, const QString& current);
     void clear();
 

@@ -15,7 +15,7 @@ QString nothing()
     return QStringLiteral("-");
 }
 
-/// What Qt gives for the time of an entry that does not exist.
+/// Qt's time of an entry that does not exist.
 constexpr uint noTime = std::numeric_limits<uint>::max();
 
 QString timeText(uint seconds)

@@ -1,6 +1,6 @@
 #pragma once
 
-/// What can be shown at the other end of a file descriptor.
+/// The capabilities of the terminal behind a file descriptor.
 struct Terminal
 {
     bool isTerminal = false;

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-/// What a command works with.
+/// The host and the output that a command uses.
 struct CommandContext
 {
     ContentHost& host;
