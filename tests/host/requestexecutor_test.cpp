@@ -298,6 +298,24 @@ TEST_F(Executor, PauseComesBeforeTheTurnOfAJobThatWaits)
     EXPECT_FALSE(waiting->begun.isOpen());
 }
 
+TEST_F(Executor, WaitingTimeOfAPausedClientStandsStill)
+{
+    Settings settings = narrow();
+    settings.timeLimit = std::chrono::seconds(1);
+    start(settings);
+    const SharedFate running = block(bob);
+    ASSERT_TRUE(running->begun.wait());
+    executor->setPaused(alice, true);
+    const SharedFate paused = pass(alice);
+    const SharedFate later = pass(bob);
+    ASSERT_TRUE(later->waitForRefusal());
+    EXPECT_THAT(paused->refused(), IsEmpty());
+    running->mayEnd.open();
+    executor->setPaused(alice, false);
+    EXPECT_TRUE(paused->waitForEnd());
+    EXPECT_THAT(paused->refused(), IsEmpty());
+}
+
 TEST_F(Executor, RemovedClientsJobsAreDroppedOrCancelled)
 {
     start(narrow());
@@ -363,6 +381,26 @@ TEST_F(Executor, RequestsThatTakeTooLongAreGivenUp)
         const SharedFate next = pass(alice);
         return processEventsUntil([&] { return next->ended == 1 || !next->refused().empty(); }) && next->ended == 1;
     })) << "the thread is free again";
+}
+
+TEST_F(Executor, JobThatKeepsItsSlotTooLongIsGivenUp)
+{
+    Settings settings;
+    settings.timeLimit = std::chrono::milliseconds(20);
+    start(settings);
+    RequestExecutor::Slot kept;
+    const SharedFate keeper = newFate();
+    RequestExecutor::Job job = jobFor(keeper, Lane::Quick);
+    job.run = [&kept](RequestExecutor::Slot slot) { kept = std::move(slot); };
+    const std::function<void()> task = executor->submitOrTake(alice, std::move(job));
+    ASSERT_TRUE(task);
+    task();
+    ASSERT_TRUE(keeper->waitForRefusal());
+    EXPECT_THAT(keeper->refused(), ElementsAre(Refusal::TimedOut));
+    EXPECT_TRUE(keeper->context->isCancelled());
+    EXPECT_EQ(keeper.use_count(), 3) << "the job exists as long as its slot";
+    kept.reset();
+    EXPECT_EQ(keeper.use_count(), 2);
 }
 
 TEST_F(Executor, TooManyWaitingJobsAreRefused)
