@@ -23,6 +23,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <utility>
 
 namespace {
@@ -241,6 +242,30 @@ TEST_F(DispatcherTest, RequestsThatTakeTooLongAreAnsweredOnce)
     EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
     fifo.release();
     ASSERT_TRUE(executor->stop(longTime));
+    EXPECT_THAT(sink->read(), IsEmpty());
+}
+
+TEST_F(DispatcherTest, RequestThatJoinsOneThatHangsIsGivenUpToo)
+{
+    RequestExecutor::Settings settings;
+    settings.timeLimit = std::chrono::milliseconds(20);
+    startScripted(settings);
+    std::future<void> hanging;
+    Fifo fifo(tree.absolute(QStringLiteral("fifo")));
+    const Dispatcher::Task first = dispatcher->acceptOrTake(requestText(1, "rows", at("/file/fifo")));
+    ASSERT_TRUE(first);
+    hanging = std::async(std::launch::async, first);
+    fifo.waitForReader();
+    const Dispatcher::Task second = dispatcher->acceptOrTake(requestText(2, "rows", at("/file/fifo")));
+    ASSERT_TRUE(second);
+    second();
+    EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
+    EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Cancelled);
+    EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
+    // The second one's turn to compute finds the FIFO without a writer.
+    tree.remove(QStringLiteral("fifo"));
+    fifo.release();
+    hanging.get();
     EXPECT_THAT(sink->read(), IsEmpty());
 }
 

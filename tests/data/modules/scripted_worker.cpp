@@ -38,6 +38,8 @@ public:
             throw 1;
         if (base == QLatin1String("silence"))
             return;
+        if (base == QLatin1String("fifo"))
+            waitForFifo(filePath(base));
         TavoRowsRoles page;
         page.setRowsCount(base.toInt());
         page.setRowsVersion(0);
@@ -51,7 +53,7 @@ public:
     /// The base is a FIFO's.
     void getDataRequest(const CMGetDataRequest& request) override
     {
-        waitForFifo(m_root + QLatin1Char('/') + request.path().base());
+        waitForFifo(filePath(request.path().base()));
         request.reply().setValue(QVariantList{true});
     }
 
@@ -67,6 +69,8 @@ public:
     }
 
 private:
+    [[nodiscard]] QString filePath(const QString& base) const { return m_root + QLatin1Char('/') + base; }
+
     const QString m_root;
 };
 
