@@ -427,6 +427,46 @@ TEST_F(ContentReach, NetworkClientsGetNothingHiddenOrBehindALinkThatLeadsOut)
         EXPECT_EQ(failureOf(subscriber.open(path(base))), TavoErrorAccessViolation()) << base;
 }
 
+TEST_F(ContentReach, AbsolutePathsWorkForLocalClientsOnly)
+{
+    const QString base = tree.absolute(QStringLiteral("root/open"));
+    const CMPath absolute = mount->path(base);
+    const QVariantList items = {absolute.toEncoded()};
+
+    EXPECT_TRUE(content().rows({absolute}));
+    EXPECT_TRUE(content().data(absolute, entryRoles()));
+    EXPECT_EQ(content().set(mount->countFiles(), base).value(), 1);
+    EXPECT_EQ(content().set(mount->prepareLibrary(), items).value().toList().size(), 1);
+
+    EXPECT_EQ(failureOf(network().rows({absolute})), TavoErrorAccessViolation());
+    EXPECT_EQ(failureOf(network().data(absolute, entryRoles())), TavoErrorAccessViolation());
+    EXPECT_EQ(failureOf(network().set(mount->countFiles(), base)), TavoErrorAccessViolation());
+    EXPECT_EQ(failureOf(network().set(mount->prepareLibrary(), items)), TavoErrorAccessViolation());
+
+    // Only a relative path can be open.
+    EXPECT_EQ(failureOf(Subscriber(*host).open(absolute)), TavoErrorInvalidPath());
+    EXPECT_EQ(failureOf(Subscriber(*host, Reach::Network).open(absolute)), TavoErrorInvalidPath());
+}
+
+TEST_F(ContentReach, PreparationForTheNetworkLeavesOutLinksThatLeadOut)
+{
+    link("root/open/song.mp3", "root/again.mp3");
+    const auto basesOf = [this](const Content& served, const CMPath& service) {
+        const Result<QVariant> items = served.set(service, QVariantList{path("").toEncoded()});
+        QStringList bases;
+        for (const QVariant& item : items ? items.value().toList() : QVariantList())
+            bases.append(CMPath::fromEncoded(item.toHash().value(TavoRoles::Path()).toString()).base());
+        return bases;
+    };
+    const QString again = QStringLiteral("again.mp3");
+    const QString song = QStringLiteral("open/song.mp3");
+    const QString out = QStringLiteral("out.mp3");
+    for (const CMPath& service : {mount->prepareLibrary(), mount->preparePlaylist()}) {
+        EXPECT_THAT(basesOf(content(), service), testing::UnorderedElementsAre(again, song, out));
+        EXPECT_THAT(basesOf(network(), service), testing::UnorderedElementsAre(again, song));
+    }
+}
+
 TEST_F(ContentReach, LocalClientsGetThem)
 {
     Subscriber subscriber(*host);
