@@ -224,6 +224,25 @@ TEST_F(Roots, OneThatAppearsIsServed)
     EXPECT_THAT(host->problems(), IsEmpty());
 }
 
+TEST_F(Roots, OneThatAppearsIsServedWithoutSweepsWhenAClientAsksForIt)
+{
+    for (const char* id : {"rows", "data", "menu", "count", "opened"})
+        add(id, id);
+    start();
+    const Content content(*host);
+    EXPECT_EQ(content.rows({path("rows")}).failure().name, TavoErrorInvalidPath());
+    for (const RootSettings& root : settings.roots)
+        tree.addFile(root.id + QStringLiteral("/song.mp3"));
+    EXPECT_THAT(prefixes(), IsEmpty());
+    EXPECT_EQ(content.rows({path("rows")}).value().count, 1);
+    EXPECT_TRUE(content.data(path("data", "song.mp3"), {TavoRoles::Title()}));
+    EXPECT_TRUE(content.menu(path("menu", "song.mp3"), {TavoRoles::Title()}));
+    const CMPath count(QStringLiteral("count"), host->mountAt(QStringLiteral("rows"))->countFiles().base());
+    EXPECT_EQ(content.set(count, QString()).value(), 1);
+    EXPECT_TRUE(Subscriber(*host).open(path("opened")));
+    EXPECT_THAT(host->problems(), IsEmpty());
+}
+
 TEST_F(Roots, OneThatDisappearsClosesItsSubscriptionsAndResetsTheList)
 {
     add("one", "one");
