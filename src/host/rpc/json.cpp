@@ -213,8 +213,9 @@ void Writer::addEscaped(QChar unit)
     if (unit == u'"' || unit == u'\\')
         return put(unit.toLatin1());
     put('u');
+    const unsigned value = unit.unicode();
     for (const unsigned shift : {12U, 8U, 4U, 0U})
-        put(digits[(unit.unicode() >> shift) & 0xFU]);
+        put(digits[(value >> shift) & 0xFU]);
 }
 
 void Writer::addUtf8(uint codePoint)
