@@ -118,6 +118,8 @@ private:
     void call(QObject* receiver, void** arguments)
     {
         m_slot->call(receiver, arguments);
+        // The invoking thread may drop the last reference, which Qt's counter orders after the call.
+        __tsan_release(this);
         if (m_done)
             __tsan_release(m_done);
         releaseToEndOfThread();
