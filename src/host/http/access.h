@@ -85,12 +85,14 @@ public:
     [[nodiscard]] QByteArray logOut(const RequestHead& head);
 
 private:
-    [[nodiscard]] bool isOwnHost(const QByteArray& host, const Connection& connection) const;
+    [[nodiscard]] bool isOwnHost(const RequestHead& head, const Connection& connection) const;
     [[nodiscard]] bool isOwnOrigin(const RequestHead& head) const;
     /// The refusal of the request's Host or Origin, if they are foreign.
     [[nodiscard]] std::optional<Refusal> checkSender(const RequestHead& head, const Connection& connection) const;
     [[nodiscard]] std::variant<Credential, Refusal>
     authenticate(const RequestHead& head, const Connection& connection, Time now);
+    /// The key of the session that the request has a cookie of; empty if it has none.
+    [[nodiscard]] QByteArray sessionOf(const RequestHead& head) const;
     [[nodiscard]] bool isToken(const QByteArray& text) const;
     /// Counts a wrong token.
     [[nodiscard]] Refusal refuseToken(const Connection& connection, Time now);

@@ -14,16 +14,14 @@ class TokenFile
 public:
     explicit TokenFile(QString file) : m_file(std::move(file)) {}
 
-    /// The token: at least 16 printable ASCII characters. Fails, with a message on one line, if there is none, or if
-    /// others than the file's owner have any permission on it.
+    /// The token: at least 16 printable ASCII characters, no space at either end. Fails, with a message on one line, if
+    /// there is none, or if others than the file's owner have any permission on it.
     [[nodiscard]] Result<QByteArray> read();
-    /// As read(), but nothing if the file is the same as it was then.
+    /// As read(), but nothing if the file has not changed since it was read last.
     [[nodiscard]] std::optional<Result<QByteArray>> readIfChanged();
 
 private:
-    /// Of the file's content and permissions; empty if there is no such file.
-    [[nodiscard]] QByteArray stamp() const;
-
     QString m_file;
+    /// Of the file as it was read last.
     QByteArray m_stamp;
 };

@@ -18,6 +18,7 @@ public:
 
 private:
     void forgetBefore(Time time);
+    void forgetOldest();
 
     struct Attempt
     {
