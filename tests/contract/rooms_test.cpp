@@ -22,12 +22,12 @@ const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
 /// The longest first, where one contains another.
 const QStringList rooms = {
-    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),     QStringLiteral("src/api/tagreader"),
-    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"), QStringLiteral("src/host/app"),
-    QStringLiteral("src/host/cli"),      QStringLiteral("src/host/content"), QStringLiteral("src/host/exec"),
-    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),
-    QStringLiteral("src/host/rpc"),      QStringLiteral("src/host/stdio"),   QStringLiteral("src/host/terminal"),
-    QStringLiteral("tests/support")};
+    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
+    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"),  QStringLiteral("src/host/app"),
+    QStringLiteral("src/host/cli"),      QStringLiteral("src/host/content"),  QStringLiteral("src/host/exec"),
+    QStringLiteral("src/host/http"),     QStringLiteral("src/host/liveness"), QStringLiteral("src/host/prepare"),
+    QStringLiteral("src/host/process"),  QStringLiteral("src/host/rpc"),      QStringLiteral("src/host/stdio"),
+    QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
 const QStringList includeRoots = {
@@ -218,6 +218,7 @@ const std::vector<Rule> rules = {
     {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "content/result.h"})},
     {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec"})},
     {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
+    {"HostHttp", "src/host/http", Side::Both, hostRoom({"src/host/content"})},
     {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
     {"HostPrepare", "src/host/prepare", Side::Both,
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},

@@ -33,10 +33,12 @@ QByteArray toHttpDate(std::time_t time)
 std::optional<std::time_t> fromHttpDate(const QByteArray& text)
 {
     // The oldest form pads the day with a space.
-    const QString simple = QString::fromLatin1(text).simplified();
+    const QString words = QString::fromLatin1(text).simplified();
+    // The weekday is left out: it cannot be checked where the year has two digits only.
+    const QString date = words.mid(words.indexOf(u' ') + 1);
     const std::array<QDateTime, 3> readings = {
-        parsed(simple, "ddd, dd MMM yyyy HH:mm:ss 'GMT'"),
-        withRecentCentury(parsed(simple, "dddd, dd-MMM-yy HH:mm:ss 'GMT'")), parsed(simple, "ddd MMM d HH:mm:ss yyyy")};
+        parsed(date, "dd MMM yyyy HH:mm:ss 'GMT'"), withRecentCentury(parsed(date, "dd-MMM-yy HH:mm:ss 'GMT'")),
+        parsed(date, "MMM d HH:mm:ss yyyy")};
     for (const QDateTime& reading : readings) {
         if (reading.isValid())
             return reading.toSecsSinceEpoch();

@@ -45,7 +45,7 @@ bool acceptsGzip(const QByteArray& acceptEncoding)
     double byName = -1;
     double byWildcard = 0;
     for (const QByteArray& element : acceptEncoding.toLower().replace(' ', "").replace('\t', "").split(',')) {
-        const QByteArray coding = element.left(element.indexOf(';'));
+        const QByteArray coding = element.split(';').first();
         if (coding == "gzip")
             byName = weightOf(element);
         else if (coding == "*")

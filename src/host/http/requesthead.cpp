@@ -1,5 +1,7 @@
 #include "http/requesthead.h"
 
+#include <QByteArrayList>
+
 #include <algorithm>
 
 namespace {
@@ -29,7 +31,6 @@ QByteArray RequestHead::value(const char* name) const
 
 bool hasJsonBody(const RequestHead& head)
 {
-    const QByteArray type = head.value("Content-Type");
-    const int parameters = type.indexOf(';');
-    return type.left(parameters).trimmed().toLower() == "application/json";
+    const QByteArray type = head.value("Content-Type").split(';').first();
+    return type.trimmed().toLower() == "application/json";
 }

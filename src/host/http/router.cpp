@@ -40,16 +40,19 @@ bool isPrintable(char character)
     return character > ' ' && character < '\x7F';
 }
 
-QByteArray pathOf(const QByteArray& target)
+struct Halves
 {
-    return target.left(target.indexOf('?'));
-}
+    QByteArray before;
+    QByteArray behind;
+};
 
-/// Null if the target has none.
-QByteArray queryOf(const QByteArray& target)
+/// The text at both sides of the first separator. Without one all of it comes before.
+Halves splitAt(const QByteArray& text, char separator)
 {
-    const int mark = target.indexOf('?');
-    return mark < 0 ? QByteArray() : target.mid(mark + 1);
+    const int position = text.indexOf(separator);
+    if (position < 0)
+        return {text, {}};
+    return {text.left(position), text.mid(position + 1)};
 }
 
 bool isOriginForm(const QByteArray& target)
@@ -143,10 +146,10 @@ using RouteOrRefusal = std::variant<Route, Refusal>;
 /// `rest`: PREFIX, or PREFIX/BASE.
 RouteOrRefusal fileRoute(Route::Kind kind, const QByteArray& rest)
 {
-    const int slash = rest.indexOf('/');
+    const Halves halves = splitAt(rest, '/');
     Route route{kind};
-    route.prefix = *decoded(rest.left(slash));
-    route.base = slash < 0 ? QString() : *decoded(rest.mid(slash + 1));
+    route.prefix = *decoded(halves.before);
+    route.base = *decoded(halves.behind);
     if (route.prefix.isEmpty())
         return Refusal{404};
     return route;
@@ -192,7 +195,7 @@ Routing findRoute(const QByteArray& method, const QByteArray& target)
 {
     if (!isOriginForm(target))
         return {Refusal{400}};
-    const QByteArray path = pathOf(target);
+    const auto [path, query] = splitAt(target, '?');
     const Endpoint* const endpoint = findEndpoint(path);
     const bool isOpen = endpoint && endpoint->isOpen;
     if (!decoded(path))
@@ -201,13 +204,13 @@ Routing findRoute(const QByteArray& method, const QByteArray& target)
         return {Refusal{404}};
     if (!endpoint->methods.contains(method))
         return {Refusal{405, {{"Allow", endpoint->methods.join(", ")}}}, isOpen};
-    return {routeAt(*endpoint, path, queryOf(target)), isOpen};
+    return {routeAt(*endpoint, path, query), isOpen};
 }
 
 QByteArray loggedPath(const QByteArray& target)
 {
     QByteArray logged;
-    for (const char character : pathOf(target)) {
+    for (const char character : splitAt(target, '?').before) {
         if (isPrintable(character))
             logged.append(character);
         else
