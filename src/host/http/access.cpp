@@ -220,7 +220,7 @@ QByteArray AccessPolicy::sessionOf(const RequestHead& head) const
         const QByteArray cookie = pair.trimmed();
         if (!cookie.startsWith(cookieName + '='))
             continue;
-        const QByteArray session = m_sessions.keyOf(cookie.mid(cookieName.size() + 1));
+        QByteArray session = m_sessions.keyOf(cookie.mid(cookieName.size() + 1));
         if (!session.isEmpty())
             return session;
     }

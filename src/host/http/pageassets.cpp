@@ -24,17 +24,17 @@ ResponseHead headWith(int status, const QByteArray& entityTag)
 
 } // namespace
 
-Response servePage(const RequestHead& head, const QByteArray& name)
+Response servePage(const RequestHead& head, const QByteArray& asset)
 {
-    const PageAsset* const asset = findPageAsset(name);
-    if (!asset)
+    const PageAsset* const found = findPageAsset(asset);
+    if (!found)
         return makeResponse(Refusal{404});
-    const bool isGzip = !asset->gzip.isEmpty() && acceptsGzip(head.value("Accept-Encoding"));
-    const QByteArray& entityTag = isGzip ? asset->gzipEntityTag : asset->entityTag;
+    const bool isGzip = !found->gzip.isEmpty() && acceptsGzip(head.value("Accept-Encoding"));
+    const QByteArray& entityTag = isGzip ? found->gzipEntityTag : found->entityTag;
     if (isNotModified(head, {entityTag}))
         return {headWith(304, entityTag)};
-    Response response{headWith(200, entityTag), isGzip ? asset->gzip : asset->plain};
-    response.head.set("Content-Type", asset->type).setLength(response.body.size());
+    Response response{headWith(200, entityTag), isGzip ? found->gzip : found->plain};
+    response.head.set("Content-Type", found->type).setLength(response.body.size());
     if (isGzip)
         response.head.set("Content-Encoding", "gzip");
     return response;
