@@ -3,6 +3,7 @@
 #include <model/cmpath.h>
 
 #include <QByteArray>
+#include <QStringList>
 
 /// A directory tree that the host serves, as clients see it. A value that stays valid when its worker has gone.
 struct Mount
@@ -13,6 +14,10 @@ struct Mount
     QString title;
     /// Canonical.
     QString rootDirectory;
+    /// Wildcard patterns of playable names.
+    QStringList playable = {};
+    /// Whether network clients may follow symlinks that lead out of the root directory.
+    bool followsLinks = false;
 
     [[nodiscard]] CMPath path(const QString& base) const { return {prefix, base}; }
     /// Paths at and below it name context menus, not directories.
