@@ -28,6 +28,8 @@ struct Mount
 
     /// Whether the path names a service that may walk the whole tree.
     [[nodiscard]] bool isWalk(const CMPath& service) const;
+    /// Whether a file of the base's name is an item.
+    [[nodiscard]] bool isPlayable(const QString& base) const;
     /// The file or directory that the base stands for, as the system's calls take it.
     [[nodiscard]] QByteArray localPath(const QString& base) const;
 };
