@@ -59,12 +59,12 @@ public:
     ~CoverStore();
     Q_DISABLE_COPY_MOVE(CoverStore)
 
-    /// Does not block. `receive` is called once, in a thread of the store; it must not block or throw. After stop() it
-    /// gets nothing.
+    /// Does not block. `receive` is called once, in a thread of the store or, after stop(), in this one; it must not
+    /// block or throw.
     void find(const Query& query, Receive receive);
 
-    /// Answers what waits with nothing. False if a thread still works after `patience`: it hangs in the kernel, and the
-    /// store must not be destroyed.
+    /// Answers what waits, and all that comes, with nothing. False if a thread still works after `patience`: it hangs
+    /// in the kernel, and the store must not be destroyed.
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
 
 private:
