@@ -51,7 +51,7 @@ public:
     /// One thread at a time decodes a picture; others that want it wait.
     [[nodiscard]] CoverAnswer cover(const Source& source, int width, Effort effort);
 
-    /// Files that were decoded.
+    /// Files that were searched for a picture.
     [[nodiscard]] qint64 decoded() const { return m_decoded; }
 
 private:

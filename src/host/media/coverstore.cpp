@@ -93,6 +93,7 @@ public:
 
     void find(Query query, Receive receive);
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
+    [[nodiscard]] qint64 decoded() const { return m_maker.decoded(); }
 
 private:
     using Key = std::tuple<QString, QString, int>;
@@ -195,6 +196,11 @@ CoverStore::~CoverStore()
 void CoverStore::find(const Query& query, Receive receive)
 {
     m_state->find(query, std::move(receive));
+}
+
+qint64 CoverStore::decoded() const
+{
+    return m_state->decoded();
 }
 
 bool CoverStore::stop(std::chrono::milliseconds patience)

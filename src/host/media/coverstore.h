@@ -63,6 +63,9 @@ public:
     /// block or throw.
     void find(const Query& query, Receive receive);
 
+    /// Files that were searched for a picture, since the start.
+    [[nodiscard]] qint64 decoded() const;
+
     /// Answers what waits, and all that comes, with nothing. False if a thread still works after `patience`: it hangs
     /// in the kernel, and the store must not be destroyed.
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
