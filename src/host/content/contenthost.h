@@ -24,6 +24,8 @@ struct RootSettings
     QString directory;
     /// Empty: the directory's name.
     QString title = {};
+    /// Whether network clients may follow symlinks that lead out of the directory.
+    bool followLinks = false;
 };
 
 struct HostSettings
