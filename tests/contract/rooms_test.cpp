@@ -220,7 +220,10 @@ const std::vector<Rule> rules = {
     {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "content/result.h"})},
     {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec"})},
     {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
-    {"HostHttp", "src/host/http", Side::Both, hostRoom({"src/host/content"})},
+    {"HostHttp", "src/host/http", Side::Both,
+     hostRoom(
+         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/media", "src/host/process",
+          "src/host/rpc"})},
     {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
     {"HostPrepare", "src/host/prepare", Side::Both,
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},

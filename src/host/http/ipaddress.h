@@ -21,6 +21,7 @@ public:
     /// `text`: an address in its usual notation, without brackets, port or zone.
     [[nodiscard]] static std::optional<IpAddress> fromText(std::string_view text);
     [[nodiscard]] QByteArray toText() const;
+    [[nodiscard]] const Bytes& bytes() const { return m_bytes; }
 
     [[nodiscard]] bool isV4() const;
     [[nodiscard]] bool isLoopback() const;
