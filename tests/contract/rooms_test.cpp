@@ -229,8 +229,8 @@ const std::vector<Rule> rules = {
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
     {"HostCli", "src/host/cli", Side::Both,
      hostRoom(
-         {"src/host/content", "src/host/exec", "src/host/prepare", "src/host/process", "src/host/rpc", "src/host/stdio",
-          "src/host/terminal"})},
+         {"src/host/content", "src/host/exec", "src/host/http", "src/host/prepare", "src/host/process", "src/host/rpc",
+          "src/host/stdio", "src/host/terminal"})},
     {"HostApp", "src/host/app", Side::Both, hostRoom({"src/host/cli", "src/host/content", "src/host/process"})}};
 
 QStringList filesOf(const Rule& rule)
