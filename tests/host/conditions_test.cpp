@@ -72,6 +72,8 @@ TEST(HttpDate, IsWrittenInOneForm)
 {
     EXPECT_EQ(toHttpDate(modified), whenModified);
     EXPECT_EQ(toHttpDate(0), QByteArray("Thu, 01 Jan 1970 00:00:00 GMT"));
+    EXPECT_EQ(toHttpDate(-1), QByteArray("Wed, 31 Dec 1969 23:59:59 GMT"));
+    EXPECT_EQ(toHttpDate(67'768'036'191'676'799), QByteArray("Wed, 31 Dec 2147485547 23:59:59 GMT"));
 }
 
 TEST(HttpDate, IsReadInThree)
