@@ -229,7 +229,7 @@ QByteArray AccessPolicy::sessionOf(const RequestHead& head) const
 
 bool AccessPolicy::isToken(const QByteArray& text) const
 {
-    return !m_tokenDigest.isEmpty() && isSameDigest(digest(text), m_tokenDigest);
+    return isSameDigest(digest(text), m_tokenDigest);
 }
 
 Refusal AccessPolicy::refuseToken(const Connection& connection, Time now)
