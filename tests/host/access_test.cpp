@@ -130,6 +130,8 @@ TEST_F(Access, ForeignHostsAreMisdirected)
           "local host",
           "localhost\t"})
         EXPECT_EQ(statusOfHost(host), 421) << host;
+    for (const char* host : {"localhost", "localhost:80", "[::1]"})
+        EXPECT_EQ(statusOfHost(host + QByteArray(1, '\0')), 421) << host;
 }
 
 TEST_F(Access, HostIsNeededOnce)

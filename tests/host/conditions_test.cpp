@@ -91,6 +91,7 @@ TEST(HttpDate, OtherTextsAreNone)
           "Sun, 31 Feb 1994 08:49:37 GMT", "Sun, 06 Nov 1994 25:49:37 GMT"})
         EXPECT_FALSE(fromHttpDate(text)) << text;
     EXPECT_FALSE(fromHttpDate({}));
+    EXPECT_FALSE(fromHttpDate(whenModified + QByteArray(1, '\0')));
 }
 
 } // namespace
