@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <limits>
 #include <vector>
 
 #include <sys/stat.h>
