@@ -174,7 +174,8 @@ private:
     Clock::time_point m_begin;
     /// Destroying it cancels the request that is being handled.
     std::shared_ptr<void> m_underWay;
-    bool m_isHandling = false;
+    /// While the request is being handled: no operation keeps the connection then.
+    std::shared_ptr<HttpConnection> m_handling;
     std::optional<Answer> m_answer;
     QByteArray m_headText;
     /// Bytes, with those that are being written.
@@ -204,12 +205,13 @@ auto HttpConnection::handler(void (HttpConnection::*function)(const ErrorCode&))
 void HttpConnection::finish()
 {
     m_isFinishing = true;
-    if (!m_answer && !m_isHandling)
+    if (!m_answer && !m_handling)
         abort();
 }
 
 void HttpConnection::abort()
 {
+    const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
     m_timer.cancel();
     m_stream.close();
@@ -217,7 +219,7 @@ void HttpConnection::abort()
 
 void HttpConnection::checkAccess()
 {
-    const bool isServing = m_isHandling || m_answer;
+    const bool isServing = m_handling || m_answer;
     if (isServing && !m_parts.access.holds(m_credential))
         abort();
 }
@@ -313,7 +315,7 @@ void HttpConnection::upgrade()
 void HttpConnection::handle()
 {
     m_stream.expires_never();
-    m_isHandling = true;
+    m_handling = self();
     const auto receive = [weak = std::weak_ptr(self()), io = &m_parts.io](Answer answer) {
         const auto shared = std::make_shared<Answer>(std::move(answer));
         io->post([weak, shared] {
@@ -333,7 +335,7 @@ void HttpConnection::watchClient()
     m_stream.socket().async_wait(Tcp::socket::wait_read, [self = self()](const ErrorCode& error) {
         char byte = 0;
         const bool isGone = !error && recv(self->m_stream.socket().native_handle(), &byte, 1, MSG_PEEK) == 0;
-        if (isGone && self->m_isHandling)
+        if (isGone && self->m_handling)
             self->abort();
     });
 }
@@ -348,7 +350,7 @@ void HttpConnection::refuse(const Refusal& refusal)
 
 void HttpConnection::answer(Answer answer)
 {
-    m_isHandling = false;
+    const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
     if (!m_stream.socket().is_open())
         return;

@@ -139,7 +139,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
     m_stream.text(true);
     // By itself the library names itself.
     m_stream.set_option(websocket::stream_base::decorator(
-        [](websocket::response_type& response) { response.erase(http::field::server); }));
+        [](websocket::response_type& response) { response.set(http::field::server, "tavo"); }));
 }
 
 WebSocketClient::~WebSocketClient()
