@@ -136,7 +136,7 @@ std::string originOf(const Include& include)
     return include.quoted ? "nowhere" : originOfForeign(include.name);
 }
 
-/// The lines that include what is not allowed, by origin or by name, as a compiler would point at them.
+/// The lines with forbidden includes, as a compiler would point at them.
 std::vector<std::string> violations(const QStringList& files, const Origins& allowed)
 {
     std::vector<std::string> lines;

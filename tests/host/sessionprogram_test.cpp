@@ -466,7 +466,7 @@ TEST_F(SessionProgram, FullDiskIsAFailure)
     EXPECT_EQ(outcome.errors, "tavo: cannot write: No space left on device\n");
 }
 
-/// A session whose log nobody reads: what is logged lasts until somebody does.
+/// A session whose log nobody reads: a request that logs hangs until somebody does.
 class UnreadLog : public testing::Test
 {
 protected:

@@ -27,7 +27,7 @@ QString commandList()
     QString text = QStringLiteral("\nCommands:\n");
     for (const Command& command : allCommands())
         text += QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
-    return text + QStringLiteral("\n'tavo COMMAND --help' tells more.\n");
+    return text + QStringLiteral("\n'tavo COMMAND --help' describes a command.\n");
 }
 
 void setUpProgramParser(QCommandLineParser& parser)
@@ -72,7 +72,7 @@ int print(int output, const QString& text)
 int refuseUse(const QString& message, const QString& command = {})
 {
     const QString subject = command.isEmpty() ? QStringLiteral("tavo") : QStringLiteral("tavo %1").arg(command);
-    report(QStringLiteral("%1 ('%2 --help' tells more)").arg(message, subject));
+    report(QStringLiteral("%1 (see '%2 --help')").arg(message, subject));
     return WrongUse;
 }
 

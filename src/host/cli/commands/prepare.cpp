@@ -14,8 +14,8 @@
 namespace {
 
 constexpr char manual[] =
-    R"(Reads the tags of playable files and prints the items that a playlist, or the music library, is made of.
-Directories stand for all that lies below them.
+    R"(Reads the tags of playable files and prints the items that they make in a playlist or in the music library.
+A directory stands for all files below it.
 
   tavo --root ~/Music prepare playlist Albums/Blue "Singles/One.mp3"
   tavo --root ~/Music prepare library . --json > library.json)";
