@@ -117,13 +117,14 @@ protected:
         return sink->readAnswer(id);
     }
 
-    /// One thread for each lane.
+    /// One thread for each lane, which nothing replaces.
     [[nodiscard]] static RequestExecutor::Settings narrow()
     {
         RequestExecutor::Settings settings;
         settings.quickThreads = 1;
         settings.longPageThreads = 1;
         settings.walkThreads = 1;
+        settings.spareThreads = 0;
         return settings;
     }
 
