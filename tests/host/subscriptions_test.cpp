@@ -213,6 +213,26 @@ TEST_F(SubscriptionsTest, PathsOfOtherWorkersAreInvalid)
         EXPECT_EQ(openFailure(CMPath::fromEncoded(QString::fromUtf8(encoded))), invalidPath) << encoded;
 }
 
+TEST_F(SubscriptionsTest, WorkerThatThrowsFailsTheOpeningOnly)
+{
+    client.reset();
+    host.reset();
+    tree.addDirectory(QStringLiteral("throw"));
+    HostSettings settings = settingsFor(tree.root());
+    settings.moduleFile = QStringLiteral(MODULE_SCRIPTED_WORKER);
+    host = startHost(settings);
+    client = std::make_unique<Subscriber>(*host, Reach::Local, 1);
+    for (int round = 0; round < 2; ++round) {
+        const Result<void> opened = client->open(path("throw"));
+        ASSERT_FALSE(opened);
+        EXPECT_EQ(opened.failure().message, QStringLiteral("The request failed: no memory for it"));
+        EXPECT_THAT(tracked(), IsEmpty());
+    }
+    EXPECT_FALSE(close("throw"));
+    EXPECT_TRUE(open("a")) << "the failed ones do not count";
+    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a")));
+}
+
 TEST_F(SubscriptionsTest, RootHasTwoSpellings)
 {
     EXPECT_TRUE(open("."));

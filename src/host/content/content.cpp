@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -291,10 +290,8 @@ Result<void> Content::ask(const CMRequest& request) const
 {
     try {
         CMRoot()->request(request);
-    } catch (const std::exception& exception) {
-        return Failures::internal(QString::fromLocal8Bit(exception.what()));
     } catch (...) {
-        return Failures::internal(QStringLiteral("unknown exception"));
+        return Failures::fromException();
     }
     const CMVoidReply reply = request.voidReply();
     if (reply.isError())

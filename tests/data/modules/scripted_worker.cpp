@@ -26,6 +26,13 @@ public:
         : CMWorker(configuration, QStringLiteral("ScriptedWorker")),
           m_root(configuration.value(TavoFilesystem_Path()).toString())
     {
+        connect(
+            subscribe(), &CMSubscribe::rowsPathAdded, this,
+            [](const CMPath& path) {
+                if (path.base() == QLatin1String("throw"))
+                    throw std::runtime_error("no memory for it");
+            },
+            Qt::DirectConnection);
     }
 
     /// As many rows as the base says, or what its word says.
@@ -36,6 +43,8 @@ public:
             throw std::runtime_error("no memory for it");
         if (base == QLatin1String("throw number"))
             throw 1;
+        if (base == QLatin1String("throw later"))
+            QMetaObject::invokeMethod(this, [] { throw std::runtime_error("thrown later"); }, Qt::QueuedConnection);
         if (base == QLatin1String("silence"))
             return;
         if (base == QLatin1String("fifo"))
