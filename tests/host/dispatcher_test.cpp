@@ -24,6 +24,7 @@
 
 #include <atomic>
 #include <future>
+#include <new>
 #include <utility>
 
 namespace {
@@ -74,6 +75,25 @@ QStringList changesIn(const QList<QJsonObject>& messages)
     }
     return changes;
 }
+
+/// A sink that has no memory for the next messages.
+class FailingSink : public MemorySink
+{
+public:
+    void failNext(int messages) { m_failures = messages; }
+
+    void send(QByteArray message) override
+    {
+        if (m_failures > 0) {
+            --m_failures;
+            throw std::bad_alloc();
+        }
+        MemorySink::send(std::move(message));
+    }
+
+private:
+    std::atomic<int> m_failures = 0;
+};
 
 class DispatcherTest : public testing::Test
 {
@@ -219,6 +239,35 @@ TEST_F(DispatcherTest, AnswerWithMoreTextThanTheLimitIsTooLarge)
     EXPECT_EQ(codeOf(call("rows", at("/file/20"))), 0);
     EXPECT_EQ(codeOf(call("rows", at("/file/60"))), JsonRpc::AnswerTooLarge);
     EXPECT_EQ(codeOf(call("rows", at("/file/20"))), 0);
+}
+
+TEST_F(DispatcherTest, AnswerThatCannotBeSentBecomesAShortError)
+{
+    start();
+    const auto failing = std::make_shared<FailingSink>();
+    dispatcher = newDispatcher({}, failing);
+    sink = failing;
+    // Answered in the executor, in the worker thread and in this one.
+    for (const char* method : {"rows", "open", "nonsense"}) {
+        failing->failNext(1);
+        const QJsonObject answer = call(method, at("/file/"));
+        EXPECT_EQ(codeOf(answer), JsonRpc::WorkerRefused) << method;
+        EXPECT_THAT(messageOf(answer), HasSubstr("std::bad_alloc"));
+    }
+    EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
+}
+
+TEST_F(DispatcherTest, RequestWithoutAnAnswerIsNoLongerUnderWay)
+{
+    start();
+    const auto failing = std::make_shared<FailingSink>();
+    dispatcher = newDispatcher({}, failing);
+    for (const char* method : {"rows", "open", "nonsense"}) {
+        failing->failNext(2);
+        dispatcher->accept(requestText(1, method, at("/file/")));
+        EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); })) << method;
+    }
+    EXPECT_THAT(failing->read(), IsEmpty());
 }
 
 TEST_F(DispatcherTest, RequestsAreRefusedWhereTooManyWait)

@@ -9,7 +9,6 @@
 #include <model/cmrequestcontext.h>
 
 #include <atomic>
-#include <exception>
 #include <mutex>
 #include <utility>
 #include <variant>
@@ -54,18 +53,6 @@ Failure failureFrom(RequestExecutor::Refusal refusal)
     return Failures::stopping();
 }
 
-/// Whatever the call throws is its failure.
-Result<QByteArray> execute(const Call& call, const Content& content)
-{
-    try {
-        return call.run(content);
-    } catch (const std::exception& exception) {
-        return Failures::internal(QString::fromLocal8Bit(exception.what()));
-    } catch (...) {
-        return Failures::internal(QStringLiteral("unknown exception"));
-    }
-}
-
 } // namespace
 
 class Dispatcher::State : public std::enable_shared_from_this<State>
@@ -89,15 +76,22 @@ private:
     /// One request on its way; the first answer counts.
     struct Pending
     {
-        std::optional<QVariant> id;
+        /// Null until the message is parsed.
+        std::optional<QVariant> id = QVariant::fromValue(nullptr);
         std::atomic_flag isAnswered = ATOMIC_FLAG_INIT;
     };
     using SharedPending = std::shared_ptr<Pending>;
 
+    template<typename Serve>
+    [[nodiscard]] Task serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending);
     [[nodiscard]] RequestExecutor::Job jobFor(Call call, const SharedPending& pending);
     void serveSubscription(const Call& call, const SharedPending& pending);
+    /// As refuse() and finish(), throws nothing.
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
-    void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
+    void refuse(const SharedPending& pending, const JsonRpc::Error& error);
+    /// Sends the text unless the request is answered already.
+    template<typename MakeText>
+    void finish(const SharedPending& pending, const MakeText& makeText);
     void send(QByteArray message);
     void notify(const CMPath& path, const QStringList& changes, int version);
     void updateFlow();
@@ -148,27 +142,40 @@ void Dispatcher::State::stop()
 template<typename Serve>
 Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serve& serve)
 {
+    const auto pending = std::make_shared<Pending>();
+    ++m_underWay;
+    try {
+        return serveMessage(message, serve, pending);
+    } catch (...) {
+        answer(pending, Failures::fromException());
+        return {};
+    }
+}
+
+template<typename Serve>
+Dispatcher::Task
+Dispatcher::State::serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending)
+{
     const auto parsed = JsonRpc::parse(message);
     if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed)) {
-        refuse(malformed->id, malformed->error);
+        pending->id = malformed->id;
+        refuse(pending, malformed->error);
         return {};
     }
     const auto& request = std::get<JsonRpc::Request>(parsed);
+    pending->id = request.id;
     const Method* const method = findMethod(request.method);
     if (!method) {
         const QString problem = QStringLiteral("there is no method '%1'").arg(request.method);
-        refuse(request.id, {JsonRpc::MethodNotFound, problem});
+        refuse(pending, {JsonRpc::MethodNotFound, problem});
         return {};
     }
     Parameters parameters(request.parameters, method->parameters);
     Call call = method->read(parameters, m_content);
     if (const Result<void> valid = parameters.check(); !valid) {
-        refuse(request.id, errorFrom(valid.failure()));
+        refuse(pending, errorFrom(valid.failure()));
         return {};
     }
-    ++m_underWay;
-    const auto pending = std::make_shared<Pending>();
-    pending->id = request.id;
     if (call.kind == Call::Kind::Request)
         return serve(jobFor(std::move(call), pending));
     serveSubscription(call, pending);
@@ -185,15 +192,19 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
         state->answer(pending, failureFrom(refusal));
     };
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
-        const auto compute = [&call, &state] { return execute(call, state->m_content); };
+        const auto compute = [&call, &state] { return Failures::guarded([&] { return call.run(state->m_content); }); };
         // Keeps the slot until the answer.
         auto receive = [state, pending, slot = std::move(slot)](const Result<QByteArray>& text) {
             state->answer(pending, text);
         };
-        if (call.key.isEmpty())
-            receive(compute());
-        else
-            state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+        try {
+            if (call.key.isEmpty())
+                receive(compute());
+            else
+                state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+        } catch (...) {
+            state->answer(pending, Failures::fromException());
+        }
     };
     return job;
 }
@@ -213,20 +224,34 @@ void Dispatcher::State::serveSubscription(const Call& call, const SharedPending&
 
 void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteArray>& result)
 {
-    if (pending->isAnswered.test_and_set())
-        return;
-    if (pending->id && result)
-        send(JsonRpc::result(*pending->id, result.value()));
-    else if (!result)
-        refuse(pending->id, errorFrom(result.failure()));
-    --m_underWay;
-    updateFlow();
+    if (!result)
+        return refuse(pending, errorFrom(result.failure()));
+    finish(pending, [&] { return JsonRpc::result(*pending->id, result.value()); });
 }
 
-void Dispatcher::State::refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error)
+void Dispatcher::State::refuse(const SharedPending& pending, const JsonRpc::Error& error)
 {
-    if (id)
-        send(JsonRpc::error(*id, error));
+    finish(pending, [&] { return JsonRpc::error(*pending->id, error); });
+}
+
+template<typename MakeText>
+void Dispatcher::State::finish(const SharedPending& pending, const MakeText& makeText)
+{
+    if (pending->isAnswered.test_and_set())
+        return;
+    const auto trySend = [this, &pending](const auto& make) {
+        return Failures::guarded([&] {
+            if (pending->id)
+                send(make());
+            return Result<void>();
+        });
+    };
+    if (const Result<void> sent = trySend(makeText); !sent) {
+        // There may be memory for a shorter answer.
+        static_cast<void>(trySend([&] { return JsonRpc::error(*pending->id, errorFrom(sent.failure())); }));
+    }
+    --m_underWay;
+    updateFlow();
 }
 
 void Dispatcher::State::refuseTooLong()
