@@ -66,11 +66,22 @@ ServedRoot::~ServedRoot()
     m_worker.reset();
 }
 
-Result<void> ServedRoot::check()
+std::optional<Result<QString>> ServedRoot::findDirectory(std::chrono::milliseconds patience)
+{
+    return m_look.call([directory = m_root.directory] { return canonicalDirectory(directory); }, patience);
+}
+
+Result<void> ServedRoot::check(std::chrono::milliseconds patience)
 {
     if (m_isLeaving)
         return {};
-    const Result<QString> directory = canonicalDirectory(m_root.directory);
+    const std::optional<Result<QString>> found = findDirectory(patience);
+    if (!found) {
+        if (!m_mount)
+            m_problem = QStringLiteral("the root directory %1 does not answer").arg(m_root.directory);
+        return {};
+    }
+    const Result<QString>& directory = *found;
     if (directory && !m_mount)
         return mount(directory.value());
     if (!directory && m_mount)
