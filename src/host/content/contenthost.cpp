@@ -15,7 +15,7 @@
 namespace {
 
 /// A disk may have to spin up first.
-constexpr std::chrono::seconds startPatience{10};
+constexpr std::chrono::seconds startPatience{5};
 
 bool isValidId(const QString& id)
 {
