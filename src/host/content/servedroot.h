@@ -37,9 +37,12 @@ public:
     [[nodiscard]] CMWorker* worker() const { return m_worker.get(); }
 
 private:
-    /// Mounts the canonical directory.
-    [[nodiscard]] Result<void> mount(const QString& directory);
-    [[nodiscard]] std::optional<Result<QString>> findDirectory(std::chrono::milliseconds patience);
+    /// The canonical directory, or why there is none; none if the file system does not answer.
+    using Found = std::optional<Result<QString>>;
+
+    [[nodiscard]] Found look(std::chrono::milliseconds patience);
+    [[nodiscard]] QString problemOf(const Found& found) const;
+    [[nodiscard]] Result<void> mount(const QString& directory, std::chrono::milliseconds patience);
     void unmount();
 
     const RootSettings m_root;

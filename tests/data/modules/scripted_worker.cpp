@@ -3,6 +3,7 @@
 #include <model/cmworker.h>
 #include <tavo/tavokeys.h>
 
+#include <QDir>
 #include <QFile>
 
 #include <chrono>
@@ -33,6 +34,9 @@ public:
                     throw std::runtime_error("no memory for it");
             },
             Qt::DirectConnection);
+        // Somebody may remove it just then.
+        if (configuration.value(TavoService_Id()) == QLatin1String("vanishing"))
+            QDir().rmdir(m_root);
     }
 
     /// As many rows as the base says, or what its word says.
@@ -44,7 +48,8 @@ public:
         if (base == QLatin1String("throw number"))
             throw 1;
         if (base == QLatin1String("throw later"))
-            QMetaObject::invokeMethod(this, [] { throw std::runtime_error("thrown later"); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [] { throw std::runtime_error("thrown later"); }, Qt::QueuedConnection);
         if (base == QLatin1String("silence"))
             return;
         if (base == QLatin1String("fifo"))
