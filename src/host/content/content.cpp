@@ -94,7 +94,7 @@ QVariantList publicItems(const Mount& mount, const QVariantList& items)
 {
     QVariantList shown;
     std::copy_if(items.cbegin(), items.cend(), std::back_inserter(shown), [&mount](const QVariant& item) {
-        const CMPath path = CMPath::fromEncoded(item.toHash().value(TavoRoles::Path()).toString());
+        const CMPath path = CMPath::fromEncoded(item.value<QVariantHash>().value(TavoRoles::Path()).toString());
         return isPublic(mount.rootDirectory, path.base());
     });
     return shown;
