@@ -48,6 +48,8 @@ OpenPaths::OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler ha
 
 OpenPaths::~OpenPaths()
 {
+    // Closing may settle the path that an opening waits for.
+    m_isEnding = true;
     QList<CMPath> held = m_users.keys();
     std::sort(held.begin(), held.end(), [](const CMPath& a, const CMPath& b) { return b < a; });
     for (const CMPath& path : qAsConst(held))
@@ -95,7 +97,7 @@ void OpenPaths::openNow(const CMPath& path, const Completion& completion)
     if (!subscribe)
         return finish(path, completion, subscribe.failure());
     subscribe.value()->whenSettled(path, [self = QPointer<OpenPaths>(this), path, completion] {
-        if (!self)
+        if (!self || self->m_isEnding)
             return;
         self->finish(path, completion, Failures::guarded([&] { return self->openSettled(path); }));
         self->runNext();

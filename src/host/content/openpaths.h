@@ -27,7 +27,7 @@ public:
     using Completion = std::function<void(const Result<void>& result)>;
 
     OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler handler);
-    /// Closes everything, children first.
+    /// Closes everything, children first. What has not been opened yet never is.
     ~OpenPaths() override;
 
     /// Opens and closes run in the order of the calls. A path that is open already stays open once. The completion is
@@ -65,6 +65,7 @@ private:
     const ChangeHandler m_handler;
     std::deque<Operation> m_operations;
     bool m_isBusy = false;
+    bool m_isEnding = false;
     QSet<CMPath> m_opened;
     /// By held path: how many opened paths are this one or below it.
     QHash<CMPath, int> m_users;
