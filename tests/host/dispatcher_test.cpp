@@ -25,6 +25,7 @@
 #include <atomic>
 #include <future>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -268,6 +269,50 @@ TEST_F(DispatcherTest, RequestWithoutAnAnswerIsNoLongerUnderWay)
         EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); })) << method;
     }
     EXPECT_THAT(failing->read(), IsEmpty());
+}
+
+TEST_F(DispatcherTest, ReadyHandlerMayEndIt)
+{
+    start();
+    // The handler is called in the executor, in the worker thread and in this one.
+    for (const char* method : {"rows", "open", "nonsense"}) {
+        const auto itsSink = std::make_shared<MemorySink>();
+        const std::thread::id caller = std::this_thread::get_id();
+        std::unique_ptr<Dispatcher> ending;
+        Gate accepted;
+        Gate ended;
+        ending = std::make_unique<Dispatcher>(
+            Services{*host, *executor, sharedRequests}, Dispatcher::Profile(), itsSink, [&] {
+                EXPECT_TRUE(std::this_thread::get_id() == caller || accepted.wait());
+                ending.reset();
+                ended.open();
+            });
+        ending->accept(requestText(1, method, at("/file/")));
+        accepted.open();
+        EXPECT_TRUE(ended.wait()) << method;
+        EXPECT_FALSE(itsSink->readAnswer(1).isEmpty()) << method;
+    }
+    EXPECT_TRUE(servesOthers());
+}
+
+TEST_F(DispatcherTest, EndWaitsForTheReadyHandler)
+{
+    start();
+    Gate called;
+    Gate mayReturn;
+    std::atomic<bool> hasReturned = false;
+    auto ending = std::make_unique<Dispatcher>(
+        Services{*host, *executor, sharedRequests}, Dispatcher::Profile(), std::make_shared<MemorySink>(), [&] {
+            called.open();
+            EXPECT_TRUE(mayReturn.wait());
+            hasReturned = true;
+        });
+    ending->accept(requestText(1, "describe"));
+    ASSERT_TRUE(called.wait());
+    std::thread releasing([&mayReturn] { mayReturn.open(); });
+    ending.reset();
+    EXPECT_TRUE(hasReturned);
+    releasing.join();
 }
 
 TEST_F(DispatcherTest, RequestsAreRefusedWhereTooManyWait)

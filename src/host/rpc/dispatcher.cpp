@@ -102,9 +102,10 @@ private:
     const std::shared_ptr<RequestExecutor::Client> m_client;
     std::unique_ptr<Subscriptions> m_subscriptions;
     std::atomic<int> m_underWay{0};
-    std::mutex m_flowMutex;
-    /// Guarded by m_flowMutex.
-    Task m_readyHandler;
+    /// Recursive, since the ready handler, which is called under it, may end the dispatcher.
+    std::recursive_mutex m_flowMutex;
+    /// Null after the end. Guarded by m_flowMutex.
+    std::shared_ptr<const Task> m_readyHandler;
     /// The services and the client may be gone: answers may come after the dispatcher's end.
     std::atomic<bool> m_isStopped{false};
 };
@@ -112,7 +113,7 @@ private:
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
     : m_services(services), m_content(services.host, profile.reach, profile.limits), m_sink(std::move(sink)),
-      m_client(services.executor.addClient()), m_readyHandler(std::move(readyHandler))
+      m_client(services.executor.addClient()), m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
 {
 }
 
@@ -286,10 +287,11 @@ void Dispatcher::State::updateFlow()
 {
     const std::lock_guard lock(m_flowMutex);
     // Answers may come after the dispatcher's end, when the services may be gone.
-    if (!m_readyHandler)
+    const std::shared_ptr<const Task> readyHandler = m_readyHandler;
+    if (!readyHandler)
         return;
     m_services.executor.setPaused(m_client, m_sink->isFull());
-    m_readyHandler();
+    (*readyHandler)();
 }
 
 Dispatcher::Dispatcher(
@@ -306,16 +308,19 @@ Dispatcher::~Dispatcher()
 
 void Dispatcher::accept(const QByteArray& message)
 {
-    static_cast<void>(m_state->accept(message, [this](RequestExecutor::Job job) {
-        m_state->executor().submit(m_state->client(), std::move(job));
+    // An answer's ready handler may end the dispatcher.
+    const std::shared_ptr<State> state = m_state;
+    static_cast<void>(state->accept(message, [&state](RequestExecutor::Job job) {
+        state->executor().submit(state->client(), std::move(job));
         return Task();
     }));
 }
 
 Dispatcher::Task Dispatcher::acceptOrTake(const QByteArray& message)
 {
-    return m_state->accept(message, [this](RequestExecutor::Job job) {
-        return m_state->executor().submitOrTake(m_state->client(), std::move(job));
+    const std::shared_ptr<State> state = m_state;
+    return state->accept(message, [&state](RequestExecutor::Job job) {
+        return state->executor().submitOrTake(state->client(), std::move(job));
     });
 }
 
