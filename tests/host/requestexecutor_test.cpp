@@ -7,6 +7,8 @@
 
 #include <model/cmrequestcontext.h>
 
+#include <QDir>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -69,13 +71,23 @@ protected:
         bob = executor->addClient();
     }
 
-    /// One thread for each lane.
+    /// One thread for each lane, which nothing replaces.
     [[nodiscard]] static Settings narrow()
     {
         Settings settings;
         settings.quickThreads = 1;
         settings.longPageThreads = 1;
         settings.walkThreads = 1;
+        settings.spareThreads = 0;
+        return settings;
+    }
+
+    /// One thread for each lane, which is soon replaced when its job hangs.
+    [[nodiscard]] static Settings impatient()
+    {
+        Settings settings = narrow();
+        settings.spareThreads = Settings().spareThreads;
+        settings.timeLimit = std::chrono::milliseconds(20);
         return settings;
     }
 
@@ -127,6 +139,26 @@ protected:
         for (int i = 0; i < 10; ++i)
             haveEnded = pass(client, lane)->waitForEnd() && haveEnded;
         return haveEnded;
+    }
+
+    /// A job that has timed out and still runs. One that a busy machine has kept waiting is not the one.
+    [[nodiscard]] SharedFate hang(const Client& client, Lane lane = Lane::Quick)
+    {
+        SharedFate fate;
+        EXPECT_TRUE(processEventsUntil([&] {
+            fate = block(client, lane);
+            return fate->waitForRefusal() && fate->begun.isOpen();
+        }));
+        return fate;
+    }
+
+    /// Waits until a job of the client runs through the lane.
+    [[nodiscard]] bool becomesFree(const Client& client, Lane lane = Lane::Quick)
+    {
+        return processEventsUntil([&] {
+            const SharedFate next = pass(client, lane);
+            return processEventsUntil([&] { return next->ended == 1 || !next->refused().empty(); }) && next->ended == 1;
+        });
     }
 
     [[nodiscard]] static int begunOf(const std::vector<SharedFate>& jobs)
@@ -224,6 +256,16 @@ TEST_F(Executor, FourJobsOfAClientRunAtMost)
     EXPECT_TRUE(waitForBegun(jobs, 5));
     EXPECT_TRUE(runs(bob));
     EXPECT_EQ(begunOf(jobs), 5);
+}
+
+TEST_F(Executor, OneClientLeavesAQuickThreadToTheOthers)
+{
+    start({});
+    std::vector<SharedFate> jobs;
+    for (int i = 0; i < 6; ++i)
+        jobs.push_back(block(alice));
+    ASSERT_TRUE(waitForBegun(jobs, 4));
+    EXPECT_TRUE(runs(bob));
 }
 
 TEST_F(Executor, FourCountInAllLanesTogether)
@@ -377,10 +419,56 @@ TEST_F(Executor, RequestsThatTakeTooLongAreGivenUp)
     EXPECT_FALSE(walk->context->isCancelled());
     running->mayEnd.open();
     EXPECT_TRUE(running->waitForEnd());
-    EXPECT_TRUE(processEventsUntil([this] {
-        const SharedFate next = pass(alice);
-        return processEventsUntil([&] { return next->ended == 1 || !next->refused().empty(); }) && next->ended == 1;
-    })) << "the thread is free again";
+    EXPECT_TRUE(becomesFree(alice)) << "the thread is free again";
+}
+
+TEST_F(Executor, ThreadsWhoseJobsHangAreReplaced)
+{
+    start(impatient());
+    for (const Lane lane : {Lane::Quick, Lane::LongPage}) {
+        const SharedFate hanging = hang(alice, lane);
+        EXPECT_TRUE(becomesFree(bob, lane));
+        EXPECT_EQ(hanging->ended, 0);
+    }
+}
+
+TEST_F(Executor, ThreadWhoseWalkOutlivesItsClientIsReplaced)
+{
+    start(impatient());
+    const SharedFate walk = block(alice, Lane::Walk);
+    ASSERT_TRUE(walk->begun.wait());
+    executor->removeClient(alice);
+    EXPECT_TRUE(pass(bob, Lane::Walk)->waitForEnd());
+    EXPECT_EQ(walk->ended, 0);
+}
+
+TEST_F(Executor, ThreadsAreReplacedUpToALimit)
+{
+    Settings settings = impatient();
+    settings.spareThreads = 1;
+    start(settings);
+    const SharedFate first = hang(alice);
+    ASSERT_TRUE(becomesFree(bob));
+    const SharedFate second = hang(bob);
+    const SharedFate waiting = pass(alice);
+    EXPECT_TRUE(waiting->waitForRefusal());
+    EXPECT_FALSE(waiting->begun.isOpen());
+    for (const SharedFate& hanging : {first, second})
+        hanging->mayEnd.open();
+    EXPECT_TRUE(becomesFree(bob));
+}
+
+TEST_F(Executor, SpareThreadEndsWhenNothingHangs)
+{
+    const auto threads = [] { return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs).size(); };
+    start(impatient());
+    const int before = threads();
+    const SharedFate hanging = hang(alice);
+    ASSERT_TRUE(becomesFree(bob));
+    EXPECT_EQ(threads(), before + 1);
+    hanging->mayEnd.open();
+    EXPECT_TRUE(processEventsUntil([&] { return threads() == before; }));
+    EXPECT_TRUE(becomesFree(bob));
 }
 
 TEST_F(Executor, JobThatKeepsItsSlotTooLongIsGivenUp)

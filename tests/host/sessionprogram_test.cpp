@@ -727,4 +727,15 @@ TEST_F(SessionProgram, DirectoryBelowOneThatCannotBeReadIsNotOpened)
     EXPECT_EQ(errorCode(other.call(QStringLiteral("open"), path("/file/a/b"))), 0);
 }
 
+TEST_F(SessionProgram, ThrowingEventHandlerOfAWorkerLeavesTheOthersAlone)
+{
+    const QString module = QStringLiteral(MODULE_SCRIPTED_WORKER);
+    client = std::make_unique<SessionClient>();
+    client->start({QStringLiteral("--root"), tree.root(), QStringLiteral("--module"), module});
+    EXPECT_EQ(errorOf("rows", path("/file/throw%20later")), 0);
+    // Answered in the worker thread, behind the handler.
+    EXPECT_EQ(errorOf("open", path("/file/a")), 0);
+    expectAlive();
+}
+
 } // namespace

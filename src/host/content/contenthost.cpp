@@ -14,6 +14,9 @@
 
 namespace {
 
+/// A disk may have to spin up first.
+constexpr std::chrono::seconds startPatience{5};
+
 bool isValidId(const QString& id)
 {
     static const QRegularExpression pattern(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
@@ -85,7 +88,7 @@ Result<void> ContentHost::startRoots(const HostSettings& settings)
         const int position = static_cast<int>(m_roots.size());
         m_roots.push_back(
             std::make_unique<ServedRoot>(root, settings, *m_module, position, [this] { publishMounts(); }));
-        if (Result<void> checked = m_roots.back()->check(); !checked)
+        if (Result<void> checked = m_roots.back()->check(startPatience); !checked)
             return checked;
     }
     return {};

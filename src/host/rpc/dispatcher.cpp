@@ -9,7 +9,6 @@
 #include <model/cmrequestcontext.h>
 
 #include <atomic>
-#include <exception>
 #include <mutex>
 #include <utility>
 #include <variant>
@@ -54,18 +53,6 @@ Failure failureFrom(RequestExecutor::Refusal refusal)
     return Failures::stopping();
 }
 
-/// Whatever the call throws is its failure.
-Result<QByteArray> execute(const Call& call, const Content& content)
-{
-    try {
-        return call.run(content);
-    } catch (const std::exception& exception) {
-        return Failures::internal(QString::fromLocal8Bit(exception.what()));
-    } catch (...) {
-        return Failures::internal(QStringLiteral("unknown exception"));
-    }
-}
-
 } // namespace
 
 class Dispatcher::State : public std::enable_shared_from_this<State>
@@ -89,15 +76,22 @@ private:
     /// One request on its way; the first answer counts.
     struct Pending
     {
-        std::optional<QVariant> id;
+        /// Null until the message is parsed.
+        std::optional<QVariant> id = QVariant::fromValue(nullptr);
         std::atomic_flag isAnswered = ATOMIC_FLAG_INIT;
     };
     using SharedPending = std::shared_ptr<Pending>;
 
+    template<typename Serve>
+    [[nodiscard]] Task serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending);
     [[nodiscard]] RequestExecutor::Job jobFor(Call call, const SharedPending& pending);
     void serveSubscription(const Call& call, const SharedPending& pending);
+    /// As refuse() and finish(), throws nothing.
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
-    void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
+    void refuse(const SharedPending& pending, const JsonRpc::Error& error);
+    /// Sends the text unless the request is answered already.
+    template<typename MakeText>
+    void finish(const SharedPending& pending, const MakeText& makeText);
     void send(QByteArray message);
     void notify(const CMPath& path, const QStringList& changes, int version);
     void updateFlow();
@@ -108,9 +102,10 @@ private:
     const std::shared_ptr<RequestExecutor::Client> m_client;
     std::unique_ptr<Subscriptions> m_subscriptions;
     std::atomic<int> m_underWay{0};
-    std::mutex m_flowMutex;
-    /// Guarded by m_flowMutex.
-    Task m_readyHandler;
+    /// Recursive, since the ready handler, which is called under it, may end the dispatcher.
+    std::recursive_mutex m_flowMutex;
+    /// Null after the end. Guarded by m_flowMutex.
+    std::shared_ptr<const Task> m_readyHandler;
     /// The services and the client may be gone: answers may come after the dispatcher's end.
     std::atomic<bool> m_isStopped{false};
 };
@@ -118,7 +113,7 @@ private:
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
     : m_services(services), m_content(services.host, profile.reach, profile.limits), m_sink(std::move(sink)),
-      m_client(services.executor.addClient()), m_readyHandler(std::move(readyHandler))
+      m_client(services.executor.addClient()), m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
 {
 }
 
@@ -148,27 +143,40 @@ void Dispatcher::State::stop()
 template<typename Serve>
 Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serve& serve)
 {
+    const auto pending = std::make_shared<Pending>();
+    ++m_underWay;
+    try {
+        return serveMessage(message, serve, pending);
+    } catch (...) {
+        answer(pending, Failures::fromException());
+        return {};
+    }
+}
+
+template<typename Serve>
+Dispatcher::Task
+Dispatcher::State::serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending)
+{
     const auto parsed = JsonRpc::parse(message);
     if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed)) {
-        refuse(malformed->id, malformed->error);
+        pending->id = malformed->id;
+        refuse(pending, malformed->error);
         return {};
     }
     const auto& request = std::get<JsonRpc::Request>(parsed);
+    pending->id = request.id;
     const Method* const method = findMethod(request.method);
     if (!method) {
         const QString problem = QStringLiteral("there is no method '%1'").arg(request.method);
-        refuse(request.id, {JsonRpc::MethodNotFound, problem});
+        refuse(pending, {JsonRpc::MethodNotFound, problem});
         return {};
     }
     Parameters parameters(request.parameters, method->parameters);
     Call call = method->read(parameters, m_content);
     if (const Result<void> valid = parameters.check(); !valid) {
-        refuse(request.id, errorFrom(valid.failure()));
+        refuse(pending, errorFrom(valid.failure()));
         return {};
     }
-    ++m_underWay;
-    const auto pending = std::make_shared<Pending>();
-    pending->id = request.id;
     if (call.kind == Call::Kind::Request)
         return serve(jobFor(std::move(call), pending));
     serveSubscription(call, pending);
@@ -185,15 +193,19 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
         state->answer(pending, failureFrom(refusal));
     };
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
-        const auto compute = [&call, &state] { return execute(call, state->m_content); };
+        const auto compute = [&call, &state] { return Failures::guarded([&] { return call.run(state->m_content); }); };
         // Keeps the slot until the answer.
         auto receive = [state, pending, slot = std::move(slot)](const Result<QByteArray>& text) {
             state->answer(pending, text);
         };
-        if (call.key.isEmpty())
-            receive(compute());
-        else
-            state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+        try {
+            if (call.key.isEmpty())
+                receive(compute());
+            else
+                state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+        } catch (...) {
+            state->answer(pending, Failures::fromException());
+        }
     };
     return job;
 }
@@ -213,20 +225,34 @@ void Dispatcher::State::serveSubscription(const Call& call, const SharedPending&
 
 void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteArray>& result)
 {
-    if (pending->isAnswered.test_and_set())
-        return;
-    if (pending->id && result)
-        send(JsonRpc::result(*pending->id, result.value()));
-    else if (!result)
-        refuse(pending->id, errorFrom(result.failure()));
-    --m_underWay;
-    updateFlow();
+    if (!result)
+        return refuse(pending, errorFrom(result.failure()));
+    finish(pending, [&] { return JsonRpc::result(*pending->id, result.value()); });
 }
 
-void Dispatcher::State::refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error)
+void Dispatcher::State::refuse(const SharedPending& pending, const JsonRpc::Error& error)
 {
-    if (id)
-        send(JsonRpc::error(*id, error));
+    finish(pending, [&] { return JsonRpc::error(*pending->id, error); });
+}
+
+template<typename MakeText>
+void Dispatcher::State::finish(const SharedPending& pending, const MakeText& makeText)
+{
+    if (pending->isAnswered.test_and_set())
+        return;
+    const auto trySend = [this, &pending](const auto& make) {
+        return Failures::guarded([&] {
+            if (pending->id)
+                send(make());
+            return Result<void>();
+        });
+    };
+    if (const Result<void> sent = trySend(makeText); !sent) {
+        // There may be memory for a shorter answer.
+        static_cast<void>(trySend([&] { return JsonRpc::error(*pending->id, errorFrom(sent.failure())); }));
+    }
+    --m_underWay;
+    updateFlow();
 }
 
 void Dispatcher::State::refuseTooLong()
@@ -261,10 +287,11 @@ void Dispatcher::State::updateFlow()
 {
     const std::lock_guard lock(m_flowMutex);
     // Answers may come after the dispatcher's end, when the services may be gone.
-    if (!m_readyHandler)
+    const std::shared_ptr<const Task> readyHandler = m_readyHandler;
+    if (!readyHandler)
         return;
     m_services.executor.setPaused(m_client, m_sink->isFull());
-    m_readyHandler();
+    (*readyHandler)();
 }
 
 Dispatcher::Dispatcher(
@@ -281,16 +308,19 @@ Dispatcher::~Dispatcher()
 
 void Dispatcher::accept(const QByteArray& message)
 {
-    static_cast<void>(m_state->accept(message, [this](RequestExecutor::Job job) {
-        m_state->executor().submit(m_state->client(), std::move(job));
+    // An answer's ready handler may end the dispatcher.
+    const std::shared_ptr<State> state = m_state;
+    static_cast<void>(state->accept(message, [&state](RequestExecutor::Job job) {
+        state->executor().submit(state->client(), std::move(job));
         return Task();
     }));
 }
 
 Dispatcher::Task Dispatcher::acceptOrTake(const QByteArray& message)
 {
-    return m_state->accept(message, [this](RequestExecutor::Job job) {
-        return m_state->executor().submitOrTake(m_state->client(), std::move(job));
+    const std::shared_ptr<State> state = m_state;
+    return state->accept(message, [&state](RequestExecutor::Job job) {
+        return state->executor().submitOrTake(state->client(), std::move(job));
     });
 }
 

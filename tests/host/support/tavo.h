@@ -40,6 +40,8 @@ public:
     void setWatchLimit(int limit);
     /// The program may have no more inotify instances than this at a time. Before start().
     void setInotifyInstanceLimit(int limit);
+    /// The directory can become a dead mount of the program's, see DeadMount. Before start().
+    void setDeadMount(const QString& directory);
     /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     /// The program starts with this one of its standard descriptors closed. Before start().
@@ -91,6 +93,8 @@ protected:
 private:
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
     void setInotifyLimit(const char* variable, int limit);
+    /// `file` is in the program's folder.
+    void preload(const char* file);
 
     Rights m_rights = Rights::Usual;
     std::optional<std::pair<int, int>> m_descriptorLimits;

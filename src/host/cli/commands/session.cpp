@@ -1,6 +1,5 @@
 #include "cli/commands/command.h"
 
-#include "exec/workerthread.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
 #include "stdio/stdioserver.h"
@@ -38,7 +37,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     const bool haveEnded = executor.stop(Shutdown::requestPatience);
     server.finish(Shutdown::outputPatience);
     // Threads that hang in the kernel are left behind, and all that they use with them.
-    if (!haveEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
+    if (!haveEnded)
         std::_Exit(status);
     serving.join();
     return status;
