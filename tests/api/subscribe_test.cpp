@@ -1020,6 +1020,21 @@ TEST_F(Removal, OfARenewalWaitsForALaterRequestOfOneOfItsPaths)
     EXPECT_TRUE(waitForEvents(texts({"removed a/b", "removed a", "added a", "added a/b"})));
 }
 
+TEST_F(Removal, OfARenewalWaitsForTheRemovalsBelow)
+{
+    for (const char* base : {"a", "a/b", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    static_cast<void>(m_worker.takeEvents());
+    beginRequest("a/b/c", m_first);
+    close("a/b", m_client);
+    subscribe().renew({path("a"), path("ab")});
+    beginRequest("a/b", m_second);
+    endFirstRequest();
+    EXPECT_EQ(m_worker.takeEvents(), QStringList());
+    m_second.release();
+    EXPECT_TRUE(waitForEvents(texts({"removed ab", "removed a/b", "removed a", "added a", "added ab"})));
+}
+
 TEST_F(Removal, OfARenewedPathThatAllLeaveMeanwhileIsFinal)
 {
     EXPECT_TRUE(open("a", m_client));
