@@ -374,6 +374,21 @@ TEST_F(Unmounting, EndsWhenTheRequestsOfEveryKindHaveEnded)
     EXPECT_EQ(m_thread, QThread::currentThread());
 }
 
+TEST_F(Unmounting, EndsAfterTheFunctionsThatWaitForARemoval)
+{
+    const CMPath path = m_worker.addPrefix(QStringLiteral("a"));
+    KeepingReceiver client;
+    EXPECT_TRUE(CMRoot()->connectChange(path, &client));
+    begin(CMGetRowsRequest(path, 0, 9, 0, {}), m_gate);
+    unmount();
+    bool isCalledBefore = false;
+    m_worker.subscribe()->whenSettled(path, [&] { isCalledBefore = !m_isUnused; });
+    QCoreApplication::processEvents();
+    m_gate.release();
+    EXPECT_TRUE(processEventsUntil([this] { return m_isUnused; }));
+    EXPECT_TRUE(isCalledBefore);
+}
+
 TEST_F(Unmounting, OfAnIdleWorkerEndsWithTheNextEvents)
 {
     unmount();

@@ -28,6 +28,7 @@ class OutputQueueTest : public testing::Test
 {
 protected:
     OutputQueueTest() { std::signal(SIGPIPE, SIG_IGN); }
+    ~OutputQueueTest() override { m_pipe.closeReadingEnd(); }
 
     [[nodiscard]] int bytesInThePipe() const
     {
@@ -36,7 +37,7 @@ protected:
         return bytes;
     }
 
-    Pipe m_pipe;
+    Pipe& m_pipe = Pipe::lasting();
     std::promise<int> m_failure;
     OutputQueue m_queue{m_pipe.writingEnd(), [this](int errorNumber) { m_failure.set_value(errorNumber); }};
 };

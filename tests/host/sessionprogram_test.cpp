@@ -476,6 +476,11 @@ protected:
             tree.addFile(QStringLiteral("%1.mp3").arg(i));
         client.program().setStandardErrorFile(log.writingFileName());
         client.start({QStringLiteral("--root"), tree.root(), QStringLiteral("--log-level"), QString::fromUtf8(level)});
+    }
+
+    /// A program that still starts would never get to its requests.
+    void fillLogOnceItServes()
+    {
         EXPECT_EQ(errorCode(client.call(QStringLiteral("describe"))), 0);
         log.fill();
     }
@@ -509,6 +514,7 @@ protected:
     UnfinishedWalks()
     {
         start("INFO");
+        fillLogOnceItServes();
         const QJsonArray everything{QStringLiteral("/file/filesystem/countFiles"), QString("")};
         while (walks.size() < 10)
             walks.append(client.request(QStringLiteral("set"), everything));
@@ -553,7 +559,11 @@ TEST_F(UnfinishedWalks, AreCancelledOrLeftBehindAtASignal)
 class UnfinishedPages : public UnreadLog
 {
 protected:
-    UnfinishedPages() { start("TRACE"); }
+    UnfinishedPages()
+    {
+        start("TRACE");
+        fillLogOnceItServes();
+    }
 
     void request(int count)
     {
@@ -583,8 +593,9 @@ TEST_F(UnreadLog, KeepsNoSessionWhoseClientIsGone)
 {
     Pipe output;
     client.program().setStandardOutputFile(output.writingFileName());
-    client.program().setStandardErrorFile(log.writingFileName());
-    client.start({QStringLiteral("--root"), tree.root(), QStringLiteral("--log-level"), QStringLiteral("INFO")});
+    start("INFO");
+    client.request(QStringLiteral("describe"), QJsonValue::Undefined);
+    EXPECT_FALSE(output.read().isEmpty()) << "it serves";
     log.fill();
     output.closeWritingEnd();
     output.closeReadingEnd();
@@ -694,6 +705,7 @@ TEST_F(StalledSession, AnswersEverythingOnceItIsRead)
 TEST_F(StalledSession, EndsAtASignal)
 {
     stall(5);
+    EXPECT_FALSE(output.read().isEmpty()) << "it serves, so it no longer starts";
     program.signal(SIGTERM);
     EXPECT_EQ(program.waitForEnd().status, 0);
 }

@@ -132,6 +132,14 @@ QByteArray Tavo::readErrorLine()
     return readLine(StandardError);
 }
 
+bool Tavo::reports(const QByteArray& text)
+{
+    QByteArray line = readErrorLine();
+    while (!line.isNull() && !line.contains(text))
+        line = readErrorLine();
+    return !line.isNull();
+}
+
 QByteArray Tavo::readLine(ProcessChannel channel)
 {
     setReadChannel(channel);

@@ -61,6 +61,8 @@ public:
     [[nodiscard]] QByteArray readLine();
     /// The next line, without its newline; null at the end.
     [[nodiscard]] QByteArray readErrorLine();
+    /// Waits for a line on standard error that holds the text; false if none comes.
+    [[nodiscard]] bool reports(const QByteArray& text);
     [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
     /// In kB, by its name in /proc: "VmRSS" for now, "VmHWM" for the most so far; 0 if the kernel does not report it.
     [[nodiscard]] int memory(const char* name) const;
