@@ -94,7 +94,13 @@ private:
     };
     using SharedPending = std::shared_ptr<Pending>;
 
-    [[nodiscard]] RequestExecutor::Job jobFor(Call call, const SharedPending& pending);
+    /// Without its function.
+    [[nodiscard]] RequestExecutor::Job jobFor(const Call& call, const SharedPending& pending);
+    [[nodiscard]] RequestExecutor::Job runningJobFor(Call call, const SharedPending& pending);
+    /// Has the request answered by the thread that computes an equal one; false if there is none, or the request may
+    /// not begin yet.
+    [[nodiscard]] bool join(const Call& call, const SharedPending& pending);
+    [[nodiscard]] SharedRequests::Receive receiverFor(const SharedPending& pending, RequestExecutor::Slot slot);
     void serveSubscription(const Call& call, const SharedPending& pending);
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
     void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
@@ -169,13 +175,16 @@ Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serv
     ++m_underWay;
     const auto pending = std::make_shared<Pending>();
     pending->id = request.id;
-    if (call.kind == Call::Kind::Request)
-        return serve(jobFor(std::move(call), pending));
-    serveSubscription(call, pending);
-    return {};
+    if (call.kind != Call::Kind::Request) {
+        serveSubscription(call, pending);
+        return {};
+    }
+    if (join(call, pending))
+        return {};
+    return serve(runningJobFor(std::move(call), pending));
 }
 
-RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& pending)
+RequestExecutor::Job Dispatcher::State::jobFor(const Call& call, const SharedPending& pending)
 {
     RequestExecutor::Job job;
     job.lane = call.lane;
@@ -184,18 +193,37 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
     job.refuse = [state = shared_from_this(), pending](RequestExecutor::Refusal refusal) {
         state->answer(pending, failureFrom(refusal));
     };
+    return job;
+}
+
+RequestExecutor::Job Dispatcher::State::runningJobFor(Call call, const SharedPending& pending)
+{
+    RequestExecutor::Job job = jobFor(call, pending);
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
         const auto compute = [&call, &state] { return execute(call, state->m_content); };
-        // Keeps the slot until the answer.
-        auto receive = [state, pending, slot = std::move(slot)](const Result<QByteArray>& text) {
-            state->answer(pending, text);
-        };
+        SharedRequests::Receive receive = state->receiverFor(pending, std::move(slot));
         if (call.key.isEmpty())
             receive(compute());
         else
             state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
     };
     return job;
+}
+
+bool Dispatcher::State::join(const Call& call, const SharedPending& pending)
+{
+    if (call.key.isEmpty() || !m_services.sharedRequests.isComputing(call.key))
+        return false;
+    RequestExecutor::Slot slot = m_services.executor.hold(m_client, jobFor(call, pending));
+    return slot && m_services.sharedRequests.join(call.key, receiverFor(pending, std::move(slot)));
+}
+
+/// Keeps the slot until the answer.
+SharedRequests::Receive Dispatcher::State::receiverFor(const SharedPending& pending, RequestExecutor::Slot slot)
+{
+    return [state = shared_from_this(), pending, slot = std::move(slot)](const Result<QByteArray>& text) {
+        state->answer(pending, text);
+    };
 }
 
 void Dispatcher::State::serveSubscription(const Call& call, const SharedPending& pending)
