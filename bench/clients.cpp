@@ -55,7 +55,7 @@ class LastMessage : public MessageSink
 public:
     explicit LastMessage(Answers& answers) : m_answers(answers) {}
 
-    void send(QByteArray message) override
+    void send(Message message) override
     {
         {
             const std::lock_guard lock(m_mutex);
@@ -63,7 +63,7 @@ public:
         }
         m_answers.take();
     }
-    void sendLatest(const QString& /*key*/, QByteArray message) override { send(std::move(message)); }
+    void sendLatest(const QString& /*key*/, QByteArray message) override { send({std::move(message)}); }
     void endReplacing() override {}
     [[nodiscard]] bool isFull() const override { return false; }
     void setRoomHandler(std::function<void()> /*handler*/) override {}
@@ -71,13 +71,13 @@ public:
     [[nodiscard]] bool isResult() const
     {
         const std::lock_guard lock(m_mutex);
-        return m_message.contains("\"result\"");
+        return m_message.head.contains("\"result\"");
     }
 
 private:
     Answers& m_answers;
     mutable std::mutex m_mutex;
-    QByteArray m_message;
+    Message m_message;
 };
 
 /// The host in this process, and clients that wait for their answers.

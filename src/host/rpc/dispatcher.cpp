@@ -104,7 +104,7 @@ private:
     void serveSubscription(const Call& call, const SharedPending& pending);
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
     void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
-    void send(QByteArray message);
+    void send(Message message);
     void notify(const CMPath& path, const QStringList& changes, int version);
     void updateFlow();
 
@@ -254,16 +254,16 @@ void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteA
 void Dispatcher::State::refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error)
 {
     if (id)
-        send(JsonRpc::error(*id, error));
+        send({JsonRpc::error(*id, error)});
 }
 
 void Dispatcher::State::refuseTooLong()
 {
     const QString problem = QStringLiteral("the message is longer than %1 bytes").arg(m_content.limits().message);
-    send(JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem}));
+    send({JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem})});
 }
 
-void Dispatcher::State::send(QByteArray message)
+void Dispatcher::State::send(Message message)
 {
     if (!m_isStopped)
         m_sink->send(std::move(message));
@@ -279,7 +279,7 @@ void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, i
         m_sink->sendLatest(path.toEncoded(), message);
     } else {
         m_sink->endReplacing();
-        m_sink->send(message);
+        m_sink->send({message});
     }
     updateFlow();
 }
