@@ -605,4 +605,60 @@ TEST_F(Taking, PausedOrStoppedNothingIsTaken)
     EXPECT_THAT(late->refused(), ElementsAre(Refusal::Stopping));
 }
 
+/// Jobs that others answer.
+class Holding : public Executor
+{
+protected:
+    [[nodiscard]] RequestExecutor::Slot hold(const SharedFate& fate)
+    {
+        return executor->hold(alice, jobFor(fate, Lane::Quick));
+    }
+};
+
+TEST_F(Holding, HeldJobsCountAsRunningAndAreNotCalled)
+{
+    Settings settings;
+    settings.runningPerClient = 1;
+    start(settings);
+    const SharedFate held = newFate();
+    RequestExecutor::Slot slot = hold(held);
+    ASSERT_TRUE(slot);
+    const SharedFate next = pass(alice);
+    EXPECT_TRUE(runs(bob));
+    EXPECT_FALSE(next->begun.isOpen());
+    slot.reset();
+    EXPECT_TRUE(next->waitForEnd());
+    EXPECT_FALSE(held->begun.isOpen());
+    EXPECT_TRUE(executor->stop(longTime));
+}
+
+TEST_F(Holding, JobThatMayNotBeginAtOnceIsLeftAlone)
+{
+    Settings settings;
+    settings.runningPerClient = 1;
+    start(settings);
+    const SharedFate refused = newFate();
+    RequestExecutor::Slot slot = hold(newFate());
+    EXPECT_FALSE(hold(refused)) << "the client's other job runs";
+    slot.reset();
+    executor->setPaused(alice, true);
+    EXPECT_FALSE(hold(refused));
+    executor->setPaused(alice, false);
+    EXPECT_TRUE(executor->stop(longTime));
+    EXPECT_FALSE(hold(refused));
+    EXPECT_THAT(refused->refused(), IsEmpty());
+}
+
+TEST_F(Holding, JobThatIsHeldTooLongIsGivenUp)
+{
+    Settings settings;
+    settings.timeLimit = std::chrono::milliseconds(20);
+    start(settings);
+    const SharedFate held = newFate();
+    const RequestExecutor::Slot slot = hold(held);
+    EXPECT_TRUE(held->waitForRefusal());
+    EXPECT_THAT(held->refused(), ElementsAre(Refusal::TimedOut));
+    EXPECT_TRUE(held->context->isCancelled());
+}
+
 } // namespace

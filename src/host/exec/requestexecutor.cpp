@@ -70,6 +70,7 @@ public:
     void start();
     void submit(const std::shared_ptr<Client>& client, Job job);
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
+    [[nodiscard]] Slot hold(const std::shared_ptr<Client>& client, Job job);
     void setPaused(Client& client, bool paused, const std::shared_ptr<Client>& shared);
     void removeClient(Client& client);
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
@@ -94,6 +95,8 @@ private:
     void run(TicketList::iterator ticket);
 
     [[nodiscard]] bool mayBegin(const Client& client, Lane lane) const;
+    /// Without waiting for a thread, or for the client's other jobs.
+    [[nodiscard]] bool mayBeginAtOnce(const Client& client, Lane lane) const;
     [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Job job);
     void beginLocked(Client& client, TicketList::iterator ticket);
     void queueLocked(const std::shared_ptr<Client>& client);
@@ -184,6 +187,11 @@ bool RequestExecutor::State::mayBegin(const Client& client, Lane lane) const
     return hasSlot && !client.isPaused && !client.isRemoved;
 }
 
+bool RequestExecutor::State::mayBeginAtOnce(const Client& client, Lane lane) const
+{
+    return !m_isStopping && client.waiting[indexOf(lane)].empty() && mayBegin(client, lane);
+}
+
 TicketList::iterator RequestExecutor::State::addLocked(const std::shared_ptr<Client>& client, Job job)
 {
     m_tickets.push_back({std::move(job), client, Clock::now() + m_settings.timeLimit});
@@ -195,7 +203,6 @@ void RequestExecutor::State::beginLocked(Client& client, TicketList::iterator ti
     ticket->isRunning = true;
     ticket->deadline = Clock::now() + m_settings.timeLimit;
     ++client.running[indexOf(ticket->job.lane)];
-    ++m_runningFunctions;
 }
 
 void RequestExecutor::State::submit(const std::shared_ptr<Client>& client, Job job)
@@ -219,14 +226,25 @@ std::function<void()> RequestExecutor::State::submitOrTake(const std::shared_ptr
     {
         const std::lock_guard lock(m_mutex);
         const Lane lane = job.lane;
-        if (lane != Lane::Walk && !m_isStopping && client->waiting[indexOf(lane)].empty() && mayBegin(*client, lane)) {
+        if (lane != Lane::Walk && mayBeginAtOnce(*client, lane)) {
             const auto ticket = addLocked(client, std::move(job));
             beginLocked(*client, ticket);
+            ++m_runningFunctions;
             return [state = shared_from_this(), ticket] { state->run(ticket); };
         }
     }
     submit(client, std::move(job));
     return {};
+}
+
+RequestExecutor::Slot RequestExecutor::State::hold(const std::shared_ptr<Client>& client, Job job)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!mayBeginAtOnce(*client, job.lane))
+        return nullptr;
+    const auto ticket = addLocked(client, std::move(job));
+    beginLocked(*client, ticket);
+    return slotFor(ticket);
 }
 
 /// Puts the client into the rings of the lanes in which it may begin a job.
@@ -262,6 +280,7 @@ std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane, 
         --m_waiting;
         beginLocked(*client, ticket);
         ticket->laneRun = laneRun;
+        ++m_runningFunctions;
         queueLocked(client);
         return ticket;
     }
@@ -297,7 +316,8 @@ void RequestExecutor::State::run(TicketList::iterator ticket)
 
 RequestExecutor::Slot RequestExecutor::State::slotFor(TicketList::iterator ticket)
 {
-    return {nullptr, [state = shared_from_this(), ticket](void*) { state->release(ticket); }};
+    // The pointer is not null, since a null slot means none.
+    return {this, [state = shared_from_this(), ticket](void*) { state->release(ticket); }};
 }
 
 void RequestExecutor::State::release(TicketList::iterator ticket)
@@ -473,6 +493,11 @@ void RequestExecutor::submit(const std::shared_ptr<Client>& client, Job job)
 std::function<void()> RequestExecutor::submitOrTake(const std::shared_ptr<Client>& client, Job job)
 {
     return m_state->submitOrTake(client, std::move(job));
+}
+
+RequestExecutor::Slot RequestExecutor::hold(const std::shared_ptr<Client>& client, Job job)
+{
+    return m_state->hold(client, std::move(job));
 }
 
 void RequestExecutor::setPaused(const std::shared_ptr<Client>& client, bool paused)

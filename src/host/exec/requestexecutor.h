@@ -84,6 +84,10 @@ public:
     /// thread, which saves a change of threads. Empty if the job was submitted.
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
 
+    /// Begins a job that another thread answers: it needs no thread, and `run` is not called. Null, and nothing has
+    /// happened, if the job may not begin at once.
+    [[nodiscard]] Slot hold(const std::shared_ptr<Client>& client, Job job);
+
     /// A paused client's jobs do not begin.
     void setPaused(const std::shared_ptr<Client>& client, bool paused);
     /// Drops the client's waiting jobs, without a call of `refuse`, and cancels those that run.

@@ -84,15 +84,21 @@ private:
 
     template<typename Serve>
     [[nodiscard]] Task serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending);
-    [[nodiscard]] RequestExecutor::Job jobFor(Call call, const SharedPending& pending);
+    /// Without its function.
+    [[nodiscard]] RequestExecutor::Job jobFor(const Call& call, const SharedPending& pending);
+    [[nodiscard]] RequestExecutor::Job runningJobFor(Call call, const SharedPending& pending);
+    /// Has the request answered by the thread that computes an equal one; false if there is none, or the request may
+    /// not begin yet.
+    [[nodiscard]] bool join(const Call& call, const SharedPending& pending);
+    [[nodiscard]] SharedRequests::Receive receiverFor(const SharedPending& pending, RequestExecutor::Slot slot);
     void serveSubscription(const Call& call, const SharedPending& pending);
     /// As refuse() and finish(), throws nothing.
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
     void refuse(const SharedPending& pending, const JsonRpc::Error& error);
-    /// Sends the text unless the request is answered already.
-    template<typename MakeText>
-    void finish(const SharedPending& pending, const MakeText& makeText);
-    void send(QByteArray message);
+    /// Sends the message unless the request is answered already.
+    template<typename MakeMessage>
+    void finish(const SharedPending& pending, const MakeMessage& makeMessage);
+    void send(Message message);
     void notify(const CMPath& path, const QStringList& changes, int version);
     void updateFlow();
 
@@ -177,13 +183,16 @@ Dispatcher::State::serveMessage(const QByteArray& message, const Serve& serve, c
         refuse(pending, errorFrom(valid.failure()));
         return {};
     }
-    if (call.kind == Call::Kind::Request)
-        return serve(jobFor(std::move(call), pending));
-    serveSubscription(call, pending);
-    return {};
+    if (call.kind != Call::Kind::Request) {
+        serveSubscription(call, pending);
+        return {};
+    }
+    if (join(call, pending))
+        return {};
+    return serve(runningJobFor(std::move(call), pending));
 }
 
-RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& pending)
+RequestExecutor::Job Dispatcher::State::jobFor(const Call& call, const SharedPending& pending)
 {
     RequestExecutor::Job job;
     job.lane = call.lane;
@@ -192,13 +201,16 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
     job.refuse = [state = shared_from_this(), pending](RequestExecutor::Refusal refusal) {
         state->answer(pending, failureFrom(refusal));
     };
+    return job;
+}
+
+RequestExecutor::Job Dispatcher::State::runningJobFor(Call call, const SharedPending& pending)
+{
+    RequestExecutor::Job job = jobFor(call, pending);
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
         const auto compute = [&call, &state] { return Failures::guarded([&] { return call.run(state->m_content); }); };
-        // Keeps the slot until the answer.
-        auto receive = [state, pending, slot = std::move(slot)](const Result<QByteArray>& text) {
-            state->answer(pending, text);
-        };
         try {
+            SharedRequests::Receive receive = state->receiverFor(pending, std::move(slot));
             if (call.key.isEmpty())
                 receive(compute());
             else
@@ -208,6 +220,22 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
         }
     };
     return job;
+}
+
+bool Dispatcher::State::join(const Call& call, const SharedPending& pending)
+{
+    if (call.key.isEmpty() || !m_services.sharedRequests.isComputing(call.key))
+        return false;
+    RequestExecutor::Slot slot = m_services.executor.hold(m_client, jobFor(call, pending));
+    return slot && m_services.sharedRequests.join(call.key, receiverFor(pending, std::move(slot)));
+}
+
+/// Keeps the slot until the answer.
+SharedRequests::Receive Dispatcher::State::receiverFor(const SharedPending& pending, RequestExecutor::Slot slot)
+{
+    return [state = shared_from_this(), pending, slot = std::move(slot)](const Result<QByteArray>& text) {
+        state->answer(pending, text);
+    };
 }
 
 void Dispatcher::State::serveSubscription(const Call& call, const SharedPending& pending)
@@ -232,11 +260,11 @@ void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteA
 
 void Dispatcher::State::refuse(const SharedPending& pending, const JsonRpc::Error& error)
 {
-    finish(pending, [&] { return JsonRpc::error(*pending->id, error); });
+    finish(pending, [&] { return Message{JsonRpc::error(*pending->id, error)}; });
 }
 
-template<typename MakeText>
-void Dispatcher::State::finish(const SharedPending& pending, const MakeText& makeText)
+template<typename MakeMessage>
+void Dispatcher::State::finish(const SharedPending& pending, const MakeMessage& makeMessage)
 {
     if (pending->isAnswered.test_and_set())
         return;
@@ -247,9 +275,9 @@ void Dispatcher::State::finish(const SharedPending& pending, const MakeText& mak
             return Result<void>();
         });
     };
-    if (const Result<void> sent = trySend(makeText); !sent) {
+    if (const Result<void> sent = trySend(makeMessage); !sent) {
         // There may be memory for a shorter answer.
-        static_cast<void>(trySend([&] { return JsonRpc::error(*pending->id, errorFrom(sent.failure())); }));
+        static_cast<void>(trySend([&] { return Message{JsonRpc::error(*pending->id, errorFrom(sent.failure()))}; }));
     }
     --m_underWay;
     updateFlow();
@@ -258,10 +286,10 @@ void Dispatcher::State::finish(const SharedPending& pending, const MakeText& mak
 void Dispatcher::State::refuseTooLong()
 {
     const QString problem = QStringLiteral("the message is longer than %1 bytes").arg(m_content.limits().message);
-    send(JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem}));
+    send({JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem})});
 }
 
-void Dispatcher::State::send(QByteArray message)
+void Dispatcher::State::send(Message message)
 {
     if (!m_isStopped)
         m_sink->send(std::move(message));
@@ -277,7 +305,7 @@ void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, i
         m_sink->sendLatest(path.toEncoded(), message);
     } else {
         m_sink->endReplacing();
-        m_sink->send(message);
+        m_sink->send({message});
     }
     updateFlow();
 }

@@ -229,9 +229,9 @@ OutputQueue::~OutputQueue()
     m_state->close();
 }
 
-void OutputQueue::send(QByteArray message)
+void OutputQueue::send(Message message)
 {
-    m_state->send(QString(), std::move(message.append('\n')));
+    m_state->send(QString(), message.text("\n"));
 }
 
 void OutputQueue::sendLatest(const QString& key, QByteArray message)

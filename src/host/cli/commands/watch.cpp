@@ -49,7 +49,7 @@ public:
         else if (m_output.isFull())
             m_output.sendLatest(path.toEncoded(), line);
         else
-            m_output.send(line);
+            m_output.send({line});
     }
 
     [[nodiscard]] bool drain(int milliseconds) { return m_output.drain(milliseconds); }
@@ -66,7 +66,7 @@ private:
 
     void printEnd(const CMPath& path, const QByteArray& line)
     {
-        m_output.send(line);
+        m_output.send({line});
         {
             const std::lock_guard lock(m_mutex);
             m_open.remove(path);
