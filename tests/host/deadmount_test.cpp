@@ -64,6 +64,21 @@ TEST_F(DeadRoot, OthersAreServed)
     EXPECT_EQ(client.program().waitForEnd().status, 0);
 }
 
+TEST_F(DeadRoot, NothingIsOpenedThere)
+{
+    SessionClient client;
+    prepare(client.program());
+    client.start(options("0"));
+    const auto errorOf = [&client](const char* path) {
+        return errorCode(client.call(QStringLiteral("open"), QJsonArray{QString::fromUtf8(path)}));
+    };
+    ASSERT_EQ(errorOf("/bad/b"), 0);
+    kill();
+    EXPECT_EQ(errorOf("/bad/"), -32001);
+    EXPECT_EQ(errorOf("/bad/b"), -32001);
+    EXPECT_EQ(errorOf("/good/a"), 0);
+}
+
 TEST_F(DeadRoot, IsMissingIfItIsDeadAtTheStart)
 {
     kill();

@@ -153,6 +153,12 @@ ServedRoot* ContentHost::rootAt(const QString& prefix) const
     return index < 0 || index >= static_cast<int>(m_roots.size()) ? nullptr : m_roots[static_cast<size_t>(index)].get();
 }
 
+bool ContentHost::answers(const QString& prefix) const
+{
+    ServedRoot* const root = rootAt(prefix);
+    return !root || root->answers();
+}
+
 CMSubscribe* ContentHost::subscribeOf(const QString& prefix) const
 {
     if (prefix.isEmpty())

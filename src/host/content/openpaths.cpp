@@ -106,6 +106,8 @@ void OpenPaths::openNow(const CMPath& path, const Completion& completion)
 
 Result<CMSubscribe*> OpenPaths::findSubscribe(const CMPath& path) const
 {
+    if (!m_host.answers(path.prefix()))
+        return Failures::unanswered(path);
     // A missing root may be back.
     static_cast<void>(m_host.findMount(path.prefix()));
     if (CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix()))

@@ -25,7 +25,9 @@ public:
     /// Mounts the root if its directory is there, and unmounts it if not. Fails if the module makes no worker. Where
     /// the file system does not answer within `patience`, everything stays as it is, and later calls do not wait until
     /// it answers.
-    [[nodiscard]] Result<void> check(std::chrono::milliseconds patience = std::chrono::seconds(1));
+    [[nodiscard]] Result<void> check(std::chrono::milliseconds patience = lookPatience);
+    /// False if the file system does not answer within the usual patience, or has not answered the last look yet.
+    [[nodiscard]] bool answers() { return look(lookPatience).has_value(); }
 
     /// Why the root is not mounted; empty if it is.
     [[nodiscard]] const QString& problem() const { return m_problem; }
@@ -37,6 +39,8 @@ public:
     [[nodiscard]] CMWorker* worker() const { return m_worker.get(); }
 
 private:
+    static constexpr std::chrono::seconds lookPatience{1};
+
     /// The canonical directory, or why there is none; none if the file system does not answer.
     using Found = std::optional<Result<QString>>;
 
