@@ -56,8 +56,7 @@ Result<int> runUntilSignalled(Preparation& preparation, const QVector<CMPath>& p
         result = preparation.run(paths);
         Shutdown::exitLater(Success);
     }));
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [&preparation](int signalNumber) {
+    const SignalWatcher signalWatcher([&preparation](int signalNumber) {
         preparation.stop();
         QCoreApplication::exit(exitStatusOf(signalNumber));
     });

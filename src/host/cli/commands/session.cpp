@@ -26,8 +26,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     RequestExecutor executor;
     StdioServer server(
         {context.host, executor, sharedRequests}, STDIN_FILENO, context.output, Shutdown::exitAfterFailedOutput);
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
 
     std::thread serving([&server] {
         if (server.serve())

@@ -99,8 +99,7 @@ QString counted(int directories)
 
 int watchUntilSignalled(int directories)
 {
-    const SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
     report(QStringLiteral("watching %1, interrupt to end").arg(counted(directories)));
     return QCoreApplication::exec();
 }
