@@ -78,8 +78,8 @@ int refuseUse(const QString& message, const QString& command = {})
 
 bool fitsArguments(const Command& command, int count)
 {
-    return count >= command.fewestArguments &&
-           (command.mostArguments == Command::anyNumber || count <= command.mostArguments);
+    const auto [fewest, most] = command.argumentCount;
+    return count >= fewest && (most == Command::anyNumber || count <= most);
 }
 
 Result<int>

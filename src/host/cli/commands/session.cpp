@@ -47,11 +47,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
 
 Command sessionCommand()
 {
-    Command command;
-    command.name = "session";
-    command.summary = "Serve a client that speaks JSON-RPC 2.0 over standard input and output.";
-    command.manual = manual;
-    command.worksWithoutRoots = true;
-    command.run = run;
-    return command;
+    return {
+        "session", "",   "Serve a client that speaks JSON-RPC 2.0 over standard input and output.", manual, {0, 0}, run,
+        nullptr,   true,
+    };
 }

@@ -129,14 +129,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command watchCommand()
 {
-    Command command;
-    command.name = "watch";
-    command.arguments = "PATH...";
-    command.summary = "Print every change of directories as it arrives.";
-    command.manual = manual;
-    command.fewestArguments = 1;
-    command.mostArguments = Command::anyNumber;
-    command.addOptions = addJsonOption;
-    command.run = run;
-    return command;
+    return {
+        "watch", "PATH...",     "Print every change of directories as it arrives.", manual, {1, Command::anyNumber},
+        run,     addJsonOption,
+    };
 }
