@@ -82,8 +82,8 @@ int refuseUse(const QString& message, const QString& command = {})
 
 bool fitsArguments(const Command& command, int count)
 {
-    return count >= command.fewestArguments &&
-           (command.mostArguments == Command::anyNumber || count <= command.mostArguments);
+    const auto [fewest, most] = command.argumentCount;
+    return count >= fewest && (most == Command::anyNumber || count <= most);
 }
 
 int fail(const Failure& failure)

@@ -25,8 +25,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     RequestExecutor executor;
     StdioServer server(
         {context.host, executor, sharedRequests}, STDIN_FILENO, context.output, Shutdown::exitAfterFailedOutput);
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
 
     std::thread serving([&server] {
         if (server.serve())
@@ -47,11 +46,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
 
 Command sessionCommand()
 {
-    Command command;
-    command.name = "session";
-    command.summary = "Serve a client that speaks JSON-RPC 2.0 over standard input and output.";
-    command.manual = manual;
-    command.worksWithoutRoots = true;
-    command.run = run;
-    return command;
+    return {
+        "session", "",   "Serve a client that speaks JSON-RPC 2.0 over standard input and output.", manual, {0, 0}, run,
+        nullptr,   true,
+    };
 }

@@ -99,8 +99,7 @@ QString counted(int directories)
 
 int watchUntilSignalled(int directories)
 {
-    const SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
     report(QStringLiteral("watching %1, interrupt to end").arg(counted(directories)));
     return QCoreApplication::exec();
 }
@@ -130,14 +129,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command watchCommand()
 {
-    Command command;
-    command.name = "watch";
-    command.arguments = "PATH...";
-    command.summary = "Print every change of directories as it arrives.";
-    command.manual = manual;
-    command.fewestArguments = 1;
-    command.mostArguments = Command::anyNumber;
-    command.addOptions = addJsonOption;
-    command.run = run;
-    return command;
+    return {
+        "watch", "PATH...",     "Print every change of directories as it arrives.", manual, {1, Command::anyNumber},
+        run,     addJsonOption,
+    };
 }
