@@ -19,16 +19,51 @@ namespace {
 constexpr int clientCount = 64;
 constexpr int idleClients = 1000;
 
+/// Counts the answers that are still to come. The thread that waits wakes once: to wake for each answer would cost it
+/// more than the answers.
+class Answers
+{
+public:
+    void expect(int count)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_missing = count;
+    }
+
+    void take()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (--m_missing == 0)
+            m_areComplete.notify_all();
+    }
+
+    void wait()
+    {
+        std::unique_lock lock(m_mutex);
+        m_areComplete.wait(lock, [this] { return m_missing == 0; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_areComplete;
+    int m_missing = 0;
+};
+
 /// Keeps the last message.
 class LastMessage : public MessageSink
 {
 public:
-    void send(QByteArray message) override
+    explicit LastMessage(Answers& answers) : m_answers(answers) {}
+
+    void send(Message message) override
     {
-        const std::lock_guard lock(m_mutex);
-        m_message = std::move(message);
+        {
+            const std::lock_guard lock(m_mutex);
+            m_message = std::move(message);
+        }
+        m_answers.take();
     }
-    void sendLatest(const QString& /*key*/, QByteArray message) override { send(std::move(message)); }
+    void sendLatest(const QString& /*key*/, QByteArray message) override { send({std::move(message)}); }
     void endReplacing() override {}
     [[nodiscard]] bool isFull() const override { return false; }
     void setRoomHandler(std::function<void()> /*handler*/) override {}
@@ -36,12 +71,13 @@ public:
     [[nodiscard]] bool isResult() const
     {
         const std::lock_guard lock(m_mutex);
-        return m_message.contains("\"result\"");
+        return m_message.head.contains("\"result\"");
     }
 
 private:
+    Answers& m_answers;
     mutable std::mutex m_mutex;
-    QByteArray m_message;
+    Message m_message;
 };
 
 /// The host in this process, and clients that wait for their answers.
@@ -56,23 +92,18 @@ public:
 
     void add()
     {
-        const auto sink = std::make_shared<LastMessage>();
-        m_clients.push_back(
-            {sink, std::make_unique<Dispatcher>(
-                       Services{*m_host, m_executor, m_sharedRequests}, Dispatcher::Profile(), sink, [this] {
-                           const std::lock_guard lock(m_mutex);
-                           m_ready.notify_all();
-                       })});
+        const auto sink = std::make_shared<LastMessage>(m_answers);
+        const Services services{*m_host, m_executor, m_sharedRequests};
+        m_clients.push_back({sink, std::make_unique<Dispatcher>(services, Dispatcher::Profile(), sink, [] {})});
     }
 
     /// The first so many clients send the message; returns when all have the result.
     void ask(const QByteArray& message, int count)
     {
+        m_answers.expect(count);
         for (int i = 0; i < count; ++i)
             at(i).dispatcher->accept(message);
-        std::unique_lock lock(m_mutex);
-        for (int i = 0; i < count; ++i)
-            m_ready.wait(lock, [this, i] { return at(i).dispatcher->isIdle(); });
+        m_answers.wait();
         for (int i = 0; i < count; ++i)
             require(at(i).sink->isResult(), "the host refused a request");
     }
@@ -99,9 +130,8 @@ private:
 
     std::unique_ptr<ContentHost> m_host;
     SharedRequests m_sharedRequests;
+    Answers m_answers;
     RequestExecutor m_executor;
-    std::mutex m_mutex;
-    std::condition_variable m_ready;
     std::vector<Client> m_clients;
 };
 

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <thread>
@@ -373,6 +374,21 @@ TEST_F(Unmounting, EndsWhenTheRequestsOfEveryKindHaveEnded)
     EXPECT_EQ(m_thread, QThread::currentThread());
 }
 
+TEST_F(Unmounting, EndsAfterTheFunctionsThatWaitForARemoval)
+{
+    const CMPath path = m_worker.addPrefix(QStringLiteral("a"));
+    KeepingReceiver client;
+    EXPECT_TRUE(CMRoot()->connectChange(path, &client));
+    begin(CMGetRowsRequest(path, 0, 9, 0, {}), m_gate);
+    unmount();
+    bool isCalledBefore = false;
+    m_worker.subscribe()->whenSettled(path, [&] { isCalledBefore = !m_isUnused; });
+    QCoreApplication::processEvents();
+    m_gate.release();
+    EXPECT_TRUE(processEventsUntil([this] { return m_isUnused; }));
+    EXPECT_TRUE(isCalledBefore);
+}
+
 TEST_F(Unmounting, OfAnIdleWorkerEndsWithTheNextEvents)
 {
     unmount();
@@ -437,6 +453,49 @@ TEST_F(Unmounting, RaisesTheLastVersionToThoseOfItsLastAnswers)
     m_gate.release();
     EXPECT_TRUE(processEventsUntil([this] { return m_isUnused; }));
     EXPECT_GE(CMVersion::s_last, high);
+}
+
+/// The versions of the process are about to reach the largest one.
+class LargestVersion : public testing::Test
+{
+protected:
+    ~LargestVersion() override { CMVersion::s_last = m_last; }
+
+    static constexpr int largest = std::numeric_limits<int>::max();
+
+private:
+    const int m_last = CMVersion::s_last;
+};
+
+TEST_F(LargestVersion, IsFollowedByOne)
+{
+    CMVersion::s_last = largest - 2;
+    EXPECT_EQ(CMVersion::next(), largest - 1);
+    EXPECT_EQ(CMVersion::next(), largest);
+    EXPECT_EQ(CMVersion::s_last, 0) << "a new worker only adds one";
+    EXPECT_EQ(CMVersion::next(), 1);
+    EXPECT_EQ(CMVersion::next(), 2);
+}
+
+TEST_F(LargestVersion, OfANewWorkerIsFollowedByOne)
+{
+    NamedWorker worker("newest");
+    CMVersion::s_last = largest;
+    EXPECT_TRUE(root().mount(&worker));
+    EXPECT_EQ(CMVersion::s_last, 0);
+    root().unmount(&worker);
+}
+
+TEST_F(LargestVersion, OfAnUnmountedWorkerIsFollowedByOne)
+{
+    KeepingReceiver client;
+    NamedWorker worker("largest");
+    EXPECT_TRUE(root().mount(&worker));
+    EXPECT_TRUE(CMRoot()->connectChange(worker.addPrefix(QString()), &client));
+    worker.subscribe()->rowsChanged(worker.addPrefix(QString()), {CMSubscribe::RowsChangeReset()}, largest, -1);
+    root().unmount(&worker);
+    EXPECT_EQ(CMVersion::s_last, 0);
+    EXPECT_EQ(CMVersion::next(), 1);
 }
 
 TEST(Root, RequestThatThrowsHasEnded)

@@ -803,6 +803,15 @@ protected:
         m_worker.setServing({});
     }
 
+    /// Releases the request at `m_first`, the oldest one, and runs what its end has brought about.
+    void endFirstRequest()
+    {
+        m_first.release();
+        m_threads.front().join();
+        m_threads.erase(m_threads.begin());
+        QCoreApplication::processEvents();
+    }
+
     [[nodiscard]] bool waitForEvents(const QStringList& events)
     {
         QStringList seen;
@@ -842,10 +851,7 @@ TEST_F(Removal, WaitsForALaterRequestOfTheVeryPath)
     beginRequest("a", m_first);
     close("a/b", m_client);
     beginRequest("a//c/../b", m_second);
-    m_first.release();
-    m_threads.front().join();
-    m_threads.erase(m_threads.begin());
-    QCoreApplication::processEvents();
+    endFirstRequest();
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a/b"}));
     m_second.release();
     EXPECT_TRUE(waitForEvents(texts({"removed a/b"})));
@@ -858,6 +864,18 @@ TEST_F(Removal, WaitsForARequestWhoseBaseMayBeAnotherSpelling)
     close("a", m_client);
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
     m_first.release();
+    EXPECT_TRUE(waitForEvents(texts({"removed a"})));
+}
+
+TEST_F(Removal, WaitsForALaterRequestWhoseBaseMayBeAnotherSpelling)
+{
+    EXPECT_TRUE(open("a", m_client));
+    beginRequest("ab", m_first);
+    close("a", m_client);
+    beginRequest("../a", m_second);
+    endFirstRequest();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
+    m_second.release();
     EXPECT_TRUE(waitForEvents(texts({"removed a"})));
 }
 
@@ -879,18 +897,22 @@ TEST_F(Removal, ComesAfterWhatSuchRequestsHaveQueuedForTheWorker)
 
 TEST_F(Removal, LetsNoRequestOfThePathBeginBeforeItHasRun)
 {
-    EXPECT_TRUE(open("a", m_client));
-    const auto requesting = QObject::connect(&subscribe(), &CMSubscribe::rowsPathRemoved, [this] {
-        m_threads.emplace_back([this] {
-            m_first.release();
-            CMRoot()->request(CMGetRowsRequest(path("a"), 0, -1, 0, QStringList()));
+    for (const char* spelling : {"a", "./a", "/somewhere/a", "../root/a"}) {
+        EXPECT_TRUE(open("a", m_client));
+        const auto requesting = QObject::connect(&subscribe(), &CMSubscribe::rowsPathRemoved, [this, spelling] {
+            m_threads.emplace_back([this, spelling] {
+                m_first.release();
+                CMRoot()->request(CMGetRowsRequest(path(spelling), 0, -1, 0, QStringList()));
+            });
+            m_first.acquire();
+            EXPECT_FALSE(m_worker.asked.tryAcquire(1, 50)) << spelling;
         });
-        m_first.acquire();
-        EXPECT_FALSE(m_worker.asked.tryAcquire(1, 50));
-    });
-    close("a", m_client);
-    QObject::disconnect(requesting);
-    EXPECT_TRUE(m_worker.asked.tryAcquire(1, 20000));
+        close("a", m_client);
+        QObject::disconnect(requesting);
+        EXPECT_TRUE(m_worker.asked.tryAcquire(1, 20000)) << spelling;
+        m_threads.front().join();
+        m_threads.clear();
+    }
 }
 
 TEST_F(Removal, WaitsForTheRemovalsBelow)
@@ -916,10 +938,7 @@ TEST_F(Removal, IsDroppedForAClientThatOpensThePathAgain)
     close("a", m_client);
     EXPECT_TRUE(subscribe().rowsPathsStartingWith(path("")).isEmpty());
     EXPECT_TRUE(open("a", m_other));
-    m_first.release();
-    m_threads.front().join();
-    m_threads.clear();
-    QCoreApplication::processEvents();
+    endFirstRequest();
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a"}));
     EXPECT_THAT(subscribe().rowsPathsStartingWith(path("")), UnorderedElementsAre(path("a")));
     close("a", m_other);
@@ -986,6 +1005,36 @@ TEST_F(Removal, OfARenewalWaitsWithAllOthersOfIt)
     EXPECT_EQ(m_other.received(), QStringList(QStringLiteral("a reset %1").arg(m_worker.versions.value("a"))));
 }
 
+TEST_F(Removal, OfARenewalWaitsForALaterRequestOfOneOfItsPaths)
+{
+    for (const char* base : {"a", "a/b", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    static_cast<void>(m_worker.takeEvents());
+    beginRequest("a/b/c", m_first);
+    subscribe().renew({path("a"), path("a/b")});
+    subscribe().renew({path("ab")});
+    beginRequest("a", m_second);
+    endFirstRequest();
+    EXPECT_EQ(m_worker.takeEvents(), texts({"removed ab", "added ab"})) << "another renewal does not wait";
+    m_second.release();
+    EXPECT_TRUE(waitForEvents(texts({"removed a/b", "removed a", "added a", "added a/b"})));
+}
+
+TEST_F(Removal, OfARenewalWaitsForTheRemovalsBelow)
+{
+    for (const char* base : {"a", "a/b", "ab"})
+        EXPECT_TRUE(open(base, m_client));
+    static_cast<void>(m_worker.takeEvents());
+    beginRequest("a/b/c", m_first);
+    close("a/b", m_client);
+    subscribe().renew({path("a"), path("ab")});
+    beginRequest("a/b", m_second);
+    endFirstRequest();
+    EXPECT_EQ(m_worker.takeEvents(), QStringList());
+    m_second.release();
+    EXPECT_TRUE(waitForEvents(texts({"removed ab", "removed a/b", "removed a", "added a", "added ab"})));
+}
+
 TEST_F(Removal, OfARenewedPathThatAllLeaveMeanwhileIsFinal)
 {
     EXPECT_TRUE(open("a", m_client));
@@ -1007,6 +1056,18 @@ TEST_F(Subscription, SettledPathIsSettledAtOnce)
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
 }
 
+TEST_F(Removal, LeavesAPathSettledThatItsLastClientHasLeft)
+{
+    EXPECT_TRUE(open("a", m_client));
+    beginRequest("a", m_first);
+    close("a", m_client);
+    bool isCalled = false;
+    subscribe().whenSettled(path("a/b"), [&isCalled] { isCalled = true; });
+    EXPECT_TRUE(isCalled);
+    m_first.release();
+    EXPECT_TRUE(waitForEvents(texts({"added a", "removed a"})));
+}
+
 /// A sub-directory is gone when a request in another thread looks, and is there again soon.
 TEST_F(Removal, IsNotUndoneByARequestThatFindsThePathGoneForAMoment)
 {
@@ -1019,10 +1080,7 @@ TEST_F(Removal, IsNotUndoneByARequestThatFindsThePathGoneForAMoment)
     m_threads.emplace_back([] { CMRoot()->request(CMGetRowsRequest(path("a"), 0, -1, 0, QStringList())); });
     m_second.acquire();
     close("a", m_client);
-    m_first.release();
-    m_threads.front().join();
-    m_threads.clear();
-    QCoreApplication::processEvents();
+    endFirstRequest();
     EXPECT_TRUE(m_worker.versions.isEmpty());
     EXPECT_TRUE(open("a", m_client));
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "found a", "removed a", "added a"}));

@@ -115,6 +115,16 @@ TEST_F(Publicity, HiddenNamesAreNotAtAnyLevel)
         EXPECT_FALSE(isPublicHere(base)) << base;
 }
 
+TEST_F(Publicity, HiddenNamesAreNotReachedByClimbingFromALink)
+{
+    tree.addFile(QStringLiteral("root/.hidden/deep/other.mp3"));
+    QFile::link(tree.absolute(QStringLiteral("root/.hidden/deep")), tree.absolute(QStringLiteral("root/visible")));
+    for (const char* base : {"visible/..", "visible/../song.mp3", "visible/../a", "a/../visible/../song.mp3"})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+    for (const char* base : {"visible", "visible/other.mp3", "inner/../b"})
+        EXPECT_TRUE(isPublicHere(base)) << base;
+}
+
 TEST_F(Publicity, LinksThatLeadOutAreNot)
 {
     for (const char* base : {"link", "link/song.mp3", "chain", "chain/song.mp3"})

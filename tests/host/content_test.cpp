@@ -1,6 +1,7 @@
 #include "content/content.h"
 
 #include "content/contenthost.h"
+#include "content/networknames.h"
 
 #include "support/servedcontent.h"
 #include "support/temporarytree.h"
@@ -520,6 +521,27 @@ TEST_F(ContentReach, UrisAreOfTheCarriersKind)
     };
     EXPECT_EQ(uriOf(network()), QStringLiteral("media/file/open/song.mp3"));
     EXPECT_EQ(uriOf(content()), QStringLiteral("file://") + tree.absolute(QStringLiteral("root/open/song.mp3")));
+}
+
+TEST_F(ContentReach, MapsAreRewrittenAsHashesAre)
+{
+    const QString file = QStringLiteral("file://") + tree.absolute(QStringLiteral("root/open/song.mp3"));
+    const QVariantMap resource{{QStringLiteral("uri"), file}};
+    const QVariantMap albumArt{{QStringLiteral("data"), QStringLiteral("picture")}};
+    const QVariantMap media{
+        {QStringLiteral("resources"), QVariantList{resource}},
+        {QStringLiteral("metaData"), QVariantMap{{QStringLiteral("albumArt"), albumArt}}}};
+    const std::string shown = jsonOf(withNetworkNames(*mount, QVariantMap{{QStringLiteral("deep"), media}}));
+    EXPECT_THAT(shown, HasSubstr("\"media/file/open/song.mp3\""));
+    EXPECT_THAT(shown, HasSubstr("\"cover/file/open/song.mp3\""));
+    EXPECT_THAT(shown, Not(HasSubstr("file://")));
+    EXPECT_THAT(shown, Not(HasSubstr("picture")));
+}
+
+TEST_F(ContentReach, CountHasLinksThatLeadOutButNothingHidden)
+{
+    // open/song.mp3 and out.mp3
+    EXPECT_EQ(network().set(mount->countFiles(), QString()).value(), 2);
 }
 
 TEST_F(ContentReach, MessagesToTheNetworkNameTheErrorAndTheEncodedPath)

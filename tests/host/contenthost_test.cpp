@@ -208,6 +208,32 @@ TEST_F(Roots, WarningNamesTheMissingOneOnce)
     EXPECT_TRUE(processEventsUntil([&] { return log.lines().size() == 2U; })) << "it says that the root is back";
 }
 
+TEST_F(Roots, OneThatVanishesWhileItsWorkerIsMadeIsMissing)
+{
+    settings.moduleFile = QStringLiteral(MODULE_SCRIPTED_WORKER);
+    add("vanishing", "empty");
+    tree.addDirectory(QStringLiteral("empty"));
+    start();
+    EXPECT_THAT(prefixes(), IsEmpty());
+    EXPECT_THAT(
+        host->problems(),
+        ElementsAre(
+            QStringLiteral("the root directory %1 has vanished again").arg(tree.absolute(QStringLiteral("empty")))));
+}
+
+TEST_F(Roots, OneWithoutAWorkerIsNamed)
+{
+    settings.moduleFile = QStringLiteral(MODULE_THROWING_FACTORY);
+    settings.sweepInterval = shortInterval;
+    add("late", "late");
+    start();
+    tree.addDirectory(QStringLiteral("late"));
+    EXPECT_TRUE(processEventsUntil([this] {
+        const QStringList problems = host->problems();
+        return problems.size() == 1 && problems.first().contains(QStringLiteral("makes no worker"));
+    }));
+}
+
 TEST_F(Roots, OneThatAppearsIsServed)
 {
     add("late", "late");

@@ -24,6 +24,8 @@
 
 #include <atomic>
 #include <future>
+#include <new>
+#include <thread>
 #include <utility>
 
 namespace {
@@ -75,6 +77,25 @@ QStringList changesIn(const QList<QJsonObject>& messages)
     return changes;
 }
 
+/// A sink that has no memory for the next messages.
+class FailingSink : public MemorySink
+{
+public:
+    void failNext(int messages) { m_failures = messages; }
+
+    void send(Message message) override
+    {
+        if (m_failures > 0) {
+            --m_failures;
+            throw std::bad_alloc();
+        }
+        MemorySink::send(std::move(message));
+    }
+
+private:
+    std::atomic<int> m_failures = 0;
+};
+
 class DispatcherTest : public testing::Test
 {
 protected:
@@ -117,13 +138,14 @@ protected:
         return sink->readAnswer(id);
     }
 
-    /// One thread for each lane.
+    /// One thread for each lane, which nothing replaces.
     [[nodiscard]] static RequestExecutor::Settings narrow()
     {
         RequestExecutor::Settings settings;
         settings.quickThreads = 1;
         settings.longPageThreads = 1;
         settings.walkThreads = 1;
+        settings.spareThreads = 0;
         return settings;
     }
 
@@ -220,6 +242,79 @@ TEST_F(DispatcherTest, AnswerWithMoreTextThanTheLimitIsTooLarge)
     EXPECT_EQ(codeOf(call("rows", at("/file/20"))), 0);
 }
 
+TEST_F(DispatcherTest, AnswerThatCannotBeSentBecomesAShortError)
+{
+    start();
+    const auto failing = std::make_shared<FailingSink>();
+    dispatcher = newDispatcher({}, failing);
+    sink = failing;
+    // Answered in the executor, in the worker thread and in this one.
+    for (const char* method : {"rows", "open", "nonsense"}) {
+        failing->failNext(1);
+        const QJsonObject answer = call(method, at("/file/"));
+        EXPECT_EQ(codeOf(answer), JsonRpc::WorkerRefused) << method;
+        EXPECT_THAT(messageOf(answer), HasSubstr("std::bad_alloc"));
+    }
+    EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
+}
+
+TEST_F(DispatcherTest, RequestWithoutAnAnswerIsNoLongerUnderWay)
+{
+    start();
+    const auto failing = std::make_shared<FailingSink>();
+    dispatcher = newDispatcher({}, failing);
+    for (const char* method : {"rows", "open", "nonsense"}) {
+        failing->failNext(2);
+        dispatcher->accept(requestText(1, method, at("/file/")));
+        EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); })) << method;
+    }
+    EXPECT_THAT(failing->read(), IsEmpty());
+}
+
+TEST_F(DispatcherTest, ReadyHandlerMayEndIt)
+{
+    start();
+    // The handler is called in the executor, in the worker thread and in this one.
+    for (const char* method : {"rows", "open", "nonsense"}) {
+        const auto itsSink = std::make_shared<MemorySink>();
+        const std::thread::id caller = std::this_thread::get_id();
+        std::unique_ptr<Dispatcher> ending;
+        Gate accepted;
+        Gate ended;
+        ending = std::make_unique<Dispatcher>(
+            Services{*host, *executor, sharedRequests}, Dispatcher::Profile(), itsSink, [&] {
+                EXPECT_TRUE(std::this_thread::get_id() == caller || accepted.wait());
+                ending.reset();
+                ended.open();
+            });
+        ending->accept(requestText(1, method, at("/file/")));
+        accepted.open();
+        EXPECT_TRUE(ended.wait()) << method;
+        EXPECT_FALSE(itsSink->readAnswer(1).isEmpty()) << method;
+    }
+    EXPECT_TRUE(servesOthers());
+}
+
+TEST_F(DispatcherTest, EndWaitsForTheReadyHandler)
+{
+    start();
+    Gate called;
+    Gate mayReturn;
+    std::atomic<bool> hasReturned = false;
+    auto ending = std::make_unique<Dispatcher>(
+        Services{*host, *executor, sharedRequests}, Dispatcher::Profile(), std::make_shared<MemorySink>(), [&] {
+            called.open();
+            EXPECT_TRUE(mayReturn.wait());
+            hasReturned = true;
+        });
+    ending->accept(requestText(1, "describe"));
+    ASSERT_TRUE(called.wait());
+    std::thread releasing([&mayReturn] { mayReturn.open(); });
+    ending.reset();
+    EXPECT_TRUE(hasReturned);
+    releasing.join();
+}
+
 TEST_F(DispatcherTest, RequestsAreRefusedWhereTooManyWait)
 {
     RequestExecutor::Settings settings;
@@ -230,18 +325,22 @@ TEST_F(DispatcherTest, RequestsAreRefusedWhereTooManyWait)
 
 TEST_F(DispatcherTest, RequestsThatTakeTooLongAreAnsweredOnce)
 {
-    RequestExecutor::Settings settings = narrow();
+    RequestExecutor::Settings settings;
+    settings.runningPerClient = 1;
     settings.timeLimit = std::chrono::milliseconds(20);
     startScripted(settings);
+    std::future<void> hanging;
     Fifo fifo(tree.absolute(QStringLiteral("slow")));
-    dispatcher->accept(requestText(1, "data", at("/file/slow")));
+    const Dispatcher::Task first = dispatcher->acceptOrTake(requestText(1, "data", at("/file/slow")));
+    ASSERT_TRUE(first);
+    hanging = std::async(std::launch::async, first);
     fifo.waitForReader();
     dispatcher->accept(requestText(2, "describe"));
     EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
     EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Overloaded);
     EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
     fifo.release();
-    ASSERT_TRUE(executor->stop(longTime));
+    hanging.get();
     EXPECT_THAT(sink->read(), IsEmpty());
 }
 
@@ -256,9 +355,7 @@ TEST_F(DispatcherTest, RequestThatJoinsOneThatHangsIsGivenUpToo)
     ASSERT_TRUE(first);
     hanging = std::async(std::launch::async, first);
     fifo.waitForReader();
-    const Dispatcher::Task second = dispatcher->acceptOrTake(requestText(2, "rows", at("/file/fifo")));
-    ASSERT_TRUE(second);
-    second();
+    ASSERT_FALSE(dispatcher->acceptOrTake(requestText(2, "rows", at("/file/fifo")))) << "joining needs no thread";
     EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
     EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Cancelled);
     EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));

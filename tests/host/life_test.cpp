@@ -361,19 +361,33 @@ ino_t inodeOf(const QString& path)
     return stat(path.toUtf8().constData(), &status) == 0 ? status.st_ino : 0;
 }
 
-/// Counts the opened directories, their ancestors, and those above the root.
-std::set<ino_t> inodesOfOpen(const Clients& clients, const QString& root)
+/// The opened directories, their ancestors, and the one above the root.
+std::map<ino_t, QString> openDirectories(const Clients& clients, const QString& root)
 {
     std::set<QString> bases;
     for (const auto& client : clients)
         client->collectOpen(bases);
-    std::set<ino_t> inodes;
+    std::map<ino_t, QString> directories;
+    const auto add = [&directories](const QString& path) { directories.emplace(inodeOf(path), path); };
     for (QString base : bases) {
-        inodes.insert({inodeOf(root), inodeOf(root + QStringLiteral("/.."))});
+        add(root);
+        add(root + QStringLiteral("/.."));
         for (; !base.isEmpty(); base.truncate(std::max(base.lastIndexOf(u'/'), 0)))
-            inodes.insert(inodeOf(root + QLatin1Char('/') + base));
+            add(root + QLatin1Char('/') + base);
     }
-    return inodes;
+    return directories;
+}
+
+/// What is wrong with the watches; empty: exactly the open directories are watched.
+QString differenceOfWatches(const Clients& clients, const QString& root)
+{
+    std::set<ino_t> watches = inodesOfWatches();
+    QString difference;
+    for (const auto& [inode, directory] : openDirectories(clients, root)) {
+        if (watches.erase(inode) == 0)
+            difference += QStringLiteral("%1 is open and not watched; ").arg(directory);
+    }
+    return watches.empty() ? difference : difference + QStringLiteral("%1 others are watched").arg(watches.size());
 }
 
 void expectCurrent(const Clients& clients, const QString& root)
@@ -386,9 +400,8 @@ void expectCurrent(const Clients& clients, const QString& root)
         return difference.isEmpty();
     });
     EXPECT_TRUE(isCurrent) << difference.toStdString();
-    EXPECT_TRUE(waitUntil([&] { return inodesOfWatches() == inodesOfOpen(clients, root); }))
-        << inodesOfWatches().size() << " directories are watched, " << inodesOfOpen(clients, root).size()
-        << " are open";
+    EXPECT_TRUE(waitUntil([&] { return differenceOfWatches(clients, root).isEmpty(); }))
+        << differenceOfWatches(clients, root).toStdString();
 }
 
 /// The changes meet requests and notifications that are under way.

@@ -28,6 +28,7 @@ class OutputQueueTest : public testing::Test
 {
 protected:
     OutputQueueTest() { std::signal(SIGPIPE, SIG_IGN); }
+    ~OutputQueueTest() override { m_pipe.closeReadingEnd(); }
 
     [[nodiscard]] int bytesInThePipe() const
     {
@@ -36,23 +37,23 @@ protected:
         return bytes;
     }
 
-    Pipe m_pipe;
+    Pipe& m_pipe = Pipe::lasting();
     std::promise<int> m_failure;
     OutputQueue m_queue{m_pipe.writingEnd(), [this](int errorNumber) { m_failure.set_value(errorNumber); }};
 };
 
 TEST_F(OutputQueueTest, LinesAreWrittenInTheirOrder)
 {
-    m_queue.send("one");
+    m_queue.send({"one"});
     m_queue.sendLatest(QStringLiteral("key"), "two");
-    m_queue.send("three");
+    m_queue.send({"three"});
     EXPECT_EQ(m_pipe.readLines(3), (QList<QByteArray>{"one", "two", "three"}));
     EXPECT_TRUE(m_queue.drain());
 }
 
 TEST_F(OutputQueueTest, WhatAPipeTakesIsThereWhenSendReturns)
 {
-    m_queue.send("one");
+    m_queue.send({"one"});
     m_queue.sendLatest(QStringLiteral("key"), "two");
     EXPECT_EQ(bytesInThePipe(), 8);
 }
@@ -62,7 +63,7 @@ TEST_F(OutputQueueTest, LinesStayWholeHoweverLittleIsRead)
     QList<QByteArray> lines;
     for (const int size : {1, 4095, 4096, 65535, 65536, 1, 200'000, 3}) {
         lines.append(QByteArray(size, static_cast<char>('a' + lines.size())));
-        m_queue.send(lines.last());
+        m_queue.send({lines.last()});
     }
     EXPECT_EQ(m_pipe.readLines(lines.size()), lines);
     EXPECT_TRUE(m_queue.drain());
@@ -73,8 +74,8 @@ TEST(FileOutputQueue, LinesAreWrittenInTheirOrder)
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
     OutputQueue queue(file.handle(), {});
-    queue.send("one");
-    queue.send("two");
+    queue.send({"one"});
+    queue.send({"two"});
     EXPECT_TRUE(queue.drain());
     ASSERT_TRUE(file.seek(0));
     EXPECT_EQ(file.readAll(), "one\ntwo\n");
@@ -82,17 +83,17 @@ TEST(FileOutputQueue, LinesAreWrittenInTheirOrder)
 
 TEST_F(OutputQueueTest, PendingLineIsReplacedWhereItStands)
 {
-    m_queue.send(blocker);
+    m_queue.send({blocker});
     m_queue.sendLatest(QStringLiteral("a"), "a1");
     m_queue.sendLatest(QStringLiteral("b"), "b1");
-    m_queue.send("between");
+    m_queue.send({"between"});
     m_queue.sendLatest(QStringLiteral("a"), "a2");
     EXPECT_EQ(m_pipe.readLines(4), (QList<QByteArray>{blocker, "a2", "b1", "between"}));
 }
 
 TEST_F(OutputQueueTest, LineBeforeTheEndOfReplacingStays)
 {
-    m_queue.send(blocker);
+    m_queue.send({blocker});
     m_queue.sendLatest(QStringLiteral("a"), "a1");
     m_queue.endReplacing();
     m_queue.sendLatest(QStringLiteral("a"), "a2");
@@ -102,7 +103,7 @@ TEST_F(OutputQueueTest, LineBeforeTheEndOfReplacingStays)
 
 TEST_F(OutputQueueTest, LineOfTheWritingThreadIsNotReplacedOnceItIsWritten)
 {
-    m_queue.send(blocker);
+    m_queue.send({blocker});
     m_queue.sendLatest(QStringLiteral("a"), "a1");
     EXPECT_EQ(m_pipe.readLines(2), (QList<QByteArray>{blocker, "a1"}));
     EXPECT_TRUE(m_queue.drain());
@@ -120,7 +121,7 @@ TEST_F(OutputQueueTest, LineThatIsWrittenInPartIsNotReplaced)
 TEST_F(OutputQueueTest, SendingToAPipeThatOthersHaveFilledNeverWaits)
 {
     m_pipe.fill();
-    m_queue.send("late");
+    m_queue.send({"late"});
     EXPECT_FALSE(m_queue.drain(1));
 }
 
@@ -137,7 +138,7 @@ TEST_F(OutputQueueTest, AnnouncesRoomWhenTheReaderHasRead)
     Gate room;
     m_queue.setRoomHandler([&room] { room.open(); });
     EXPECT_FALSE(m_queue.isFull());
-    m_queue.send(tooMuch);
+    m_queue.send({tooMuch});
     EXPECT_TRUE(m_queue.isFull());
     EXPECT_FALSE(room.isOpen());
     EXPECT_EQ(m_pipe.readLines(1), QList<QByteArray>{tooMuch});
@@ -151,7 +152,7 @@ TEST_F(OutputQueueTest, RoomIsAnnouncedOnlyAfterItWasFull)
     int announced = 0;
     m_queue.setRoomHandler([&announced] { ++announced; });
     for (int i = 0; i < 3; ++i) {
-        m_queue.send(QByteArray(200'000, 'x'));
+        m_queue.send({QByteArray(200'000, 'x')});
         EXPECT_EQ(m_pipe.readLines(1).size(), 1);
         EXPECT_TRUE(m_queue.drain());
     }
@@ -164,7 +165,7 @@ TEST_F(OutputQueueTest, SendingToAFullQueueLosesNothing)
     QList<QByteArray> lines;
     for (int i = 0; i < 10; ++i) {
         lines.append(tooMuch + static_cast<char>('0' + i));
-        m_queue.send(lines.last());
+        m_queue.send({lines.last()});
     }
     EXPECT_TRUE(m_queue.isFull()) << "nobody has read";
     EXPECT_EQ(m_pipe.readLines(lines.size()), lines);
@@ -172,13 +173,13 @@ TEST_F(OutputQueueTest, SendingToAFullQueueLosesNothing)
 
 TEST_F(OutputQueueTest, DrainingGivesUpAfterItsTime)
 {
-    m_queue.send(blocker);
+    m_queue.send({blocker});
     EXPECT_FALSE(m_queue.drain(1));
 }
 
 TEST_F(OutputQueueTest, CloseEndsDraining)
 {
-    m_queue.send(tooMuch);
+    m_queue.send({tooMuch});
     auto drained = std::async(std::launch::async, [this] { return m_queue.drain(); });
     m_queue.close();
     EXPECT_FALSE(drained.get());
@@ -188,24 +189,24 @@ TEST_F(OutputQueueTest, CloseEndsDraining)
 TEST_F(OutputQueueTest, ClosedQueueTakesNothingMore)
 {
     m_queue.close();
-    m_queue.send("lost");
+    m_queue.send({"lost"});
     EXPECT_EQ(bytesInThePipe(), 0);
 }
 
 TEST_F(OutputQueueTest, ReaderThatGoesIsToldOfOnce)
 {
     m_pipe.closeReadingEnd();
-    m_queue.send("lost");
+    m_queue.send({"lost"});
     EXPECT_EQ(m_failure.get_future().get(), EPIPE);
-    m_queue.send("lost too");
+    m_queue.send({"lost too"});
     EXPECT_FALSE(m_queue.drain());
 }
 
 TEST_F(OutputQueueTest, DestructionDoesNotWaitForTheReader)
 {
     auto stuck = std::make_unique<OutputQueue>(m_pipe.writingEnd(), nullptr);
-    stuck->send(blocker);
-    stuck->send(blocker);
+    stuck->send({blocker});
+    stuck->send({blocker});
     auto destroyed = std::async(std::launch::async, [&stuck] { stuck.reset(); });
     EXPECT_EQ(destroyed.wait_for(std::chrono::seconds(20)), std::future_status::ready);
     // Releases a destructor that waits.

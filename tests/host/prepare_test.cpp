@@ -50,10 +50,10 @@ TEST(Prepare, ItemsAreATableOfTheirTags)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(
         outcome.output, QByteArray("TITLE          ARTIST           ALBUM     DURATION\n"
-                                   "Bl\u00e5b\u00e6r & br\u00f8d  M\u00f8llehj\u00f8rnet     Sm\u00e5 ting  0:01\n"
-                                   "S\u00f8ndag         M\u00f8llehj\u00f8rnet     Sm\u00e5 ting  0:01\n"
-                                   "Door chime     Juniper Signal   Sketches  0:01\n"
-                                   "\u7d19\u306e\u8239         Low Orbit Choir  Sketches  0:01\n"));
+                                   "Bl\u00e5b\u00e6r & br\u00f8d  M\u00f8llehj\u00f8rnet     Sm\u00e5 ting  0:10\n"
+                                   "S\u00f8ndag         M\u00f8llehj\u00f8rnet     Sm\u00e5 ting  0:09\n"
+                                   "Door chime     Juniper Signal   Sketches  0:08\n"
+                                   "\u7d19\u306e\u8239         Low Orbit Choir  Sketches  0:11\n"));
     EXPECT_THAT(outcome.errors.toStdString(), IsEmpty());
 }
 

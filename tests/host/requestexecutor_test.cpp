@@ -7,11 +7,14 @@
 
 #include <model/cmrequestcontext.h>
 
+#include <QDir>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <future>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -69,13 +72,23 @@ protected:
         bob = executor->addClient();
     }
 
-    /// One thread for each lane.
+    /// One thread for each lane, which nothing replaces.
     [[nodiscard]] static Settings narrow()
     {
         Settings settings;
         settings.quickThreads = 1;
         settings.longPageThreads = 1;
         settings.walkThreads = 1;
+        settings.spareThreads = 0;
+        return settings;
+    }
+
+    /// One thread for each lane, which is soon replaced when its job hangs.
+    [[nodiscard]] static Settings impatient()
+    {
+        Settings settings = narrow();
+        settings.spareThreads = Settings().spareThreads;
+        settings.timeLimit = std::chrono::milliseconds(20);
         return settings;
     }
 
@@ -127,6 +140,26 @@ protected:
         for (int i = 0; i < 10; ++i)
             haveEnded = pass(client, lane)->waitForEnd() && haveEnded;
         return haveEnded;
+    }
+
+    /// A job that has timed out and still runs. One that a busy machine has kept waiting is not the one.
+    [[nodiscard]] SharedFate hang(const Client& client, Lane lane = Lane::Quick)
+    {
+        SharedFate fate;
+        EXPECT_TRUE(processEventsUntil([&] {
+            fate = block(client, lane);
+            return fate->waitForRefusal() && fate->begun.isOpen();
+        }));
+        return fate;
+    }
+
+    /// Waits until a job of the client runs through the lane.
+    [[nodiscard]] bool becomesFree(const Client& client, Lane lane = Lane::Quick)
+    {
+        return processEventsUntil([&] {
+            const SharedFate next = pass(client, lane);
+            return processEventsUntil([&] { return next->ended == 1 || !next->refused().empty(); }) && next->ended == 1;
+        });
     }
 
     [[nodiscard]] static int begunOf(const std::vector<SharedFate>& jobs)
@@ -226,6 +259,16 @@ TEST_F(Executor, FourJobsOfAClientRunAtMost)
     EXPECT_EQ(begunOf(jobs), 5);
 }
 
+TEST_F(Executor, OneClientLeavesAQuickThreadToTheOthers)
+{
+    start({});
+    std::vector<SharedFate> jobs;
+    for (int i = 0; i < 6; ++i)
+        jobs.push_back(block(alice));
+    ASSERT_TRUE(waitForBegun(jobs, 4));
+    EXPECT_TRUE(runs(bob));
+}
+
 TEST_F(Executor, FourCountInAllLanesTogether)
 {
     start({});
@@ -300,8 +343,9 @@ TEST_F(Executor, PauseComesBeforeTheTurnOfAJobThatWaits)
 
 TEST_F(Executor, WaitingTimeOfAPausedClientStandsStill)
 {
+    using Clock = std::chrono::steady_clock;
     Settings settings = narrow();
-    settings.timeLimit = std::chrono::seconds(1);
+    settings.timeLimit = std::chrono::milliseconds(200);
     start(settings);
     const SharedFate running = block(bob);
     ASSERT_TRUE(running->begun.wait());
@@ -310,10 +354,10 @@ TEST_F(Executor, WaitingTimeOfAPausedClientStandsStill)
     const SharedFate later = pass(bob);
     ASSERT_TRUE(later->waitForRefusal());
     EXPECT_THAT(paused->refused(), IsEmpty());
-    running->mayEnd.open();
+    const Clock::time_point resumed = Clock::now();
     executor->setPaused(alice, false);
-    EXPECT_TRUE(paused->waitForEnd());
-    EXPECT_THAT(paused->refused(), IsEmpty());
+    ASSERT_TRUE(paused->waitForRefusal());
+    EXPECT_GE(Clock::now() - resumed, settings.timeLimit);
 }
 
 TEST_F(Executor, RemovedClientsJobsAreDroppedOrCancelled)
@@ -357,11 +401,16 @@ TEST_F(Executor, StopRefusesWhatWaitsAndCancelsWhatRuns)
 TEST_F(Executor, RequestsThatTakeTooLongAreGivenUp)
 {
     Settings settings = narrow();
+    settings.runningPerClient = 1;
     settings.timeLimit = std::chrono::milliseconds(20);
     start(settings);
-    const SharedFate walk = block(alice, Lane::Walk);
+    const SharedFate walk = block(bob, Lane::Walk);
     ASSERT_TRUE(walk->begun.wait());
-    const SharedFate running = block(alice);
+    // A job that is taken begins in time, however late its thread is.
+    const SharedFate running = newFate();
+    const std::function<void()> task = executor->submitOrTake(alice, jobFor(running, Lane::Quick));
+    ASSERT_TRUE(task);
+    const auto ending = std::async(std::launch::async, task);
     const SharedFate waiting = pass(alice);
     ASSERT_TRUE(running->waitForRefusal());
     ASSERT_TRUE(waiting->waitForRefusal());
@@ -377,15 +426,62 @@ TEST_F(Executor, RequestsThatTakeTooLongAreGivenUp)
     EXPECT_FALSE(walk->context->isCancelled());
     running->mayEnd.open();
     EXPECT_TRUE(running->waitForEnd());
-    EXPECT_TRUE(processEventsUntil([this] {
-        const SharedFate next = pass(alice);
-        return processEventsUntil([&] { return next->ended == 1 || !next->refused().empty(); }) && next->ended == 1;
-    })) << "the thread is free again";
+    EXPECT_TRUE(becomesFree(alice)) << "the client may run another one";
+}
+
+TEST_F(Executor, ThreadsWhoseJobsHangAreReplaced)
+{
+    start(impatient());
+    for (const Lane lane : {Lane::Quick, Lane::LongPage}) {
+        const SharedFate hanging = hang(alice, lane);
+        EXPECT_TRUE(becomesFree(bob, lane));
+        EXPECT_EQ(hanging->ended, 0);
+    }
+}
+
+TEST_F(Executor, ThreadWhoseWalkOutlivesItsClientIsReplaced)
+{
+    start(impatient());
+    const SharedFate walk = block(alice, Lane::Walk);
+    ASSERT_TRUE(walk->begun.wait());
+    executor->removeClient(alice);
+    EXPECT_TRUE(pass(bob, Lane::Walk)->waitForEnd());
+    EXPECT_EQ(walk->ended, 0);
+}
+
+TEST_F(Executor, ThreadsAreReplacedUpToALimit)
+{
+    Settings settings = impatient();
+    settings.spareThreads = 1;
+    start(settings);
+    const SharedFate first = hang(alice);
+    ASSERT_TRUE(becomesFree(bob));
+    const SharedFate second = hang(bob);
+    const SharedFate waiting = pass(alice);
+    EXPECT_TRUE(waiting->waitForRefusal());
+    EXPECT_FALSE(waiting->begun.isOpen());
+    for (const SharedFate& hanging : {first, second})
+        hanging->mayEnd.open();
+    EXPECT_TRUE(becomesFree(bob));
+}
+
+TEST_F(Executor, SpareThreadEndsWhenNothingHangs)
+{
+    const auto threads = [] { return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs).size(); };
+    start(impatient());
+    const int before = threads();
+    const SharedFate hanging = hang(alice);
+    ASSERT_TRUE(becomesFree(bob));
+    EXPECT_EQ(threads(), before + 1);
+    hanging->mayEnd.open();
+    EXPECT_TRUE(processEventsUntil([&] { return threads() == before; }));
+    EXPECT_TRUE(becomesFree(bob));
 }
 
 TEST_F(Executor, JobThatKeepsItsSlotTooLongIsGivenUp)
 {
     Settings settings;
+    settings.runningPerClient = 1;
     settings.timeLimit = std::chrono::milliseconds(20);
     start(settings);
     RequestExecutor::Slot kept;
@@ -398,6 +494,8 @@ TEST_F(Executor, JobThatKeepsItsSlotTooLongIsGivenUp)
     ASSERT_TRUE(keeper->waitForRefusal());
     EXPECT_THAT(keeper->refused(), ElementsAre(Refusal::TimedOut));
     EXPECT_TRUE(keeper->context->isCancelled());
+    // The thread that refuses holds the job until it refuses the next one.
+    ASSERT_TRUE(pass(alice)->waitForRefusal());
     EXPECT_EQ(keeper.use_count(), 3) << "the job exists as long as its slot";
     kept.reset();
     EXPECT_EQ(keeper.use_count(), 2);
@@ -505,6 +603,62 @@ TEST_F(Taking, PausedOrStoppedNothingIsTaken)
     const SharedFate late = newFate();
     EXPECT_FALSE(take(late));
     EXPECT_THAT(late->refused(), ElementsAre(Refusal::Stopping));
+}
+
+/// Jobs that others answer.
+class Holding : public Executor
+{
+protected:
+    [[nodiscard]] RequestExecutor::Slot hold(const SharedFate& fate)
+    {
+        return executor->hold(alice, jobFor(fate, Lane::Quick));
+    }
+};
+
+TEST_F(Holding, HeldJobsCountAsRunningAndAreNotCalled)
+{
+    Settings settings;
+    settings.runningPerClient = 1;
+    start(settings);
+    const SharedFate held = newFate();
+    RequestExecutor::Slot slot = hold(held);
+    ASSERT_TRUE(slot);
+    const SharedFate next = pass(alice);
+    EXPECT_TRUE(runs(bob));
+    EXPECT_FALSE(next->begun.isOpen());
+    slot.reset();
+    EXPECT_TRUE(next->waitForEnd());
+    EXPECT_FALSE(held->begun.isOpen());
+    EXPECT_TRUE(executor->stop(longTime));
+}
+
+TEST_F(Holding, JobThatMayNotBeginAtOnceIsLeftAlone)
+{
+    Settings settings;
+    settings.runningPerClient = 1;
+    start(settings);
+    const SharedFate refused = newFate();
+    RequestExecutor::Slot slot = hold(newFate());
+    EXPECT_FALSE(hold(refused)) << "the client's other job runs";
+    slot.reset();
+    executor->setPaused(alice, true);
+    EXPECT_FALSE(hold(refused));
+    executor->setPaused(alice, false);
+    EXPECT_TRUE(executor->stop(longTime));
+    EXPECT_FALSE(hold(refused));
+    EXPECT_THAT(refused->refused(), IsEmpty());
+}
+
+TEST_F(Holding, JobThatIsHeldTooLongIsGivenUp)
+{
+    Settings settings;
+    settings.timeLimit = std::chrono::milliseconds(20);
+    start(settings);
+    const SharedFate held = newFate();
+    const RequestExecutor::Slot slot = hold(held);
+    EXPECT_TRUE(held->waitForRefusal());
+    EXPECT_THAT(held->refused(), ElementsAre(Refusal::TimedOut));
+    EXPECT_TRUE(held->context->isCancelled());
 }
 
 } // namespace

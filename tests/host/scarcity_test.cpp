@@ -1,9 +1,9 @@
 // The system runs out of descriptors or memory: the program reports it, serves what it can, and recovers.
 
-#include "support/eventually.h"
 #include "support/servedtree.h"
 #include "support/sessionclient.h"
 
+#include "eventloop.h"
 #include "printers.h"
 
 #include <QFile>
@@ -130,7 +130,7 @@ TEST_F(ScarceMemory, MemoryOfALongListingIsReturned)
     const int taken = client.program().memory("VmHWM") - before;
     EXPECT_GT(before, 0);
     EXPECT_GT(taken, 8 * 1024);
-    EXPECT_TRUE(eventually([&] { return client.program().memory("VmRSS") - before < taken / 3; }));
+    EXPECT_TRUE(processEventsUntil([&] { return client.program().memory("VmRSS") - before < taken / 3; }));
 }
 
 } // namespace

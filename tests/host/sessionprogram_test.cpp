@@ -466,7 +466,7 @@ TEST_F(SessionProgram, FullDiskIsAFailure)
     EXPECT_EQ(outcome.errors, "tavo: cannot write: No space left on device\n");
 }
 
-/// A session whose log nobody reads: what is logged lasts until somebody does.
+/// A session whose log nobody reads: a request that logs hangs until somebody does.
 class UnreadLog : public testing::Test
 {
 protected:
@@ -476,6 +476,11 @@ protected:
             tree.addFile(QStringLiteral("%1.mp3").arg(i));
         client.program().setStandardErrorFile(log.writingFileName());
         client.start({QStringLiteral("--root"), tree.root(), QStringLiteral("--log-level"), QString::fromUtf8(level)});
+    }
+
+    /// A program that still starts would never get to its requests.
+    void fillLogOnceItServes()
+    {
         EXPECT_EQ(errorCode(client.call(QStringLiteral("describe"))), 0);
         log.fill();
     }
@@ -509,6 +514,7 @@ protected:
     UnfinishedWalks()
     {
         start("INFO");
+        fillLogOnceItServes();
         const QJsonArray everything{QStringLiteral("/file/filesystem/countFiles"), QString("")};
         while (walks.size() < 10)
             walks.append(client.request(QStringLiteral("set"), everything));
@@ -553,7 +559,11 @@ TEST_F(UnfinishedWalks, AreCancelledOrLeftBehindAtASignal)
 class UnfinishedPages : public UnreadLog
 {
 protected:
-    UnfinishedPages() { start("TRACE"); }
+    UnfinishedPages()
+    {
+        start("TRACE");
+        fillLogOnceItServes();
+    }
 
     void request(int count)
     {
@@ -583,8 +593,9 @@ TEST_F(UnreadLog, KeepsNoSessionWhoseClientIsGone)
 {
     Pipe output;
     client.program().setStandardOutputFile(output.writingFileName());
-    client.program().setStandardErrorFile(log.writingFileName());
-    client.start({QStringLiteral("--root"), tree.root(), QStringLiteral("--log-level"), QStringLiteral("INFO")});
+    start("INFO");
+    client.request(QStringLiteral("describe"), QJsonValue::Undefined);
+    EXPECT_FALSE(output.read().isEmpty()) << "it serves";
     log.fill();
     output.closeWritingEnd();
     output.closeReadingEnd();
@@ -694,6 +705,7 @@ TEST_F(StalledSession, AnswersEverythingOnceItIsRead)
 TEST_F(StalledSession, EndsAtASignal)
 {
     stall(5);
+    EXPECT_FALSE(output.read().isEmpty()) << "it serves, so it no longer starts";
     program.signal(SIGTERM);
     EXPECT_EQ(program.waitForEnd().status, 0);
 }
@@ -725,6 +737,17 @@ TEST_F(SessionProgram, DirectoryBelowOneThatCannotBeReadIsNotOpened)
     EXPECT_EQ(error.value(QLatin1String("message")).toString(), QStringLiteral("No permission to read directory 'a'"));
     QFile::setPermissions(tree.absolute(QStringLiteral("a")), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     EXPECT_EQ(errorCode(other.call(QStringLiteral("open"), path("/file/a/b"))), 0);
+}
+
+TEST_F(SessionProgram, ThrowingEventHandlerOfAWorkerLeavesTheOthersAlone)
+{
+    const QString module = QStringLiteral(MODULE_SCRIPTED_WORKER);
+    client = std::make_unique<SessionClient>();
+    client->start({QStringLiteral("--root"), tree.root(), QStringLiteral("--module"), module});
+    EXPECT_EQ(errorOf("rows", path("/file/throw%20later")), 0);
+    // Answered in the worker thread, behind the handler.
+    EXPECT_EQ(errorOf("open", path("/file/a")), 0);
+    expectAlive();
 }
 
 } // namespace

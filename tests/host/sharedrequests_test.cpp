@@ -98,6 +98,23 @@ TEST_F(SharedRequestsTest, ManyClientsCostFewComputations)
     EXPECT_EQ(computations, 2);
 }
 
+TEST_F(SharedRequestsTest, OnlyARequestThatIsBeingComputedCanBeJoined)
+{
+    const auto receive = [this](const Result<QByteArray>& answer) {
+        const std::lock_guard lock(mutex);
+        answers.push_back("joined " + answer.value());
+    };
+    EXPECT_FALSE(requests.isComputing("key"));
+    EXPECT_FALSE(requests.join("key", receive));
+    begin("key");
+    EXPECT_TRUE(requests.isComputing("key"));
+    EXPECT_FALSE(requests.isComputing("other"));
+    EXPECT_TRUE(requests.join("key", receive));
+    finish();
+    EXPECT_THAT(answers, ElementsAre("1", "joined 2"));
+    EXPECT_FALSE(requests.join("key", receive));
+}
+
 TEST_F(SharedRequestsTest, DifferentKeysDoNotWaitForEachOther)
 {
     begin("one");

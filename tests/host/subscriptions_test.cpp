@@ -4,6 +4,7 @@
 #include "content/contenthost.h"
 #include "exec/workerthread.h"
 
+#include "support/fifo.h"
 #include "support/servedcontent.h"
 #include "support/temporarytree.h"
 
@@ -57,6 +58,15 @@ protected:
         host.reset();
         host = startHost(settingsFor(tree.absolute(root)));
         client = std::make_unique<Subscriber>(*host);
+    }
+
+    void startScripted()
+    {
+        client.reset();
+        host.reset();
+        HostSettings settings = settingsFor(tree.root());
+        settings.moduleFile = QStringLiteral(MODULE_SCRIPTED_WORKER);
+        host = startHost(settings);
     }
 
     [[nodiscard]] static CMPath path(const char* base) { return {QStringLiteral("file"), QString::fromUtf8(base)}; }
@@ -211,6 +221,53 @@ TEST_F(SubscriptionsTest, PathsOfOtherWorkersAreInvalid)
 {
     for (const char* encoded : {"/other/a", "/settings/musicLibrary/albumArtWidth", "a"})
         EXPECT_EQ(openFailure(CMPath::fromEncoded(QString::fromUtf8(encoded))), invalidPath) << encoded;
+}
+
+TEST_F(SubscriptionsTest, WorkerThatThrowsFailsTheOpeningOnly)
+{
+    tree.addDirectory(QStringLiteral("throw"));
+    startScripted();
+    client = std::make_unique<Subscriber>(*host, Reach::Local, 1);
+    for (int round = 0; round < 2; ++round) {
+        const Result<void> opened = client->open(path("throw"));
+        ASSERT_FALSE(opened);
+        EXPECT_EQ(opened.failure().message, QStringLiteral("The request failed: no memory for it"));
+        EXPECT_THAT(tracked(), IsEmpty());
+    }
+    EXPECT_FALSE(close("throw"));
+    EXPECT_TRUE(open("a")) << "the failed ones do not count";
+    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a")));
+}
+
+TEST_F(SubscriptionsTest, OpeningThatStillWaitsEndsWithTheClient)
+{
+    startScripted();
+    int completions = 0;
+    std::unique_ptr<OpenPaths> paths;
+    const auto openPath = [&](const char* base) {
+        paths->open(path(base), [&completions](const Result<void>&) { ++completions; });
+    };
+    Fifo fifo(tree.absolute(QStringLiteral("fifo")));
+    std::future<Result<Content::Page>> request;
+    host->workerThread().run([&] {
+        paths = std::make_unique<OpenPaths>(*host, Reach::Local, 9, [](const CMPath&, const QStringList&, int) {});
+        openPath("a");
+        openPath("a/b");
+    });
+    EXPECT_EQ(completions, 2);
+    request = std::async(std::launch::async, [this] { return Content(*host).rows({path("fifo")}); });
+    fifo.waitForReader();
+    host->workerThread().run([&] {
+        // The request holds up the removal.
+        host->subscribeOf(QStringLiteral("file"))->rowsChanged(path("a/b"), {CMSubscribe::RowsChangeClose()}, 0, -1);
+        openPath("a/b");
+        EXPECT_EQ(completions, 2);
+        fifo.release();
+        request.wait();
+        paths.reset();
+    });
+    EXPECT_EQ(completions, 2);
+    EXPECT_THAT(tracked(), IsEmpty());
 }
 
 TEST_F(SubscriptionsTest, RootHasTwoSpellings)

@@ -38,15 +38,6 @@ protected:
         ASSERT_THAT(tavo.readErrorLine().toStdString(), HasSubstr("watching"));
     }
 
-    /// Waits for a line on standard error that holds the text.
-    [[nodiscard]] bool reports(const QByteArray& text)
-    {
-        QByteArray line = tavo.readErrorLine();
-        while (!line.isNull() && !line.contains(text))
-            line = tavo.readErrorLine();
-        return !line.isNull();
-    }
-
     [[nodiscard]] QJsonObject nextChange() { return QJsonDocument::fromJson(tavo.readLine()).object(); }
 
     TemporaryTree tree;
@@ -137,9 +128,9 @@ TEST_F(Watch, InterruptionDoesNotWaitForAReaderThatDoesNotRead)
     pipe.fill();
     tavo.setStandardOutputFile(pipe.writingFileName());
     tavo.start(arguments({QStringLiteral("a"), QStringLiteral("--log-level"), QStringLiteral("INFO")}));
-    ASSERT_TRUE(reports("watching"));
+    ASSERT_TRUE(tavo.reports("watching"));
     tree.addFile(QStringLiteral("a/x.mp3"));
-    ASSERT_TRUE(reports("Changed"));
+    ASSERT_TRUE(tavo.reports("Changed"));
     tavo.signal(SIGINT);
     EXPECT_EQ(tavo.waitForEnd().status, 0);
 }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <future>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -36,6 +37,14 @@ TEST(WorkerThread, RunsFunctionsDirectlyInItself)
     });
     thread.run([] {});
     EXPECT_THAT(order, testing::ElementsAre(1, 2, 3));
+}
+
+TEST(WorkerThread, CallerGetsWhatTheFunctionThrows)
+{
+    WorkerThread thread;
+    EXPECT_THROW(thread.run([] { throw std::runtime_error("no memory"); }), std::runtime_error);
+    EXPECT_THROW(thread.run([] { throw 1; }), int);
+    EXPECT_TRUE(thread.answersWithin(std::chrono::minutes(1)));
 }
 
 TEST(WorkerThread, KeepsTheOrderOfWhatIsPosted)

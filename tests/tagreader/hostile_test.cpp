@@ -36,7 +36,7 @@ constexpr long instrumented = 6;
 constexpr long instrumented = 1;
 #endif
 
-/// Far beyond what any of the files takes, also with a sanitizer: what is endless takes longer.
+/// Far more than any of the files takes, also with a sanitizer; an endless loop takes longer.
 constexpr double mostSeconds = 30;
 
 QString mediaPath(const char* file)
@@ -503,7 +503,7 @@ TEST_F(HostileTest, FilesWithBytesChangedAtRandom)
     std::mt19937 random(20);
     for (const QFileInfo& info : allMedia()) {
         const QByteArray content = contentOf(info.filePath());
-        // What tags and headers are made of lies at the ends.
+        // Tags and headers stand at the ends of a file.
         std::uniform_int_distribution<int> place(0, std::min(content.size(), 4096) - 1);
         for (int round = 0; round < 40; ++round) {
             QByteArray changed = content;

@@ -3,11 +3,15 @@
 #include "cli/commands/command.h"
 #include "cli/options.h"
 #include "content/contenthost.h"
+#include "exec/workerthread.h"
 #include "process/exitstatus.h"
 #include "process/logging.h"
 #include "process/output.h"
+#include "process/shutdown.h"
 
 #include <QCoreApplication>
+
+#include <cstdlib>
 
 namespace {
 
@@ -27,7 +31,7 @@ QString commandList()
     QString text = QStringLiteral("\nCommands:\n");
     for (const Command& command : allCommands())
         text += QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
-    return text + QStringLiteral("\n'tavo COMMAND --help' tells more.\n");
+    return text + QStringLiteral("\n'tavo COMMAND --help' describes a command.\n");
 }
 
 void setUpProgramParser(QCommandLineParser& parser)
@@ -72,32 +76,36 @@ int print(int output, const QString& text)
 int refuseUse(const QString& message, const QString& command = {})
 {
     const QString subject = command.isEmpty() ? QStringLiteral("tavo") : QStringLiteral("tavo %1").arg(command);
-    report(QStringLiteral("%1 ('%2 --help' tells more)").arg(message, subject));
+    report(QStringLiteral("%1 (see '%2 --help')").arg(message, subject));
     return WrongUse;
 }
 
 bool fitsArguments(const Command& command, int count)
 {
-    return count >= command.fewestArguments &&
-           (command.mostArguments == Command::anyNumber || count <= command.mostArguments);
-}
-
-Result<int>
-runCommand(const Command& command, const QCommandLineParser& parser, const GlobalOptions& options, int output)
-{
-    const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(options.host);
-    if (!host)
-        return host.failure();
-    if (host.value()->mounts().empty() && !command.worksWithoutRoots)
-        return Failure{Failure::Kind::Refused, host.value()->problems().join(QStringLiteral(", "))};
-    host.value()->warnOfProblems();
-    return command.run({*host.value(), output}, parser);
+    const auto [fewest, most] = command.argumentCount;
+    return count >= fewest && (most == Command::anyNumber || count <= most);
 }
 
 int fail(const Failure& failure)
 {
     report(failure.message);
     return exitStatus(failure);
+}
+
+int runCommand(const Command& command, const QCommandLineParser& parser, const GlobalOptions& options, int output)
+{
+    const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(options.host);
+    if (!host)
+        return fail(host.failure());
+    if (host.value()->mounts().empty() && !command.worksWithoutRoots)
+        return fail({Failure::Kind::Refused, host.value()->problems().join(QStringLiteral(", "))});
+    host.value()->warnOfProblems();
+    const Result<int> result = command.run({*host.value(), output}, parser);
+    const int status = result ? result.value() : fail(result.failure());
+    // A worker thread that hangs in the kernel is left behind, and all that it uses with it.
+    if (!host.value()->workerThread().answersWithin(Shutdown::workerPatience))
+        std::_Exit(status);
+    return status;
 }
 
 int runCommandLine(const Command& command, const QCommandLineParser& program, int output)
@@ -119,8 +127,7 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
     if (const Result<void> configured = logging.configure(options.value().logLevel, options.value().logConfig);
         !configured)
         return fail(configured.failure());
-    const Result<int> status = runCommand(command, parser, options.value(), output);
-    return status ? status.value() : fail(status.failure());
+    return runCommand(command, parser, options.value(), output);
 }
 
 } // namespace

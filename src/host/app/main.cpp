@@ -1,10 +1,10 @@
 #include "app/application.h"
 #include "process/descriptors.h"
 #include "process/exitstatus.h"
+#include "process/hostapplication.h"
 #include "process/output.h"
 #include "process/standardstreams.h"
 
-#include <QCoreApplication>
 #include <QTextCodec>
 
 #include <csignal>
@@ -19,7 +19,7 @@ int main(int argc, char** argv)
     const int output = claimStandardOutput();
     // Whoever writes to a closed pipe learns of it from write().
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-    const QCoreApplication application(argc, argv);
+    const HostApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVO_VERSION));
     // File names are UTF-8 for the worker, whatever the locale says.

@@ -21,6 +21,16 @@ QString climbOf(const QString& path)
     return segments.mid(0, segments.lastIndexOf(QStringLiteral("..")) + 1).join(slash);
 }
 
+/// The path without "..", which are resolved physically; empty if one of them follows a name that does not exist.
+QString withoutClimbs(const QString& path)
+{
+    const QString climb = climbOf(path);
+    if (climb.isEmpty())
+        return QDir::cleanPath(path);
+    const QString target = QFileInfo(climb).canonicalFilePath();
+    return target.isEmpty() ? QString() : QDir::cleanPath(target + path.mid(climb.size()));
+}
+
 QString joined(const QString& directory, const QString& base)
 {
     return base.startsWith(slash) ? base : directory + slash + base;
@@ -42,18 +52,20 @@ bool isConfined(const QString& rootDirectory, const QString& base)
     const QString path = joined(rootDirectory, base);
     if (!isAtOrBelow(rootDirectory, QDir::cleanPath(path)))
         return false;
-    const QString climb = climbOf(path);
-    const QString target = climb.isEmpty() ? QString() : QFileInfo(climb).canonicalFilePath();
-    // A path that does not exist has no target.
-    return target.isEmpty() || isAtOrBelow(rootDirectory, QDir::cleanPath(target + path.mid(climb.size())));
+    const QString target = withoutClimbs(path);
+    return target.isEmpty() || isAtOrBelow(rootDirectory, target);
 }
 
 bool isPublic(const QString& rootDirectory, const QString& base)
 {
     const QString path = joined(rootDirectory, base);
     // An absolute base would tell where the root is.
-    if (base.startsWith(slash) || !isConfined(rootDirectory, base) ||
-        hasHiddenName(QDir::cleanPath(path).mid(rootDirectory.size())))
+    if (base.startsWith(slash) || !isConfined(rootDirectory, base))
+        return false;
+    const auto isHidden = [&rootDirectory](const QString& inside) {
+        return hasHiddenName(inside.mid(rootDirectory.size()));
+    };
+    if (isHidden(QDir::cleanPath(path)) || isHidden(withoutClimbs(path)))
         return false;
     const QString target = QFileInfo(path).canonicalFilePath();
     return target.isEmpty() || isAtOrBelow(rootDirectory, target);

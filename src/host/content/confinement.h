@@ -6,6 +6,6 @@ class QString;
 /// resolved physically.
 [[nodiscard]] bool isConfined(const QString& rootDirectory, const QString& base);
 
-/// True if a network client may see the entry: its base is relative and confined, no name on the way is hidden, and no
-/// symlink leads out of the root directory.
+/// True if a network client may see the entry: its base is relative and confined, no name on the way is hidden, whether
+/// ".." is resolved by name or physically, and no symlink leads out of the root directory.
 [[nodiscard]] bool isPublic(const QString& rootDirectory, const QString& base);

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <exception>
 #include <iterator>
 #include <utility>
 
@@ -95,7 +94,7 @@ QVariantList publicItems(const Mount& mount, const QVariantList& items)
 {
     QVariantList shown;
     std::copy_if(items.cbegin(), items.cend(), std::back_inserter(shown), [&mount](const QVariant& item) {
-        const CMPath path = CMPath::fromEncoded(item.toHash().value(TavoRoles::Path()).toString());
+        const CMPath path = CMPath::fromEncoded(item.value<QVariantHash>().value(TavoRoles::Path()).toString());
         return isPublic(mount.rootDirectory, path.base());
     });
     return shown;
@@ -291,10 +290,8 @@ Result<void> Content::ask(const CMRequest& request) const
 {
     try {
         CMRoot()->request(request);
-    } catch (const std::exception& exception) {
-        return Failures::internal(QString::fromLocal8Bit(exception.what()));
     } catch (...) {
-        return Failures::internal(QStringLiteral("unknown exception"));
+        return Failures::fromException();
     }
     const CMVoidReply reply = request.voidReply();
     if (reply.isError())

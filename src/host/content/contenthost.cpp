@@ -15,6 +15,9 @@
 
 namespace {
 
+/// A disk may have to spin up first.
+constexpr std::chrono::seconds startPatience{5};
+
 bool isValidId(const QString& id)
 {
     static const QRegularExpression pattern(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
@@ -88,7 +91,7 @@ Result<void> ContentHost::startRoots(const HostSettings& settings)
         const int position = static_cast<int>(m_roots.size());
         m_roots.push_back(
             std::make_unique<ServedRoot>(root, settings, *m_module, position, [this] { publishMounts(); }));
-        if (Result<void> checked = m_roots.back()->check(); !checked)
+        if (Result<void> checked = m_roots.back()->check(startPatience); !checked)
             return checked;
     }
     return {};
@@ -151,6 +154,12 @@ ServedRoot* ContentHost::rootAt(const QString& prefix) const
 {
     const int index = m_rootIds.indexOf(prefix);
     return index < 0 || index >= static_cast<int>(m_roots.size()) ? nullptr : m_roots[static_cast<size_t>(index)].get();
+}
+
+bool ContentHost::answers(const QString& prefix) const
+{
+    ServedRoot* const root = rootAt(prefix);
+    return !root || root->answers();
 }
 
 CMSubscribe* ContentHost::subscribeOf(const QString& prefix) const

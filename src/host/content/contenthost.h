@@ -78,6 +78,10 @@ public:
     /// worker. In the worker thread only.
     [[nodiscard]] CMSubscribe* subscribeOf(const QString& prefix) const;
 
+    /// False if the file system of the root with the prefix does not answer; waits for a second at most. In the worker
+    /// thread only.
+    [[nodiscard]] bool answers(const QString& prefix) const;
+
 private:
     explicit ContentHost(WorkerModule module);
 

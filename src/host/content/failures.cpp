@@ -3,9 +3,22 @@
 #include <model/cmabstractworker.h>
 #include <tavo/tavokeys.h>
 
+#include <exception>
+
 namespace {
 
 constexpr char context[] = "Host";
+
+QString reasonOfException()
+{
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        return QString::fromLocal8Bit(exception.what());
+    } catch (...) {
+        return QStringLiteral("unknown exception");
+    }
+}
 
 } // namespace
 
@@ -78,8 +91,9 @@ Failure Failures::busy()
     return {Failure::Kind::Busy, QStringLiteral("the host has too much under way")};
 }
 
-Failure Failures::internal(const QString& reason)
+Failure Failures::fromException()
 {
+    const QString reason = reasonOfException();
     return refused({CMError::DefaultName(), TrString({context, "The request failed: %1"}, reason)});
 }
 

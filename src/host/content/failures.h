@@ -25,8 +25,19 @@ namespace Failures {
 [[nodiscard]] Failure stopping();
 [[nodiscard]] Failure tooLarge();
 [[nodiscard]] Failure busy();
-/// `reason`: an exception's text.
-[[nodiscard]] Failure internal(const QString& reason);
+/// That of the exception that is being handled.
+[[nodiscard]] Failure fromException();
+
+/// Calls the function, which gives a result; what it throws is its failure.
+template<typename Function>
+[[nodiscard]] auto guarded(const Function& function) -> decltype(function())
+{
+    try {
+        return function();
+    } catch (...) {
+        return fromException();
+    }
+}
 
 /// The failure of a request for the path as the client may see it: in a network a refusal has no path of the local file
 /// system.

@@ -22,16 +22,22 @@ QString encodedPath(const Mount& mount, const QString& uri)
 
 QVariant withoutPicture(const QVariant& metaData, const QString& path)
 {
-    QVariantHash fields = metaData.toHash();
+    QVariantHash fields = metaData.value<QVariantHash>();
     const auto albumArt = fields.find(albumArtKey);
     if (albumArt == fields.end())
         return fields;
-    QVariantHash art = albumArt->toHash();
+    QVariantHash art = albumArt->value<QVariantHash>();
     art.remove(dataKey);
     if (!path.isEmpty())
         art.insert(uriKey, QString(QStringLiteral("cover") + path));
     *albumArt = art;
     return fields;
+}
+
+/// Of a hash or a map.
+bool hasFields(const QVariant& value)
+{
+    return value.userType() == QMetaType::QVariantHash || value.userType() == QMetaType::QVariantMap;
 }
 
 QVariantHash networkResource(const Mount& mount, QVariantHash resource)
@@ -47,10 +53,10 @@ QVariantHash networkResource(const Mount& mount, QVariantHash resource)
 QVariant networkMedia(const Mount& mount, QVariantHash media)
 {
     const QVariantList resources = media.value(resourcesKey).toList();
-    const QString path = encodedPath(mount, resources.value(0).toHash().value(uriKey).toString());
+    const QString path = encodedPath(mount, resources.value(0).value<QVariantHash>().value(uriKey).toString());
     QVariantList shown;
     for (const QVariant& resource : resources)
-        shown.append(networkResource(mount, resource.toHash()));
+        shown.append(networkResource(mount, resource.value<QVariantHash>()));
     media.insert(resourcesKey, shown);
     if (media.contains(metaDataKey))
         media.insert(metaDataKey, withoutPicture(media.value(metaDataKey), path));
@@ -74,8 +80,8 @@ QVariant withNetworkNames(const Mount& mount, const QVariant& value)
             element = withNetworkNames(mount, element);
         return elements;
     }
-    if (value.userType() != QMetaType::QVariantHash)
+    if (!hasFields(value))
         return value;
-    const QVariantHash fields = value.toHash();
+    const QVariantHash fields = value.value<QVariantHash>();
     return fields.contains(resourcesKey) ? networkMedia(mount, fields) : networkFields(mount, fields);
 }

@@ -48,6 +48,8 @@ OpenPaths::OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler ha
 
 OpenPaths::~OpenPaths()
 {
+    // Closing may settle the path that an opening waits for.
+    m_isEnding = true;
     QList<CMPath> held = m_users.keys();
     std::sort(held.begin(), held.end(), [](const CMPath& a, const CMPath& b) { return b < a; });
     for (const CMPath& path : qAsConst(held))
@@ -61,7 +63,9 @@ void OpenPaths::open(const CMPath& path, Completion completion)
 
 void OpenPaths::close(const CMPath& path, Completion completion)
 {
-    enqueue([this, path, completion = std::move(completion)] { finish(path, completion, closeNow(path)); });
+    enqueue([this, path, completion = std::move(completion)] {
+        finish(path, completion, Failures::guarded([&] { return closeNow(path); }));
+    });
 }
 
 void OpenPaths::enqueue(Operation operation)
@@ -89,17 +93,26 @@ void OpenPaths::finish(const CMPath& path, const Completion& completion, const R
 
 void OpenPaths::openNow(const CMPath& path, const Completion& completion)
 {
-    // A missing root may be back.
-    static_cast<void>(m_host.findMount(path.prefix()));
-    CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix());
+    const Result<CMSubscribe*> subscribe = Failures::guarded([&] { return findSubscribe(path); });
     if (!subscribe)
-        return finish(path, completion, Failures::invalidPath(path));
-    subscribe->whenSettled(path, [self = QPointer<OpenPaths>(this), path, completion] {
-        if (!self)
+        return finish(path, completion, subscribe.failure());
+    subscribe.value()->whenSettled(path, [self = QPointer<OpenPaths>(this), path, completion] {
+        if (!self || self->m_isEnding)
             return;
-        self->finish(path, completion, self->openSettled(path));
+        self->finish(path, completion, Failures::guarded([&] { return self->openSettled(path); }));
         self->runNext();
     });
+}
+
+Result<CMSubscribe*> OpenPaths::findSubscribe(const CMPath& path) const
+{
+    if (!m_host.answers(path.prefix()))
+        return Failures::unanswered(path);
+    // A missing root may be back.
+    static_cast<void>(m_host.findMount(path.prefix()));
+    if (CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix()))
+        return subscribe;
+    return Failures::invalidPath(path);
 }
 
 Result<void> OpenPaths::openSettled(const CMPath& path)
@@ -108,17 +121,25 @@ Result<void> OpenPaths::openSettled(const CMPath& path)
         return openable;
     const QVector<CMPath> paths = lineage(path);
     const bool wasOpen = m_opened.contains(path);
-    if (!wasOpen) {
-        m_opened.insert(path);
-        for (const CMPath& user : paths)
-            ++m_users[user];
-    }
-    if (hold(paths))
+    if (!wasOpen)
+        count(path, paths);
+    const Result<void> held = Failures::guarded([&] { return hold(path, paths); });
+    if (held)
         return {};
     release(path);
     if (wasOpen)
         m_handler(path, {CMSubscribe::RowsChangeClose()}, 0);
-    return Failures::invalidPath(path);
+    return held;
+}
+
+/// Whatever needs memory comes first, so that either all are counted or none.
+void OpenPaths::count(const CMPath& path, const QVector<CMPath>& users)
+{
+    for (const CMPath& user : users)
+        m_users[user] += 0;
+    m_opened.insert(path);
+    for (const CMPath& user : users)
+        ++m_users[user];
 }
 
 Result<void> OpenPaths::closeNow(const CMPath& path)
@@ -175,14 +196,16 @@ QVector<CMPath> OpenPaths::lineage(const CMPath& path) const
     return paths;
 }
 
-bool OpenPaths::hold(const QVector<CMPath>& paths)
+Result<void> OpenPaths::hold(const CMPath& opened, const QVector<CMPath>& paths)
 {
     for (const CMPath& path : paths) {
         if (!isHeld(path) && !CMRoot()->connectChange(path, this))
-            return false;
+            return Failures::invalidPath(opened);
     }
     // The worker may have closed one while it took another.
-    return std::all_of(paths.cbegin(), paths.cend(), [this](const CMPath& path) { return isHeld(path); });
+    if (std::all_of(paths.cbegin(), paths.cend(), [this](const CMPath& path) { return isHeld(path); }))
+        return {};
+    return Failures::invalidPath(opened);
 }
 
 bool OpenPaths::isHeld(const CMPath& path) const

@@ -27,7 +27,7 @@ public:
     using Completion = std::function<void(const Result<void>& result)>;
 
     OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler handler);
-    /// Closes everything, children first.
+    /// Closes everything, children first. What has not been opened yet never is.
     ~OpenPaths() override;
 
     /// Opens and closes run in the order of the calls. A path that is open already stays open once. The completion is
@@ -45,15 +45,17 @@ private:
     void finish(const CMPath& path, const Completion& completion, const Result<void>& result);
 
     void openNow(const CMPath& path, const Completion& completion);
+    [[nodiscard]] Result<CMSubscribe*> findSubscribe(const CMPath& path) const;
     /// Opens a path when no removal of it is pending.
     [[nodiscard]] Result<void> openSettled(const CMPath& path);
+    void count(const CMPath& path, const QVector<CMPath>& users);
     [[nodiscard]] Result<void> closeNow(const CMPath& path);
 
     [[nodiscard]] Result<void> checkOpenable(const CMPath& path) const;
     /// The paths that are held for this one: ancestors, from the root down, and itself.
     [[nodiscard]] QVector<CMPath> lineage(const CMPath& path) const;
-    /// Makes this a client of the paths, in their order. False if one of them does not stay open.
-    [[nodiscard]] bool hold(const QVector<CMPath>& paths);
+    /// Makes this a client of the paths, in their order. Fails if one of them does not stay open.
+    [[nodiscard]] Result<void> hold(const CMPath& opened, const QVector<CMPath>& paths);
     [[nodiscard]] bool isHeld(const CMPath& path) const;
     void release(const CMPath& path);
 
@@ -63,6 +65,7 @@ private:
     const ChangeHandler m_handler;
     std::deque<Operation> m_operations;
     bool m_isBusy = false;
+    bool m_isEnding = false;
     QSet<CMPath> m_opened;
     /// By held path: how many opened paths are this one or below it.
     QHash<CMPath, int> m_users;

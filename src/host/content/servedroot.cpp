@@ -66,26 +66,47 @@ ServedRoot::~ServedRoot()
     m_worker.reset();
 }
 
-Result<void> ServedRoot::check()
+ServedRoot::Found ServedRoot::look(std::chrono::milliseconds patience)
+{
+    return m_look.call([directory = m_root.directory] { return canonicalDirectory(directory); }, patience);
+}
+
+QString ServedRoot::problemOf(const Found& found) const
+{
+    if (!found)
+        return QStringLiteral("the root directory %1 does not answer").arg(m_root.directory);
+    return *found ? QString() : found->failure().message;
+}
+
+Result<void> ServedRoot::check(std::chrono::milliseconds patience)
 {
     if (m_isLeaving)
         return {};
-    const Result<QString> directory = canonicalDirectory(m_root.directory);
-    if (directory && !m_mount)
-        return mount(directory.value());
-    if (!directory && m_mount)
+    const Found found = look(patience);
+    if (found && *found && !m_mount) {
+        Result<void> mounted = mount(found->value(), patience);
+        if (!mounted)
+            m_problem = mounted.failure().message;
+        return mounted;
+    }
+    if (found && !*found && m_mount)
         unmount();
-    m_problem = directory ? QString() : directory.failure().message;
+    m_problem = m_mount ? QString() : problemOf(found);
     return {};
 }
 
-Result<void> ServedRoot::mount(const QString& directory)
+Result<void> ServedRoot::mount(const QString& directory, std::chrono::milliseconds patience)
 {
     const QVariantHash configuration = {
         {TavoService_Id(), m_root.id}, {TavoFilesystem_Path(), directory}, {TavoFilesystem_Filter(), m_filter}};
     Result<std::unique_ptr<CMWorker>> worker = m_module.createWorker(configuration);
     if (!worker)
         return worker.failure();
+    // A worker that did not find its directory would serve another one.
+    if (const Found again = look(patience); !again || !*again || again->value() != directory) {
+        m_problem = QStringLiteral("the root directory %1 has vanished again").arg(m_root.directory);
+        return {};
+    }
     const QString title = m_root.title.isEmpty() ? nameOf(directory) : m_root.title;
     if (!CMRootWorker::instance().mount(worker.value().get(), title, m_position))
         return Failure::wrongUse(QStringLiteral("the root id '%1' is taken").arg(m_root.id));
@@ -117,6 +138,6 @@ void ServedRoot::warn()
 {
     if (m_problem.isEmpty() || m_hasWarned)
         return;
-    LOG(WARN, m_problem << "; it is served as soon as it is there");
+    LOG(WARN, m_problem << "; the root is served as soon as it can be");
     m_hasWarned = true;
 }

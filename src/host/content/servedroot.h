@@ -1,6 +1,7 @@
 #pragma once
 
 #include "content/contenthost.h"
+#include "exec/patientcall.h"
 
 #include <model/cmworker.h>
 
@@ -21,8 +22,12 @@ public:
     ~ServedRoot();
     Q_DISABLE_COPY_MOVE(ServedRoot)
 
-    /// Mounts the root if its directory is there, and unmounts it if not. Fails if the module makes no worker.
-    [[nodiscard]] Result<void> check();
+    /// Mounts the root if its directory is there, and unmounts it if not. Fails if the module makes no worker. Where
+    /// the file system does not answer within `patience`, everything stays as it is, and later calls do not wait until
+    /// it answers.
+    [[nodiscard]] Result<void> check(std::chrono::milliseconds patience = lookPatience);
+    /// False if the file system does not answer within the usual patience, or has not answered the last look yet.
+    [[nodiscard]] bool answers() { return look(lookPatience).has_value(); }
 
     /// Why the root is not mounted; empty if it is.
     [[nodiscard]] const QString& problem() const { return m_problem; }
@@ -34,7 +39,14 @@ public:
     [[nodiscard]] CMWorker* worker() const { return m_worker.get(); }
 
 private:
-    [[nodiscard]] Result<void> mount(const QString& directory);
+    static constexpr std::chrono::seconds lookPatience{1};
+
+    /// The canonical directory, or why there is none; none if the file system does not answer.
+    using Found = std::optional<Result<QString>>;
+
+    [[nodiscard]] Found look(std::chrono::milliseconds patience);
+    [[nodiscard]] QString problemOf(const Found& found) const;
+    [[nodiscard]] Result<void> mount(const QString& directory, std::chrono::milliseconds patience);
     void unmount();
 
     const RootSettings m_root;
@@ -45,6 +57,8 @@ private:
     const ChangeHandler m_changed;
 
     QTimer m_timer;
+    /// Looks for the directory.
+    PatientCall<Result<QString>> m_look;
     /// Also while requests to the unmounted worker are still under way.
     std::unique_ptr<CMWorker> m_worker;
     std::unique_ptr<Healer> m_healer;

@@ -8,6 +8,7 @@
 #include <deque>
 #include <list>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -23,6 +24,12 @@ std::size_t indexOf(Lane lane)
     return static_cast<std::size_t>(lane);
 }
 
+/// A function that runs in a lane's thread. Guarded by the executor's mutex.
+struct LaneRun
+{
+    bool isTimedOut = false;
+};
+
 /// A job on its way through the executor.
 struct Ticket
 {
@@ -31,6 +38,8 @@ struct Ticket
     Clock::time_point deadline;
     bool isRunning = false;
     bool isTimedOut = false;
+    /// Null unless the function is running in a lane's thread.
+    std::weak_ptr<LaneRun> laneRun = {};
 };
 
 using TicketList = std::list<Ticket>;
@@ -61,18 +70,33 @@ public:
     void start();
     void submit(const std::shared_ptr<Client>& client, Job job);
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
+    [[nodiscard]] Slot hold(const std::shared_ptr<Client>& client, Job job);
     void setPaused(Client& client, bool paused, const std::shared_ptr<Client>& shared);
     void removeClient(Client& client);
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
     void join();
 
 private:
+    /// The threads of a lane.
+    struct Crew
+    {
+        int wanted = 0;
+        /// Those whose jobs have not timed out.
+        int serving = 0;
+    };
+
+    void startThreadLocked(Lane lane);
+    void startSparesLocked();
+    /// True if the calling thread of the lane is one too many, and has to end.
+    [[nodiscard]] bool leavesLocked(Lane lane);
     void work(Lane lane);
     void watchDeadlines();
-    [[nodiscard]] std::optional<TicketList::iterator> takeNext(Lane lane);
+    [[nodiscard]] std::optional<TicketList::iterator> takeNext(Lane lane, const std::shared_ptr<LaneRun>& laneRun);
     void run(TicketList::iterator ticket);
 
     [[nodiscard]] bool mayBegin(const Client& client, Lane lane) const;
+    /// Without waiting for a thread, or for the client's other jobs.
+    [[nodiscard]] bool mayBeginAtOnce(const Client& client, Lane lane) const;
     [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Job job);
     void beginLocked(Client& client, TicketList::iterator ticket);
     void queueLocked(const std::shared_ptr<Client>& client);
@@ -96,7 +120,14 @@ private:
     int m_waiting = 0;
     int m_runningFunctions = 0;
     bool m_isStopping = false;
-    std::vector<std::thread> m_threads;
+    std::array<Crew, laneCount> m_crews;
+    /// Threads beyond those that the lanes want.
+    int m_spares = 0;
+    /// Unchanged once the executor is stopping.
+    std::list<std::thread> m_threads;
+    /// Have left their lanes, and can be joined.
+    std::list<std::thread> m_leavers;
+    std::thread m_watcher;
 };
 
 void RequestExecutor::State::start()
@@ -105,11 +136,48 @@ void RequestExecutor::State::start()
         {{Lane::Quick, m_settings.quickThreads},
          {Lane::LongPage, m_settings.longPageThreads},
          {Lane::Walk, m_settings.walkThreads}}};
+    const std::lock_guard lock(m_mutex);
     for (const auto& [lane, count] : lanes) {
+        m_crews[indexOf(lane)].wanted = count;
         for (int i = 0; i < count; ++i)
-            m_threads.emplace_back([state = shared_from_this(), lane = lane] { state->work(lane); });
+            startThreadLocked(lane);
     }
-    m_threads.emplace_back([state = shared_from_this()] { state->watchDeadlines(); });
+    m_watcher = std::thread([state = shared_from_this()] { state->watchDeadlines(); });
+}
+
+void RequestExecutor::State::startThreadLocked(Lane lane)
+{
+    m_threads.emplace_back([state = shared_from_this(), lane] { state->work(lane); });
+    ++m_crews[indexOf(lane)].serving;
+}
+
+/// Replaces the threads whose jobs hang. Where the system has no thread left, the next look may find one.
+void RequestExecutor::State::startSparesLocked()
+{
+    for (std::size_t lane = 0; lane < laneCount; ++lane) {
+        while (m_crews[lane].serving < m_crews[lane].wanted && m_spares < m_settings.spareThreads) {
+            try {
+                startThreadLocked(static_cast<Lane>(lane));
+            } catch (const std::system_error&) {
+                return;
+            }
+            ++m_spares;
+        }
+    }
+}
+
+bool RequestExecutor::State::leavesLocked(Lane lane)
+{
+    Crew& crew = m_crews[indexOf(lane)];
+    if (crew.serving <= crew.wanted)
+        return false;
+    --crew.serving;
+    --m_spares;
+    const auto self = std::find_if(m_threads.begin(), m_threads.end(), [](const std::thread& thread) {
+        return thread.get_id() == std::this_thread::get_id();
+    });
+    m_leavers.splice(m_leavers.end(), m_threads, self);
+    return true;
 }
 
 bool RequestExecutor::State::mayBegin(const Client& client, Lane lane) const
@@ -117,6 +185,11 @@ bool RequestExecutor::State::mayBegin(const Client& client, Lane lane) const
     const bool hasSlot = client.runningInAll() < m_settings.runningPerClient &&
                          (lane != Lane::Walk || client.running[indexOf(lane)] < m_settings.walksPerClient);
     return hasSlot && !client.isPaused && !client.isRemoved;
+}
+
+bool RequestExecutor::State::mayBeginAtOnce(const Client& client, Lane lane) const
+{
+    return !m_isStopping && client.waiting[indexOf(lane)].empty() && mayBegin(client, lane);
 }
 
 TicketList::iterator RequestExecutor::State::addLocked(const std::shared_ptr<Client>& client, Job job)
@@ -130,7 +203,6 @@ void RequestExecutor::State::beginLocked(Client& client, TicketList::iterator ti
     ticket->isRunning = true;
     ticket->deadline = Clock::now() + m_settings.timeLimit;
     ++client.running[indexOf(ticket->job.lane)];
-    ++m_runningFunctions;
 }
 
 void RequestExecutor::State::submit(const std::shared_ptr<Client>& client, Job job)
@@ -154,14 +226,25 @@ std::function<void()> RequestExecutor::State::submitOrTake(const std::shared_ptr
     {
         const std::lock_guard lock(m_mutex);
         const Lane lane = job.lane;
-        if (lane != Lane::Walk && !m_isStopping && client->waiting[indexOf(lane)].empty() && mayBegin(*client, lane)) {
+        if (lane != Lane::Walk && mayBeginAtOnce(*client, lane)) {
             const auto ticket = addLocked(client, std::move(job));
             beginLocked(*client, ticket);
+            ++m_runningFunctions;
             return [state = shared_from_this(), ticket] { state->run(ticket); };
         }
     }
     submit(client, std::move(job));
     return {};
+}
+
+RequestExecutor::Slot RequestExecutor::State::hold(const std::shared_ptr<Client>& client, Job job)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!mayBeginAtOnce(*client, job.lane))
+        return nullptr;
+    const auto ticket = addLocked(client, std::move(job));
+    beginLocked(*client, ticket);
+    return slotFor(ticket);
 }
 
 /// Puts the client into the rings of the lanes in which it may begin a job.
@@ -176,10 +259,12 @@ void RequestExecutor::State::queueLocked(const std::shared_ptr<Client>& client)
     }
 }
 
-std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane)
+std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane, const std::shared_ptr<LaneRun>& laneRun)
 {
     auto& ring = m_rings[indexOf(lane)];
     std::unique_lock lock(m_mutex);
+    if (!m_isStopping && leavesLocked(lane))
+        return std::nullopt;
     for (;;) {
         m_hasWork[indexOf(lane)].wait(lock, [&] { return m_isStopping || !ring.empty(); });
         if (m_isStopping)
@@ -194,6 +279,8 @@ std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane)
         waiting.pop_front();
         --m_waiting;
         beginLocked(*client, ticket);
+        ticket->laneRun = laneRun;
+        ++m_runningFunctions;
         queueLocked(client);
         return ticket;
     }
@@ -201,8 +288,15 @@ std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane)
 
 void RequestExecutor::State::work(Lane lane)
 {
-    while (const std::optional<TicketList::iterator> ticket = takeNext(lane))
+    auto laneRun = std::make_shared<LaneRun>();
+    while (const std::optional<TicketList::iterator> ticket = takeNext(lane, laneRun)) {
         run(*ticket);
+        const std::lock_guard lock(m_mutex);
+        if (laneRun->isTimedOut)
+            ++m_crews[indexOf(lane)].serving;
+        // A slot that is kept no longer points to it.
+        laneRun = std::make_shared<LaneRun>();
+    }
 }
 
 void RequestExecutor::State::run(TicketList::iterator ticket)
@@ -222,7 +316,8 @@ void RequestExecutor::State::run(TicketList::iterator ticket)
 
 RequestExecutor::Slot RequestExecutor::State::slotFor(TicketList::iterator ticket)
 {
-    return {nullptr, [state = shared_from_this(), ticket](void*) { state->release(ticket); }};
+    // The pointer is not null, since a null slot means none.
+    return {this, [state = shared_from_this(), ticket](void*) { state->release(ticket); }};
 }
 
 void RequestExecutor::State::release(TicketList::iterator ticket)
@@ -273,9 +368,12 @@ void RequestExecutor::State::removeClient(Client& client)
             dropped.splice(dropped.end(), m_tickets, ticket);
         waiting.clear();
     }
-    for (const Ticket& ticket : m_tickets) {
-        if (ticket.client.lock().get() == &client)
-            ticket.job.context->cancel();
+    for (Ticket& ticket : m_tickets) {
+        if (ticket.client.lock().get() != &client)
+            continue;
+        ticket.job.context->cancel();
+        if (ticket.job.lane == Lane::Walk)
+            ticket.deadline = Clock::now() + m_settings.timeLimit;
     }
 }
 
@@ -314,6 +412,10 @@ std::function<void()> RequestExecutor::State::giveUpLocked(TicketList::iterator 
     if (ticket->isRunning) {
         ticket->isTimedOut = true;
         ticket->job.context->cancel();
+        if (const std::shared_ptr<LaneRun> laneRun = ticket->laneRun.lock()) {
+            laneRun->isTimedOut = true;
+            --m_crews[indexOf(ticket->job.lane)].serving;
+        }
         return [refuse = ticket->job.refuse] { refuse(Refusal::TimedOut); };
     }
     auto refuse = std::move(ticket->job.refuse);
@@ -330,7 +432,9 @@ std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
         const auto current = ticket++;
         const std::shared_ptr<Client> client = current->client.lock();
         const bool standsStill = !current->isRunning && client && client->isPaused;
-        const bool hasLimit = current->job.lane != Lane::Walk && !current->isTimedOut && !standsStill;
+        // A walk may take its time, but not to end after its client has gone.
+        const bool isLimited = current->job.lane != Lane::Walk || current->job.context->isCancelled();
+        const bool hasLimit = isLimited && !current->isTimedOut && !standsStill;
         if (hasLimit && current->deadline <= now)
             refusals.push_back(giveUpLocked(current));
     }
@@ -343,17 +447,24 @@ void RequestExecutor::State::watchDeadlines()
     std::unique_lock lock(m_mutex);
     while (!m_hasEnded.wait_for(lock, m_settings.timeLimit / 4, [this] { return m_isStopping; })) {
         const auto refusals = takeOverdueLocked();
+        startSparesLocked();
+        std::list<std::thread> leavers = std::exchange(m_leavers, {});
         lock.unlock();
         for (const auto& refuse : refusals)
             refuse();
+        for (std::thread& leaver : leavers)
+            leaver.join();
         lock.lock();
     }
 }
 
 void RequestExecutor::State::join()
 {
-    for (std::thread& thread : m_threads)
-        thread.join();
+    m_watcher.join();
+    for (auto* threads : {&m_threads, &m_leavers}) {
+        for (std::thread& thread : *threads)
+            thread.join();
+    }
 }
 
 RequestExecutor::RequestExecutor() : RequestExecutor(Settings()) {}
@@ -382,6 +493,11 @@ void RequestExecutor::submit(const std::shared_ptr<Client>& client, Job job)
 std::function<void()> RequestExecutor::submitOrTake(const std::shared_ptr<Client>& client, Job job)
 {
     return m_state->submitOrTake(client, std::move(job));
+}
+
+RequestExecutor::Slot RequestExecutor::hold(const std::shared_ptr<Client>& client, Job job)
+{
+    return m_state->hold(client, std::move(job));
 }
 
 void RequestExecutor::setPaused(const std::shared_ptr<Client>& client, bool paused)

@@ -40,7 +40,8 @@ public:
     using Slot = std::shared_ptr<void>;
 
     /// Calls either `run` or `refuse`, once, unless the client is removed before. A job that runs for too long gets
-    /// both calls: `refuse` while `run` is still busy. Neither may throw. `refuse` must not block.
+    /// both calls: `refuse` while `run` is still busy, in a thread that its lane then replaces. Neither may throw.
+    /// `refuse` must not block.
     struct Job
     {
         Lane lane = Lane::Quick;
@@ -54,16 +55,19 @@ public:
 
     struct Settings
     {
-        int quickThreads = 4;
+        /// More than one client's running jobs, so that no client takes them all.
+        int quickThreads = 5;
         int longPageThreads = 2;
         int walkThreads = 2;
+        /// Threads, of all lanes together, that take the place of those whose jobs have timed out and still run.
+        int spareThreads = 16;
         /// Jobs of one client that run at a time, in all lanes together and in the walks' lane.
         int runningPerClient = 4;
         int walksPerClient = 2;
         /// Jobs of all clients that wait.
         int waiting = 10'000;
-        /// A job that is no walk is refused when it has waited, or run, for so long. The time of a paused client stands
-        /// still.
+        /// A job is refused when it has waited, or run, for so long; a walk only when it has run on for so long after
+        /// the end of its client. The time of a paused client stands still.
         std::chrono::milliseconds timeLimit = std::chrono::minutes(1);
     };
 
@@ -79,6 +83,10 @@ public:
     /// As submit(), but where the job may begin at once in a lane without a walk, the caller is to run it in its own
     /// thread, which saves a change of threads. Empty if the job was submitted.
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
+
+    /// Begins a job that another thread answers: it needs no thread, and `run` is not called. Null, and nothing has
+    /// happened, if the job may not begin at once.
+    [[nodiscard]] Slot hold(const std::shared_ptr<Client>& client, Job job);
 
     /// A paused client's jobs do not begin.
     void setPaused(const std::shared_ptr<Client>& client, bool paused);

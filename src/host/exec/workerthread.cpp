@@ -2,6 +2,7 @@
 
 #include <QSemaphore>
 
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -21,9 +22,18 @@ WorkerThread::~WorkerThread()
 void WorkerThread::run(const std::function<void()>& function)
 {
     if (QThread::currentThread() == &m_thread)
-        function();
-    else
-        QMetaObject::invokeMethod(&m_context, function, Qt::BlockingQueuedConnection);
+        return function();
+    std::exception_ptr thrown;
+    const auto keepThrown = [&function, &thrown] {
+        try {
+            function();
+        } catch (...) {
+            thrown = std::current_exception();
+        }
+    };
+    QMetaObject::invokeMethod(&m_context, keepThrown, Qt::BlockingQueuedConnection);
+    if (thrown)
+        std::rethrow_exception(thrown);
 }
 
 void WorkerThread::post(std::function<void()> function)

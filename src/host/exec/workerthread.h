@@ -17,10 +17,10 @@ public:
 
     [[nodiscard]] QThread* thread() { return &m_thread; }
 
-    /// Calls the function in the thread and waits for its end. From any thread that the worker thread does not wait
-    /// for; in the worker thread itself the function is called directly.
+    /// Calls the function in the thread and waits for its end; throws what the function throws. From any thread that
+    /// the worker thread does not wait for; in the worker thread itself the function is called directly.
     void run(const std::function<void()>& function);
-    /// Calls the function in the thread, after those that were posted before. From any thread.
+    /// Calls the function in the thread, after those that were posted before. From any thread. It should not throw.
     void post(std::function<void()> function);
     /// False if the thread is still busy with what was posted before, or hangs in the kernel, after `patience`.
     [[nodiscard]] bool answersWithin(std::chrono::milliseconds patience);

@@ -11,14 +11,14 @@ constexpr qint64 mostPending = qint64{80} << 20;
 
 } // namespace
 
-void Outbox::send(QByteArray message)
+void Outbox::send(Message message)
 {
     add({std::move(message)});
 }
 
 void Outbox::sendLatest(const QString& key, QByteArray message)
 {
-    add({std::move(message), key});
+    add({{std::move(message)}, key});
 }
 
 void Outbox::add(PendingMessages::Entry entry)
@@ -54,10 +54,10 @@ void Outbox::setRoomHandler(std::function<void()> handler)
     m_roomHandler = std::move(handler);
 }
 
-std::optional<QByteArray> Outbox::next()
+std::optional<Message> Outbox::next()
 {
     std::function<void()> announceRoom;
-    std::optional<QByteArray> message;
+    std::optional<Message> message;
     {
         const std::lock_guard lock(m_mutex);
         const bool wasFull = isFullLocked();

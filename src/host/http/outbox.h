@@ -16,7 +16,7 @@ public:
     /// nothing. It must not block.
     explicit Outbox(Wake wake) : m_wake(std::move(wake)) {}
 
-    void send(QByteArray message) override;
+    void send(Message message) override;
     void sendLatest(const QString& key, QByteArray message) override;
     void endReplacing() override;
 
@@ -25,7 +25,7 @@ public:
     void setRoomHandler(std::function<void()> handler) override;
 
     /// The message to be written now; what was given before is written. Nothing: `wake` will be called.
-    [[nodiscard]] std::optional<QByteArray> next();
+    [[nodiscard]] std::optional<Message> next();
     /// So much is pending that the client has to go.
     [[nodiscard]] bool isOverfull() const;
     /// Drops pending and later messages. Calls no handler any more; one may still be running.

@@ -13,7 +13,7 @@ class AnswerSink : public MessageSink
 public:
     explicit AnswerSink(RpcCall::Receive receive) : m_receive(std::move(receive)) {}
 
-    void send(QByteArray message) override { finish(std::move(message)); }
+    void send(Message message) override { finish(message.text()); }
     void sendLatest(const QString& /*key*/, QByteArray /*message*/) override {}
     void endReplacing() override {}
     [[nodiscard]] bool isFull() const override { return false; }

@@ -14,6 +14,7 @@
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <array>
 #include <atomic>
 #include <limits>
 #include <optional>
@@ -59,9 +60,12 @@ private:
 
 using Stream = beast::basic_stream<Tcp, Executor, CountingPolicy>;
 
-asio::const_buffer bufferOf(const QByteArray& text)
+std::array<asio::const_buffer, 3> buffersOf(const Message& message)
 {
-    return {text.constData(), static_cast<std::size_t>(text.size())};
+    const auto buffer = [](const QByteArray& part) {
+        return asio::const_buffer(part.constData(), static_cast<std::size_t>(part.size()));
+    };
+    return {buffer(message.head), buffer(message.body), buffer(message.tail)};
 }
 
 class WebSocketClient : public ServedConnection
@@ -112,7 +116,7 @@ private:
     /// Null before the WebSocket is open and after the end.
     std::unique_ptr<RemoteClient> m_client;
 
-    QByteArray m_message;
+    Message m_message;
     bool m_isReading = false;
     /// Reading waits until the client is ready. Read in all threads.
     std::atomic<bool> m_isPaused = false;
@@ -229,12 +233,12 @@ void WebSocketClient::writeNext()
         return;
     if (m_outbox->isOverfull())
         return abort();
-    std::optional<QByteArray> message = m_outbox->next();
+    std::optional<Message> message = m_outbox->next();
     if (!message)
         return;
     m_message = *std::move(message);
     m_isWriting = true;
-    m_stream.async_write(bufferOf(m_message), [self = self()](const ErrorCode& error, std::size_t /*size*/) {
+    m_stream.async_write(buffersOf(m_message), [self = self()](const ErrorCode& error, std::size_t /*size*/) {
         self->m_isWriting = false;
         self->written(error);
     });
@@ -245,7 +249,7 @@ void WebSocketClient::written(const ErrorCode& error)
     if (error)
         return abort();
     m_parts.metrics.messageSent(m_message.size());
-    m_message.clear();
+    m_message = {};
     if (m_closeCode)
         sendClose();
     else

@@ -23,6 +23,8 @@ namespace {
 /// Long enough for the other resets of the same change to arrive.
 constexpr std::chrono::milliseconds afterReset{100};
 
+constexpr std::chrono::seconds lookPatience{1};
+
 const log4cplus::Logger& logger()
 {
     static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
@@ -138,15 +140,36 @@ void Healer::removed(const CMPath& path)
 
 void Healer::sweep()
 {
-    warnOfWatchLimit();
     checkIdentities();
+    // Read before the directories are: a change in between counts as not announced yet.
+    QHash<CMPath, Time> announced;
+    for (auto directory = m_directories.cbegin(); directory != m_directories.cend(); ++directory)
+        announced.insert(directory.key(), m_worker.subscribe()->lastChange(directory.key()));
+    const std::optional<QHash<CMPath, Snapshot>> snapshots = takeSnapshots();
+    if (!snapshots)
+        return;
+    warnOfWatchLimit();
     QList<CMPath> missed;
     for (auto directory = m_directories.begin(); directory != m_directories.end(); ++directory) {
-        const Time announced = m_worker.subscribe()->lastChange(directory.key());
-        if (isMissed(*directory, snapshotOf(directory->localPath).modified, announced))
-            missed.append(directory.key());
+        const CMPath& path = directory.key();
+        if (isMissed(*directory, snapshots->value(path).modified, announced.value(path)))
+            missed.append(path);
     }
     m_worker.subscribe()->renew(missed);
+}
+
+std::optional<QHash<CMPath, Healer::Snapshot>> Healer::takeSnapshots()
+{
+    QHash<CMPath, QByteArray> localPaths;
+    for (auto directory = m_directories.cbegin(); directory != m_directories.cend(); ++directory)
+        localPaths.insert(directory.key(), directory->localPath);
+    const auto take = [localPaths] {
+        QHash<CMPath, Snapshot> snapshots;
+        for (auto localPath = localPaths.cbegin(); localPath != localPaths.cend(); ++localPath)
+            snapshots.insert(localPath.key(), snapshotOf(*localPath));
+        return snapshots;
+    };
+    return m_look.call(take, lookPatience);
 }
 
 bool Healer::isMissed(Directory& directory, Time modified, Time announced) const
@@ -167,13 +190,16 @@ bool Healer::isMissed(Directory& directory, Time modified, Time announced) const
 
 void Healer::checkIdentities()
 {
-    QList<CMPath> paths = m_directories.keys();
+    const std::optional<QHash<CMPath, Snapshot>> snapshots = takeSnapshots();
+    if (!snapshots)
+        return m_afterReset.start();
+    QList<CMPath> paths = snapshots->keys();
     std::sort(paths.begin(), paths.end());
     for (const CMPath& path : qAsConst(paths)) {
         const auto directory = m_directories.constFind(path);
         if (directory == m_directories.constEnd())
             continue;
-        const Identity identity = snapshotOf(directory->localPath).identity;
+        const Identity identity = snapshots->value(path).identity;
         if (identity.inode == 0)
             m_worker.subscribe()->rowsChanged(path, {CMSubscribe::RowsChangeClose()}, 0, -1);
         else if (!isSame(directory->last.identity, identity))

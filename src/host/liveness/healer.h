@@ -1,5 +1,7 @@
 #pragma once
 
+#include "exec/patientcall.h"
+
 #include <model/cmpath.h>
 #include <model/cmsubscribe.h>
 
@@ -8,6 +10,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 
 class CMWorker;
 
@@ -66,7 +69,10 @@ private:
     void removed(const CMPath& path);
 
     void sweep();
+    /// Does nothing while the file system does not answer; then it is done later.
     void checkIdentities();
+    /// Of all directories; none if the file system does not answer.
+    [[nodiscard]] std::optional<QHash<CMPath, Snapshot>> takeSnapshots();
     [[nodiscard]] bool isMissed(Directory& directory, Time modified, Time announced) const;
     void renewTree(const CMPath& path);
 
@@ -78,6 +84,7 @@ private:
     QTimer m_sweepTimer;
     QTimer m_afterReset;
     QHash<CMPath, Directory> m_directories;
+    PatientCall<QHash<CMPath, Snapshot>> m_look;
     bool m_watchesAdded = false;
     bool m_fileSystemChecked = false;
     bool m_hasWarnedOfLimit = false;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <csignal>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -33,12 +34,12 @@ void install(int signalNumber)
 
 } // namespace
 
-SignalWatcher::SignalWatcher()
+SignalWatcher::SignalWatcher(Handler handler) : m_handler(std::move(handler))
 {
     const int piped = pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK);
     Q_ASSERT(piped == 0);
     m_notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &SignalWatcher::read);
+    QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] { read(); });
     for (const int signalNumber : watchedSignals)
         install(signalNumber);
 }
@@ -52,9 +53,9 @@ SignalWatcher::~SignalWatcher()
         close(end);
 }
 
-void SignalWatcher::read()
+void SignalWatcher::read() const
 {
     char note = 0;
     if (::read(signalPipe[0], &note, 1) == 1)
-        Q_EMIT signalled(note);
+        m_handler(note);
 }

@@ -1,25 +1,26 @@
 #pragma once
 
-#include <QObject>
+#include <QtGlobal>
 
+#include <functional>
 #include <memory>
 
 class QSocketNotifier;
 
 /// Reports SIGINT and SIGTERM from the event loop. A second signal of the same kind ends the process as usual.
 /// One at a time; lives in a thread with an event loop.
-class SignalWatcher : public QObject
+class SignalWatcher
 {
-    Q_OBJECT
 public:
-    SignalWatcher();
-    ~SignalWatcher() override;
+    using Handler = std::function<void(int signalNumber)>;
 
-Q_SIGNALS:
-    void signalled(int signalNumber);
+    explicit SignalWatcher(Handler handler);
+    ~SignalWatcher();
+    Q_DISABLE_COPY_MOVE(SignalWatcher)
 
 private:
-    void read();
+    void read() const;
 
+    const Handler m_handler;
     std::unique_ptr<QSocketNotifier> m_notifier;
 };

@@ -9,7 +9,6 @@
 #include <model/cmrequestcontext.h>
 
 #include <atomic>
-#include <exception>
 #include <mutex>
 #include <utility>
 #include <variant>
@@ -54,18 +53,6 @@ Failure failureFrom(RequestExecutor::Refusal refusal)
     return Failures::stopping();
 }
 
-/// Whatever the call throws is its failure.
-Result<QByteArray> execute(const Call& call, const Content& content)
-{
-    try {
-        return call.run(content);
-    } catch (const std::exception& exception) {
-        return Failures::internal(QString::fromLocal8Bit(exception.what()));
-    } catch (...) {
-        return Failures::internal(QStringLiteral("unknown exception"));
-    }
-}
-
 /// All clients of a path hear of a change one after the other in the same thread, and share its text.
 QByteArray changeText(const CMPath& path, const QStringList& changes, int version)
 {
@@ -102,16 +89,29 @@ private:
     /// One request on its way; the first answer counts.
     struct Pending
     {
-        std::optional<QVariant> id;
+        /// Null until the message is parsed.
+        std::optional<QVariant> id = QVariant::fromValue(nullptr);
         std::atomic_flag isAnswered = ATOMIC_FLAG_INIT;
     };
     using SharedPending = std::shared_ptr<Pending>;
 
-    [[nodiscard]] RequestExecutor::Job jobFor(Call call, const SharedPending& pending);
+    template<typename Serve>
+    [[nodiscard]] Task serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending);
+    /// Without its function.
+    [[nodiscard]] RequestExecutor::Job jobFor(const Call& call, const SharedPending& pending);
+    [[nodiscard]] RequestExecutor::Job runningJobFor(Call call, const SharedPending& pending);
+    /// Has the request answered by the thread that computes an equal one; false if there is none, or the request may
+    /// not begin yet.
+    [[nodiscard]] bool join(const Call& call, const SharedPending& pending);
+    [[nodiscard]] SharedRequests::Receive receiverFor(const SharedPending& pending, RequestExecutor::Slot slot);
     void serveSubscription(const Call& call, const SharedPending& pending);
+    /// As refuse() and finish(), throws nothing.
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
-    void refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error);
-    void send(QByteArray message);
+    void refuse(const SharedPending& pending, const JsonRpc::Error& error);
+    /// Sends the message unless the request is answered already.
+    template<typename MakeMessage>
+    void finish(const SharedPending& pending, const MakeMessage& makeMessage);
+    void send(Message message);
     void notify(const CMPath& path, const QStringList& changes, int version);
     void updateFlow();
 
@@ -123,9 +123,10 @@ private:
     /// Null if the client gets no notifications.
     std::unique_ptr<Subscriptions> m_subscriptions;
     std::atomic<int> m_underWay{0};
-    std::mutex m_flowMutex;
-    /// Guarded by m_flowMutex.
-    Task m_readyHandler;
+    /// Recursive, since the ready handler, which is called under it, may end the dispatcher.
+    std::recursive_mutex m_flowMutex;
+    /// Null after the end. Guarded by m_flowMutex.
+    std::shared_ptr<const Task> m_readyHandler;
     /// The services and the client may be gone: answers may come after the dispatcher's end.
     std::atomic<bool> m_isStopped{false};
 };
@@ -133,7 +134,8 @@ private:
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
     : m_services(services), m_content(services.host, profile.reach, profile.limits), m_notifies(profile.notifies),
-      m_sink(std::move(sink)), m_client(services.executor.addClient()), m_readyHandler(std::move(readyHandler))
+      m_sink(std::move(sink)), m_client(services.executor.addClient()),
+      m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
 {
 }
 
@@ -164,39 +166,55 @@ void Dispatcher::State::stop()
 template<typename Serve>
 Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serve& serve)
 {
+    const auto pending = std::make_shared<Pending>();
+    ++m_underWay;
+    try {
+        return serveMessage(message, serve, pending);
+    } catch (...) {
+        answer(pending, Failures::fromException());
+        return {};
+    }
+}
+
+template<typename Serve>
+Dispatcher::Task
+Dispatcher::State::serveMessage(const QByteArray& message, const Serve& serve, const SharedPending& pending)
+{
     const auto parsed = JsonRpc::parse(message);
     if (const auto* malformed = std::get_if<JsonRpc::Malformed>(&parsed)) {
-        refuse(malformed->id, malformed->error);
+        pending->id = malformed->id;
+        refuse(pending, malformed->error);
         return {};
     }
     const auto& request = std::get<JsonRpc::Request>(parsed);
+    pending->id = request.id;
     const Method* const method = findMethod(request.method);
     if (!method) {
         const QString problem = QStringLiteral("there is no method '%1'").arg(request.method);
-        refuse(request.id, {JsonRpc::MethodNotFound, problem});
+        refuse(pending, {JsonRpc::MethodNotFound, problem});
         return {};
     }
     Parameters parameters(request.parameters, method->parameters);
     Call call = method->read(parameters, m_content);
     if (call.kind != Call::Kind::Request && !m_notifies) {
         const QString problem = QStringLiteral("'%1' needs a connection that stays").arg(request.method);
-        refuse(request.id, {JsonRpc::MethodNotFound, problem});
+        refuse(pending, {JsonRpc::MethodNotFound, problem});
         return {};
     }
     if (const Result<void> valid = parameters.check(); !valid) {
-        refuse(request.id, errorFrom(valid.failure()));
+        refuse(pending, errorFrom(valid.failure()));
         return {};
     }
-    ++m_underWay;
-    const auto pending = std::make_shared<Pending>();
-    pending->id = request.id;
-    if (call.kind == Call::Kind::Request)
-        return serve(jobFor(std::move(call), pending));
-    serveSubscription(call, pending);
-    return {};
+    if (call.kind != Call::Kind::Request) {
+        serveSubscription(call, pending);
+        return {};
+    }
+    if (join(call, pending))
+        return {};
+    return serve(runningJobFor(std::move(call), pending));
 }
 
-RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& pending)
+RequestExecutor::Job Dispatcher::State::jobFor(const Call& call, const SharedPending& pending)
 {
     RequestExecutor::Job job;
     job.lane = call.lane;
@@ -205,18 +223,41 @@ RequestExecutor::Job Dispatcher::State::jobFor(Call call, const SharedPending& p
     job.refuse = [state = shared_from_this(), pending](RequestExecutor::Refusal refusal) {
         state->answer(pending, failureFrom(refusal));
     };
+    return job;
+}
+
+RequestExecutor::Job Dispatcher::State::runningJobFor(Call call, const SharedPending& pending)
+{
+    RequestExecutor::Job job = jobFor(call, pending);
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
-        const auto compute = [&call, &state] { return execute(call, state->m_content); };
-        // Keeps the slot until the answer.
-        auto receive = [state, pending, slot = std::move(slot)](const Result<QByteArray>& text) {
-            state->answer(pending, text);
-        };
-        if (call.key.isEmpty())
-            receive(compute());
-        else
-            state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+        const auto compute = [&call, &state] { return Failures::guarded([&] { return call.run(state->m_content); }); };
+        try {
+            SharedRequests::Receive receive = state->receiverFor(pending, std::move(slot));
+            if (call.key.isEmpty())
+                receive(compute());
+            else
+                state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+        } catch (...) {
+            state->answer(pending, Failures::fromException());
+        }
     };
     return job;
+}
+
+bool Dispatcher::State::join(const Call& call, const SharedPending& pending)
+{
+    if (call.key.isEmpty() || !m_services.sharedRequests.isComputing(call.key))
+        return false;
+    RequestExecutor::Slot slot = m_services.executor.hold(m_client, jobFor(call, pending));
+    return slot && m_services.sharedRequests.join(call.key, receiverFor(pending, std::move(slot)));
+}
+
+/// Keeps the slot until the answer.
+SharedRequests::Receive Dispatcher::State::receiverFor(const SharedPending& pending, RequestExecutor::Slot slot)
+{
+    return [state = shared_from_this(), pending, slot = std::move(slot)](const Result<QByteArray>& text) {
+        state->answer(pending, text);
+    };
 }
 
 void Dispatcher::State::serveSubscription(const Call& call, const SharedPending& pending)
@@ -234,29 +275,43 @@ void Dispatcher::State::serveSubscription(const Call& call, const SharedPending&
 
 void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteArray>& result)
 {
-    if (pending->isAnswered.test_and_set())
-        return;
-    if (pending->id && result)
-        send(JsonRpc::result(*pending->id, result.value()));
-    else if (!result)
-        refuse(pending->id, errorFrom(result.failure()));
-    --m_underWay;
-    updateFlow();
+    if (!result)
+        return refuse(pending, errorFrom(result.failure()));
+    finish(pending, [&] { return JsonRpc::result(*pending->id, result.value()); });
 }
 
-void Dispatcher::State::refuse(const std::optional<QVariant>& id, const JsonRpc::Error& error)
+void Dispatcher::State::refuse(const SharedPending& pending, const JsonRpc::Error& error)
 {
-    if (id)
-        send(JsonRpc::error(*id, error));
+    finish(pending, [&] { return Message{JsonRpc::error(*pending->id, error)}; });
+}
+
+template<typename MakeMessage>
+void Dispatcher::State::finish(const SharedPending& pending, const MakeMessage& makeMessage)
+{
+    if (pending->isAnswered.test_and_set())
+        return;
+    const auto trySend = [this, &pending](const auto& make) {
+        return Failures::guarded([&] {
+            if (pending->id)
+                send(make());
+            return Result<void>();
+        });
+    };
+    if (const Result<void> sent = trySend(makeMessage); !sent) {
+        // There may be memory for a shorter answer.
+        static_cast<void>(trySend([&] { return Message{JsonRpc::error(*pending->id, errorFrom(sent.failure()))}; }));
+    }
+    --m_underWay;
+    updateFlow();
 }
 
 void Dispatcher::State::refuseTooLong()
 {
     const QString problem = QStringLiteral("the message is longer than %1 bytes").arg(m_content.limits().message);
-    send(JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem}));
+    send({JsonRpc::error(QVariant::fromValue(nullptr), {JsonRpc::InvalidRequest, problem})});
 }
 
-void Dispatcher::State::send(QByteArray message)
+void Dispatcher::State::send(Message message)
 {
     if (!m_isStopped)
         m_sink->send(std::move(message));
@@ -271,7 +326,7 @@ void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, i
         m_sink->sendLatest(path.toEncoded(), message);
     } else {
         m_sink->endReplacing();
-        m_sink->send(message);
+        m_sink->send({message});
     }
     updateFlow();
 }
@@ -281,10 +336,11 @@ void Dispatcher::State::updateFlow()
 {
     const std::lock_guard lock(m_flowMutex);
     // Answers may come after the dispatcher's end, when the services may be gone.
-    if (!m_readyHandler)
+    const std::shared_ptr<const Task> readyHandler = m_readyHandler;
+    if (!readyHandler)
         return;
     m_services.executor.setPaused(m_client, m_sink->isFull());
-    m_readyHandler();
+    (*readyHandler)();
 }
 
 Dispatcher::Dispatcher(
@@ -301,16 +357,19 @@ Dispatcher::~Dispatcher()
 
 void Dispatcher::accept(const QByteArray& message)
 {
-    static_cast<void>(m_state->accept(message, [this](RequestExecutor::Job job) {
-        m_state->executor().submit(m_state->client(), std::move(job));
+    // An answer's ready handler may end the dispatcher.
+    const std::shared_ptr<State> state = m_state;
+    static_cast<void>(state->accept(message, [&state](RequestExecutor::Job job) {
+        state->executor().submit(state->client(), std::move(job));
         return Task();
     }));
 }
 
 Dispatcher::Task Dispatcher::acceptOrTake(const QByteArray& message)
 {
-    return m_state->accept(message, [this](RequestExecutor::Job job) {
-        return m_state->executor().submitOrTake(m_state->client(), std::move(job));
+    const std::shared_ptr<State> state = m_state;
+    return state->accept(message, [&state](RequestExecutor::Job job) {
+        return state->executor().submitOrTake(state->client(), std::move(job));
     });
 }
 

@@ -35,10 +35,12 @@ public:
 
     using Task = std::function<void()>;
 
-    /// `readyHandler` is called, in any thread, whenever isReady() or isIdle() may have become true; it must not block.
-    /// The services must outlive the dispatcher and the requests that it leaves behind.
+    /// `readyHandler` is called, in any thread, whenever isReady() or isIdle() may have become true; it must not block,
+    /// and it may end the dispatcher. The services must outlive the dispatcher and the requests that it leaves behind.
     Dispatcher(const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler);
-    /// Cancels what is under way and closes what is open; the sink gets no further messages.
+    /// Cancels what is under way and closes what is open; the sink gets no further messages. Waits until the ready
+    /// handler has returned, unless it is called in the handler itself, so the caller holds no lock that the handler
+    /// takes. From any thread, but not while accept(), or another function, runs in another one.
     ~Dispatcher();
     Q_DISABLE_COPY_MOVE(Dispatcher)
 

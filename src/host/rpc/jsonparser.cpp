@@ -1,6 +1,6 @@
 #include "rpc/jsonparser.h"
 
-#include <QTextCodec>
+#include <tavo/tavoutf8.h>
 
 #include <algorithm>
 #include <charconv>
@@ -57,14 +57,11 @@ QVariant numberFrom(const char* text, const char* end)
 }
 
 /// Nothing if the bytes are not valid UTF-8.
-std::optional<QString> decoded(const char* text, const char* end)
+std::optional<QString> decoded(const char* text, int size)
 {
-    constexpr int utf8 = 106;
-    static const QTextCodec* const codec = QTextCodec::codecForMib(utf8);
-    // A leading byte order mark is part of the string.
-    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    const QString string = codec->toUnicode(text, static_cast<int>(end - text), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0)
+    QString string = TavoUtf8::decode(text, size);
+    // Invalid bytes have become replacement characters, but the text may have some of its own.
+    if (string.contains(QChar::ReplacementCharacter) && string.toUtf8() != QByteArray::fromRawData(text, size))
         return std::nullopt;
     return string;
 }
@@ -175,7 +172,9 @@ bool Parser::addField(QVariantMap& fields)
     const std::optional<QString> name = string();
     if (!name)
         return false;
-    if (fields.contains(*name)) {
+    const int before = fields.size();
+    const auto field = fields.insert(*name, {});
+    if (fields.size() == before) {
         fail(JsonProblem::Kind::RepeatedName, QStringLiteral("an object has two fields of one name"));
         return false;
     }
@@ -183,7 +182,7 @@ bool Parser::addField(QVariantMap& fields)
         failAt(m_next, "':' expected");
         return false;
     }
-    fields.insert(*name, value());
+    *field = value();
     return !m_problem;
 }
 
@@ -232,10 +231,10 @@ QVariant Parser::number()
 std::optional<QString> Parser::string()
 {
     const char* const start = m_next++;
-    QString string = QStringLiteral("");
+    QString string;
     while (addUnescaped(string)) {
         if (take('"'))
-            return string;
+            return string.isNull() ? QStringLiteral("") : string;
         if (!take('\\')) {
             failAt(isAtEnd() ? start : m_next, isAtEnd() ? "unterminated string" : "control character in a string");
             break;
@@ -252,7 +251,7 @@ bool Parser::addUnescaped(QString& string)
     m_next = std::find_if(start, m_end, isSpecial);
     if (m_next == start)
         return true;
-    const std::optional<QString> text = decoded(start, m_next);
+    const std::optional<QString> text = decoded(start, static_cast<int>(m_next - start));
     if (!text) {
         failAt(start, "invalid UTF-8 in the string");
         return false;

@@ -74,20 +74,10 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QVariantMap
     return JsonRpc::Request{id, method.toString(), parameters};
 }
 
-QByteArray answer(const QVariant& id, const char* member, const QByteArray& json)
+/// Up to the value of the member.
+QByteArray answerStart(const QVariant& id, const char* member)
 {
-    const QByteArray idText = toJson(id).value();
-    QByteArray message;
-    // With room for a newline.
-    message.reserve(json.size() + idText.size() + 64);
-    message += R"({"jsonrpc":"2.0","id":)";
-    message += idText;
-    message += ",\"";
-    message += member;
-    message += "\":";
-    message += json;
-    message += '}';
-    return message;
+    return R"({"jsonrpc":"2.0","id":)" + toJson(id).value() + ",\"" + member + "\":";
 }
 
 } // namespace
@@ -105,9 +95,9 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> JsonRpc::parse(const QByteArr
     return requestFrom(value.toMap());
 }
 
-QByteArray JsonRpc::result(const QVariant& id, const QByteArray& json)
+Message JsonRpc::result(const QVariant& id, const QByteArray& json)
 {
-    return answer(id, "result", json);
+    return {answerStart(id, "result"), json, QByteArrayLiteral("}")};
 }
 
 QByteArray JsonRpc::error(const QVariant& id, const Error& error)
@@ -115,7 +105,7 @@ QByteArray JsonRpc::error(const QVariant& id, const Error& error)
     QVariantHash fields{{QStringLiteral("code"), int(error.code)}, {QStringLiteral("message"), error.message}};
     if (!error.data.isEmpty())
         fields.insert(QStringLiteral("data"), error.data);
-    return answer(id, "error", toJson(fields).value());
+    return answerStart(id, "error") + toJson(fields).value() + '}';
 }
 
 QByteArray JsonRpc::notification(const QString& method, const QVariantHash& parameters)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rpc/json.h"
+#include "rpc/message.h"
 
 #include <QByteArray>
 #include <QString>
@@ -54,8 +55,8 @@ struct Malformed
 
 [[nodiscard]] std::variant<Request, Malformed> parse(const QByteArray& message);
 
-/// `json`: the result as toJson() writes it.
-[[nodiscard]] QByteArray result(const QVariant& id, const QByteArray& json);
+/// `json`: the result as toJson() writes it; it becomes the body.
+[[nodiscard]] Message result(const QVariant& id, const QByteArray& json);
 /// Without a limit: errors and notifications are short. `id` null: it is not known.
 [[nodiscard]] QByteArray error(const QVariant& id, const Error& error);
 [[nodiscard]] QByteArray notification(const QString& method, const QVariantHash& parameters);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rpc/message.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -12,7 +14,7 @@ public:
     virtual ~MessageSink() = default;
     Q_DISABLE_COPY_MOVE(MessageSink)
 
-    virtual void send(QByteArray message) = 0;
+    virtual void send(Message message) = 0;
     /// As send(), but replaces, in its place, a pending message that was sent under the same key.
     virtual void sendLatest(const QString& key, QByteArray message) = 0;
     /// Later messages replace none that is pending now.

@@ -5,8 +5,6 @@
 
 #include <tavo/tavoroles.h>
 
-#include <QDataStream>
-
 #include <algorithm>
 #include <optional>
 #include <vector>
@@ -72,12 +70,34 @@ Call describe(Parameters& parameters, const Content& /*content*/)
     return call;
 }
 
+void append(QByteArray& key, qint64 number)
+{
+    key.append(reinterpret_cast<const char*>(&number), int{sizeof(number)});
+}
+
+void append(QByteArray& key, const QString& text)
+{
+    append(key, text.size());
+    key.append(reinterpret_cast<const char*>(text.constData()), text.size() * int{sizeof(QChar)});
+}
+
+/// Different queries have different keys: numbers have one size, texts begin with theirs.
 QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
 {
+    constexpr int usualSize = 256;
     QByteArray key;
-    QDataStream stream(&key, QIODevice::WriteOnly);
-    stream << query.path << query.first << query.last << query.version << query.roles
-           << static_cast<int>(content.reach()) << content.limits().values << content.limits().answer;
+    key.reserve(usualSize);
+    append(key, query.path.prefix());
+    append(key, query.path.base());
+    append(key, query.first);
+    append(key, query.last);
+    append(key, query.version);
+    append(key, query.roles.size());
+    for (const QString& role : query.roles)
+        append(key, role);
+    append(key, static_cast<int>(content.reach()));
+    append(key, content.limits().values);
+    append(key, content.limits().answer);
     return key;
 }
 

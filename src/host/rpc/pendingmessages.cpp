@@ -21,12 +21,12 @@ void PendingMessages::append(Entry entry)
         m_latest.insert(m_entries.back().key, std::prev(m_entries.end()));
 }
 
-QByteArray PendingMessages::takeFirst()
+Message PendingMessages::takeFirst()
 {
     const auto latest = m_latest.find(m_entries.front().key);
     if (latest != m_latest.end() && *latest == m_entries.begin())
         m_latest.erase(latest);
-    QByteArray message = std::move(m_entries.front().message);
+    Message message = std::move(m_entries.front().message);
     m_entries.pop_front();
     m_bytes -= message.size();
     return message;

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QByteArray>
+#include "rpc/message.h"
+
 #include <QHash>
 #include <QString>
 
@@ -13,7 +14,7 @@ public:
     /// A message, or the rest of one, and its key if another one may replace it.
     struct Entry
     {
-        QByteArray message;
+        Message message;
         /// Null: nothing may replace the message.
         QString key = {};
     };
@@ -25,7 +26,7 @@ public:
     /// No later message replaces one that is pending now.
     void endReplacing() { m_latest.clear(); }
     /// Removes the first message. Call only if there is one.
-    [[nodiscard]] QByteArray takeFirst();
+    [[nodiscard]] Message takeFirst();
     void clear();
 
     [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }

@@ -16,13 +16,31 @@ void SharedRequests::run(const QByteArray& key, const Compute& compute, Receive 
 bool SharedRequests::begin(const QByteArray& key, Receive& receive)
 {
     const std::lock_guard lock(m_mutex);
+    if (joinLocked(key, receive))
+        return false;
+    m_joined.insert(key, {});
+    return true;
+}
+
+bool SharedRequests::join(const QByteArray& key, Receive receive)
+{
+    const std::lock_guard lock(m_mutex);
+    return joinLocked(key, receive);
+}
+
+bool SharedRequests::joinLocked(const QByteArray& key, Receive& receive)
+{
     const auto joined = m_joined.find(key);
-    if (joined == m_joined.end()) {
-        m_joined.insert(key, {});
-        return true;
-    }
+    if (joined == m_joined.end())
+        return false;
     joined->push_back(std::move(receive));
-    return false;
+    return true;
+}
+
+bool SharedRequests::isComputing(const QByteArray& key)
+{
+    const std::lock_guard lock(m_mutex);
+    return m_joined.contains(key);
 }
 
 SharedRequests::Receivers SharedRequests::takeJoined(const QByteArray& key)

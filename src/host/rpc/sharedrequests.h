@@ -20,12 +20,16 @@ public:
     /// Computes the answer in the calling thread, also for those that join meanwhile; or returns at once if an equal
     /// request is being computed, and has it answered by that thread. `compute` depends on nothing but the key.
     void run(const QByteArray& key, const Compute& compute, Receive receive);
+    /// As run(), but false, and nothing has happened, if no equal request is being computed.
+    [[nodiscard]] bool join(const QByteArray& key, Receive receive);
+    [[nodiscard]] bool isComputing(const QByteArray& key);
 
 private:
     using Receivers = std::vector<Receive>;
 
     /// False if the receiver joins the request that is being computed.
     [[nodiscard]] bool begin(const QByteArray& key, Receive& receive);
+    [[nodiscard]] bool joinLocked(const QByteArray& key, Receive& receive);
     /// Those that have joined; empty if there are none, and then the request has ended.
     [[nodiscard]] Receivers takeJoined(const QByteArray& key);
 

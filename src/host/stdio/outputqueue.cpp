@@ -94,7 +94,7 @@ void OutputQueue::State::send(const QString& key, QByteArray line)
     const std::lock_guard lock(m_mutex);
     if (m_closed)
         return;
-    if (m_pending.replace({line, key}))
+    if (m_pending.replace({{line}, key}))
         return;
     // To wake the writer thread would delay a waiting client by more than the writing takes.
     const bool isNext = m_pipe >= 0 && !m_writing && m_pending.isEmpty();
@@ -103,7 +103,7 @@ void OutputQueue::State::send(const QString& key, QByteArray line)
         line = writeReady(m_pipe, std::move(line));
     if (line.isEmpty())
         return;
-    m_pending.append({line, line.size() == size ? key : QString()});
+    m_pending.append({{line}, line.size() == size ? key : QString()});
     m_changed.notify_all();
 }
 
@@ -156,7 +156,7 @@ std::optional<QByteArray> OutputQueue::State::takeNext()
     m_changed.wait(lock, [this] { return m_closed || !m_pending.isEmpty(); });
     if (m_closed)
         return std::nullopt;
-    QByteArray line = m_pending.takeFirst();
+    QByteArray line = m_pending.takeFirst().head;
     m_writtenBytes = line.size();
     m_writing = true;
     return line;
@@ -203,9 +203,9 @@ OutputQueue::~OutputQueue()
     m_state->close();
 }
 
-void OutputQueue::send(QByteArray message)
+void OutputQueue::send(Message message)
 {
-    m_state->send(QString(), std::move(message.append('\n')));
+    m_state->send(QString(), message.text("\n"));
 }
 
 void OutputQueue::sendLatest(const QString& key, QByteArray message)

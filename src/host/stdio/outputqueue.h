@@ -20,7 +20,7 @@ public:
     Q_DISABLE_COPY_MOVE(OutputQueue)
 
     /// Adds a newline.
-    void send(QByteArray message) override;
+    void send(Message message) override;
     void sendLatest(const QString& key, QByteArray message) override;
     void endReplacing() override;
 

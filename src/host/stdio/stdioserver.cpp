@@ -64,12 +64,13 @@ bool StdioServer::waitForAnswers()
 
 void StdioServer::stop()
 {
-    m_reader.cancel();
     {
         const std::lock_guard lock(m_mutex);
         m_isStopped = true;
         m_changed.notify_all();
     }
+    // Afterwards, so that serve() does not take it for the end of the input.
+    m_reader.cancel();
 }
 
 void StdioServer::finish(std::chrono::milliseconds patience)

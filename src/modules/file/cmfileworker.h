@@ -115,7 +115,7 @@ private:
     /// Call with m_mutex held, as removeWatch().
     void addWatch(QString path);
     void removeWatch(QString path);
-    /// Records the directory's new listing, or that it is gone, and tells its clients.
+    /// Records the directory's new listing, or its removal, and notifies its clients.
     void watcherChanged(const QString& path, const QStringList& entries);
     /// Call with m_mutex held.
     void emulateChangesOfDeleted(const CMPath& rowPath);

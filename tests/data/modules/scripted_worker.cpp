@@ -3,6 +3,7 @@
 #include <model/cmworker.h>
 #include <tavo/tavokeys.h>
 
+#include <QDir>
 #include <QFile>
 
 #include <chrono>
@@ -26,6 +27,16 @@ public:
         : CMWorker(configuration, QStringLiteral("ScriptedWorker")),
           m_root(configuration.value(TavoFilesystem_Path()).toString())
     {
+        connect(
+            subscribe(), &CMSubscribe::rowsPathAdded, this,
+            [](const CMPath& path) {
+                if (path.base() == QLatin1String("throw"))
+                    throw std::runtime_error("no memory for it");
+            },
+            Qt::DirectConnection);
+        // Somebody may remove it just then.
+        if (configuration.value(TavoService_Id()) == QLatin1String("vanishing"))
+            QDir().rmdir(m_root);
     }
 
     /// As many rows as the base says, or what its word says.
@@ -36,6 +47,9 @@ public:
             throw std::runtime_error("no memory for it");
         if (base == QLatin1String("throw number"))
             throw 1;
+        if (base == QLatin1String("throw later"))
+            QMetaObject::invokeMethod(
+                this, [] { throw std::runtime_error("thrown later"); }, Qt::QueuedConnection);
         if (base == QLatin1String("silence"))
             return;
         if (base == QLatin1String("fifo"))

@@ -16,9 +16,9 @@ QJsonObject objectFrom(const QByteArray& message)
 
 } // namespace
 
-void MemorySink::send(QByteArray message)
+void MemorySink::send(Message message)
 {
-    append(QString(), std::move(message));
+    append(QString(), message.text());
 }
 
 void MemorySink::sendLatest(const QString& key, QByteArray message)

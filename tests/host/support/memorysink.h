@@ -16,7 +16,7 @@ public:
     /// Full while more bytes than this are pending.
     explicit MemorySink(int capacity = 1024 * 1024) : m_capacity(capacity) {}
 
-    void send(QByteArray message) override;
+    void send(Message message) override;
     void sendLatest(const QString& key, QByteArray message) override;
     void endReplacing() override;
     [[nodiscard]] bool isFull() const override;

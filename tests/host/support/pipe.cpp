@@ -1,6 +1,7 @@
 #include "pipe.h"
 
 #include <array>
+#include <list>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -29,6 +30,12 @@ Pipe::~Pipe()
 {
     closeReadingEnd();
     closeWritingEnd();
+}
+
+Pipe& Pipe::lasting()
+{
+    static std::list<Pipe> pipes;
+    return pipes.emplace_back();
 }
 
 QString Pipe::writingFileName() const

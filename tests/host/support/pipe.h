@@ -10,6 +10,8 @@ class Pipe
 public:
     Pipe();
     ~Pipe();
+    /// A new one that lasts as long as the process: a blocked write to it may outlive the test.
+    [[nodiscard]] static Pipe& lasting();
     Q_DISABLE_COPY_MOVE(Pipe)
 
     [[nodiscard]] int readingEnd() const { return m_readingEnd; }

@@ -1,5 +1,6 @@
 #include "tavo.h"
 
+#include "support/deadmount.h"
 #include "support/inotifylimits.h"
 
 #include <QDir>
@@ -65,8 +66,19 @@ void Tavo::setInotifyInstanceLimit(int limit)
 void Tavo::setInotifyLimit(const char* variable, int limit)
 {
     setVariable(QLatin1String(variable), QString::number(limit));
+    preload(TAVO_INOTIFY_LIMITS);
+}
+
+void Tavo::setDeadMount(const QString& directory)
+{
+    setVariable(QLatin1String(DeadMount::directory), directory);
+    preload(TAVO_DEAD_MOUNT);
+}
+
+void Tavo::preload(const char* file)
+{
     // Unlike a full path, this may have spaces in it.
-    setVariable(QStringLiteral("LD_PRELOAD"), QStringLiteral("$ORIGIN/" TAVO_INOTIFY_LIMITS));
+    setVariable(QStringLiteral("LD_PRELOAD"), QStringLiteral("$ORIGIN/") + QLatin1String(file));
     // The address sanitizer wants to be the first library otherwise.
     setVariable(
         QStringLiteral("ASAN_OPTIONS"),
@@ -120,6 +132,14 @@ QByteArray Tavo::readLine()
 QByteArray Tavo::readErrorLine()
 {
     return readLine(StandardError);
+}
+
+bool Tavo::reports(const QByteArray& text)
+{
+    QByteArray line = readErrorLine();
+    while (!line.isNull() && !line.contains(text))
+        line = readErrorLine();
+    return !line.isNull();
 }
 
 QByteArray Tavo::readLine(ProcessChannel channel)

@@ -40,6 +40,8 @@ public:
     void setWatchLimit(int limit);
     /// The program may have no more inotify instances than this at a time. Before start().
     void setInotifyInstanceLimit(int limit);
+    /// The directory can become a dead mount of the program's, see DeadMount. Before start().
+    void setDeadMount(const QString& directory);
     /// The program may have no more descriptors, unless it raises `soft` to `hard`. Before start().
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     /// The program starts with this one of its standard descriptors closed. Before start().
@@ -61,6 +63,8 @@ public:
     [[nodiscard]] QByteArray readLine();
     /// The next line, without its newline; null at the end.
     [[nodiscard]] QByteArray readErrorLine();
+    /// Waits for a line on standard error that holds the text; false if none comes.
+    [[nodiscard]] bool reports(const QByteArray& text);
     [[nodiscard]] qint64 processId() const { return QProcess::processId(); }
     /// In kB, by its name in /proc: "VmRSS" for now, "VmHWM" for the most so far; 0 if the kernel does not report it.
     [[nodiscard]] int memory(const char* name) const;
@@ -94,6 +98,8 @@ private:
     void passSocket() const;
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
     void setInotifyLimit(const char* variable, int limit);
+    /// `file` is in the program's folder.
+    void preload(const char* file);
 
     Rights m_rights = Rights::Usual;
     std::optional<std::pair<int, int>> m_descriptorLimits;

@@ -40,12 +40,12 @@ void addTags(Probe& result, const QJsonObject& holder)
 
 Probe probe(const QString& file)
 {
-    const QJsonObject told = ffprobe(file);
-    const QJsonObject format = told.value(QLatin1String("format")).toObject();
+    const QJsonObject report = ffprobe(file);
+    const QJsonObject format = report.value(QLatin1String("format")).toObject();
     Probe result;
     result.seconds = format.value(QLatin1String("duration")).toString().toDouble();
     addTags(result, format);
-    for (const QJsonValue& value : told.value(QLatin1String("streams")).toArray()) {
+    for (const QJsonValue& value : report.value(QLatin1String("streams")).toArray()) {
         const QJsonObject stream = value.toObject();
         if (stream.value(QLatin1String("codec_type")).toString() == QLatin1String("video")) {
             result.picture = {

@@ -4,8 +4,6 @@
 
 #include <QSet>
 
-#include <algorithm>
-
 namespace {
 
 void insertAncestors(QSet<CMPath>& ancestors, const CMPath& path)
@@ -58,24 +56,41 @@ CMRemovalsByPath CMRemovals::takeDue(CMUnderWay& underWay)
 {
     if (m_pending.isEmpty())
         return {};
-    const QSet<CMPath> heldUp = underWay.seize(m_pending);
-    QSet<int> waitingRenewals;
-    for (const CMPath& path : heldUp)
-        waitingRenewals.insert(m_pending.value(path).renewal);
+    const QSet<CMPath> waiting = withDependents(underWay.seize(m_pending));
     CMRemovalsByPath due;
-    QSet<CMPath> waitingAncestors;
-    // In the order of paths what is below comes later.
-    for (auto removal = m_pending.end(); removal != m_pending.begin();) {
-        --removal;
-        const bool isRenewed = removal->reason == CMRemoval::Reason::Renewed;
-        const bool waitsForOthers =
-            isRenewed ? waitingRenewals.contains(removal->renewal) : waitingAncestors.contains(removal.key());
-        if (heldUp.contains(removal.key()) || waitsForOthers) {
-            insertAncestors(waitingAncestors, removal.key());
+    for (auto removal = m_pending.begin(); removal != m_pending.end();) {
+        if (waiting.contains(removal.key())) {
+            ++removal;
         } else {
             due.insert(removal.key(), *removal);
             removal = m_pending.erase(removal);
         }
     }
     return due;
+}
+
+QSet<CMPath> CMRemovals::withDependents(const QSet<CMPath>& heldUp) const
+{
+    QSet<CMPath> waiting;
+    // What waits for one path may hold up further ones.
+    for (QSet<CMPath> added = heldUp; !added.isEmpty(); added = dependentsOf(waiting) - waiting)
+        waiting += added;
+    return waiting;
+}
+
+QSet<CMPath> CMRemovals::dependentsOf(const QSet<CMPath>& waiting) const
+{
+    QSet<CMPath> ancestors;
+    QSet<int> renewals;
+    for (const CMPath& path : waiting) {
+        insertAncestors(ancestors, path);
+        renewals.insert(m_pending.value(path).renewal);
+    }
+    QSet<CMPath> dependents;
+    for (auto removal = m_pending.cbegin(); removal != m_pending.cend(); ++removal) {
+        const bool isRenewed = removal->reason == CMRemoval::Reason::Renewed;
+        if (ancestors.contains(removal.key()) || (isRenewed && renewals.contains(removal->renewal)))
+            dependents.insert(removal.key());
+    }
+    return dependents;
 }

@@ -3,6 +3,7 @@
 #include "model/cmpath.h"
 
 #include <QMap>
+#include <QSet>
 #include <QString>
 
 class CMUnderWay;
@@ -49,5 +50,9 @@ public:
     [[nodiscard]] CMRemovalsByPath takeDue(CMUnderWay& underWay);
 
 private:
+    /// The pending removals that wait if those wait that are held up, and these themselves.
+    [[nodiscard]] QSet<CMPath> withDependents(const QSet<CMPath>& heldUp) const;
+    [[nodiscard]] QSet<CMPath> dependentsOf(const QSet<CMPath>& waiting) const;
+
     CMRemovalsByPath m_pending;
 };

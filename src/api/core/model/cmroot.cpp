@@ -20,12 +20,6 @@ bool isOwnPrefix(const QString& prefix)
     return prefix.isEmpty() || prefix == settingsPrefix();
 }
 
-int newRowsVersion()
-{
-    const QMutexLocker lock(CMVersion::mutex());
-    return ++CMVersion::s_last;
-}
-
 QVariantList rowOf(const QString& prefix, const QString& title, const QStringList& roles)
 {
     QVariantList row;
@@ -73,6 +67,8 @@ bool CMRootWorker::mount(CMWorker* worker, const QString& title, int position)
         std::find_if(m_mounts.begin(), m_mounts.end(), isBehind),
         {worker, subscribe, prefix, title.isEmpty() ? prefix : title, position, subscribe->m_underWay});
     subscribe->m_underWay->mount();
+    // The worker may have taken the largest version.
+    CMVersion::raise(0);
     connect(
         worker, &QObject::destroyed, this, [this](const QObject* destroyed) { forget(destroyed, {}); },
         Qt::DirectConnection);
@@ -113,7 +109,7 @@ void CMRootWorker::forget(const QObject* worker, std::function<void()> whenUnuse
 void CMRootWorker::opened()
 {
     const QMutexLocker lock(&m_mutex);
-    m_rowsVersion = newRowsVersion();
+    m_rowsVersion = CMVersion::next();
 }
 
 void CMRootWorker::closed()
@@ -126,7 +122,7 @@ void CMRootWorker::resetRowsLocked()
 {
     if (m_rowsVersion == 0)
         return;
-    m_rowsVersion = newRowsVersion();
+    m_rowsVersion = CMVersion::next();
     subscribe()->rowsChanged(CMPath(), {CMSubscribe::RowsChangeReset()}, m_rowsVersion, -1);
 }
 

@@ -7,10 +7,12 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QScopeGuard>
 #include <QSemaphore>
 #include <QThread>
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 /// The changes that one client has not received yet. It outlives the subscriptions, as they may end earlier than
@@ -91,13 +93,20 @@ bool CMSubscribe::add(const CMPath& path, CMChangeReceiver* receiver)
     if (QThread::currentThread() == thread())
         return addHere(path, receiver);
     bool added = false;
+    std::exception_ptr thrown;
     QSemaphore ended;
     // The function is dropped uncalled if this object is destroyed.
     std::shared_ptr<QSemaphore> whenDropped(&ended, [](QSemaphore* semaphore) { semaphore->release(); });
-    whenSettled(path, [this, &path, receiver, &added, whenDropped = std::move(whenDropped)] {
-        added = addHere(path, receiver);
+    whenSettled(path, [this, &path, receiver, &added, &thrown, whenDropped = std::move(whenDropped)] {
+        try {
+            added = addHere(path, receiver);
+        } catch (...) {
+            thrown = std::current_exception();
+        }
     });
     ended.acquire();
+    if (thrown)
+        std::rethrow_exception(thrown);
     return added;
 }
 
@@ -188,8 +197,15 @@ bool CMSubscribe::addToWorker(const CMPath& path, CMChangeReceiver* receiver)
         clients.receivers.append(receiver);
         clients.isUnsettled = true;
     }
-    Q_EMIT rowsPathAboutToBeAdded(path);
-    Q_EMIT rowsPathAdded(path);
+    try {
+        Q_EMIT rowsPathAboutToBeAdded(path);
+        Q_EMIT rowsPathAdded(path);
+    } catch (...) {
+        const QMutexLocker lock(&m_mutex);
+        m_clients.remove(path);
+        settleLater();
+        throw;
+    }
     return endAddition(path);
 }
 
@@ -357,8 +373,10 @@ bool CMSubscribe::runDueRemovals()
     const QList<CMPath> paths = due.keys();
     if (!paths.isEmpty())
         QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
-    std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
-    m_underWay->release();
+    {
+        const auto release = qScopeGuard([this] { m_underWay->release(); });
+        std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
+    }
     for (const CMPath& path : qAsConst(renewed))
         addAgain(path);
     return !paths.isEmpty();

@@ -61,7 +61,8 @@ public:
     /// Makes the receiver a client of the path. False if the path has another prefix than the worker, or was closed
     /// while the worker took it; whether it can be watched at all, the caller finds out before. A receiver that is a
     /// client already stays one. One that has not received an earlier close of the path yet receives a reset instead.
-    /// A receiver's destruction ends its subscriptions; it must live until this returns.
+    /// A receiver's destruction ends its subscriptions; it must live until this returns. Throws what the worker throws
+    /// when it hears of the path; then the path has no client.
     ///
     /// A path whose removal is pending after a close is added when the worker has heard of the removal. Another thread
     /// than the worker's waits for that, and for the worker's thread: it holds no lock that the worker's thread may

@@ -5,8 +5,6 @@
 #include <QDir>
 #include <QThread>
 
-#include <algorithm>
-
 namespace {
 
 /// A matching request asks for rows on its way.
@@ -179,6 +177,5 @@ void CMUnderWay::noteVersion(int version)
 
 void CMUnderWay::raiseLastVersion() const
 {
-    const QMutexLocker lock(CMVersion::mutex());
-    CMVersion::s_last = std::max(CMVersion::s_last, m_highestVersion.load());
+    CMVersion::raise(m_highestVersion);
 }

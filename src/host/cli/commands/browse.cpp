@@ -129,13 +129,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command browseCommand()
 {
-    Command command;
-    command.name = "browse";
-    command.arguments = "[PATH]";
-    command.summary = "Print the rows of a directory.";
-    command.manual = manual;
-    command.mostArguments = 1;
-    command.addOptions = addOptions;
-    command.run = run;
-    return command;
+    return {
+        "browse", "[PATH]", "Print the rows of a directory.", manual, {0, 1}, run, addOptions,
+    };
 }

@@ -20,20 +20,26 @@ struct Command
 {
     static constexpr int anyNumber = -1;
 
-    const char* name = nullptr;
+    struct ArgumentCount
+    {
+        int fewest;
+        /// Or anyNumber.
+        int most;
+    };
+
+    const char* name;
     /// Its arguments, as in the usage line.
-    const char* arguments = "";
-    const char* summary = nullptr;
+    const char* arguments;
+    const char* summary;
     /// Shown by --help: what it is good for, and an example.
-    const char* manual = nullptr;
-    int fewestArguments = 0;
-    int mostArguments = 0;
+    const char* manual;
+    ArgumentCount argumentCount;
+    /// Gives the program's exit status.
+    Result<int> (*run)(const CommandContext& context, const QCommandLineParser& parser);
     /// Null: it has no options of its own.
     void (*addOptions)(QCommandLineParser& parser) = nullptr;
     /// Whether it works while no root's directory is there, too.
     bool worksWithoutRoots = false;
-    /// Gives the program's exit status.
-    Result<int> (*run)(const CommandContext& context, const QCommandLineParser& parser) = nullptr;
 };
 
 [[nodiscard]] const std::vector<Command>& allCommands();

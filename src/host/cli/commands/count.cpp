@@ -44,12 +44,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command countCommand()
 {
-    Command command;
-    command.name = "count";
-    command.arguments = "[PATH]";
-    command.summary = "Print the number of playable files below a directory.";
-    command.manual = manual;
-    command.mostArguments = 1;
-    command.run = run;
-    return command;
+    return {
+        "count", "[PATH]", "Print the number of playable files below a directory.", manual, {0, 1}, run,
+    };
 }

@@ -65,14 +65,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command infoCommand()
 {
-    Command command;
-    command.name = "info";
-    command.arguments = "PATH";
-    command.summary = "Print all that is known of one entry.";
-    command.manual = manual;
-    command.fewestArguments = 1;
-    command.mostArguments = 1;
-    command.addOptions = addJsonOption;
-    command.run = run;
-    return command;
+    return {
+        "info", "PATH", "Print all that is known of one entry.", manual, {1, 1}, run, addJsonOption,
+    };
 }

@@ -33,14 +33,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command menuCommand()
 {
-    Command command;
-    command.name = "menu";
-    command.arguments = "PATH";
-    command.summary = "Print the context menu of an entry.";
-    command.manual = manual;
-    command.fewestArguments = 1;
-    command.mostArguments = 1;
-    command.addOptions = addJsonOption;
-    command.run = run;
-    return command;
+    return {
+        "menu", "PATH", "Print the context menu of an entry.", manual, {1, 1}, run, addJsonOption,
+    };
 }

@@ -14,8 +14,8 @@
 namespace {
 
 constexpr char manual[] =
-    R"(Reads the tags of playable files and prints the items that a playlist, or the music library, is made of.
-Directories stand for all that lies below them.
+    R"(Reads the tags of playable files and prints the items that they make in a playlist or in the music library.
+A directory stands for all files below it.
 
   tavo --root ~/Music prepare playlist Albums/Blue "Singles/One.mp3"
   tavo --root ~/Music prepare library . --json > library.json)";
@@ -56,8 +56,7 @@ Result<int> runUntilSignalled(Preparation& preparation, const QVector<CMPath>& p
         result = preparation.run(paths);
         Shutdown::exitLater(Success);
     }));
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [&preparation](int signalNumber) {
+    const SignalWatcher signalWatcher([&preparation](int signalNumber) {
         preparation.stop();
         QCoreApplication::exit(exitStatusOf(signalNumber));
     });
@@ -91,14 +90,9 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command prepareCommand()
 {
-    Command command;
-    command.name = "prepare";
-    command.arguments = "playlist|library PATH...";
-    command.summary = "Read tags and print the items for a playlist or the library.";
-    command.manual = manual;
-    command.fewestArguments = 2;
-    command.mostArguments = Command::anyNumber;
-    command.addOptions = addJsonOption;
-    command.run = run;
-    return command;
+    return {
+        "prepare",     "playlist|library PATH...", "Read tags and print the items for a playlist or the library.",
+        manual,        {2, Command::anyNumber},    run,
+        addJsonOption,
+    };
 }

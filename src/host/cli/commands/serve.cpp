@@ -148,8 +148,7 @@ Result<int> serve(const CommandContext& context, const Services& services, HttpS
     const Result<std::unique_ptr<HttpServer>> server = HttpServer::start(services, std::move(settings));
     if (!server)
         return server.failure();
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
     if (const Result<Written> written = writeOutput(context.output, where); !written)
         return written.failure();
     ServiceManager::notify("READY=1");
@@ -182,12 +181,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command serveCommand()
 {
-    Command command;
-    command.name = "serve";
-    command.summary = "Serve browsers and other programs over HTTP.";
-    command.manual = manual;
-    command.addOptions = addOptions;
-    command.worksWithoutRoots = true;
-    command.run = run;
-    return command;
+    return {
+        "serve", "", "Serve browsers and other programs over HTTP.", manual, {0, 0}, run, addOptions, true,
+    };
 }

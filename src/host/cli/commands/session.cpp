@@ -1,6 +1,5 @@
 #include "cli/commands/command.h"
 
-#include "exec/workerthread.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
 #include "stdio/stdioserver.h"
@@ -26,8 +25,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     RequestExecutor executor;
     StdioServer server(
         {context.host, executor, sharedRequests}, STDIN_FILENO, context.output, Shutdown::exitAfterFailedOutput);
-    SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
 
     std::thread serving([&server] {
         if (server.serve())
@@ -38,7 +36,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     const bool haveEnded = executor.stop(Shutdown::requestPatience);
     server.finish(Shutdown::outputPatience);
     // Threads that hang in the kernel are left behind, and all that they use with them.
-    if (!haveEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
+    if (!haveEnded)
         std::_Exit(status);
     serving.join();
     return status;
@@ -48,11 +46,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
 
 Command sessionCommand()
 {
-    Command command;
-    command.name = "session";
-    command.summary = "Serve a client that speaks JSON-RPC 2.0 over standard input and output.";
-    command.manual = manual;
-    command.worksWithoutRoots = true;
-    command.run = run;
-    return command;
+    return {
+        "session", "",   "Serve a client that speaks JSON-RPC 2.0 over standard input and output.", manual, {0, 0}, run,
+        nullptr,   true,
+    };
 }

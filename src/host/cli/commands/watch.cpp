@@ -49,7 +49,7 @@ public:
         else if (m_output.isFull())
             m_output.sendLatest(path.toEncoded(), line);
         else
-            m_output.send(line);
+            m_output.send({line});
     }
 
     [[nodiscard]] bool drain(int milliseconds) { return m_output.drain(milliseconds); }
@@ -66,7 +66,7 @@ private:
 
     void printEnd(const CMPath& path, const QByteArray& line)
     {
-        m_output.send(line);
+        m_output.send({line});
         {
             const std::lock_guard lock(m_mutex);
             m_open.remove(path);
@@ -99,8 +99,7 @@ QString counted(int directories)
 
 int watchUntilSignalled(int directories)
 {
-    const SignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
     report(QStringLiteral("watching %1, interrupt to end").arg(counted(directories)));
     return QCoreApplication::exec();
 }
@@ -130,14 +129,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 
 Command watchCommand()
 {
-    Command command;
-    command.name = "watch";
-    command.arguments = "PATH...";
-    command.summary = "Print every change of directories as it arrives.";
-    command.manual = manual;
-    command.fewestArguments = 1;
-    command.mostArguments = Command::anyNumber;
-    command.addOptions = addJsonOption;
-    command.run = run;
-    return command;
+    return {
+        "watch", "PATH...",     "Print every change of directories as it arrives.", manual, {1, Command::anyNumber},
+        run,     addJsonOption,
+    };
 }

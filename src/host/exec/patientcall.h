@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <optional>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+/// Calls functions that may hang in the kernel, such as looks at a dead mount, each in a thread of its own. For one
+/// thread at a time.
+template<typename Value>
+class PatientCall
+{
+public:
+    /// The functions own all that they use.
+    using Function = std::function<Value()>;
+
+    PatientCall() = default;
+    Q_DISABLE_COPY_MOVE(PatientCall)
+    /// Leaves a function that hangs behind.
+    ~PatientCall() = default;
+
+    /// What the function gives or throws. None if it has not ended after `patience`, if an earlier one still hangs, and
+    /// if the system has no thread left.
+    [[nodiscard]] std::optional<Value> call(Function function, std::chrono::milliseconds patience)
+    {
+        if (isHanging())
+            return std::nullopt;
+        std::packaged_task<Value()> task(std::move(function));
+        m_result = task.get_future();
+        try {
+            std::thread(std::move(task)).detach();
+        } catch (const std::system_error&) {
+            m_result = {};
+            return std::nullopt;
+        }
+        if (m_result.wait_for(patience) != std::future_status::ready)
+            return std::nullopt;
+        return m_result.get();
+    }
+
+private:
+    [[nodiscard]] bool isHanging() const
+    {
+        return m_result.valid() && m_result.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
+    }
+
+    std::future<Value> m_result;
+};
