@@ -1,5 +1,7 @@
 #include "content/confinement.h"
 
+#include "content/mount.h"
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -56,17 +58,18 @@ bool isConfined(const QString& rootDirectory, const QString& base)
     return target.isEmpty() || isAtOrBelow(rootDirectory, target);
 }
 
-bool isPublic(const QString& rootDirectory, const QString& base)
+bool isPublic(const Mount& mount, const QString& base)
 {
-    const QString path = joined(rootDirectory, base);
+    const QString& root = mount.rootDirectory;
+    const QString path = joined(root, base);
     // An absolute base would tell where the root is.
-    if (base.startsWith(slash) || !isConfined(rootDirectory, base))
+    if (base.startsWith(slash) || !isConfined(root, base))
         return false;
-    const auto isHidden = [&rootDirectory](const QString& inside) {
-        return hasHiddenName(inside.mid(rootDirectory.size()));
-    };
+    const auto isHidden = [&root](const QString& inside) { return hasHiddenName(inside.mid(root.size())); };
     if (isHidden(QDir::cleanPath(path)) || isHidden(withoutClimbs(path)))
         return false;
     const QString target = QFileInfo(path).canonicalFilePath();
-    return target.isEmpty() || isAtOrBelow(rootDirectory, target);
+    if (target.isEmpty())
+        return true;
+    return isAtOrBelow(root, target) ? !hasHiddenName(target.mid(root.size())) : mount.followsLinks;
 }
