@@ -7,7 +7,7 @@ const style = {
     'eqeqeq': 'error',
     'no-implicit-globals': 'error',
     'no-shadow': 'error',
-    'no-unused-vars': ['error', { args: 'all' }],
+    'no-unused-vars': ['error', { args: 'all', argsIgnorePattern: '^_' }],
     'no-var': 'error',
     'object-shorthand': 'error',
     'prefer-const': 'error',
