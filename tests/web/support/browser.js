@@ -35,7 +35,9 @@ const contentSecurityPolicy = [
 let browser;
 
 export async function startBrowser() {
-    browser = await chromium.launch({ executablePath: '/usr/bin/chromium', args: ['--no-sandbox'] });
+    // Chromium's sandbox does not work for root.
+    const args = process.getuid?.() === 0 ? ['--no-sandbox'] : [];
+    browser = await chromium.launch({ executablePath: '/usr/bin/chromium', args });
 }
 
 export async function stopBrowser() {
