@@ -25,10 +25,9 @@ const contentSecurityPolicy = [
     "default-src 'none'",
     ...['script', 'style', 'img', 'media', 'connect', 'manifest'].map((kind) => `${kind}-src 'self'`),
     "require-trusted-types-for 'script'",
-    "trusted-types 'none'",
     "frame-ancestors 'self'",
     "base-uri 'none'",
-    "form-action 'self'",
+    "form-action 'none'",
 ].join('; ');
 
 /** @type {import('playwright-core').Browser | undefined} */
