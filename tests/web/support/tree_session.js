@@ -18,7 +18,7 @@ export class TreeSession extends EventTarget {
     /** Rows in an answer at most. */
     pageSize = 5000;
 
-    /** Called before each answer. @type {(request: string) => unknown} */
+    /** Called before each answer. @type {(request: string) => any} */
     before = () => {};
 
     /** @param {Folder} root */
