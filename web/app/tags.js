@@ -1,13 +1,13 @@
-/** Reads the tags of a queue's entries, a batch at a time, behind everything else. */
+/** Reads the tags of entries, a batch at a time, behind everything else. */
 
-/** @typedef {import('./queuestate.js').Entry} Entry */
-/** @typedef {{ title?: string, artist?: string, album?: string, duration?: number }} Tags */
+/** @typedef {{ title?: string, artist?: string, album?: string, duration?: number, mimeType?: string }} Tags */
 /** @typedef {import('./session.js').Session} Session */
 
 const batchSize = 50;
 const retryDelay = 2000;
 const tooBusy = -32004;
 
+/** @template {{ path: string }} Entry */
 export class TagReader {
     #session;
     #nextBatch;
@@ -98,7 +98,8 @@ function prefixOf(path) {
 /** Leaves out what the file does not say. @param {any} item @returns {Tags} */
 function tagsOf(item) {
     const { artist, album } = item.mediaData?.metaData ?? {};
-    const fields = { title: item.title, artist, album, duration: item.mediaData?.resources?.[0]?.duration };
+    const { duration, mimeType } = item.mediaData?.resources?.[0] ?? {};
+    const fields = { title: item.title, artist, album, duration, mimeType };
     return Object.fromEntries(Object.entries(fields).filter(([, value]) => value !== undefined && value !== null));
 }
 

@@ -2,11 +2,15 @@
 export default {
     // Folder
     folders: 'Ordner',
+    areas: 'Bereiche',
     path: 'Pfad',
     home: 'Start',
     filterFolder: 'Ordner filtern',
     play: 'Abspielen',
     addToQueue: 'In die Warteschlange',
+    playNow: 'Jetzt abspielen',
+    playNext: 'Als Nächstes abspielen',
+    replaceQueue: 'Warteschlange ersetzen',
     foldersCount: { one: '{count} Ordner', other: '{count} Ordner' },
     tracksCount: { one: '{count} Titel', other: '{count} Titel' },
     more: 'Weitere Aktionen für {name}',

@@ -1,11 +1,15 @@
 export default {
     // Folder
     folders: 'Folders',
+    areas: 'Areas',
     path: 'Path',
     home: 'Home',
     filterFolder: 'Filter this folder',
     play: 'Play',
     addToQueue: 'Add to queue',
+    playNow: 'Play now',
+    playNext: 'Play next',
+    replaceQueue: 'Replace queue',
     foldersCount: { one: '{count} folder', other: '{count} folders' },
     tracksCount: { one: '{count} track', other: '{count} tracks' },
     more: 'More actions for {name}',
