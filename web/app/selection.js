@@ -46,6 +46,11 @@ export class Selection {
         this.focus = focus;
     }
 
+    /** Deselects what is gone. @param {(key: Key) => boolean} isThere */
+    keep(isThere) {
+        this.#keys = new Set(this.keys.filter(isThere));
+    }
+
     /** Deselects everything; the focus stays. */
     clear() {
         this.#keys.clear();

@@ -9,8 +9,9 @@ import { extname } from 'node:path';
 
 import { picture, tone } from './sounds.js';
 
-const web = new URL('../../../web/', import.meta.url);
-const support = new URL('./', import.meta.url);
+const repository = new URL('../../../', import.meta.url);
+const page = '/tests/web/support/player.html';
+const served = ['/web/app/', '/tests/web/support/'];
 const types = { '.js': 'text/javascript', '.css': 'text/css', '.html': 'text/html' };
 const policy =
     "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; media-src 'self'; connect-src 'self'; " +
@@ -30,7 +31,7 @@ export class PageServer {
         return new Promise((resolve) => {
             this.#server.listen(0, '127.0.0.1', () => {
                 const { port } = /** @type {import('node:net').AddressInfo} */ (this.#server.address());
-                resolve(`http://127.0.0.1:${port}/`);
+                resolve(`http://127.0.0.1:${port}${page}`);
             });
         });
     }
@@ -48,8 +49,8 @@ export class PageServer {
         const url = new URL(request.url ?? '/', 'http://localhost');
         const path = decodeURIComponent(url.pathname);
         this.requests.push(`${request.method} ${path}`);
-        if (path.startsWith('/media/')) this.#answerSound(path, request, response);
-        else if (path.startsWith('/cover/')) answerCover(path, Number(url.searchParams.get('width')), response);
+        if (path.includes('/media/')) this.#answerSound(path, request, response);
+        else if (path.includes('/cover/')) answerCover(path, Number(url.searchParams.get('width')), response);
         else await answerFile(path, response);
     }
 
@@ -113,8 +114,9 @@ function answerCover(path, width, response) {
  * @param {import('node:http').ServerResponse} response
  */
 async function answerFile(path, response) {
-    const file = path.startsWith('/app/') ? new URL(`.${path}`, web) : new URL(`.${path === '/' ? '/player.html' : path}`, support);
+    const file = new URL(`.${path}`, repository);
     try {
+        if (!served.some((folder) => path.startsWith(folder))) throw new Error('not served');
         const body = await readFile(file);
         const type = types[/** @type {keyof types} */ (extname(file.pathname))];
         response.writeHead(200, { 'Content-Type': type, 'Content-Security-Policy': policy }).end(body);
