@@ -12,7 +12,7 @@ import { addressOf, currentPath, go, replacePlace } from './place.js';
 import { Roots } from './roots.js';
 import { RowList } from './rowlist.js';
 import { Rows } from './rows.js';
-import { shownTitle } from './rowview.js';
+import { RowView, shownTitle } from './rowview.js';
 import { Selection } from './selection.js';
 import { Thumb } from './thumb.js';
 import { TypeAhead } from './typeahead.js';
@@ -34,6 +34,7 @@ export class TavoFolder extends HTMLElement {
     #tags;
     #actions;
     #rows;
+    /** @type {Selection<string>} */
     #selection = new Selection();
     #typeAhead = new TypeAhead();
     #focusIndex = 0;
@@ -55,7 +56,7 @@ export class TavoFolder extends HTMLElement {
         add: () => this.#actions.add([this.#rows.path]),
     });
     #scroller = element('div', { class: 'scroller' }, this.#hero.element, this.#notice, this.#grid);
-    #list = new RowList(this.#scroller, this.#grid, (index) => this.#stateOf(index));
+    #list = new RowList(this.#scroller, this.#grid, () => new RowView(), (index) => this.#stateOf(index));
     #thumb = new Thumb(this.#scroller, () => this.#nameAtEye());
 
     /**
@@ -513,8 +514,8 @@ export class TavoFolder extends HTMLElement {
         if (size === 0) this.#selectingByTouch = false;
         this.#selected.hidden = size < (this.#selectingByTouch ? 1 : 2);
         if (this.#selected.hidden) return;
-        const play = button('play', () => this.#actions.play(this.#selection.paths));
-        const add = button('addToQueue', () => this.#actions.add(this.#selection.paths));
+        const play = button('play', () => this.#actions.play(this.#selection.keys));
+        const add = button('addToQueue', () => this.#actions.add(this.#selection.keys));
         const close = element('button', { type: 'button', class: 'round', 'aria-label': text('close') }, icon('close'));
         close.addEventListener('click', () => this.#escape());
         this.#selected.replaceChildren(element('span', {}, text('selectedCount', { count: size })), play, add, close);

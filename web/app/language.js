@@ -60,3 +60,23 @@ export function clock(milliseconds) {
     const hours = Math.floor(seconds / 3600);
     return hours > 0 ? `${hours}:${parts.join(':')}` : parts.join(':').replace(/^0/, '');
 }
+
+/**
+ * A duration in words: `48 min`, `3 h 5 min`.
+ * @param {number} milliseconds
+ * @returns {string}
+ */
+export function spokenDuration(milliseconds) {
+    const minutes = Math.round(milliseconds / 60000);
+    if (minutes < 60) return text('minutes', { minutes: Math.max(1, minutes) });
+    return text('hoursAndMinutes', { hours: Math.floor(minutes / 60), minutes: minutes % 60 });
+}
+
+/**
+ * Keeps the direction of a name from reaching the text around it.
+ * @param {string} name
+ * @returns {string}
+ */
+export function isolated(name) {
+    return `\u2068${name}\u2069`;
+}

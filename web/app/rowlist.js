@@ -1,7 +1,14 @@
 import { setAttribute } from './dom.js';
-import { RowView } from './rowview.js';
 
-/** @typedef {import('./rowview.js').RowState} RowState */
+/**
+ * What draws a row: one entry after the other as the list is scrolled.
+ * @template State
+ * @typedef {object} View
+ * @property {HTMLElement} element
+ * @property {number} index
+ * @property {(index: number, height: number) => void} place
+ * @property {(state: State) => void} draw
+ */
 
 const mostElements = 80;
 const mostAround = 10;
@@ -10,12 +17,14 @@ const mostAround = 10;
  * Draws a long list with few elements: those in view and some around them.
  *
  * The list is as high as all its rows; the scroller, which may show more than the list, scrolls over it.
+ * @template State
  */
 export class RowList {
     #scroller;
     #list;
+    #makeView;
     #stateOf;
-    /** @type {RowView[]} in the order of their rows */
+    /** @type {View<State>[]} in the order of their rows */
     #views = [];
     #frame = 0;
     #count = 0;
@@ -28,11 +37,13 @@ export class RowList {
     /**
      * @param {HTMLElement} scroller
      * @param {HTMLElement} list
-     * @param {(index: number) => RowState} stateOf
+     * @param {() => View<State>} makeView
+     * @param {(index: number) => State} stateOf
      */
-    constructor(scroller, list, stateOf) {
+    constructor(scroller, list, makeView, stateOf) {
         this.#scroller = scroller;
         this.#list = list;
+        this.#makeView = makeView;
         this.#stateOf = stateOf;
         scroller.addEventListener('scroll', () => this.redraw(), { passive: true });
         new ResizeObserver(() => this.#measure()).observe(scroller);
@@ -142,7 +153,7 @@ export class RowList {
     #place(first, last) {
         const wanted = Math.max(0, last - first + 1);
         while (this.#views.length > wanted) this.#views.pop()?.element.remove();
-        while (this.#views.length < wanted) this.#append(new RowView());
+        while (this.#views.length < wanted) this.#append(this.#makeView());
         if (wanted === 0) return;
         const moved = first - this.#views[0].index;
         if (Math.abs(moved) < wanted) this.#rotate(moved);
@@ -153,15 +164,15 @@ export class RowList {
 
     /** @param {number} moved */
     #rotate(moved) {
-        for (; moved > 0; --moved) this.#append(/** @type {RowView} */ (this.#views.shift()));
+        for (; moved > 0; --moved) this.#append(/** @type {View<State>} */ (this.#views.shift()));
         for (; moved < 0; ++moved) {
-            const view = /** @type {RowView} */ (this.#views.pop());
+            const view = /** @type {View<State>} */ (this.#views.pop());
             this.#views.unshift(view);
             this.#list.prepend(view.element);
         }
     }
 
-    /** @param {RowView} view */
+    /** @param {View<State>} view */
     #append(view) {
         this.#views.push(view);
         this.#list.append(view.element);

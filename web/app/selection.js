@@ -1,55 +1,63 @@
-/** Which entries of a folder are selected and which one has the focus, by path, so that both survive changes. */
+/**
+ * Which entries of a list are selected and which one has the focus, by path or id, so that both survive changes.
+ * @template Key
+ */
 export class Selection {
-    /** @type {Set<string>} */
-    #paths = new Set();
+    /** @type {Set<Key>} */
+    #keys = new Set();
 
-    /** @type {string | null} */
+    /** @type {Key | null} */
     focus = null;
-    /** @type {string | null} where a range begins */
+    /** @type {Key | null} where a range begins */
     anchor = null;
 
     get size() {
-        return this.#paths.size;
+        return this.#keys.size;
     }
 
-    get paths() {
-        return [...this.#paths];
+    get keys() {
+        return [...this.#keys];
     }
 
-    /** @param {string} path */
-    has(path) {
-        return this.#paths.has(path);
+    /** @param {Key} key */
+    has(key) {
+        return this.#keys.has(key);
     }
 
-    /** @param {string} path */
-    only(path) {
-        this.#paths = new Set([path]);
-        this.focus = this.anchor = path;
+    /** @param {Key} key */
+    only(key) {
+        this.#keys = new Set([key]);
+        this.focus = this.anchor = key;
     }
 
-    /** @param {string} path */
-    toggle(path) {
-        if (!this.#paths.delete(path)) this.#paths.add(path);
-        this.focus = this.anchor = path;
+    /** @param {Key} key */
+    toggle(key) {
+        if (!this.#keys.delete(key)) this.#keys.add(key);
+        this.focus = this.anchor = key;
     }
 
     /**
      * Selects a range and nothing else; its anchor stays.
-     * @param {string[]} paths
-     * @param {string} focus
+     * @param {Key[]} keys
+     * @param {Key} focus
      */
-    range(paths, focus) {
-        this.#paths = new Set(paths);
+    range(keys, focus) {
+        this.#keys = new Set(keys);
         this.focus = focus;
+    }
+
+    /** Deselects what is gone. @param {(key: Key) => boolean} isThere */
+    keep(isThere) {
+        this.#keys = new Set(this.keys.filter(isThere));
     }
 
     /** Deselects everything; the focus stays. */
     clear() {
-        this.#paths.clear();
+        this.#keys.clear();
     }
 
-    /** What an action on an entry concerns: the whole selection if the entry belongs to it. @param {string} path */
-    concernedBy(path) {
-        return this.has(path) ? this.paths : [path];
+    /** What an action on an entry concerns: the whole selection if the entry belongs to it. @param {Key} key */
+    concernedBy(key) {
+        return this.has(key) ? this.keys : [key];
     }
 }

@@ -1,8 +1,8 @@
 import assert from 'node:assert/strict';
-import test from 'node:test';
+import { test } from 'node:test';
 
-import { Queue } from '../../web/app/queue.js';
-import { TreeSession } from './treesession.js';
+import { Queue } from '../../../web/app/queue.js';
+import { TreeSession } from '../support/tree_session.js';
 
 const tree = {
     Albums: {
@@ -15,7 +15,7 @@ const tree = {
     '05.opus': 'Di',
 };
 
-/** @param {import('./treesession.js').Folder} [root] */
+/** @param {import('../support/tree_session.js').Folder} [root] */
 function setUp(root = tree) {
     const session = new TreeSession(root);
     return { session, queue: new Queue(/** @type {any} */ (session)) };
@@ -59,7 +59,7 @@ test('nothing playable is an error', async () => {
 });
 
 test('a folder that contains itself is entered 32 levels deep', async () => {
-    /** @type {import('./treesession.js').Folder} */
+    /** @type {import('../support/tree_session.js').Folder} */
     const loop = { 'a.opus': '' };
     loop.again = loop;
     const { queue } = setUp({ loop });

@@ -7,7 +7,8 @@
 /** @typedef {Folder | string | null} Node a string is a file's artist */
 
 export class TreeSession extends EventTarget {
-    #root;
+    /** @type {Folder} */
+    root;
     #versions = new Map();
 
     /** All requests, as `method path`. @type {string[]} */
@@ -18,13 +19,13 @@ export class TreeSession extends EventTarget {
     /** Rows in an answer at most. */
     pageSize = 5000;
 
-    /** Called before each answer. @type {(request: string) => unknown} */
+    /** Called before each answer. @type {(request: string) => any} */
     before = () => {};
 
     /** @param {Folder} root */
     constructor(root) {
         super();
-        this.#root = root;
+        this.root = root;
     }
 
     /** The rows of an open folder have another version. @param {string} path */
@@ -95,7 +96,7 @@ export class TreeSession extends EventTarget {
         return names.reduce((/** @type {any} */ folder, name) => {
             if (!(name in folder)) throw refusal('invalidPath');
             return folder[name];
-        }, this.#root);
+        }, this.root);
     }
 
     /** @param {string} path @param {Node} node */

@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
-import test from 'node:test';
+import { test } from 'node:test';
 
-import { QueueState, mostEntries, mostFailures } from '../../web/app/queuestate.js';
+import { QueueState, mostEntries, mostFailures } from '../../../web/app/queuestate.js';
 
 /** @param {string} names one letter an entry */
 function sources(names) {
