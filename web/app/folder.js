@@ -299,7 +299,9 @@ export class TavoFolder extends HTMLElement {
 
     async #applyFilter() {
         const { value } = this.#filter;
+        this.#filter.classList.add('busy');
         await this.#rows.setFilter(value).catch(report);
+        this.#filter.classList.remove('busy');
         if (this.#filter.value !== value) return;
         this.#scroller.scrollTop = 0;
         this.#announce(text('rowsShown', { count: this.#rows.count }));

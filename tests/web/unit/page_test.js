@@ -32,3 +32,11 @@ test('scripts import one another only', async () => {
         assert.deepEqual(imports.filter((module) => !/^\.{1,2}\/[\w/]+\.js$/.test(module)), [], name);
     }
 });
+
+test('the browser fetches all scripts at once instead of one import after the other', async () => {
+    const [{ content }] = await shipped('.html');
+    const ahead = [...content.matchAll(/rel="modulepreload" href="([^"]+)"/g)].map(([, address]) => address);
+    const scripts = (await shipped('.js')).map(({ name }) => name);
+    const others = scripts.filter((name) => name !== 'app/main.js' && !/languages\/(?!en)/.test(name));
+    assert.deepEqual(ahead.sort(), others.sort());
+});
