@@ -99,7 +99,7 @@ TEST(Binaries, TagReadersNeedTheSdkAndQtCoreAlone)
 TEST(Binaries, TagsAloneNeedTagLibAndQtGui)
 {
     EXPECT_THAT(needsOf(TAVO_TAGS), UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Gui", "libtag"));
-    EXPECT_THAT(exportsOf(TAVO_TAGS), ElementsAre("tavo_read_file_tags"));
+    EXPECT_THAT(exportsOf(TAVO_TAGS), ElementsAre("tavo_tag_functions"));
 }
 
 TEST(Binaries, SdkExportsNoInstancesOfForeignTemplates)

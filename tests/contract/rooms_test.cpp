@@ -22,12 +22,12 @@ const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
 /// The longest first, where one contains another.
 const QStringList rooms = {
-    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),     QStringLiteral("src/api/tagreader"),
-    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"), QStringLiteral("src/host/app"),
-    QStringLiteral("src/host/cli"),      QStringLiteral("src/host/content"), QStringLiteral("src/host/exec"),
-    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),
-    QStringLiteral("src/host/rpc"),      QStringLiteral("src/host/stdio"),   QStringLiteral("src/host/terminal"),
-    QStringLiteral("tests/support")};
+    QStringLiteral("src/api/core/log"), QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
+    QStringLiteral("src/api/playlist"), QStringLiteral("src/modules/file"),  QStringLiteral("src/host/app"),
+    QStringLiteral("src/host/cli"),     QStringLiteral("src/host/content"),  QStringLiteral("src/host/exec"),
+    QStringLiteral("src/host/http"),    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/media"),
+    QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),  QStringLiteral("src/host/rpc"),
+    QStringLiteral("src/host/stdio"),   QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
 const QStringList includeRoots = {
@@ -215,16 +215,22 @@ const std::vector<Rule> rules = {
     {"HostExec", "src/host/exec", Side::Both, hostRoom({})},
     {"HostContent", "src/host/content", Side::Both,
      hostRoom({"log4cplus", "src/api/core/log", "src/host/exec", "src/host/liveness"})},
+    {"HostMedia", "src/host/media", Side::Both,
+     hostRoom({"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/process"})},
     {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "content/result.h"})},
     {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec"})},
     {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
+    {"HostHttp", "src/host/http", Side::Both,
+     hostRoom(
+         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/media", "src/host/process",
+          "src/host/rpc"})},
     {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
     {"HostPrepare", "src/host/prepare", Side::Both,
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
     {"HostCli", "src/host/cli", Side::Both,
      hostRoom(
-         {"src/host/content", "src/host/exec", "src/host/prepare", "src/host/process", "src/host/rpc", "src/host/stdio",
-          "src/host/terminal"})},
+         {"src/host/content", "src/host/exec", "src/host/http", "src/host/prepare", "src/host/process", "src/host/rpc",
+          "src/host/stdio", "src/host/terminal"})},
     {"HostApp", "src/host/app", Side::Both, hostRoom({"src/host/cli", "src/host/content", "src/host/process"})}};
 
 QStringList filesOf(const Rule& rule)

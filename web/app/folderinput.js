@@ -39,6 +39,7 @@ const moves = /** @type {const} */ ({
  */
 export function listenToKeys(list, commands) {
     list.addEventListener('keydown', (event) => {
+        list.classList.remove('by-pointer');
         if (event.target === list && handleKey(event, commands)) event.preventDefault();
     });
 }
@@ -72,7 +73,11 @@ function handleKey(event, commands) {
  */
 export function listenToPointer(list, commands) {
     let touched = false;
-    list.addEventListener('pointerdown', (event) => (touched = event.pointerType === 'touch'));
+    list.addEventListener('pointerdown', (event) => {
+        touched = event.pointerType === 'touch';
+        // The ring around the row with the focus is for who uses the keyboard.
+        list.classList.add('by-pointer');
+    });
     list.addEventListener('click', (event) => {
         const index = commands.indexAt(event.target);
         if (index < 0) return;
@@ -129,10 +134,9 @@ function listenToMenuRequests(list, commands, touched) {
 function press(list, start, held) {
     const over = new AbortController();
     const timer = setTimeout(() => {
-        // The click that follows when the finger is lifted is not a tap.
-        list.addEventListener('click', swallow, { capture: true, once: true });
-        setTimeout(() => list.removeEventListener('click', swallow, { capture: true }), 2 * longPress);
         over.abort();
+        // When the finger is lifted, that is no tap.
+        list.addEventListener('touchend', (event) => event.preventDefault(), { once: true, passive: false });
         held();
     }, longPress);
     over.signal.addEventListener('abort', () => clearTimeout(timer));
@@ -145,12 +149,6 @@ function press(list, start, held) {
         },
         { signal },
     );
-}
-
-/** @param {Event} event */
-function swallow(event) {
-    event.stopImmediatePropagation();
-    event.preventDefault();
 }
 
 /** @param {EventTarget | null} target */

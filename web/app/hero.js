@@ -1,6 +1,6 @@
 import { element, setText } from './dom.js';
 import { icon } from './icons.js';
-import { clock, text } from './language.js';
+import { text } from './language.js';
 import { coverAddress, top } from './paths.js';
 
 /** @typedef {import('./listing.js').Row} Row */
@@ -46,7 +46,6 @@ export class Hero {
      */
     summarise(total, rows, tagsOf) {
         const known = /** @type {Row[]} */ (rows.filter((row) => row));
-        this.#actions.classList.toggle('disabled', total === 0);
         for (const button of this.#actions.querySelectorAll('button')) button.disabled = total === 0;
         const parts = known.length < total ? [text('rowsShown', { count: total })] : summary(known, tagsOf);
         setText(this.#sub, parts.join(' · '));
@@ -79,6 +78,13 @@ function summary(rows, tagsOf) {
     const [artist] = artists;
     if (artists.size === 1 && artist) parts.unshift(artist);
     const duration = tags.reduce((sum, tag) => sum + (tag?.duration ?? 0), 0);
-    if (duration > 0) parts.push(clock(duration));
+    if (duration > 0) parts.push(roughly(duration));
     return parts;
+}
+
+/** @param {number} milliseconds */
+function roughly(milliseconds) {
+    const minutes = Math.max(1, Math.round(milliseconds / 60000));
+    const values = { hours: Math.floor(minutes / 60), minutes: minutes % 60 };
+    return text(values.hours > 0 ? 'hoursMinutes' : 'minutes', values);
 }

@@ -3,37 +3,39 @@ import { element } from './dom.js';
 /** @typedef {{ label: string, run: () => void }} Action */
 
 /**
- * Shows a menu at a point of the page. It closes when something is chosen, by Escape, or by a click beside it, and gives
- * the focus back.
+ * Shows a menu at a point of the page. It closes when something is chosen, by Escape, or when the focus leaves it, and
+ * gives the focus back.
  * @param {string} label what the actions concern
  * @param {Action[]} actions
  * @param {{ x: number, y: number }} at
  */
 export function openMenu(label, actions, at) {
-    const before = document.activeElement;
-    const menu = element('div', { class: 'menu', role: 'menu', 'aria-label': label, popover: 'auto' });
-    for (const action of actions) menu.append(itemOf(menu, action));
-    menu.addEventListener('keydown', (event) => moveFocus(menu, event));
-    menu.addEventListener('toggle', (event) => {
-        if (/** @type {ToggleEvent} */ (event).newState !== 'closed') return;
-        const held = menu.contains(document.activeElement) || document.activeElement === document.body;
+    const before = document.activeElement ?? document.body;
+    const menu = element('div', { class: 'menu', role: 'menu', 'aria-label': label, popover: 'manual' });
+    const close = () => {
+        if (menu.contains(document.activeElement) && before instanceof HTMLElement) before.focus({ preventScroll: true });
         menu.remove();
-        if (held && before instanceof HTMLElement) before.focus({ preventScroll: true });
+    };
+    for (const action of actions) menu.append(itemOf(action, close));
+    menu.addEventListener('keydown', (event) => handleKey(menu, event, close));
+    menu.addEventListener('focusout', (event) => {
+        if (!menu.contains(/** @type {Node | null} */ (event.relatedTarget))) close();
     });
-    document.body.append(menu);
+    const area = before.closest('main, aside, footer') ?? document.body;
+    area.append(menu);
     menu.showPopover();
     place(menu, at);
-    items(menu)[0]?.focus();
+    items(menu)[0].focus({ preventScroll: true });
 }
 
 /**
- * @param {HTMLElement} menu
  * @param {Action} action
+ * @param {() => void} close
  */
-function itemOf(menu, action) {
+function itemOf(action, close) {
     const item = element('button', { type: 'button', role: 'menuitem', tabindex: -1 }, action.label);
     item.addEventListener('click', () => {
-        menu.hidePopover();
+        close();
         action.run();
     });
     return item;
@@ -61,8 +63,9 @@ function place(menu, { x, y }) {
 /**
  * @param {HTMLElement} menu
  * @param {KeyboardEvent} event
+ * @param {() => void} close
  */
-function moveFocus(menu, event) {
+function handleKey(menu, event, close) {
     const all = items(menu);
     const at = all.indexOf(/** @type {HTMLElement} */ (document.activeElement));
     /** @type {Record<string, number>} */
@@ -72,8 +75,9 @@ function moveFocus(menu, event) {
         Home: 0,
         End: all.length - 1,
     };
-    if (event.key === 'Tab') menu.hidePopover();
-    if (!(event.key in targets)) return;
+    event.stopPropagation();
+    if (event.key in targets) all[targets[event.key]].focus();
+    else if (event.key === 'Escape' || event.key === 'Tab') close();
+    else return;
     event.preventDefault();
-    all[targets[event.key]].focus();
 }

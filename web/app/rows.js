@@ -400,10 +400,12 @@ export class Rows extends EventTarget {
     /** @param {Error | null} error null: the directory is gone */
     #fail(error) {
         if (this.#stopped.signal.aborted) return;
-        this.error = error;
+        // That a directory which is gone cannot be opened is no news.
+        const gone = error === null || this.#state === 'gone';
+        this.error = gone ? null : error;
         this.#session.close(this.path, this.#heard);
         this.#listing = new Listing(0, 0);
-        this.#enter(error ? 'unreadable' : 'gone');
+        this.#enter(gone ? 'gone' : 'unreadable');
         if (this.#watched === null) void this.#watch(parent(this.path));
     }
 

@@ -42,6 +42,16 @@ int openRegularFile(const QByteArray& path, long& length)
     return descriptor;
 }
 
+/// Returns -1 for anything but a regular file.
+int duplicateOf(int descriptor, long& length)
+{
+    struct stat file = {};
+    if (fstat(descriptor, &file) != 0 || !isReadable(file))
+        return -1;
+    length = file.st_size;
+    return fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+}
+
 const char* stackPosition()
 {
     return static_cast<const char*>(__builtin_frame_address(0));
@@ -52,6 +62,11 @@ const char* stackPosition()
 BoundedStream::BoundedStream(QByteArray name)
     : m_name(std::move(name)), m_descriptor(openRegularFile(m_name, m_length)), m_stack(stackPosition()),
       m_request(CMRequestContext::current())
+{
+}
+
+BoundedStream::BoundedStream(int descriptor)
+    : m_descriptor(duplicateOf(descriptor, m_length)), m_stack(stackPosition()), m_request(CMRequestContext::current())
 {
 }
 

@@ -29,11 +29,14 @@ public:
 
     /// Opens the file only if it is a regular one, so that no name can make it wait.
     explicit BoundedStream(QByteArray name);
+    /// Reads a file that is open, if it is a regular one. The descriptor stays the caller's and may be closed.
+    explicit BoundedStream(int descriptor);
     ~BoundedStream() override;
 
     /// Replaces the limits; what was read before does not count.
     void setLimits(const Limits& limits) { m_left = limits; }
 
+    /// Empty for a file that was open.
     [[nodiscard]] TagLib::FileName name() const override { return m_name.constData(); }
     [[nodiscard]] TagLib::ByteVector readBlock(unsigned long length) override;
     [[nodiscard]] bool readOnly() const override { return true; }

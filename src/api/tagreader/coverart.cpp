@@ -3,6 +3,7 @@
 #include <QBuffer>
 #include <QImage>
 #include <QImageReader>
+#include <QtEndian>
 
 namespace {
 
@@ -30,11 +31,37 @@ QByteArray formatOf(const QByteArray& picture)
     return {};
 }
 
+bool hasLength(uchar marker)
+{
+    constexpr uchar first = 0xc0;
+    constexpr uchar firstRestart = 0xd0;
+    constexpr uchar startOfImage = 0xd8;
+    constexpr uchar padding = 0xff;
+    return marker >= first && (marker < firstRestart || marker > startOfImage) && marker != padding;
+}
+
+/// Whether the file has its end marker. Decoders make up what a truncated file lacks.
+bool isCompleteJpeg(const QByteArray& picture)
+{
+    constexpr uchar endOfImage = 0xd9;
+    constexpr int lengthField = 2;
+    const auto* const bytes = reinterpret_cast<const uchar*>(picture.constData());
+    const int size = picture.size();
+    for (int i = picture.indexOf('\xff'); i >= 0 && i + 1 < size; i = picture.indexOf('\xff', i)) {
+        const uchar marker = bytes[++i];
+        if (marker == endOfImage)
+            return true;
+        if (hasLength(marker) && i + lengthField < size)
+            i += 1 + qFromBigEndian<quint16>(bytes + i + 1);
+    }
+    return false;
+}
+
 bool canBeDecoded(const QSize& size, const QByteArray& picture, const QByteArray& format)
 {
     if (size.isEmpty() || static_cast<qint64>(size.width()) * size.height() > mostPixels)
         return false;
-    return format != "jpeg" || picture.count("\xff\xda") <= mostScans;
+    return format != "jpeg" || (picture.count("\xff\xda") <= mostScans && isCompleteJpeg(picture));
 }
 
 QSize scaledDown(const QSize& size, int width)

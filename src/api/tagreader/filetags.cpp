@@ -19,26 +19,40 @@ std::string folderOfThisLibrary()
     return file.substr(0, file.rfind('/') + 1);
 }
 
-FileTagsReader* loadReader()
+const TagFunctions* loadFunctions()
 {
     void* const library = dlopen((folderOfThisLibrary() + TAVO_TAGS_FILE).c_str(), RTLD_NOW | RTLD_LOCAL);
-    void* const function = library ? dlsym(library, fileTagsReader) : nullptr;
+    void* const functions = library ? dlsym(library, tagFunctions) : nullptr;
     static std::atomic<bool> hasWarned{false};
-    if (!function && !hasWarned.exchange(true))
+    if (!functions && !hasWarned.exchange(true))
         qWarning("No tags can be read: %s", dlerror());
-    return reinterpret_cast<FileTagsReader*>(function);
+    return static_cast<const TagFunctions*>(functions);
 }
 
-/// Null if it cannot be loaded. The next file tries again: there may be too few descriptors just now.
-FileTagsReader* reader()
+/// Null if they cannot be loaded. The next file tries again: there may be too few descriptors just now.
+const TagFunctions* functions()
 {
-    static std::atomic<FileTagsReader*> known{nullptr};
-    FileTagsReader* function = known;
-    if (!function) {
-        function = loadReader();
-        known = function;
+    static std::atomic<const TagFunctions*> known{nullptr};
+    const TagFunctions* loaded = known;
+    if (!loaded) {
+        loaded = loadFunctions();
+        known = loaded;
     }
-    return function;
+    return loaded;
+}
+
+/// What the function puts into its last parameter; nothing if it cannot be loaded or runs out of memory.
+template<typename Value, typename... Parameters, typename... Arguments>
+Value resultOf(void (*TagFunctions::*function)(Parameters...), const Arguments&... arguments)
+{
+    Value value;
+    try {
+        if (const TagFunctions* const loaded = functions())
+            (loaded->*function)(arguments..., value);
+    } catch (const std::exception&) {
+        return {};
+    }
+    return value;
 }
 
 } // namespace
@@ -46,12 +60,15 @@ FileTagsReader* reader()
 // TagLib and Qt Gui take longer to load than all the rest of a worker, so they come with the first file.
 FileTags readFileTags(const QString& path, WantedTags wanted, int coverWidth)
 {
-    FileTags tags;
-    try {
-        if (auto* const read = reader())
-            read(path, wanted, coverWidth, tags);
-    } catch (const std::exception&) {
-        return {};
-    }
-    return tags;
+    return resultOf<FileTags>(&TagFunctions::readFileTags, path, wanted, coverWidth);
+}
+
+CoverArt CoverReader::fromAudioFile(int descriptor, const QString& extension, int width)
+{
+    return resultOf<CoverArt>(&TagFunctions::readAudioCover, descriptor, extension, width);
+}
+
+CoverArt CoverReader::fromPictureFile(int descriptor, int width)
+{
+    return resultOf<CoverArt>(&TagFunctions::readPicture, descriptor, width);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QByteArray>
-#include <QSize>
+#include "tagreader/coverreader.h"
+
 #include <QString>
 
 /// The format of a file's sound; 0 where it is unknown.
@@ -11,15 +11,6 @@ struct SoundFormat
     int bitsPerSecond = 0;
     int hertz = 0;
     int channels = 0;
-};
-
-/// An album's picture, ready to be shown: the bytes of a JPEG or PNG file. Empty data: there is none.
-struct CoverArt
-{
-    QString mimeType;
-    /// In pixels.
-    QSize size;
-    QByteArray data;
 };
 
 /// The tags of an audio file; null, empty or 0 where the file has none, or where they were not wanted.
@@ -50,7 +41,12 @@ enum class WantedTags {
 /// Thread-safe. Returns empty tags if the file cannot be read or memory runs out.
 [[nodiscard]] FileTags readFileTags(const QString& path, WantedTags wanted, int coverWidth);
 
-/// The function behind readFileTags(), in a library that is loaded with the first file, and the name that it exports.
-/// May throw; `tags` are unchanged then.
-using FileTagsReader = void(const QString& path, WantedTags wanted, int coverWidth, FileTags& tags);
-constexpr char fileTagsReader[] = "tavo_read_file_tags";
+/// The functions behind readFileTags() and CoverReader, in a library that is loaded with the first file, and the name
+/// that it exports them by. They may throw; their last parameter is unchanged then.
+struct TagFunctions
+{
+    void (*readFileTags)(const QString& path, WantedTags wanted, int coverWidth, FileTags& tags);
+    void (*readAudioCover)(int descriptor, const QString& extension, int width, CoverArt& cover);
+    void (*readPicture)(int descriptor, int width, CoverArt& cover);
+};
+constexpr char tagFunctions[] = "tavo_tag_functions";

@@ -39,15 +39,25 @@ constexpr BoundedStream::Limits tightestLimits = {1UL << 20, 1UL << 20, 1UL << 2
 
 TagFile::TagFile(const QString& path, Pictures pictures) : m_stream(QFile::encodeName(path)), m_frames(pictures)
 {
-    if (!m_stream.isOpen())
-        return;
-    m_content = findContent(m_stream, QFileInfo(path).suffix().toLower());
-    m_stream.setKind(m_content.kind);
-    m_stream.seek(0);
-    open();
+    open(QFileInfo(path).suffix());
 }
 
-void TagFile::open()
+TagFile::TagFile(int descriptor, const QString& extension, Pictures pictures) : m_stream(descriptor), m_frames(pictures)
+{
+    open(extension);
+}
+
+void TagFile::open(const QString& extension)
+{
+    if (!m_stream.isOpen())
+        return;
+    m_content = findContent(m_stream, extension.toLower());
+    m_stream.setKind(m_content.kind);
+    m_stream.seek(0);
+    openContent();
+}
+
+void TagFile::openContent()
 {
     switch (m_content.kind) {
     case ContentKind::Unknown:

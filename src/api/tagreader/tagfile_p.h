@@ -23,6 +23,8 @@ public:
 
     /// `path` is absolute. The front cover may be missing without Pictures::Read.
     TagFile(const QString& path, Pictures pictures);
+    /// Reads a file that is open; `extension` is that of its name.
+    TagFile(int descriptor, const QString& extension, Pictures pictures);
 
     /// Null if there is none.
     [[nodiscard]] QString text(TagField field) const;
@@ -35,7 +37,8 @@ public:
     [[nodiscard]] TagLib::ByteVector frontCover() const;
 
 private:
-    void open();
+    void open(const QString& extension);
+    void openContent();
     template<typename File>
     void openOgg(const BoundedStream::Limits& limits);
     template<typename File>

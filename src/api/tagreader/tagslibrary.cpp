@@ -37,23 +37,42 @@ CoverArt readCover(const TagFile& file, int width)
     }
 }
 
-FileTags readTags(const QString& path, WantedTags wanted, int coverWidth)
+void readTags(const QString& path, WantedTags wanted, int coverWidth, FileTags& tags)
 {
     const bool withCover = coverWidth > 0;
     TagFile file(path, withCover ? TagFile::Pictures::Read : TagFile::Pictures::Skipped);
-    FileTags tags;
-    readPlayListTags(file, tags);
+    FileTags read;
+    readPlayListTags(file, read);
     if (wanted == WantedTags::Library)
-        readFurtherTags(file, tags);
+        readFurtherTags(file, read);
     if (withCover)
-        tags.cover = readCover(file, coverWidth);
-    return tags;
+        read.cover = readCover(file, coverWidth);
+    tags = read;
+}
+
+void readAudioCover(int descriptor, const QString& extension, int width, CoverArt& cover)
+{
+    cover = readCover(TagFile(descriptor, extension, TagFile::Pictures::Read), width);
+}
+
+/// Empty if the file is longer than any picture needs to be.
+QByteArray contentOf(int descriptor)
+{
+    constexpr int longestPicture = 1 << 25;
+    BoundedStream file(descriptor);
+    if (file.length() > longestPicture)
+        return {};
+    file.setLimits({longestPicture, longestPicture, longestPicture, 1});
+    const TagLib::ByteVector content = file.readBlock(static_cast<unsigned long>(file.length()));
+    return {content.data(), static_cast<int>(content.size())};
+}
+
+void readPicture(int descriptor, int width, CoverArt& cover)
+{
+    cover = makeCoverArt(contentOf(descriptor), width);
 }
 
 } // namespace
 
-extern "C" Q_DECL_EXPORT void
-tavo_read_file_tags(const QString& path, WantedTags wanted, int coverWidth, FileTags& tags)
-{
-    tags = readTags(path, wanted, coverWidth);
-}
+extern "C" Q_DECL_EXPORT const TagFunctions tavo_tag_functions;
+const TagFunctions tavo_tag_functions = {readTags, readAudioCover, readPicture};

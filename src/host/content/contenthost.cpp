@@ -7,6 +7,7 @@
 #include <model/cmroot.h>
 #include <tavo/tavokeys.h>
 
+#include <QDir>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -51,8 +52,10 @@ Result<std::unique_ptr<ContentHost>> ContentHost::start(const HostSettings& sett
     if (!module)
         return module.failure();
     std::unique_ptr<ContentHost> host(new ContentHost(std::move(module.value())));
-    for (const RootSettings& root : settings.roots)
+    for (const RootSettings& root : settings.roots) {
         host->m_rootIds.append(root.id);
+        host->m_rootDirectories.append(QDir::cleanPath(QDir::current().absoluteFilePath(root.directory)));
+    }
     Result<void> started;
     host->m_workerThread->run([&] { started = host->startRoots(settings); });
     if (!started)

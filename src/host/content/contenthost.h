@@ -24,6 +24,8 @@ struct RootSettings
     QString directory;
     /// Empty: the directory's name.
     QString title = {};
+    /// Whether network clients may follow symlinks that lead out of the directory.
+    bool followLinks = false;
 };
 
 struct HostSettings
@@ -63,6 +65,8 @@ public:
 
     /// The IDs of all roots, present or missing, in their order.
     [[nodiscard]] const QStringList& rootIds() const { return m_rootIds; }
+    /// The directories of all roots, present or missing, in their order; absolute.
+    [[nodiscard]] const QStringList& rootDirectories() const { return m_rootDirectories; }
 
     /// Why roots are missing.
     [[nodiscard]] QStringList problems() const;
@@ -85,6 +89,7 @@ private:
     std::unique_ptr<WorkerThread> m_workerThread;
     std::unique_ptr<const WorkerModule> m_module;
     QStringList m_rootIds;
+    QStringList m_rootDirectories;
     std::vector<std::unique_ptr<ServedRoot>> m_roots;
 
     /// Guards the mounts.

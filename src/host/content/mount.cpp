@@ -1,6 +1,7 @@
 #include "content/mount.h"
 
 #include <tavo/tavokeys.h>
+#include <tavo/tavonamematcher.h>
 
 #include <QFile>
 
@@ -27,6 +28,11 @@ CMPath Mount::countFiles() const
 bool Mount::isWalk(const CMPath& service) const
 {
     return service == preparePlaylist() || service == prepareLibrary() || service == countFiles();
+}
+
+bool Mount::isPlayable(const QString& base) const
+{
+    return TavoNameMatcher::shared(playable).matches(base.mid(base.lastIndexOf(u'/') + 1));
 }
 
 QByteArray Mount::localPath(const QString& base) const

@@ -90,7 +90,7 @@ Result<void> ServedRoot::mount(const QString& directory)
     if (!CMRootWorker::instance().mount(worker.value().get(), title, m_position))
         return Failure::wrongUse(QStringLiteral("the root id '%1' is taken").arg(m_root.id));
     m_worker = std::move(worker.value());
-    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory});
+    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory, m_filter, m_root.followLinks});
     const auto localPath = [mount = m_mount](const CMPath& path) { return mount->localPath(path.base()); };
     m_healer = std::make_unique<Healer>(*m_worker, localPath, m_sweepInterval);
     if (m_hasWarned)

@@ -12,6 +12,8 @@ namespace Shutdown {
 constexpr std::chrono::milliseconds requestPatience{1200};
 constexpr std::chrono::milliseconds outputPatience{500};
 constexpr std::chrono::milliseconds workerPatience{200};
+/// How long the clients of a network may take to read what is on its way.
+constexpr std::chrono::milliseconds connectionPatience{200};
 
 /// Makes the event loop end with this status as soon as it can. From any thread.
 void exitLater(ExitStatus status);

@@ -66,6 +66,19 @@ Result<QByteArray> execute(const Call& call, const Content& content)
     }
 }
 
+/// All clients of a path hear of a change one after the other in the same thread, and share its text.
+QByteArray changeText(const CMPath& path, const QStringList& changes, int version)
+{
+    thread_local QVariantHash lastParameters;
+    thread_local QByteArray lastText;
+    const QVariantHash parameters = changeParameters(path, changes, version);
+    if (lastParameters != parameters) {
+        lastText = JsonRpc::notification(QStringLiteral("rowsChanged"), parameters);
+        lastParameters = parameters;
+    }
+    return lastText;
+}
+
 } // namespace
 
 class Dispatcher::State : public std::enable_shared_from_this<State>
@@ -104,8 +117,10 @@ private:
 
     const Services m_services;
     const Content m_content;
+    const bool m_notifies;
     const std::shared_ptr<MessageSink> m_sink;
     const std::shared_ptr<RequestExecutor::Client> m_client;
+    /// Null if the client gets no notifications.
     std::unique_ptr<Subscriptions> m_subscriptions;
     std::atomic<int> m_underWay{0};
     std::mutex m_flowMutex;
@@ -117,8 +132,8 @@ private:
 
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
-    : m_services(services), m_content(services.host, profile.reach, profile.limits), m_sink(std::move(sink)),
-      m_client(services.executor.addClient()), m_readyHandler(std::move(readyHandler))
+    : m_services(services), m_content(services.host, profile.reach, profile.limits), m_notifies(profile.notifies),
+      m_sink(std::move(sink)), m_client(services.executor.addClient()), m_readyHandler(std::move(readyHandler))
 {
 }
 
@@ -128,8 +143,9 @@ void Dispatcher::State::start()
         if (const auto state = weak.lock())
             state->notify(path, changes, version);
     };
-    m_subscriptions =
-        std::make_unique<Subscriptions>(m_services.host, m_content.reach(), m_content.limits().openPaths, notifyWeakly);
+    if (m_notifies)
+        m_subscriptions = std::make_unique<Subscriptions>(
+            m_services.host, m_content.reach(), m_content.limits().openPaths, notifyWeakly);
     m_sink->setRoomHandler([weak = weak_from_this()] {
         if (const auto state = weak.lock())
             state->updateFlow();
@@ -162,6 +178,11 @@ Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serv
     }
     Parameters parameters(request.parameters, method->parameters);
     Call call = method->read(parameters, m_content);
+    if (call.kind != Call::Kind::Request && !m_notifies) {
+        const QString problem = QStringLiteral("'%1' needs a connection that stays").arg(request.method);
+        refuse(request.id, {JsonRpc::MethodNotFound, problem});
+        return {};
+    }
     if (const Result<void> valid = parameters.check(); !valid) {
         refuse(request.id, errorFrom(valid.failure()));
         return {};
@@ -243,8 +264,7 @@ void Dispatcher::State::send(QByteArray message)
 
 void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, int version)
 {
-    const QByteArray message =
-        JsonRpc::notification(QStringLiteral("rowsChanged"), changeParameters(path, changes, version));
+    const QByteArray message = changeText(path, changes, version);
     if (m_isStopped)
         return;
     if (changes == QStringList{CMSubscribe::RowsChangeReset()}) {

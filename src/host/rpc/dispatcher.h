@@ -29,6 +29,8 @@ public:
     {
         Reach reach = Reach::Local;
         Limits limits = {};
+        /// False: the client gets nothing but answers, so open and close are no methods for it.
+        bool notifies = true;
     };
 
     using Task = std::function<void()>;

@@ -1,14 +1,12 @@
 #include "stdio/outputqueue.h"
 
 #include "process/output.h"
-
-#include <QHash>
+#include "rpc/pendingmessages.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
-#include <list>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -60,6 +58,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(State)
 
+    /// `key`: null if nothing may replace the line.
     void send(const QString& key, QByteArray line);
     void endReplacing();
     [[nodiscard]] bool isFull();
@@ -69,19 +68,11 @@ public:
     void write();
 
 private:
-    struct Entry
-    {
-        QString key;
-        QByteArray line;
-    };
-
     /// Waits for a line; none once nothing more is to be written.
     std::optional<QByteArray> takeNext();
-    void finish(const QByteArray& line, int errorNumber);
-    /// `key`: null if nothing may replace the line.
-    void appendLocked(const QString& key, const QByteArray& line);
+    void finish(int errorNumber);
     void closeLocked();
-    [[nodiscard]] bool isFullLocked() const { return !m_closed && m_pendingBytes > muchPending; }
+    [[nodiscard]] bool isFullLocked() const { return !m_closed && m_pending.bytes() + m_writtenBytes > muchPending; }
 
     const int m_fileDescriptor;
     /// The same without waiting; negative if there is none.
@@ -91,11 +82,9 @@ private:
     std::condition_variable m_changed;
     FailureHandler m_failureHandler;
     std::function<void()> m_roomHandler;
-    std::list<Entry> m_entries;
-    /// The pending line of each key that may still be replaced.
-    QHash<QString, std::list<Entry>::iterator> m_latest;
-    /// With the line that is being written.
-    qint64 m_pendingBytes = 0;
+    PendingMessages m_pending;
+    /// Of the line that is being written.
+    qint64 m_writtenBytes = 0;
     bool m_writing = false;
     bool m_closed = false;
 };
@@ -105,34 +94,23 @@ void OutputQueue::State::send(const QString& key, QByteArray line)
     const std::lock_guard lock(m_mutex);
     if (m_closed)
         return;
-    const auto latest = m_latest.constFind(key);
-    if (latest != m_latest.constEnd()) {
-        m_pendingBytes += line.size() - (*latest)->line.size();
-        (*latest)->line = line;
+    if (m_pending.replace({line, key}))
         return;
-    }
     // To wake the writer thread would delay a waiting client by more than the writing takes.
-    const bool isNext = m_pipe >= 0 && !m_writing && m_entries.empty();
+    const bool isNext = m_pipe >= 0 && !m_writing && m_pending.isEmpty();
     const int size = line.size();
     if (isNext)
         line = writeReady(m_pipe, std::move(line));
-    if (!line.isEmpty())
-        appendLocked(line.size() == size ? key : QString(), line);
-}
-
-void OutputQueue::State::appendLocked(const QString& key, const QByteArray& line)
-{
-    m_entries.push_back({key, line});
-    m_pendingBytes += line.size();
-    if (!key.isNull())
-        m_latest.insert(key, std::prev(m_entries.end()));
+    if (line.isEmpty())
+        return;
+    m_pending.append({line, line.size() == size ? key : QString()});
     m_changed.notify_all();
 }
 
 void OutputQueue::State::endReplacing()
 {
     const std::lock_guard lock(m_mutex);
-    m_latest.clear();
+    m_pending.endReplacing();
 }
 
 bool OutputQueue::State::isFull()
@@ -149,7 +127,7 @@ void OutputQueue::State::setRoomHandler(std::function<void()> handler)
 
 bool OutputQueue::State::drain(int milliseconds)
 {
-    const auto isDone = [this] { return m_closed || (m_entries.empty() && !m_writing); };
+    const auto isDone = [this] { return m_closed || (m_pending.isEmpty() && !m_writing); };
     std::unique_lock lock(m_mutex);
     if (milliseconds < 0)
         m_changed.wait(lock, isDone);
@@ -169,25 +147,22 @@ void OutputQueue::State::close()
 void OutputQueue::State::write()
 {
     while (const std::optional<QByteArray> line = takeNext())
-        finish(*line, writeAll(m_fileDescriptor, *line));
+        finish(writeAll(m_fileDescriptor, *line));
 }
 
 std::optional<QByteArray> OutputQueue::State::takeNext()
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_closed || !m_entries.empty(); });
+    m_changed.wait(lock, [this] { return m_closed || !m_pending.isEmpty(); });
     if (m_closed)
         return std::nullopt;
-    const auto latest = m_latest.find(m_entries.front().key);
-    if (latest != m_latest.end() && *latest == m_entries.begin())
-        m_latest.erase(latest);
-    QByteArray line = std::move(m_entries.front().line);
-    m_entries.pop_front();
+    QByteArray line = m_pending.takeFirst();
+    m_writtenBytes = line.size();
     m_writing = true;
     return line;
 }
 
-void OutputQueue::State::finish(const QByteArray& line, int errorNumber)
+void OutputQueue::State::finish(int errorNumber)
 {
     FailureHandler reportFailure;
     std::function<void()> announceRoom;
@@ -195,7 +170,7 @@ void OutputQueue::State::finish(const QByteArray& line, int errorNumber)
         const std::lock_guard lock(m_mutex);
         const bool wasFull = isFullLocked();
         m_writing = false;
-        m_pendingBytes -= line.size();
+        m_writtenBytes = 0;
         if (errorNumber != 0) {
             reportFailure = std::exchange(m_failureHandler, nullptr);
             closeLocked();
@@ -213,8 +188,7 @@ void OutputQueue::State::finish(const QByteArray& line, int errorNumber)
 void OutputQueue::State::closeLocked()
 {
     m_closed = true;
-    m_entries.clear();
-    m_latest.clear();
+    m_pending.clear();
     m_changed.notify_all();
 }
 

@@ -18,6 +18,12 @@ export class FakeHost {
     services = new Map();
     /** @type {Map<string, { name: string, message: string, code?: number }>} errors of directories, by path */
     faults = new Map();
+    /** Whether connections are accepted. */
+    reachable = true;
+    /** The token that is needed, empty for none. */
+    token = '';
+    /** @type {Map<string, { body: Buffer, type: string }>} what is served as bytes, by relative address */
+    files = new Map();
     /** @type {(request: Request) => Promise<void>} holds answers back */
     before = async () => {};
     valuesAtATime = 100000;
@@ -98,6 +104,8 @@ export class FakeHost {
                 return { protocol: 1, version: '0', roots: this.roots, roles: [], limits: { values: this.valuesAtATime } };
             case 'rows':
                 return this.#rows(params);
+            case 'data':
+                return this.#data(params);
             case 'open':
                 this.#directory(params.path);
                 this.#clients.get(send)?.add(params.path);
@@ -119,6 +127,14 @@ export class FakeHost {
         const cut = asked.slice(0, Math.floor(this.valuesAtATime / roles.length));
         const rows = cut.map((row) => roles.map((role) => /** @type {any} */ (row)[role] ?? null));
         return { count: directory.rows.length, version: directory.version, rows };
+    }
+
+    /** @param {{ path: string, roles: string[] }} params */
+    #data({ path, roles }) {
+        const rows = [...this.directories.values()].flatMap((directory) => directory.rows);
+        const row = rows.find((candidate) => candidate.path === path);
+        if (!row) throw refusal('invalidPath');
+        return roles.map((role) => /** @type {any} */ (row)[role] ?? null);
     }
 
     /** @param {string} path */
@@ -212,8 +228,8 @@ function rowOf(directory, name) {
 
 /** @param {string} path */
 function menuOf(path) {
-    const actions = { 'Play Now': 'playNow', 'Play Next': 'playNext', 'Add to Queue': 'addToQueue' };
-    const rows = Object.entries(actions).map(([title, action]) => [title, `/playlist/${action}`, path]);
+    const actions = { 'Play Now': '/playlist/playNow', 'Add to Queue': '/playlist/addToQueue', 'Rate': '/file/rate' };
+    const rows = Object.entries(actions).map(([title, action]) => [title, action, path]);
     return { count: rows.length, rows, title: 'File Context Menu', containerType: 100 };
 }
 

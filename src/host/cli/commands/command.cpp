@@ -4,7 +4,7 @@
 
 const std::vector<Command>& allCommands()
 {
-    static const std::vector<Command> commands = {browseCommand(),  watchCommand(), sessionCommand(), infoCommand(),
+    static const std::vector<Command> commands = {browseCommand(),  watchCommand(), sessionCommand(), serveCommand(), infoCommand(),
                                                   prepareCommand(), countCommand(), menuCommand()};
     return commands;
 }

@@ -43,6 +43,7 @@ struct Command
 [[nodiscard]] Command browseCommand();
 [[nodiscard]] Command watchCommand();
 [[nodiscard]] Command sessionCommand();
+[[nodiscard]] Command serveCommand();
 [[nodiscard]] Command infoCommand();
 [[nodiscard]] Command prepareCommand();
 [[nodiscard]] Command countCommand();

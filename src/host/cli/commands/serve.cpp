@@ -1,0 +1,193 @@
+#include "cli/commands/command.h"
+
+#include "exec/workerthread.h"
+#include "http/httpserver.h"
+#include "process/displaytext.h"
+#include "process/output.h"
+#include "process/servicemanager.h"
+#include "process/shutdown.h"
+#include "process/signalwatcher.h"
+#include "process/statedirectory.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+
+namespace {
+
+constexpr char manual[] = R"(Serves people with a browser, and programs over HTTP and WebSocket.
+Prints where, as soon as it does. Ends with status 0 on SIGINT or SIGTERM.
+
+  tavo --root ~/Music serve
+  tavo --root ~/Music serve --listen 192.168.1.2:8420 --token-file ~/.config/tavo-token
+
+Without --listen it serves 127.0.0.1:8420, or the sockets that systemd passes. Other addresses than those of this
+machine need a token, or --no-token.)";
+
+const QLatin1String listenOption("listen");
+const QLatin1String tokenFileOption("token-file");
+const QLatin1String noTokenOption("no-token");
+const QLatin1String hostOption("host");
+const QLatin1String originOption("origin");
+const QLatin1String stateOption("state");
+
+const QLatin1String usualAddress("127.0.0.1:8420");
+
+void addOptions(QCommandLineParser& parser)
+{
+    parser.addOptions(
+        {{listenOption,
+          QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
+          QStringLiteral("ADDRESS:PORT")},
+         {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
+          QStringLiteral("FILE")},
+         {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
+         {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
+          QStringLiteral("NAME")},
+         {originOption, QStringLiteral("Address that browsers use where a proxy is in between; may be given again."),
+          QStringLiteral("URL")},
+         {stateOption, QStringLiteral("Directory for what outlives the program."), QStringLiteral("DIR")}});
+}
+
+/// What `read` makes of each text, or the first failure.
+template<typename Value>
+Result<std::vector<Value>> readAll(const QStringList& texts, Result<Value> (*read)(const QString&))
+{
+    std::vector<Value> values;
+    for (const QString& text : texts) {
+        Result<Value> value = read(text);
+        if (!value)
+            return value.failure();
+        values.push_back(std::move(value.value()));
+    }
+    return values;
+}
+
+Result<std::vector<ListeningSocket>> openSockets(const QStringList& texts)
+{
+    const Result<std::vector<ListenAddress>> addresses = readAll(texts, ListenAddress::fromText);
+    if (!addresses)
+        return addresses.failure();
+    std::vector<ListeningSocket> sockets;
+    for (const ListenAddress& address : addresses.value()) {
+        Result<ListeningSocket> socket = ListeningSocket::open(address);
+        if (!socket)
+            return socket.failure();
+        sockets.push_back(std::move(socket.value()));
+    }
+    return sockets;
+}
+
+Result<std::vector<ListeningSocket>> adoptSockets(std::vector<FileDescriptor> descriptors)
+{
+    std::vector<ListeningSocket> sockets;
+    for (FileDescriptor& descriptor : descriptors) {
+        Result<ListeningSocket> socket = ListeningSocket::adopt(std::move(descriptor));
+        if (!socket)
+            return socket.failure();
+        sockets.push_back(std::move(socket.value()));
+    }
+    return sockets;
+}
+
+/// Those of the command line; without any, those that were passed; without these, the usual one.
+Result<std::vector<ListeningSocket>> socketsFor(const QCommandLineParser& parser)
+{
+    std::vector<FileDescriptor> passed = ServiceManager::takeSockets();
+    const QStringList texts = parser.values(listenOption);
+    if (texts.isEmpty() && !passed.empty())
+        return adoptSockets(std::move(passed));
+    return openSockets(texts.isEmpty() ? QStringList(usualAddress) : texts);
+}
+
+Result<HttpServer::Settings> settingsFor(const QCommandLineParser& parser, const StateDirectory& state)
+{
+    const Result<std::vector<QByteArray>> hosts = readAll(parser.values(hostOption), readHostName);
+    if (!hosts)
+        return hosts.failure();
+    const Result<std::vector<QByteArray>> origins = readAll(parser.values(originOption), readOrigin);
+    if (!origins)
+        return origins.failure();
+    Result<std::vector<ListeningSocket>> sockets = socketsFor(parser);
+    if (!sockets)
+        return sockets.failure();
+    const QString tokenFile = parser.value(tokenFileOption);
+    for (const ListeningSocket& socket : sockets.value()) {
+        const bool allowsAnybody = parser.isSet(noTokenOption);
+        if (const Result<void> allowed = checkListenable(socket.address.address, !tokenFile.isEmpty(), allowsAnybody);
+            !allowed)
+            return allowed.failure();
+    }
+    HttpServer::Settings settings;
+    settings.sockets = std::move(sockets.value());
+    settings.access = {hosts.value(), origins.value()};
+    settings.tokenFile = tokenFile;
+    settings.stateDirectory = state.path();
+    return settings;
+}
+
+/// On one line, whatever the directories' names are.
+QByteArray announcement(const ContentHost& host, const std::vector<ListeningSocket>& sockets)
+{
+    QStringList addresses;
+    std::transform(sockets.cbegin(), sockets.cend(), std::back_inserter(addresses), [](const ListeningSocket& socket) {
+        return QStringLiteral("http://%1/").arg(QString::fromLatin1(socket.address.toText()));
+    });
+    const QString separator = QStringLiteral(", ");
+    const QString text =
+        QStringLiteral("Serving %1 at %2").arg(host.rootDirectories().join(separator), addresses.join(separator));
+    return DisplayText::visible(text).toUtf8() + '\n';
+}
+
+/// Serves until a signal comes. Returns the program's exit status.
+Result<int> serve(const CommandContext& context, const Services& services, HttpServer::Settings settings)
+{
+    const QByteArray where = announcement(context.host, settings.sockets);
+    const Result<std::unique_ptr<HttpServer>> server = HttpServer::start(services, std::move(settings));
+    if (!server)
+        return server.failure();
+    SignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &SignalWatcher::signalled, [] { QCoreApplication::exit(Success); });
+    if (const Result<Written> written = writeOutput(context.output, where); !written)
+        return written.failure();
+    ServiceManager::notify("READY=1");
+    const int status = QCoreApplication::exec();
+    ServiceManager::notify("STOPPING=1");
+    server.value()->stopAccepting();
+    const bool haveRequestsEnded = services.executor.stop(Shutdown::requestPatience);
+    const bool hasServerEnded = server.value()->stop(Shutdown::connectionPatience);
+    // Threads that hang in the kernel are left behind, and all that they use with them.
+    if (!haveRequestsEnded || !hasServerEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
+        std::_Exit(status);
+    return status;
+}
+
+Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
+{
+    const QString directory = parser.isSet(stateOption) ? parser.value(stateOption) : StateDirectory::usualPath();
+    const Result<StateDirectory> state = StateDirectory::claim(directory);
+    if (!state)
+        return state.failure();
+    Result<HttpServer::Settings> settings = settingsFor(parser, state.value());
+    if (!settings)
+        return settings.failure();
+    SharedRequests sharedRequests;
+    RequestExecutor executor;
+    return serve(context, {context.host, executor, sharedRequests}, std::move(settings.value()));
+}
+
+} // namespace
+
+Command serveCommand()
+{
+    Command command;
+    command.name = "serve";
+    command.summary = "Serve browsers and other programs over HTTP.";
+    command.manual = manual;
+    command.addOptions = addOptions;
+    command.worksWithoutRoots = true;
+    command.run = run;
+    return command;
+}

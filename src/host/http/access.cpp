@@ -1,0 +1,240 @@
+#include "http/access.h"
+
+#include <QCryptographicHash>
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+const QByteArray cookieName = "tavo";
+const QByteArray cookieAttributes = "; HttpOnly; SameSite=Strict";
+
+/// As the field Host has it.
+QByteArray hostText(const IpAddress& address)
+{
+    return address.isV4() ? address.toText() : '[' + address.toText() + ']';
+}
+
+/// A host in its only form: lower case, without a trailing dot, addresses in their shortest notation. Empty: it is
+/// none.
+QByteArray normalHost(QByteArray host)
+{
+    if (host.startsWith('[')) {
+        const auto address = IpAddress::fromText(host.mid(1, host.size() - 2).toStdString());
+        return host.endsWith(']') && host.contains(':') && address ? hostText(*address) : QByteArray();
+    }
+    if (host.endsWith('.'))
+        host.chop(1);
+    return host.toLower();
+}
+
+/// The host in the value of Host, in its only form. Empty: it is none.
+QByteArray hostIn(const QByteArray& value)
+{
+    static const QRegularExpression pattern(QStringLiteral(R"(\A(\[[^\]]*\]|[^:\[\]]*)(:[0-9]*)?\z)"));
+    const QRegularExpressionMatch match = pattern.match(QString::fromLatin1(value));
+    return match.hasMatch() ? normalHost(match.captured(1).toLatin1()) : QByteArray();
+}
+
+/// The value behind the scheme; nothing if another scheme is used, or none.
+std::optional<QByteArray> bearerToken(const RequestHead& head)
+{
+    const QByteArray scheme = "bearer";
+    const QByteArray value = head.value("Authorization");
+    if (value.left(scheme.size()).toLower() != scheme)
+        return std::nullopt;
+    if (value.size() > scheme.size() && value.at(scheme.size()) != ' ')
+        return std::nullopt;
+    return value.mid(scheme.size() + 1);
+}
+
+bool isSameDigest(const QByteArray& a, const QByteArray& b)
+{
+    if (a.size() != b.size())
+        return false;
+    int difference = 0;
+    for (int i = 0; i < a.size(); ++i)
+        difference |= a.at(i) ^ b.at(i);
+    return difference == 0;
+}
+
+QByteArray digest(const QByteArray& token)
+{
+    return QCryptographicHash::hash(token, QCryptographicHash::Sha256);
+}
+
+Refusal unauthorised(int status, std::vector<HeaderField> more = {})
+{
+    more.push_back({"WWW-Authenticate", "Bearer"});
+    return {status, std::move(more)};
+}
+
+} // namespace
+
+Result<QByteArray> readHostName(const QString& text)
+{
+    static const QRegularExpression pattern(QStringLiteral(R"(\A[A-Za-z0-9_-]+(\.[A-Za-z0-9_-]+)*\.?\z)"));
+    const QByteArray host = text.toUtf8();
+    if (const auto address = IpAddress::fromText(host.toStdString()))
+        return hostText(*address);
+    const QByteArray normal = normalHost(host);
+    const bool isAddress = host.startsWith('[') && !normal.isEmpty();
+    if (!isAddress && !pattern.match(text).hasMatch())
+        return Failure::wrongUse(
+            QStringLiteral("'%1' is no name of a host: give it as in music.example.org, without a port").arg(text));
+    return normal;
+}
+
+Result<QByteArray> readOrigin(const QString& text)
+{
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(\A(https?)://(\[[0-9a-f:.]+\]|[^:/?#@\[\]]+)(?::([0-9]{1,5}))?/?\z)"),
+        QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = pattern.match(text);
+    const Result<QByteArray> host = readHostName(match.captured(2));
+    const int port = match.captured(3).toInt();
+    constexpr int lastPort = 65535;
+    if (!match.hasMatch() || !host || port > lastPort)
+        return Failure::wrongUse(
+            QStringLiteral("'%1' is no origin: give it as in https://music.example.org, without a path").arg(text));
+    const QByteArray scheme = match.captured(1).toLatin1().toLower();
+    const bool isUsualPort = port == 0 || port == (scheme == "https" ? 443 : 80);
+    return scheme + "://" + host.value() + (isUsualPort ? "" : ':' + QByteArray::number(port));
+}
+
+Result<void> checkListenable(const IpAddress& address, bool needsToken, bool allowsAnybody)
+{
+    if (needsToken || allowsAnybody || address.isLoopback())
+        return {};
+    return Failure::wrongUse(
+        QStringLiteral("everybody in the network could use %1: give --token-file, or --no-token if that is wanted")
+            .arg(QString::fromLatin1(address.toText())));
+}
+
+AccessPolicy::AccessPolicy(const AccessSettings& settings)
+    : m_hosts(settings.hosts), m_origins(settings.origins), m_needsToken(settings.needsToken)
+{
+    m_hosts.insert(m_hosts.end(), {"localhost", "127.0.0.1", "[::1]"});
+    for (const QByteArray& origin : m_origins)
+        m_hosts.push_back(hostIn(origin.mid(origin.indexOf("://") + 3)));
+}
+
+void AccessPolicy::setToken(const QByteArray& token)
+{
+    const QByteArray tokenDigest = token.isEmpty() ? QByteArray() : digest(token);
+    if (tokenDigest == m_tokenDigest)
+        return;
+    m_tokenDigest = tokenDigest;
+    ++m_generation;
+    m_sessions.endAll();
+}
+
+std::variant<Admission, Refusal> AccessPolicy::admit(const RequestHead& head, const Connection& connection, Time now)
+{
+    if (std::optional<Refusal> refusal = checkSender(head, connection))
+        return *std::move(refusal);
+    const Routing routing = findRoute(head.method, head.target);
+    Credential credential;
+    if (m_needsToken && !routing.isOpen) {
+        auto authenticated = authenticate(head, connection, now);
+        if (auto* const refusal = std::get_if<Refusal>(&authenticated))
+            return std::move(*refusal);
+        credential = std::get<Credential>(std::move(authenticated));
+    }
+    if (const auto* const refusal = std::get_if<Refusal>(&routing.result))
+        return *refusal;
+    return Admission{std::get<Route>(routing.result), credential};
+}
+
+bool AccessPolicy::holds(const Credential& credential) const
+{
+    if (!m_needsToken)
+        return true;
+    return credential.generation == m_generation &&
+           (credential.session.isEmpty() || m_sessions.contains(credential.session));
+}
+
+std::variant<QByteArray, Refusal>
+AccessPolicy::logIn(const QByteArray& token, const RequestHead& head, const Connection& connection, Time now)
+{
+    if (!isToken(token))
+        return refuseToken(connection, now);
+    const bool isEncrypted = head.value("Origin").toLower().startsWith("https://");
+    return cookieName + '=' + m_sessions.begin() + cookieAttributes + (isEncrypted ? "; Secure" : "");
+}
+
+QByteArray AccessPolicy::logOut(const RequestHead& head)
+{
+    m_sessions.end(sessionOf(head));
+    return cookieName + "=; Max-Age=0" + cookieAttributes;
+}
+
+std::optional<Refusal> AccessPolicy::checkSender(const RequestHead& head, const Connection& connection) const
+{
+    if (head.count("Host") != 1)
+        return Refusal{400};
+    if (!isOwnHost(head, connection))
+        return Refusal{421};
+    if (!isOwnOrigin(head))
+        return Refusal{403};
+    return std::nullopt;
+}
+
+bool AccessPolicy::isOwnHost(const RequestHead& head, const Connection& connection) const
+{
+    const QByteArray host = hostIn(head.value("Host"));
+    if (host.isEmpty())
+        return false;
+    return host == hostText(connection.local) || std::find(m_hosts.cbegin(), m_hosts.cend(), host) != m_hosts.cend();
+}
+
+bool AccessPolicy::isOwnOrigin(const RequestHead& head) const
+{
+    if (head.count("Origin") == 0)
+        return true;
+    const QByteArray origin = head.value("Origin").toLower();
+    return origin == "http://" + head.value("Host").toLower() ||
+           std::find(m_origins.cbegin(), m_origins.cend(), origin) != m_origins.cend();
+}
+
+std::variant<Credential, Refusal>
+AccessPolicy::authenticate(const RequestHead& head, const Connection& connection, Time now)
+{
+    // Another scheme may belong to a proxy.
+    if (const std::optional<QByteArray> token = bearerToken(head)) {
+        if (!isToken(*token))
+            return refuseToken(connection, now);
+        return Credential{m_generation};
+    }
+    const QByteArray session = sessionOf(head);
+    if (session.isEmpty())
+        return unauthorised(401);
+    return Credential{m_generation, session};
+}
+
+QByteArray AccessPolicy::sessionOf(const RequestHead& head) const
+{
+    for (const QByteArray& pair : head.value("Cookie").replace(',', ';').split(';')) {
+        const QByteArray cookie = pair.trimmed();
+        if (!cookie.startsWith(cookieName + '='))
+            continue;
+        QByteArray session = m_sessions.keyOf(cookie.mid(cookieName.size() + 1));
+        if (!session.isEmpty())
+            return session;
+    }
+    return {};
+}
+
+bool AccessPolicy::isToken(const QByteArray& text) const
+{
+    return !m_tokenDigest.isEmpty() && isSameDigest(digest(text), m_tokenDigest);
+}
+
+Refusal AccessPolicy::refuseToken(const Connection& connection, Time now)
+{
+    if (m_wrongTokens.count(connection.client.site(), now))
+        return unauthorised(401);
+    return Refusal{429, {{"Retry-After", "60"}}};
+}

@@ -1,0 +1,484 @@
+#include "http/httpconnection.h"
+
+#include "exec/threadpool.h"
+#include "http/accesslog.h"
+#include "http/answer.h"
+#include "http/iothread.h"
+#include "http/metrics.h"
+#include "http/requesthandler.h"
+#include "http/websocketclient.h"
+
+#include <log/dbglog.h>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/basic_stream.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/error.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/read.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/websocket/rfc6455.hpp>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include <sys/socket.h>
+
+namespace asio = boost::asio;
+namespace beast = boost::beast;
+namespace http = boost::beast::http;
+
+namespace {
+
+using Tcp = asio::ip::tcp;
+using Executor = asio::io_context::executor_type;
+using Stream = beast::basic_stream<Tcp, Executor, beast::unlimited_rate_policy>;
+using Parser = http::request_parser<http::string_body>;
+using ErrorCode = boost::system::error_code;
+using Clock = std::chrono::steady_clock;
+
+/// Until a request begins, and between two steps of a response.
+constexpr std::chrono::seconds idleLimit(60);
+constexpr std::chrono::seconds headLimit(10);
+constexpr std::chrono::seconds bodyLimit(30);
+/// For the client to close its end after the last response.
+constexpr std::chrono::seconds closeLimit(2);
+
+constexpr std::uint32_t longestHead = 16 * 1024;
+constexpr std::uint64_t longestBody = 1024 * 1024;
+/// Bytes.
+constexpr std::size_t readingStep = 4096;
+constexpr std::size_t longestBuffer = 64 * 1024;
+constexpr int writingStep = 256 * 1024;
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo.http");
+    return instance;
+}
+
+QByteArray bytes(boost::string_view text)
+{
+    return {text.data(), static_cast<int>(text.size())};
+}
+
+RequestHead headOf(const Parser& parser)
+{
+    const auto& message = parser.get();
+    RequestHead head{bytes(message.method_string()), bytes(message.target()), {}};
+    for (const auto& field : message)
+        head.fields.push_back({bytes(field.name_string()), bytes(field.value())});
+    return head;
+}
+
+/// What the parser lets through although two readers could disagree about where the request ends.
+std::optional<Refusal> checkFraming(const RequestHead& head)
+{
+    if (head.count("Transfer-Encoding") > 0)
+        return Refusal{411};
+    if (head.count("Content-Length") > 1 || head.value("Content-Length").contains(','))
+        return Refusal{400};
+    return std::nullopt;
+}
+
+/// Nothing if the client is to get no answer.
+std::optional<Refusal> refusalOf(const ErrorCode& error)
+{
+    if (error == http::error::header_limit || error == http::error::buffer_overflow)
+        return Refusal{431};
+    if (error == http::error::body_limit)
+        return Refusal{413};
+    const bool isMalformed = error.category() == make_error_code(http::error::bad_target).category();
+    const bool isGone = error == http::error::end_of_stream || error == http::error::partial_message;
+    return isMalformed && !isGone ? std::optional(Refusal{400}) : std::nullopt;
+}
+
+/// Nothing if the request opens a WebSocket that can be served.
+std::optional<Refusal> checkUpgrade(const Parser& parser, const RequestHead& head, const beast::flat_buffer& buffer)
+{
+    const QByteArray version = "13";
+    if (!beast::websocket::is_upgrade(parser.get()) || head.value("Sec-WebSocket-Version") != version)
+        return Refusal{426, {{"Upgrade", "websocket"}, {"Sec-WebSocket-Version", version}}};
+    const QByteArray key = head.value("Sec-WebSocket-Key");
+    constexpr int keyLength = 24;
+    // A client that sends frames before the answer tries to pass something by.
+    if (key.size() != keyLength || !parser.is_done() || buffer.size() > 0)
+        return Refusal{400};
+    return std::nullopt;
+}
+
+class HttpConnection : public ServedConnection
+{
+public:
+    HttpConnection(
+        const ServerParts& parts, FileDescriptor socket, const Connection& ends, ConnectionTable::Place place);
+    ~HttpConnection() override;
+    Q_DISABLE_COPY_MOVE(HttpConnection)
+
+    void start() { awaitRequest(); }
+    void finish() override;
+    void abort() override;
+    /// Every request is checked when it arrives.
+    void checkAccess() override {}
+
+private:
+    [[nodiscard]] std::shared_ptr<HttpConnection> self()
+    {
+        return std::static_pointer_cast<HttpConnection>(shared_from_this());
+    }
+    /// A handler that calls the member function with the operation's error.
+    [[nodiscard]] auto handler(void (HttpConnection::*function)(const ErrorCode&));
+
+    void awaitRequest();
+    void begun(const ErrorCode& error);
+    void readHead();
+    void headRead(const ErrorCode& error);
+    void admitted(Admission admission);
+    void readBody();
+    void bodyRead(const ErrorCode& error);
+    void upgrade(const Credential& credential);
+
+    void handle();
+    void watchClient();
+    void refuse(const Refusal& refusal);
+    void answer(Answer answer);
+    void writeHead();
+    void written(const ErrorCode& error);
+    void failed();
+    void sendFile();
+    void awaitSocket();
+    void awaitDisk();
+    void answered();
+    /// `bytes`: of the body.
+    void account(int status, qint64 bytes);
+    void awaitClose();
+    void drain(const ErrorCode& error);
+
+    ServerParts m_parts;
+    const ConnectionTable::Place m_place;
+    const Connection m_ends;
+    const bool m_isV4;
+    Stream m_stream;
+    asio::steady_timer m_timer;
+    beast::flat_buffer m_buffer{longestBuffer};
+    std::optional<Parser> m_parser;
+
+    HttpRequest m_request;
+    Clock::time_point m_begin;
+    /// Destroying it cancels the request that is being handled.
+    std::shared_ptr<void> m_underWay;
+    bool m_isHandling = false;
+    std::optional<Answer> m_answer;
+    QByteArray m_headText;
+    /// Bytes, with those that are being written.
+    int m_sentBody = 0;
+    bool m_staysOpen = false;
+    bool m_isFinishing = false;
+};
+
+HttpConnection::HttpConnection(
+    const ServerParts& parts, FileDescriptor socket, const Connection& ends, ConnectionTable::Place place)
+    : ServedConnection(parts.connections), m_parts(parts), m_place(std::move(place)), m_ends(ends),
+      m_isV4(ends.local.isV4()), m_stream(Tcp::socket::rebind_executor<Executor>::other(
+                                     parts.io.context(), m_isV4 ? Tcp::v4() : Tcp::v6(), socket.release())),
+      m_timer(parts.io.context())
+{
+    ErrorCode ignored;
+    m_stream.socket().native_non_blocking(true, ignored);
+    m_stream.socket().set_option(Tcp::no_delay(true), ignored);
+}
+
+HttpConnection::~HttpConnection()
+{
+    m_parts.metrics.connectionClosed();
+}
+
+auto HttpConnection::handler(void (HttpConnection::*function)(const ErrorCode&))
+{
+    return
+        [self = self(), function](const ErrorCode& error, std::size_t /*size*/ = 0) { (self.get()->*function)(error); };
+}
+
+void HttpConnection::finish()
+{
+    m_isFinishing = true;
+    if (!m_answer && !m_isHandling)
+        abort();
+}
+
+void HttpConnection::abort()
+{
+    m_underWay.reset();
+    m_timer.cancel();
+    m_stream.close();
+}
+
+void HttpConnection::awaitRequest()
+{
+    m_parser.emplace();
+    m_parser->header_limit(longestHead);
+    m_parser->body_limit(longestBody);
+    if (m_buffer.size() > 0)
+        return readHead();
+    m_stream.expires_after(idleLimit);
+    m_stream.async_read_some(m_buffer.prepare(readingStep), [self = self()](const ErrorCode& error, std::size_t size) {
+        self->m_buffer.commit(size);
+        if (!error)
+            self->readHead();
+    });
+}
+
+void HttpConnection::readHead()
+{
+    m_request = {};
+    m_request.ends = m_ends;
+    m_stream.expires_after(headLimit);
+    http::async_read_header(m_stream, m_buffer, *m_parser, handler(&HttpConnection::headRead));
+}
+
+void HttpConnection::headRead(const ErrorCode& error)
+{
+    m_begin = Clock::now();
+    if (error) {
+        if (const std::optional<Refusal> refusal = refusalOf(error))
+            refuse(*refusal);
+        return;
+    }
+    m_request.head = headOf(*m_parser);
+    if (const std::optional<Refusal> refusal = checkFraming(m_request.head))
+        return refuse(*refusal);
+    m_staysOpen = m_parser->keep_alive();
+    std::variant<Admission, Refusal> admission = m_parts.access.admit(m_request.head, m_ends, m_begin);
+    if (const auto* refusal = std::get_if<Refusal>(&admission))
+        return refuse(*refusal);
+    admitted(std::get<Admission>(std::move(admission)));
+}
+
+void HttpConnection::admitted(Admission admission)
+{
+    m_request.route = std::move(admission.route);
+    if (m_request.route.kind == Route::Kind::Session)
+        upgrade(admission.credential);
+    else if (m_parser->is_done())
+        handle();
+    else
+        readBody();
+}
+
+void HttpConnection::readBody()
+{
+    m_stream.expires_after(bodyLimit);
+    if (m_request.head.value("Expect").toLower() != "100-continue")
+        return http::async_read(m_stream, m_buffer, *m_parser, handler(&HttpConnection::bodyRead));
+    static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
+    asio::async_write(m_stream, asio::buffer(goOn), [self = self()](const ErrorCode& error, std::size_t /*size*/) {
+        if (!error)
+            http::async_read(self->m_stream, self->m_buffer, *self->m_parser, self->handler(&HttpConnection::bodyRead));
+    });
+}
+
+void HttpConnection::bodyRead(const ErrorCode& error)
+{
+    if (error) {
+        if (const std::optional<Refusal> refusal = refusalOf(error))
+            refuse(*refusal);
+        return;
+    }
+    const std::string& body = m_parser->get().body();
+    m_request.body = QByteArray(body.data(), static_cast<int>(body.size()));
+    handle();
+}
+
+void HttpConnection::upgrade(const Credential& credential)
+{
+    if (const std::optional<Refusal> refusal = checkUpgrade(*m_parser, m_request.head, m_buffer))
+        return refuse(*refusal);
+    m_stream.expires_never();
+    FileDescriptor socket(m_stream.socket().release());
+    const QByteArray key = m_request.head.value("Sec-WebSocket-Key");
+    serveWebSocket(m_parts, {std::move(socket), m_isV4, key, credential}, m_place);
+    account(101, 0);
+}
+
+void HttpConnection::handle()
+{
+    m_stream.expires_never();
+    m_isHandling = true;
+    const auto receive = [weak = std::weak_ptr(self()), io = &m_parts.io](Answer answer) {
+        const auto shared = std::make_shared<Answer>(std::move(answer));
+        io->post([weak, shared] {
+            if (const auto connection = weak.lock())
+                connection->answer(std::move(*shared));
+        });
+    };
+    m_underWay = m_parts.handler.handle(m_request, receive);
+    watchClient();
+}
+
+/// Nobody may wait for the answer any more.
+void HttpConnection::watchClient()
+{
+    m_stream.socket().async_wait(Tcp::socket::wait_read, [self = self()](const ErrorCode& error) {
+        char byte = 0;
+        const bool isGone = !error && recv(self->m_stream.socket().native_handle(), &byte, 1, MSG_PEEK) == 0;
+        if (isGone && self->m_isHandling)
+            self->abort();
+    });
+}
+
+void HttpConnection::refuse(const Refusal& refusal)
+{
+    // What follows in the input cannot be told apart from a request.
+    if (!m_parser->is_done())
+        m_staysOpen = false;
+    answer(makeResponse(refusal));
+}
+
+void HttpConnection::answer(Answer answer)
+{
+    m_isHandling = false;
+    m_underWay.reset();
+    if (!m_stream.socket().is_open())
+        return;
+    m_answer = std::move(answer);
+    m_staysOpen = m_staysOpen && !m_isFinishing;
+    m_answer->head.set("Connection", m_staysOpen ? "keep-alive" : "close");
+    m_headText = m_answer->head.toText(std::time(nullptr));
+    m_sentBody = 0;
+    if (m_request.head.method == "HEAD") {
+        m_answer->file.reset();
+        m_answer->body.clear();
+    }
+    writeHead();
+}
+
+/// With the beginning of the body.
+void HttpConnection::writeHead()
+{
+    const int size = std::min(m_answer->body.size(), writingStep);
+    const std::array<asio::const_buffer, 2> buffers = {
+        asio::buffer(m_headText.constData(), static_cast<std::size_t>(m_headText.size())),
+        asio::buffer(m_answer->body.constData(), static_cast<std::size_t>(size))};
+    m_sentBody = size;
+    m_stream.expires_after(idleLimit);
+    asio::async_write(m_stream, buffers, handler(&HttpConnection::written));
+}
+
+void HttpConnection::written(const ErrorCode& error)
+{
+    if (error)
+        return account(m_answer->head.status(), m_sentBody);
+    m_stream.expires_never();
+    if (m_answer->file)
+        return sendFile();
+    const int left = m_answer->body.size() - m_sentBody;
+    if (left == 0)
+        return answered();
+    const int size = std::min(left, writingStep);
+    const auto buffer = asio::buffer(m_answer->body.constData() + m_sentBody, static_cast<std::size_t>(size));
+    m_sentBody += size;
+    m_stream.expires_after(idleLimit);
+    asio::async_write(m_stream, buffer, handler(&HttpConnection::written));
+}
+
+void HttpConnection::sendFile()
+{
+    if (!m_stream.socket().is_open())
+        return failed();
+    switch (m_answer->file->send(m_stream.socket().native_handle())) {
+    case FilePart::Step::Done:
+        return answered();
+    case FilePart::Step::Again:
+        return asio::post(m_parts.io.context(), [self = self()] { self->sendFile(); });
+    case FilePart::Step::SocketFull:
+        return awaitSocket();
+    case FilePart::Step::Cold:
+        return awaitDisk();
+    case FilePart::Step::Failed:
+        return failed();
+    }
+}
+
+void HttpConnection::awaitSocket()
+{
+    // The stream's own limits do not cover waiting.
+    m_timer.expires_after(idleLimit);
+    m_timer.async_wait([self = self()](const ErrorCode& error) {
+        if (!error)
+            self->abort();
+    });
+    m_stream.socket().async_wait(Tcp::socket::wait_write, [self = self()](const ErrorCode& error) {
+        self->m_timer.cancel();
+        if (error)
+            self->failed();
+        else
+            self->sendFile();
+    });
+}
+
+void HttpConnection::awaitDisk()
+{
+    // The connection is destroyed in no thread but its own.
+    m_parts.disk.post([self = self(), io = &m_parts.io]() mutable {
+        self->m_answer->file->load();
+        io->post([self = std::move(self)] { self->sendFile(); });
+    });
+}
+
+void HttpConnection::answered()
+{
+    account(m_answer->head.status(), m_answer->file ? m_answer->file->sent() : m_sentBody);
+    m_answer.reset();
+    if (m_staysOpen && !m_isFinishing)
+        awaitRequest();
+    else
+        awaitClose();
+}
+
+/// The client is gone, or the file has changed under its reader.
+void HttpConnection::failed()
+{
+    account(m_answer->head.status(), m_answer->file->sent());
+    m_answer.reset();
+    abort();
+}
+
+void HttpConnection::account(int status, qint64 bytes)
+{
+    const Clock::duration duration = Clock::now() - m_begin;
+    const RequestHead& head = m_request.head;
+    m_parts.metrics.requestAnswered(head.method, status, bytes, duration);
+    DBGLOG(
+        logger(), log4cplus::INFO_LOG_LEVEL, (DbgLogSite{"src/host/http/httpconnection", __LINE__, __func__}),
+        accessLine({head.method, head.target, status, bytes, duration, m_ends.client}).constData());
+}
+
+/// To close with input unread would make the system drop the response before the client has read it.
+void HttpConnection::awaitClose()
+{
+    ErrorCode ignored;
+    m_stream.socket().shutdown(Tcp::socket::shutdown_send, ignored);
+    m_stream.expires_after(closeLimit);
+    drain({});
+}
+
+void HttpConnection::drain(const ErrorCode& error)
+{
+    m_buffer.clear();
+    if (!error)
+        m_stream.async_read_some(m_buffer.prepare(readingStep), handler(&HttpConnection::drain));
+}
+
+} // namespace
+
+void serveHttp(const ServerParts& parts, FileDescriptor socket, const Connection& ends, ConnectionTable::Place place)
+{
+    std::make_shared<HttpConnection>(parts, std::move(socket), ends, std::move(place))->start();
+}

@@ -1,0 +1,189 @@
+#include "http/httpserver.h"
+
+#include "exec/threadpool.h"
+#include "http/acceptor.h"
+#include "http/connectiontable.h"
+#include "http/httpconnection.h"
+#include "http/iothread.h"
+#include "http/metrics.h"
+#include "http/requesthandler.h"
+#include "http/tokenfile.h"
+
+#include <log/dbglog.h>
+
+#include <QSemaphore>
+
+#include <future>
+#include <optional>
+#include <utility>
+
+namespace {
+
+/// Threads that read ahead what is to be sent.
+constexpr int diskThreads = 4;
+/// Between two looks at the file with the token.
+constexpr std::chrono::seconds tokenInterval(2);
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo.http");
+    return instance;
+}
+
+QString coverDirectory(const QString& stateDirectory)
+{
+    return stateDirectory.isEmpty() ? QString() : stateDirectory + QStringLiteral("/covers");
+}
+
+} // namespace
+
+/// Members that others use come before them.
+class HttpServer::State
+{
+public:
+    State(const Services& services, const Settings& settings)
+        : m_access(settings.access), m_covers(services.host, {coverDirectory(settings.stateDirectory)}),
+          m_handler({services, m_access, m_metrics, m_covers, [this] { checkAccessLater(); }}),
+          m_disk(diskThreads), m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_disk, services}
+    {
+    }
+    ~State()
+    {
+        stopAccepting();
+        // What the threads of the disk bring back is not served any more.
+        m_io.stop();
+    }
+    Q_DISABLE_COPY_MOVE(State)
+
+    [[nodiscard]] Result<void> readToken(const QString& file);
+    void accept(std::vector<ListeningSocket> sockets);
+    void stopAccepting();
+    [[nodiscard]] bool stop(std::chrono::milliseconds patience);
+
+private:
+    void serve(FileDescriptor socket, const Connection& ends);
+    void checkAccessLater();
+    void checkTokenLater();
+    void setToken(const Result<QByteArray>& token);
+    /// Calls the function in the I/O thread and waits for it.
+    void runInIoThread(const std::function<void()>& function);
+
+    AccessPolicy m_access;
+    Metrics m_metrics;
+    ConnectionTable m_connections;
+    IoThread m_io;
+    CoverStore m_covers;
+    RequestHandler m_handler;
+    std::optional<TokenFile> m_tokenFile;
+    ThreadPool m_disk;
+    /// In the I/O thread.
+    std::vector<std::unique_ptr<Acceptor>> m_acceptors;
+    const ServerParts m_parts;
+};
+
+Result<void> HttpServer::State::readToken(const QString& file)
+{
+    m_tokenFile.emplace(file);
+    const Result<QByteArray> token = m_tokenFile->read();
+    if (!token)
+        return token.failure();
+    m_access.setToken(token.value());
+    checkTokenLater();
+    return {};
+}
+
+void HttpServer::State::accept(std::vector<ListeningSocket> sockets)
+{
+    const auto take = [this](FileDescriptor socket, const Connection& ends) { serve(std::move(socket), ends); };
+    for (ListeningSocket& socket : sockets)
+        m_acceptors.push_back(std::make_unique<Acceptor>(m_io, std::move(socket), take));
+}
+
+void HttpServer::State::serve(FileDescriptor socket, const Connection& ends)
+{
+    ConnectionTable::Place place = m_connections.admit(ends.client);
+    if (!place)
+        return m_metrics.connectionRefused();
+    m_metrics.connectionOpened();
+    serveHttp(m_parts, std::move(socket), ends, std::move(place));
+}
+
+void HttpServer::State::checkAccessLater()
+{
+    m_io.post([this] { m_connections.checkAccess(); });
+}
+
+void HttpServer::State::checkTokenLater()
+{
+    m_io.after(tokenInterval, [this] {
+        m_disk.post([this] {
+            if (const std::optional<Result<QByteArray>> token = m_tokenFile->readIfChanged())
+                m_io.post([this, token = *token] { setToken(token); });
+            checkTokenLater();
+        });
+    });
+}
+
+void HttpServer::State::setToken(const Result<QByteArray>& token)
+{
+    if (!token)
+        DBGLOG(
+            logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/host/http/httpserver", __LINE__, __func__}),
+            token.failure().message << "; nobody is served until it is right");
+    m_access.setToken(token ? token.value() : QByteArray());
+    m_connections.checkAccess();
+}
+
+void HttpServer::State::runInIoThread(const std::function<void()>& function)
+{
+    std::promise<void> done;
+    m_io.post([&function, &done] {
+        function();
+        done.set_value();
+    });
+    done.get_future().wait();
+}
+
+void HttpServer::State::stopAccepting()
+{
+    if (!m_acceptors.empty())
+        runInIoThread([this] { m_acceptors.clear(); });
+}
+
+bool HttpServer::State::stop(std::chrono::milliseconds patience)
+{
+    stopAccepting();
+    const auto isEmpty = std::make_shared<QSemaphore>();
+    m_io.post([this, isEmpty] { m_connections.finishAll([isEmpty] { isEmpty->release(); }); });
+    static_cast<void>(isEmpty->tryAcquire(1, static_cast<int>(patience.count())));
+    runInIoThread([this] { m_connections.abortAll(); });
+    m_io.stop();
+    const bool haveCoversEnded = m_covers.stop({});
+    const bool hasDiskEnded = m_disk.stop({});
+    return haveCoversEnded && hasDiskEnded;
+}
+
+HttpServer::HttpServer(std::unique_ptr<State> state) : m_state(std::move(state)) {}
+
+HttpServer::~HttpServer() = default;
+
+Result<std::unique_ptr<HttpServer>> HttpServer::start(const Services& services, Settings settings)
+{
+    settings.access.needsToken = !settings.tokenFile.isEmpty();
+    auto state = std::make_unique<State>(services, settings);
+    if (const Result<void> read = settings.access.needsToken ? state->readToken(settings.tokenFile) : Result<void>();
+        !read)
+        return read.failure();
+    state->accept(std::move(settings.sockets));
+    return std::unique_ptr<HttpServer>(new HttpServer(std::move(state)));
+}
+
+void HttpServer::stopAccepting()
+{
+    m_state->stopAccepting();
+}
+
+bool HttpServer::stop(std::chrono::milliseconds patience)
+{
+    return m_state->stop(patience);
+}

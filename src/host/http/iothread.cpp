@@ -1,0 +1,64 @@
+#include "http/iothread.h"
+
+#include <log/dbglog.h>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace {
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo.http");
+    return instance;
+}
+
+} // namespace
+
+IoThread::IoThread() : m_context(std::make_unique<boost::asio::io_context>(1)), m_thread([this] { run(); }) {}
+
+IoThread::~IoThread()
+{
+    stop();
+}
+
+void IoThread::post(Function function)
+{
+    boost::asio::post(*m_context, std::move(function));
+}
+
+void IoThread::after(std::chrono::milliseconds time, Function function)
+{
+    const auto timer = std::make_shared<boost::asio::steady_timer>(*m_context, time);
+    timer->async_wait([timer, function = std::move(function)](const boost::system::error_code& error) {
+        if (!error)
+            function();
+    });
+}
+
+void IoThread::stop()
+{
+    m_context->stop();
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void IoThread::run()
+{
+    const auto work = boost::asio::make_work_guard(*m_context);
+    while (!m_context->stopped()) {
+        try {
+            m_context->run();
+        } catch (const std::exception& exception) {
+            // Say for want of memory. What was being served is dropped with its handler.
+            DBGLOG(
+                logger(), log4cplus::ERROR_LOG_LEVEL, (DbgLogSite{"src/host/http/iothread", __LINE__, __func__}),
+                "a connection was dropped: " << exception.what());
+        }
+    }
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <optional>
+
+/// What the server has done since it started. Thread-safe; counting takes a few nanoseconds.
+class Metrics
+{
+public:
+    using Duration = std::chrono::steady_clock::duration;
+
+    /// What others count, as it is when the text is made. Nothing: unknown, not in the text.
+    struct Content
+    {
+        std::optional<qint64> listings = {};
+        std::optional<qint64> openPaths = {};
+    };
+
+    void connectionOpened() { ++m_connections; }
+    void connectionClosed() { --m_connections; }
+    /// A connection that is closed at once, because there are too many.
+    void connectionRefused() { ++m_refusedConnections; }
+    /// A client is a WebSocket.
+    void clientConnected() { ++m_clients; }
+    void clientDisconnected() { --m_clients; }
+
+    /// `bytes`: of the body, as sent. `duration`: from the end of the request's head to the end of the response.
+    void requestAnswered(const QByteArray& method, int status, qint64 bytes, Duration duration);
+    void messageReceived(qint64 bytes);
+    void messageSent(qint64 bytes);
+    /// A change that one client was notified of.
+    void changeSent() { ++m_changes; }
+
+    /// The text of a scrape, in the format of Prometheus.
+    [[nodiscard]] QByteArray toText(const Content& content) const;
+
+private:
+    using Counter = std::atomic<qint64>;
+    static constexpr std::size_t methodCount = 4;
+    static constexpr std::size_t classCount = 5;
+    static constexpr std::size_t bucketCount = 7;
+
+    void appendRequests(QByteArray& text) const;
+    void appendDurations(QByteArray& text) const;
+
+    Counter m_connections = 0;
+    Counter m_refusedConnections = 0;
+    Counter m_clients = 0;
+    Counter m_changes = 0;
+    Counter m_receivedMessages = 0;
+    Counter m_sentMessages = 0;
+    Counter m_receivedBytes = 0;
+    Counter m_sentBytes = 0;
+    /// By method and the status's first digit.
+    std::array<std::array<Counter, classCount>, methodCount> m_requests = {};
+    /// By the longest duration of the bucket; the last one has no longest.
+    std::array<Counter, bucketCount> m_durations = {};
+    Counter m_nanoseconds = 0;
+};

@@ -1,0 +1,94 @@
+#include "http/outbox.h"
+
+#include <utility>
+
+namespace {
+
+/// Bytes; enough to keep the client busy.
+constexpr qint64 muchPending = qint64{1} << 20;
+/// Bytes; more than the longest answers to all requests that a client may have running.
+constexpr qint64 mostPending = qint64{80} << 20;
+
+} // namespace
+
+void Outbox::send(QByteArray message)
+{
+    add({std::move(message)});
+}
+
+void Outbox::sendLatest(const QString& key, QByteArray message)
+{
+    add({std::move(message), key});
+}
+
+void Outbox::add(PendingMessages::Entry entry)
+{
+    Wake wake;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_isClosed || m_pending.replace(entry))
+            return;
+        m_pending.append(std::move(entry));
+        if (std::exchange(m_isAwake, true))
+            return;
+        wake = m_wake;
+    }
+    wake();
+}
+
+void Outbox::endReplacing()
+{
+    const std::lock_guard lock(m_mutex);
+    m_pending.endReplacing();
+}
+
+bool Outbox::isFull() const
+{
+    const std::lock_guard lock(m_mutex);
+    return isFullLocked();
+}
+
+void Outbox::setRoomHandler(std::function<void()> handler)
+{
+    const std::lock_guard lock(m_mutex);
+    m_roomHandler = std::move(handler);
+}
+
+std::optional<QByteArray> Outbox::next()
+{
+    std::function<void()> announceRoom;
+    std::optional<QByteArray> message;
+    {
+        const std::lock_guard lock(m_mutex);
+        const bool wasFull = isFullLocked();
+        m_isAwake = !m_pending.isEmpty();
+        if (m_isAwake)
+            message = m_pending.takeFirst();
+        m_writtenBytes = message ? message->size() : 0;
+        if (wasFull && !isFullLocked())
+            announceRoom = m_roomHandler;
+    }
+    if (announceRoom)
+        announceRoom();
+    return message;
+}
+
+bool Outbox::isOverfull() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pending.bytes() > mostPending;
+}
+
+void Outbox::close()
+{
+    const std::lock_guard lock(m_mutex);
+    m_isClosed = true;
+    m_wake = nullptr;
+    m_roomHandler = nullptr;
+    m_pending.clear();
+}
+
+bool Outbox::isFullLocked() const
+{
+    return !m_isClosed && m_pending.bytes() + m_writtenBytes > muchPending;
+}

@@ -1,0 +1,142 @@
+#include "http/requesthandler.h"
+
+#include "http/conditions.h"
+#include "http/mediaresponse.h"
+#include "http/pageassets.h"
+#include "http/rpccall.h"
+#include "rpc/json.h"
+#include "rpc/jsonparser.h"
+
+#include <model/cmrequestcontext.h>
+
+#include <utility>
+#include <variant>
+
+namespace {
+
+const QByteArray jsonType = "application/json";
+
+Response coverResponse(const RequestHead& head, const std::optional<Cover>& cover)
+{
+    if (!cover)
+        return makeResponse(Refusal{404});
+    const bool isKnown = isNotModified(head, {cover->etag});
+    Response response{ResponseHead(isKnown ? 304 : 200)};
+    response.head.set("ETag", cover->etag).set("Cache-Control", "no-cache");
+    if (isKnown)
+        return response;
+    response.body = cover->data;
+    response.head.set("Content-Type", cover->mimeType).setLength(response.body.size());
+    return response;
+}
+
+/// The text of the member `token` of an object; nothing if there is none.
+std::optional<QByteArray> tokenIn(const QByteArray& body)
+{
+    const std::variant<QVariant, JsonProblem> parsed = parseJson(body);
+    const auto* const value = std::get_if<QVariant>(&parsed);
+    const QVariant token = value ? value->toMap().value(QStringLiteral("token")) : QVariant();
+    if (token.userType() != QMetaType::QString)
+        return std::nullopt;
+    return token.toString().toUtf8();
+}
+
+} // namespace
+
+std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive receive)
+{
+    switch (request.route.kind) {
+    case Route::Kind::Page:
+        receive(servePage(request.head, request.route.asset));
+        break;
+    case Route::Kind::Rpc:
+        return handleRpc(request, receive);
+    case Route::Kind::Media:
+        return handleMedia(request, std::move(receive));
+    case Route::Kind::Cover:
+        handleCover(request, receive);
+        break;
+    case Route::Kind::Health:
+        receive(health());
+        break;
+    case Route::Kind::Metrics:
+        receive(makeResponse(200, "text/plain; version=0.0.4; charset=utf-8", m_parts.metrics.toText({})));
+        break;
+    case Route::Kind::Login:
+        receive(logIn(request));
+        break;
+    case Route::Kind::Logout:
+        receive(logOut(request));
+        break;
+    case Route::Kind::Session:
+        receive(makeResponse(Refusal{426, {{"Upgrade", "websocket"}}}));
+        break;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, Receive receive)
+{
+    RequestExecutor& executor = m_parts.services.executor;
+    RequestExecutor::Job job;
+    job.context = std::make_shared<CMRequestContext>();
+    job.run = [library = MediaLibrary(m_parts.services.host), request, receive](const RequestExecutor::Slot& /*slot*/) {
+        receive(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
+    };
+    job.refuse = [receive = std::move(receive)](RequestExecutor::Refusal /*reason*/) {
+        receive(makeResponse(Refusal{503}));
+    };
+    const std::shared_ptr<RequestExecutor::Client> client = executor.addClient();
+    executor.submit(client, std::move(job));
+    return {client.get(), [&executor, client](void*) { executor.removeClient(client); }};
+}
+
+std::shared_ptr<void> RequestHandler::handleRpc(const HttpRequest& request, const Receive& receive)
+{
+    if (!hasJsonBody(request.head)) {
+        receive(makeResponse(Refusal{415}));
+        return nullptr;
+    }
+    return RpcCall::start(m_parts.services, request.body, [receive](const std::optional<QByteArray>& answer) {
+        receive(answer ? makeResponse(200, jsonType, *answer) : makeEmptyResponse());
+    });
+}
+
+void RequestHandler::handleCover(const HttpRequest& request, const Receive& receive)
+{
+    const Route& route = request.route;
+    m_parts.covers.find(
+        {route.prefix, route.base, route.width},
+        [head = request.head, receive](const std::optional<Cover>& cover) { receive(coverResponse(head, cover)); });
+}
+
+Response RequestHandler::health() const
+{
+    const QVariantHash fields{
+        {QStringLiteral("status"), QStringLiteral("ok")}, {QStringLiteral("token"), m_parts.access.needsToken()}};
+    return makeResponse(200, jsonType, *toJson(fields));
+}
+
+Response RequestHandler::logIn(const HttpRequest& request)
+{
+    if (!hasJsonBody(request.head))
+        return makeResponse(Refusal{415});
+    const std::optional<QByteArray> token = tokenIn(request.body);
+    if (!token)
+        return makeResponse(Refusal{400});
+    const auto now = std::chrono::steady_clock::now();
+    const std::variant<QByteArray, Refusal> cookie = m_parts.access.logIn(*token, request.head, request.ends, now);
+    if (const auto* refusal = std::get_if<Refusal>(&cookie))
+        return makeResponse(*refusal);
+    Response response = makeEmptyResponse();
+    response.head.set("Set-Cookie", std::get<QByteArray>(cookie));
+    return response;
+}
+
+Response RequestHandler::logOut(const HttpRequest& request)
+{
+    Response response = makeEmptyResponse();
+    response.head.set("Set-Cookie", m_parts.access.logOut(request.head));
+    m_parts.sessionEnded();
+    return response;
+}

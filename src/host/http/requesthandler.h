@@ -1,0 +1,55 @@
+#pragma once
+
+#include "http/access.h"
+#include "http/answer.h"
+#include "http/metrics.h"
+#include "media/coverstore.h"
+#include "rpc/dispatcher.h"
+
+#include <functional>
+#include <memory>
+
+/// A request that has been read, and that the server serves.
+struct HttpRequest
+{
+    RequestHead head;
+    Route route;
+    Connection ends;
+    /// Of a POST.
+    QByteArray body = {};
+};
+
+/// Answers all requests but those for a WebSocket. In the I/O thread, which it does not hold up.
+class RequestHandler
+{
+public:
+    /// Gets the answer once, in any thread. Must not block.
+    using Receive = std::function<void(Answer)>;
+
+    struct Parts
+    {
+        Services services;
+        AccessPolicy& access;
+        Metrics& metrics;
+        CoverStore& covers;
+        /// Called after a session has ended.
+        std::function<void()> sessionEnded;
+    };
+
+    /// The parts must outlive the handler.
+    explicit RequestHandler(Parts parts) : m_parts(std::move(parts)) {}
+
+    /// `receive` may be called before this returns. To destroy what is returned cancels the request; `receive` may
+    /// still be called then.
+    [[nodiscard]] std::shared_ptr<void> handle(const HttpRequest& request, Receive receive);
+
+private:
+    [[nodiscard]] std::shared_ptr<void> handleMedia(const HttpRequest& request, Receive receive);
+    [[nodiscard]] std::shared_ptr<void> handleRpc(const HttpRequest& request, const Receive& receive);
+    void handleCover(const HttpRequest& request, const Receive& receive);
+    [[nodiscard]] Response health() const;
+    [[nodiscard]] Response logIn(const HttpRequest& request);
+    [[nodiscard]] Response logOut(const HttpRequest& request);
+
+    const Parts m_parts;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "rpc/dispatcher.h"
+
+#include <QByteArray>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+/// A message of JSON-RPC on its own, without a client that stays.
+namespace RpcCall {
+
+/// The answer, or nothing if the message asks for none.
+using Receive = std::function<void(const std::optional<QByteArray>& answer)>;
+
+/// Calls `receive` once, in any thread, perhaps before it returns, unless what it returns is destroyed before: that
+/// cancels the call. `receive` must not block. From one thread at a time.
+[[nodiscard]] std::shared_ptr<void> start(const Services& services, const QByteArray& message, Receive receive);
+
+} // namespace RpcCall

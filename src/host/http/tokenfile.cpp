@@ -1,0 +1,82 @@
+#include "http/tokenfile.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int shortestToken = 16;
+constexpr int longestToken = 1024;
+
+/// Changes with the file's content and permissions. Null if there is no such file.
+QByteArray stampOf(const QString& file)
+{
+    const QFileInfo info(file);
+    if (!info.exists())
+        return {};
+    return QByteArray::number(info.metadataChangeTime().toMSecsSinceEpoch()) + ' ' + QByteArray::number(info.size());
+}
+
+bool isPrivate(const QFile& file)
+{
+    constexpr QFile::Permissions others =
+        QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    return (file.permissions() & others) == 0;
+}
+
+bool isToken(const QByteArray& line)
+{
+    const auto isPrintable = [](char character) { return character >= ' ' && character <= '~'; };
+    return line.size() >= shortestToken && line.size() <= longestToken && line.trimmed() == line &&
+           std::all_of(line.cbegin(), line.cend(), isPrintable);
+}
+
+QByteArray firstLine(QFile& file)
+{
+    constexpr int lineEnd = 2;
+    QByteArray line = file.read(longestToken + lineEnd);
+    line.truncate(line.indexOf('\n') < 0 ? line.size() : line.indexOf('\n'));
+    if (line.endsWith('\r'))
+        line.chop(1);
+    return line;
+}
+
+Result<QByteArray> tokenIn(QFile& file)
+{
+    const auto failure = [&file](const QString& problem) {
+        return Failure::wrongUse(QStringLiteral("the token file %1 %2").arg(file.fileName(), problem));
+    };
+    if (!QFileInfo(file.fileName()).isFile())
+        return failure(QStringLiteral("does not exist, or is no file"));
+    if (!file.open(QIODevice::ReadOnly))
+        return failure(QStringLiteral("cannot be read: %1").arg(file.errorString()));
+    if (!isPrivate(file))
+        return failure(QStringLiteral("must be its owner's alone: chmod 600 makes it so"));
+    const QByteArray line = firstLine(file);
+    if (!isToken(line))
+        return failure(QStringLiteral("must begin with a line of %1 to %2 printable ASCII characters, without spaces "
+                                      "around them")
+                           .arg(shortestToken)
+                           .arg(longestToken));
+    return line;
+}
+
+} // namespace
+
+Result<QByteArray> TokenFile::read()
+{
+    // Taken first, so that a change while the file is read is noticed later.
+    m_stamp = stampOf(m_file);
+    QFile file(m_file);
+    return tokenIn(file);
+}
+
+std::optional<Result<QByteArray>> TokenFile::readIfChanged()
+{
+    if (stampOf(m_file) == m_stamp)
+        return std::nullopt;
+    return read();
+}

@@ -1,0 +1,122 @@
+#include "media/guardedtree.h"
+
+#include "content/mount.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <memory>
+
+#include <dirent.h>
+#include <fcntl.h>
+
+namespace {
+
+QByteArray linkTo(const FileDescriptor& descriptor)
+{
+    return "/proc/self/fd/" + QByteArray::number(descriptor.get());
+}
+
+/// Empty if it cannot be had.
+QByteArray realPathOf(const FileDescriptor& descriptor)
+{
+    std::array<char, PATH_MAX> path{};
+    const ssize_t length = readlink(linkTo(descriptor).constData(), path.data(), path.size());
+    const bool isWhole = length > 0 && static_cast<size_t>(length) < path.size();
+    return isWhole ? QByteArray(path.data(), static_cast<int>(length)) : QByteArray();
+}
+
+/// Whether no name of the relative path is hidden; one with an empty name has none.
+bool hasVisibleNames(const QByteArray& path)
+{
+    const QByteArrayList names = path.split('/');
+    return std::all_of(
+        names.cbegin(), names.cend(), [](const QByteArray& name) { return !name.isEmpty() && !name.startsWith('.'); });
+}
+
+QByteArray relativeToTop(const QString& absolutePath)
+{
+    const QByteArray path = QFile::encodeName(absolutePath).mid(1);
+    return path.isEmpty() ? "." : path;
+}
+
+} // namespace
+
+std::optional<GuardedTree> GuardedTree::open(const Mount& mount)
+{
+    const FileDescriptor top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor directory = openPath(top.get(), relativeToTop(mount.rootDirectory), Links::Refused);
+    if (!directory.isOpen())
+        return std::nullopt;
+    return GuardedTree(std::move(directory), mount.followsLinks);
+}
+
+GuardedTree::GuardedTree(FileDescriptor directory, bool followsLinks)
+    : m_directory(std::move(directory)), m_realPath(realPathOf(m_directory)), m_followsLinks(followsLinks)
+{
+}
+
+std::optional<GuardedTree::File> GuardedTree::openFile(const QString& base) const
+{
+    const QByteArray path = QFile::encodeName(base);
+    return hasVisibleNames(path) ? open(path, S_IFREG, O_NONBLOCK | O_NOCTTY) : std::nullopt;
+}
+
+std::optional<GuardedTree::Directory> GuardedTree::openDirectory(const QString& base) const
+{
+    const QByteArray path = base.isEmpty() ? "." : QFile::encodeName(base);
+    return base.isEmpty() || hasVisibleNames(path) ? open(path, S_IFDIR, O_DIRECTORY) : std::nullopt;
+}
+
+std::optional<GuardedTree::File> GuardedTree::open(const QByteArray& path, mode_t type, int flags) const
+{
+    // Truncated at a null byte, the path would name another file.
+    if (path.contains('\0'))
+        return std::nullopt;
+    const FileDescriptor found = openPath(m_directory.get(), path, m_followsLinks ? Links::Followed : Links::Below);
+    File file = {};
+    if (!found.isOpen() || fstat(found.get(), &file.status) != 0 || (file.status.st_mode & S_IFMT) != type ||
+        !isShown(realPathOf(found)))
+        return std::nullopt;
+    // Opens the very file that was checked: opening a device or a pipe would have effects by itself.
+    file.descriptor = FileDescriptor(::open(linkTo(found).constData(), O_RDONLY | O_CLOEXEC | flags));
+    return file.descriptor.isOpen() ? std::optional(std::move(file)) : std::nullopt;
+}
+
+bool GuardedTree::isShown(const QByteArray& realPath) const
+{
+    if (realPath.isEmpty() || m_realPath.isEmpty())
+        return false;
+    const QByteArray root = m_realPath.endsWith('/') ? m_realPath : m_realPath + '/';
+    if (realPath == m_realPath)
+        return true;
+    return realPath.startsWith(root) ? hasVisibleNames(realPath.mid(root.size())) : m_followsLinks;
+}
+
+QByteArray identityOf(const struct stat& status)
+{
+    const std::array<qint64, 5> parts = {
+        static_cast<qint64>(status.st_dev), static_cast<qint64>(status.st_ino), status.st_size, status.st_mtim.tv_sec,
+        status.st_mtim.tv_nsec};
+    const QByteArray bytes(reinterpret_cast<const char*>(parts.data()), static_cast<int>(sizeof(parts)));
+    constexpr int digits = 32;
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex().left(digits);
+}
+
+QByteArrayList visibleNames(GuardedTree::Directory directory)
+{
+    QByteArrayList names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(directory.descriptor.get()), closedir);
+    if (!entries)
+        return names;
+    // The stream owns it now.
+    static_cast<void>(directory.descriptor.release());
+    while (const dirent* const entry = readdir(entries.get())) {
+        if (entry->d_name[0] != '.')
+            names.append(entry->d_name);
+    }
+    return names;
+}

@@ -1,0 +1,66 @@
+#include "media/openpath.h"
+
+#include <QByteArrayList>
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+
+namespace {
+
+quint64 resolutionFor(Links links)
+{
+    switch (links) {
+    case Links::Refused:
+        return RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+    case Links::Below:
+        return RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+    case Links::Followed:
+        break;
+    }
+    return RESOLVE_NO_MAGICLINKS;
+}
+
+/// Like open(), sets errno.
+int openChecked(int directory, const QByteArray& path, Links links)
+{
+    // The kernel gives up when something is renamed meanwhile; a tree that is never still has no files.
+    constexpr int mostAttempts = 100;
+    open_how how = {};
+    how.flags = O_PATH | O_CLOEXEC;
+    how.resolve = resolutionFor(links);
+    long descriptor = -1;
+    for (int i = 0; i < mostAttempts; ++i) {
+        descriptor = syscall(SYS_openat2, directory, path.constData(), &how, sizeof(how));
+        if (descriptor >= 0 || (errno != EAGAIN && errno != EINTR))
+            break;
+    }
+    return static_cast<int>(descriptor);
+}
+
+FileDescriptor openStepwise(int directory, const QByteArray& path)
+{
+    FileDescriptor current;
+    for (const QByteArray& name : path.split('/')) {
+        if (name == "..")
+            return {};
+        // O_NOFOLLOW with O_PATH gives a link's own descriptor, which cannot be looked into.
+        const int parent = current.isOpen() ? current.get() : directory;
+        current = FileDescriptor(openat(parent, name.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        if (!current.isOpen())
+            return {};
+    }
+    return current;
+}
+
+} // namespace
+
+FileDescriptor openPath(int directory, const QByteArray& path, Links links)
+{
+    FileDescriptor found(openChecked(directory, path, links));
+    if (!found.isOpen() && (errno == ENOSYS || errno == EPERM))
+        return openStepwise(directory, path);
+    return found;
+}

@@ -1,0 +1,53 @@
+#include "process/statedirectory.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace {
+
+Failure cannotUse(const QString& path, const QString& why)
+{
+    return {Failure::Kind::Refused, QStringLiteral("cannot use the state directory %1: %2").arg(path, why)};
+}
+
+bool make(const QString& path)
+{
+    const QFileInfo directory(path);
+    return QDir().mkpath(directory.path()) &&
+           (mkdir(QFile::encodeName(path).constData(), S_IRWXU) == 0 || directory.isDir());
+}
+
+} // namespace
+
+StateDirectory::StateDirectory(QString path, FileDescriptor lock) : m_path(std::move(path)), m_lock(std::move(lock)) {}
+
+Result<StateDirectory> StateDirectory::claim(const QString& path)
+{
+    const QString directory = QDir::cleanPath(QDir::current().absoluteFilePath(path));
+    if (!make(directory))
+        return cannotUse(directory, QStringLiteral("it cannot be created"));
+    const QByteArray file = QFile::encodeName(directory + QStringLiteral("/lock"));
+    FileDescriptor lock(open(file.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+    if (!lock.isOpen())
+        return cannotUse(directory, qt_error_string(errno));
+    if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
+        return cannotUse(directory, QStringLiteral("another process uses it"));
+    return StateDirectory(directory, std::move(lock));
+}
+
+QString StateDirectory::usualPath()
+{
+    const QString stateHome = qEnvironmentVariable("XDG_STATE_HOME");
+    // A relative path is invalid there.
+    const QString base =
+        QDir::isAbsolutePath(stateHome) ? stateHome : QDir::homePath() + QStringLiteral("/.local/state");
+    return base + QStringLiteral("/tavo");
+}
