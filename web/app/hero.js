@@ -1,6 +1,6 @@
 import { element, setText } from './dom.js';
 import { icon } from './icons.js';
-import { text } from './language.js';
+import { spokenDuration, text } from './language.js';
 import { coverAddress, top } from './paths.js';
 
 /** @typedef {import('./listing.js').Row} Row */
@@ -78,13 +78,6 @@ function summary(rows, tagsOf) {
     const [artist] = artists;
     if (artists.size === 1 && artist) parts.unshift(artist);
     const duration = tags.reduce((sum, tag) => sum + (tag?.duration ?? 0), 0);
-    if (duration > 0) parts.push(roughly(duration));
+    if (duration > 0) parts.push(spokenDuration(duration));
     return parts;
-}
-
-/** @param {number} milliseconds */
-function roughly(milliseconds) {
-    const minutes = Math.max(1, Math.round(milliseconds / 60000));
-    const values = { hours: Math.floor(minutes / 60), minutes: minutes % 60 };
-    return text(values.hours > 0 ? 'hoursMinutes' : 'minutes', values);
 }

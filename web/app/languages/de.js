@@ -76,7 +76,6 @@ export default {
     nowPlays: 'Es läuft: {title}',
     followedBy: 'Danach: {title}',
     openPlayer: 'Wiedergabe öffnen',
-    openPlayerWith: 'Wiedergabe öffnen: {title}',
     closePlayer: 'Wiedergabe schließen',
     pause: 'Pause',
     previous: 'Voriger Titel',
@@ -105,6 +104,4 @@ export default {
     removeEntry: '{title} entfernen',
     movedTo: '{title} ist jetzt {index} von {count}',
     queueKeys: 'Eingabe spielt ab, Alt mit Pfeiltaste verschiebt, Entf entfernt',
-    hoursAndMinutes: '{hours} Std. {minutes} Min.',
-    minutes: '{minutes} Min.',
 };

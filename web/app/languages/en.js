@@ -75,7 +75,6 @@ export default {
     nowPlays: 'Now playing: {title}',
     followedBy: 'Next: {title}',
     openPlayer: 'Open the player',
-    openPlayerWith: 'Open the player: {title}',
     closePlayer: 'Close the player',
     pause: 'Pause',
     previous: 'Previous track',
@@ -104,6 +103,4 @@ export default {
     removeEntry: 'Remove {title}',
     movedTo: '{title} moved to {index} of {count}',
     queueKeys: 'Enter plays, Alt with an arrow key moves, Delete removes',
-    hoursAndMinutes: '{hours} h {minutes} min',
-    minutes: '{minutes} min',
 };
