@@ -95,6 +95,8 @@ export default {
     troubleGivenUp: 'Nichts ließ sich abspielen. Angehalten bei {title}',
     queueEmpty: 'Die Warteschlange ist leer',
     queueHint: 'Spiele einen Ordner oder Titel ab oder füge ihn über sein Menü hinzu.',
+    queueFull: 'Die Warteschlange fasst höchstens {count} Titel',
+    nothingPlayable: 'Hier lässt sich nichts abspielen',
     queueSummary: '{tracks} · {duration}',
     searching: 'Titel werden gesucht …',
     clearQueue: 'Warteschlange leeren',

@@ -94,6 +94,8 @@ export default {
     troubleGivenUp: 'Nothing could be played. Stopped at {title}',
     queueEmpty: 'Nothing in the queue',
     queueHint: 'Play a folder or a track, or add some with “Add to queue” in their menus.',
+    queueFull: 'The queue holds at most {count} tracks',
+    nothingPlayable: 'Nothing here can be played',
     queueSummary: '{tracks} · {duration}',
     searching: 'Looking for tracks …',
     clearQueue: 'Clear the queue',
