@@ -47,7 +47,8 @@ export class Drag {
         list.addEventListener('pointermove', (event) => this.#move(event));
         list.addEventListener('pointerup', () => this.#release());
         list.addEventListener('pointercancel', () => this.cancel());
-        list.addEventListener('lostpointercapture', () => this.cancel());
+        // A finger's first target loses the capture to the list.
+        list.addEventListener('lostpointercapture', (event) => event.target === list && this.cancel());
     }
 
     cancel() {

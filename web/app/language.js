@@ -67,9 +67,9 @@ export function clock(milliseconds) {
  * @returns {string}
  */
 export function spokenDuration(milliseconds) {
-    const minutes = Math.round(milliseconds / 60000);
-    if (minutes < 60) return text('minutes', { minutes: Math.max(1, minutes) });
-    return text('hoursAndMinutes', { hours: Math.floor(minutes / 60), minutes: minutes % 60 });
+    const minutes = Math.max(1, Math.round(milliseconds / 60000));
+    const values = { hours: Math.floor(minutes / 60), minutes: minutes % 60 };
+    return text(values.hours > 0 ? 'hoursMinutes' : 'minutes', values);
 }
 
 /**

@@ -11,7 +11,7 @@
 /** @typedef {'gone' | 'format' | 'blocked' | 'givenUp'} Reason */
 
 /** A playing element begins to sound so many ms after it is asked to. */
-const startingTime = 12;
+const startingTime = 8;
 
 /** From so many ms before the end the next track's start is timed. */
 const timedFrom = 1500;

@@ -10,7 +10,6 @@ import { Slider } from './slider.js';
 import { toast } from './toast.js';
 
 /** @typedef {import('./queue.js').Queue} Queue */
-/** @typedef {import('./queuestate.js').Entry} Entry */
 
 /** Ids of labels, since the page may have more than one. */
 let serial = 0;
@@ -62,9 +61,8 @@ export class TavoPlayer extends HTMLElement {
 
     #makeBar() {
         const open = element('button', { type: 'button', class: 'player-open' }, this.#makeCover(200));
-        open.append(this.#makeNames());
+        open.append(this.#makeNames(), element('span', { class: 'unseen' }, text('openPlayer')));
         open.addEventListener('click', () => this.openFull());
-        this.#updates.push(() => setAttribute(open, 'aria-label', openLabel(this.#queue.current)));
         const middle = element('div', { class: 'player-middle' }, this.#makeButtons(), this.#makeSeek());
         const bar = element('section', { class: 'player-bar', 'aria-label': text('player') }, open, middle);
         bar.append(this.#makeVolume());
@@ -142,9 +140,11 @@ export class TavoPlayer extends HTMLElement {
             slider.max = player.duration;
             if (!slider.held) slider.value = player.position;
             slider.showParts(player.buffered);
-            setText(position, clock(slider.value));
-            setText(duration, clock(player.duration));
-            slider.describe(text('positionOf', { position: clock(slider.value), duration: clock(player.duration) }));
+            // The second that is under way has not passed.
+            const values = { position: clock(slider.value - 500), duration: clock(player.duration) };
+            setText(position, values.position);
+            setText(duration, values.duration);
+            slider.describe(text('positionOf', values));
         });
         slider.input.addEventListener('input', () => this.#draw());
         return element('div', { class: 'player-seek' }, position, slider.element, duration);
@@ -210,11 +210,6 @@ const repeatKeys = { off: 'repeatOff', all: 'repeatAll', one: 'repeatOne' };
 function showTrouble({ entry, reason }) {
     const keys = /** @type {const} */ ({ gone: 'troubleGone', format: 'troubleFormat', blocked: 'troubleBlocked', givenUp: 'troubleGivenUp' });
     toast(text(keys[reason], { title: isolated(entry.title) }));
-}
-
-/** @param {Entry | null} entry */
-function openLabel(entry) {
-    return entry ? text('openPlayerWith', { title: isolated(entry.title) }) : text('openPlayer');
 }
 
 /** @param {string} name @param {string} label @param {() => void} run */

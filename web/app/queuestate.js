@@ -3,6 +3,7 @@
  * no events. Every edit is by id.
  */
 
+import { text } from './language.js';
 import { mediaAddress } from './paths.js';
 
 /** @typedef {'playing' | 'paused' | 'stopped'} PlayState as commanded; the loudspeaker may still be loading */
@@ -50,7 +51,7 @@ const mostEdits = 20;
 /** Refuses entries beyond mostEntries. */
 export class QueueFullError extends Error {
     constructor() {
-        super(`A queue holds at most ${mostEntries} entries`);
+        super(text('queueFull', { count: mostEntries }));
         this.name = 'queueFull';
     }
 }

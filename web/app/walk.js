@@ -1,5 +1,6 @@
 /** Finds what can be played at and below paths. */
 
+import { text } from './language.js';
 import { QueueFullError, mostEntries } from './queuestate.js';
 
 /** @typedef {import('./queuestate.js').Source} Source */
@@ -19,7 +20,7 @@ const roles = ['path', 'title', 'type'];
 /** Nothing at the paths can be played. */
 export class NothingPlayableError extends Error {
     constructor() {
-        super('Nothing here can be played');
+        super(text('nothingPlayable'));
         this.name = 'noSuchItem';
     }
 }

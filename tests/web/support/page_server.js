@@ -24,16 +24,15 @@ export class PageServer {
     /** Whether sounds can be reached. */
     reachable = true;
 
+    /** Where the page is, once the server listens. */
+    address = '';
+
     #server = createServer((request, response) => void this.#answer(request, response));
 
-    /** @returns {Promise<string>} the address of the page */
-    listen() {
-        return new Promise((resolve) => {
-            this.#server.listen(0, '127.0.0.1', () => {
-                const { port } = /** @type {import('node:net').AddressInfo} */ (this.#server.address());
-                resolve(`http://127.0.0.1:${port}${page}`);
-            });
-        });
+    async listen() {
+        await new Promise((resolve) => this.#server.listen(0, '127.0.0.1', () => resolve(null)));
+        const { port } = /** @type {import('node:net').AddressInfo} */ (this.#server.address());
+        this.address = `http://127.0.0.1:${port}${page}`;
     }
 
     close() {

@@ -1,3 +1,5 @@
+import { nameOf } from '../../../web/app/paths.js';
+
 /**
  * A session whose host serves a tree from memory. A folder is an object, a file the tags that it has; a folder that
  * cannot be read is null.
@@ -59,7 +61,7 @@ export class TreeSession extends EventTarget {
         if (version > 0 && version !== current) throw refusal('invalidRowsVersion');
         const folder = this.#find(path);
         if (folder === null) throw refusal('error');
-        const all = Object.entries(folder).map(([name, node]) => this.#row(joined(path, name), node));
+        const all = Object.entries(folder).map(([name, node]) => this.#row(joined(path, encodeURIComponent(name)), node));
         return { count: all.length, version: current, rows: all.slice(first, Math.min(last + 1, first + this.pageSize)) };
     }
 
@@ -79,8 +81,8 @@ export class TreeSession extends EventTarget {
         await this.#asked(`set ${service} ${paths.length}`);
         return paths.map((path) => ({
             path,
-            title: `Title of ${path.split('/').pop()}`,
-            mediaData: { metaData: { serviceID: 'file', artist: this.#find(path) }, resources: [{ duration: 1500 }] },
+            title: `Title of ${nameOf(path)}`,
+            mediaData: { metaData: { serviceID: 'file', artist: this.#find(path) }, resources: [{ duration: durationOf(path) }] },
         }));
     }
 
@@ -92,7 +94,7 @@ export class TreeSession extends EventTarget {
 
     /** @param {string} path @returns {any} */
     #find(path) {
-        const names = path.split('/').slice(2).filter((name) => name !== '');
+        const names = path.split('/').slice(2).filter((name) => name !== '').map(decodeURIComponent);
         return names.reduce((/** @type {any} */ folder, name) => {
             if (!(name in folder)) throw refusal('invalidPath');
             return folder[name];
@@ -101,10 +103,15 @@ export class TreeSession extends EventTarget {
 
     /** @param {string} path @param {Node} node */
     #row(path, node) {
-        const title = path.split('/').pop();
+        const title = nameOf(path);
         if (typeof node !== 'string') return [path, title, 'container'];
         return [path, title, /\.m3u$/.test(path) ? 'playlist' : /\.jpg$/.test(path) ? 'image' : 'audio'];
     }
+}
+
+/** The names of some sounds say how long they are. @param {string} path */
+function durationOf(path) {
+    return Number(/(\d+) ms.wav$/.exec(decodeURIComponent(path))?.[1] ?? 1500);
 }
 
 /** @param {string} path @param {string} name */

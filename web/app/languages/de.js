@@ -74,7 +74,6 @@ export default {
     nowPlays: 'Es läuft: {title}',
     followedBy: 'Danach: {title}',
     openPlayer: 'Wiedergabe öffnen',
-    openPlayerWith: 'Wiedergabe öffnen: {title}',
     closePlayer: 'Wiedergabe schließen',
     pause: 'Pause',
     previous: 'Voriger Titel',
@@ -94,6 +93,8 @@ export default {
     troubleGivenUp: 'Nichts ließ sich abspielen. Angehalten bei {title}',
     queueEmpty: 'Die Warteschlange ist leer',
     queueHint: 'Spiele einen Ordner oder Titel ab oder füge ihn über sein Menü hinzu.',
+    queueFull: 'Die Warteschlange fasst höchstens {count} Titel',
+    nothingPlayable: 'Hier lässt sich nichts abspielen',
     queueSummary: '{tracks} · {duration}',
     searching: 'Titel werden gesucht …',
     clearQueue: 'Warteschlange leeren',
@@ -103,6 +104,4 @@ export default {
     removeEntry: '{title} entfernen',
     movedTo: '{title} ist jetzt {index} von {count}',
     queueKeys: 'Eingabe spielt ab, Alt mit Pfeiltaste verschiebt, Entf entfernt',
-    hoursAndMinutes: '{hours} Std. {minutes} Min.',
-    minutes: '{minutes} Min.',
 };

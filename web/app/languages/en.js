@@ -73,7 +73,6 @@ export default {
     nowPlays: 'Now playing: {title}',
     followedBy: 'Next: {title}',
     openPlayer: 'Open the player',
-    openPlayerWith: 'Open the player: {title}',
     closePlayer: 'Close the player',
     pause: 'Pause',
     previous: 'Previous track',
@@ -93,6 +92,8 @@ export default {
     troubleGivenUp: 'Nothing could be played. Stopped at {title}',
     queueEmpty: 'Nothing in the queue',
     queueHint: 'Play a folder or a track, or add some with “Add to queue” in their menus.',
+    queueFull: 'The queue holds at most {count} tracks',
+    nothingPlayable: 'Nothing here can be played',
     queueSummary: '{tracks} · {duration}',
     searching: 'Looking for tracks …',
     clearQueue: 'Clear the queue',
@@ -102,6 +103,4 @@ export default {
     removeEntry: 'Remove {title}',
     movedTo: '{title} moved to {index} of {count}',
     queueKeys: 'Enter plays, Alt with an arrow key moves, Delete removes',
-    hoursAndMinutes: '{hours} h {minutes} min',
-    minutes: '{minutes} min',
 };
