@@ -198,8 +198,22 @@ export class TavoFolder extends HTMLElement {
         this.#list.count = this.#rows.count;
         if (change.moved !== 0) this.#list.moveBy(change.moved);
         this.#focusIndex = Math.max(0, this.#focusIndex + change.moved);
+        this.#forgetGone();
         this.#drawNotice();
         this.#list.draw();
+        this.#announce(text('rowsShown', { count: this.#rows.count }));
+    }
+
+    /** The focus of an entry that is gone passes to the one in its place; no such entry stays selected. */
+    #forgetGone() {
+        const isGone = (/** @type {string} */ path) => this.#rows.complete && this.#rows.indexOf(path) === undefined;
+        const { focus } = this.#selection;
+        if (focus !== null && isGone(focus)) {
+            const index = Math.min(this.#focusIndex, this.#rows.count - 1);
+            this.#selection.focus = this.#rows.at(index)?.path ?? null;
+        }
+        if (this.#rows.filter === '') this.#selection.keep((path) => !isGone(path));
+        this.#drawSelected();
     }
 
     #drawTags() {

@@ -105,6 +105,16 @@ describe('rows', () => {
         assert.equal(await focused(page), '050000.opus');
     });
 
+    test('pass the focus on when theirs is removed', async () => {
+        const host = house();
+        const { page } = await openPage(host, { place: albums });
+        await page.locator('.folder .row', { hasText: 'Green' }).click();
+        host.change(albums, ['Blue/', 'Red/']);
+        await showsRows(page, ['Blue', 'Red']);
+        assert.equal(await focused(page), 'Red');
+        assert.deepEqual(await selected(page), []);
+    });
+
     test('keep names from files as text, whatever they contain', async () => {
         const host = house();
         const names = ['<img src=x onerror=alert(1)>.opus', '\u202Eevil.opus', 'a & b.opus'];
