@@ -1,4 +1,4 @@
-import { text } from './language.js';
+import { isolated, text } from './language.js';
 import { openMenu } from './menu.js';
 import { toast } from './toast.js';
 
@@ -42,7 +42,7 @@ export class Actions {
         try {
             const { rows } = await this.#session.menu(path, ['title', 'path', 'value']);
             const actions = rows.map(([title, action, value]) => this.#action(title, action, value, concerned));
-            if (actions.length > 0) openMenu(text('menuFor', { name }), actions, at);
+            if (actions.length > 0) openMenu(text('menuFor', { name: isolated(name) }), actions, at);
         } catch (error) {
             report(error);
         }

@@ -5,7 +5,7 @@ import { FolderTags } from './foldertags.js';
 import { Hero } from './hero.js';
 import { icon } from './icons.js';
 import { showKeys } from './keys.js';
-import { text } from './language.js';
+import { isolated, text } from './language.js';
 import { button, emptyNotice, failureNotice, loadingNotice, noHitNotice } from './notices.js';
 import { parent, top } from './paths.js';
 import { addressOf, currentPath, go, replacePlace } from './place.js';
@@ -75,7 +75,7 @@ export class TavoFolder extends HTMLElement {
     }
 
     connectedCallback() {
-        this.append(this.#header(), this.#main());
+        this.append(this.#header(), this.#body());
         this.#list.onShow = (first, last, eye) => this.#shown(first, last, eye);
         this.#tags.addEventListener('tags', () => this.#drawTags());
         listenToKeys(this.#grid, this.#commands());
@@ -99,8 +99,8 @@ export class TavoFolder extends HTMLElement {
         return element('header', {}, element('span', { class: 'brand' }, 'tavo'), nav, label, keys);
     }
 
-    #main() {
-        return element('main', {}, this.#scroller, this.#thumb.element, this.#selected, this.#announcer);
+    #body() {
+        return element('div', { class: 'folder' }, this.#scroller, this.#thumb.element, this.#selected, this.#announcer);
     }
 
     // Opening
@@ -275,6 +275,7 @@ export class TavoFolder extends HTMLElement {
     }
 
     #failure() {
+        this.#hero.usable = false;
         const { state, error } = this.#rows;
         const title = text(state === 'gone' ? 'gone' : 'unreadable');
         const message = error?.message ?? '';
@@ -291,14 +292,16 @@ export class TavoFolder extends HTMLElement {
         const index = Math.min(this.#rows.count - 1, this.#list.firstInView);
         const row = this.#rows.at(index);
         const values = { index: index + 1, count: this.#rows.count };
-        return row ? text('position', { name: shownTitle(row, this.#tags.of(row)), ...values }) : text('index', values);
+        return row ? text('position', { name: isolated(shownTitle(row, this.#tags.of(row))), ...values }) : text('index', values);
     }
 
     // Filter
 
     async #applyFilter() {
         const { value } = this.#filter;
+        this.#filter.classList.add('busy');
         await this.#rows.setFilter(value).catch(report);
+        this.#filter.classList.remove('busy');
         if (this.#filter.value !== value) return;
         this.#scroller.scrollTop = 0;
         this.#announce(text('rowsShown', { count: this.#rows.count }));

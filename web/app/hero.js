@@ -11,7 +11,7 @@ const coverWidth = 400;
 /** The head of a folder: cover, name, what is in it, and the actions for all of it. */
 export class Hero {
     #cover = element('div', { class: 'cover' });
-    #title = element('h1', { dir: 'auto' });
+    #title = element('h2', { dir: 'auto' });
     #sub = element('p', { class: 'sub' });
     #actions = element('div', { class: 'actions' });
 
@@ -33,9 +33,15 @@ export class Hero {
     show(path, name) {
         setText(this.#title, name);
         setText(this.#sub, '');
+        this.usable = false;
         this.#actions.hidden = path === top;
         this.#cover.replaceChildren(icon('folder'));
         if (path !== top) this.#loadCover(path);
+    }
+
+    /** Whether there is something for the actions. @param {boolean} usable */
+    set usable(usable) {
+        for (const button of this.#actions.querySelectorAll('button')) button.disabled = !usable;
     }
 
     /**
@@ -46,7 +52,7 @@ export class Hero {
      */
     summarise(total, rows, tagsOf) {
         const known = /** @type {Row[]} */ (rows.filter((row) => row));
-        for (const button of this.#actions.querySelectorAll('button')) button.disabled = total === 0;
+        this.usable = total > 0;
         const parts = known.length < total ? [text('rowsShown', { count: total })] : summary(known, tagsOf);
         setText(this.#sub, parts.join(' · '));
     }

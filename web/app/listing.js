@@ -3,13 +3,12 @@
  * @property {string} path
  * @property {string} title
  * @property {string} type
- * @property {boolean | null} containerPlayable
  * @property {number | null} timestamp
  * @property {string} [folded] the title as `fold` makes it, once a filter asked for it
  */
 
 /** The roles of a row, in the order of its values. */
-export const roles = ['path', 'title', 'type', 'containerPlayable', 'timestamp'];
+export const roles = ['path', 'title', 'type', 'timestamp'];
 
 /** One version of a directory's rows, as far as they have arrived. Rows of two versions never share a listing. */
 export class Listing {
@@ -103,8 +102,8 @@ export class Listing {
  * @param {any[]} values
  * @returns {Row}
  */
-function toRow([path, title, type, containerPlayable, timestamp]) {
-    return { path, title: title ?? '', type: type ?? '', containerPlayable, timestamp };
+function toRow([path, title, type, timestamp]) {
+    return { path, title: title ?? '', type: type ?? '', timestamp };
 }
 
 /**

@@ -21,7 +21,7 @@ export function openMenu(label, actions, at) {
     menu.addEventListener('focusout', (event) => {
         if (!menu.contains(/** @type {Node | null} */ (event.relatedTarget))) close();
     });
-    const area = before.closest('main, aside, footer') ?? document.body;
+    const area = before.closest('main, dialog, section') ?? document.body;
     area.append(menu);
     menu.showPopover();
     place(menu, at);

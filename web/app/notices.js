@@ -1,5 +1,5 @@
 import { element } from './dom.js';
-import { text } from './language.js';
+import { isolated, text } from './language.js';
 
 /** What a folder shows in place of rows. */
 
@@ -22,7 +22,7 @@ export function failureNotice(title, message, { goUp, retry }) {
     return element(
         'div',
         { class: 'failure' },
-        element('h2', {}, title),
+        element('h3', {}, title),
         element('p', { class: 'muted', dir: 'auto' }, message),
         element('div', { class: 'actions' }, button('goUp', goUp), button('retry', retry)),
     );
@@ -40,7 +40,7 @@ export function noHitNotice(filter, clear) {
     return element(
         'div',
         {},
-        element('p', { class: 'muted', dir: 'auto' }, text('noHit', { filter })),
+        element('p', { class: 'muted', dir: 'auto' }, text('noHit', { filter: isolated(filter) })),
         element('div', { class: 'actions' }, button('clearFilter', clear)),
     );
 }

@@ -21,6 +21,7 @@ export class RowsChange extends Event {
 }
 
 const pageSize = 200;
+const margin = 100;
 const requestsAtATime = 2;
 const busyDelay = 1000;
 
@@ -208,8 +209,8 @@ export class Rows extends EventTarget {
      */
     async #load() {
         const { first, last } = this.#view;
-        const from = Math.max(0, first - pageSize / 2);
-        const answer = await this.#ask({ first: from, last: last + pageSize / 2 });
+        const from = pageOf(Math.max(0, first - margin));
+        const answer = await this.#ask({ first: from, last: pageOf(last + margin) + pageSize - 1 });
         const listing = new Listing(answer.version ?? 0, answer.count);
         listing.add(from, answer.rows);
         const matcher = wordsMatcher(this.#filter);
@@ -326,7 +327,6 @@ export class Rows extends EventTarget {
 
     #nextPage() {
         const { first, last } = this.#view;
-        const margin = pageSize / 2;
         for (const [from, to] of [[first, last], [first - margin, last + margin]]) {
             for (let gap = this.#listing.gap(from, to); gap >= 0; gap = this.#listing.gap(pageOf(gap) + pageSize, to)) {
                 if (!this.#fetching.has(pageOf(gap))) return pageOf(gap);
@@ -372,7 +372,11 @@ export class Rows extends EventTarget {
         const rowsAtATime = Math.floor(this.#valuesAtATime / roles.length);
         try {
             for (let gap = listing.gap(first, last); gap >= 0; gap = listing.gap(gap, last)) {
-                if ((await this.#fetch(listing, gap, Math.min(last, gap + rowsAtATime - 1))) === 0) break;
+                const requests = [];
+                for (let from = gap; from <= last; from += rowsAtATime) {
+                    requests.push(this.#fetch(listing, from, Math.min(last, from + rowsAtATime - 1)));
+                }
+                if ((await Promise.all(requests))[0] === 0) break;
             }
             return true;
         } catch (error) {

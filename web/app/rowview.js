@@ -1,6 +1,6 @@
 import { element, setAttribute, setText } from './dom.js';
 import { icon } from './icons.js';
-import { clock, text } from './language.js';
+import { clock, isolated, text } from './language.js';
 
 /** @typedef {import('./listing.js').Row} Row */
 /** @typedef {import('./tags.js').Tags} Tags */
@@ -65,7 +65,7 @@ export class RowView {
         setText(this.#artist, tags?.artist ?? '');
         setText(this.#time, tags?.duration === undefined ? '' : clock(tags.duration));
         setAttribute(this.#name, 'title', row ? [title, tags?.artist].filter(Boolean).join('\n') : null);
-        setAttribute(this.#more, 'aria-label', text('more', { name: title }));
+        setAttribute(this.#more, 'aria-label', text('more', { name: isolated(title) }));
         setAttribute(this.element, 'aria-selected', String(state.selected));
         this.#drawLead(state);
         const { classList } = this.element;

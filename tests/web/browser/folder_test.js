@@ -188,7 +188,7 @@ describe('places', () => {
         await page.locator('.row').first().waitFor();
         await page.locator('.scroller').evaluate((scroller) => (scroller.scrollTop = 300 * 48));
         await page.locator('.row', { hasText: '300' }).dblclick();
-        await page.locator('h1', { hasText: '300' }).waitFor();
+        await page.locator('.hero h2', { hasText: '300' }).waitFor();
         await page.goBack();
         await page.locator('.row', { hasText: '300' }).waitFor();
         assert.equal(await page.locator('.scroller').evaluate((scroller) => scroller.scrollTop), 300 * 48);

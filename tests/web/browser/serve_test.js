@@ -42,6 +42,18 @@ test('the page browses the tree that the host serves', async () => {
     assert.deepEqual(problems, []);
 });
 
+test('the scripts are small', async () => {
+    const { page } = await newPage();
+    await page.goto(host.address);
+    await row(page, 'Sketches').waitFor();
+    const bytes = await page.evaluate(() => {
+        const resources = /** @type {PerformanceResourceTiming[]} */ (performance.getEntriesByType('resource'));
+        const scripts = resources.filter(({ name }) => name.endsWith('.js'));
+        return scripts.reduce((sum, { encodedBodySize }) => sum + encodedBodySize, 0);
+    });
+    assert(bytes > 10000 && bytes <= 60000, `${bytes} bytes`);
+});
+
 test('what happens on the disk is seen', async () => {
     const { page } = await newPage();
     await page.goto(host.address);

@@ -53,6 +53,12 @@ test('the first rows come with the first answer', async () => {
     assert.equal(host.asked('rows').length, 1);
 });
 
+test('what comes into view at first needs no second request', async () => {
+    const { host, rows } = await opened(names(100000));
+    rows.show(0, 30);
+    assert.equal(host.asked('rows').length, 1);
+});
+
 test('rows are fetched around those in view only', async () => {
     const { host, rows } = await opened(names(100000));
     await shown(rows, 50000, 50040);
