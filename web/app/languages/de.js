@@ -96,6 +96,8 @@ export default {
     queueFull: 'Die Warteschlange fasst höchstens {count} Titel',
     nothingPlayable: 'Hier lässt sich nichts abspielen',
     queueSummary: '{tracks} · {duration}',
+    minutes: '{minutes} Min.',
+    hoursMinutes: '{hours} Std. {minutes} Min.',
     searching: 'Titel werden gesucht …',
     clearQueue: 'Warteschlange leeren',
     removedCount: { one: '{count} Titel entfernt', other: '{count} Titel entfernt' },

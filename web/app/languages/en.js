@@ -95,6 +95,8 @@ export default {
     queueFull: 'The queue holds at most {count} tracks',
     nothingPlayable: 'Nothing here can be played',
     queueSummary: '{tracks} · {duration}',
+    minutes: '{minutes} min',
+    hoursMinutes: '{hours} h {minutes} min',
     searching: 'Looking for tracks …',
     clearQueue: 'Clear the queue',
     removedCount: { one: 'Removed {count} track', other: 'Removed {count} tracks' },
