@@ -187,11 +187,11 @@ export class TavoPlayer extends HTMLElement {
         setText(this.#status, text('nowPlays', { title: said }));
     }
 
-    /** The space bar plays and pauses where it means nothing else. @param {KeyboardEvent} event */
+    /** The space bar plays and pauses where it means nothing else, and with Ctrl everywhere. @param {KeyboardEvent} event */
     #onKey(event) {
         const { ctrlKey, altKey, metaKey, shiftKey } = event;
-        if (event.key !== ' ' || event.defaultPrevented || ctrlKey || altKey || metaKey || shiftKey) return;
-        if (event.target instanceof Element && event.target.closest(usesSpace)) return;
+        if (event.key !== ' ' || event.defaultPrevented || altKey || metaKey || shiftKey) return;
+        if (!ctrlKey && event.target instanceof Element && event.target.closest(usesSpace)) return;
         event.preventDefault();
         this.#player.toggle();
     }

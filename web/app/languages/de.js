@@ -105,5 +105,8 @@ export default {
     undo: 'Rückgängig',
     removeEntry: '{title} entfernen',
     movedTo: '{title} ist jetzt {index} von {count}',
+    keyPlay: 'Abspielen oder anhalten',
+    keyMoveEntry: 'Eintrag der Warteschlange verschieben',
+    keyRemoveEntry: 'Eintrag aus der Warteschlange entfernen',
     queueKeys: 'Eingabe spielt ab, Alt mit Pfeiltaste verschiebt, Entf entfernt',
 };

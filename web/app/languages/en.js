@@ -104,5 +104,8 @@ export default {
     undo: 'Undo',
     removeEntry: 'Remove {title}',
     movedTo: '{title} moved to {index} of {count}',
+    keyPlay: 'Play or pause',
+    keyMoveEntry: 'Move an entry of the queue',
+    keyRemoveEntry: 'Remove an entry from the queue',
     queueKeys: 'Enter plays, Alt with an arrow key moves, Delete removes',
 };
