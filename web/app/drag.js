@@ -30,8 +30,8 @@ export class Drag {
     #pointerY = 0;
     #frame = 0;
 
-    /** What is being dragged. @type {number[]} */
-    ids = [];
+    /** What is being dragged, in its order. @type {Set<number>} */
+    ids = new Set();
 
     /**
      * @param {HTMLElement} scroller
@@ -54,8 +54,8 @@ export class Drag {
     cancel() {
         cancelAnimationFrame(this.#frame);
         this.#start = null;
-        if (this.ids.length === 0) return;
-        this.ids = [];
+        if (this.ids.size === 0) return;
+        this.ids = new Set();
         this.#line.hidden = this.#ghost.hidden = true;
         this.#list.classList.remove('dragging');
         this.#commands.redraw();
@@ -77,14 +77,14 @@ export class Drag {
         this.#pointerX = event.clientX;
         this.#pointerY = event.clientY;
         const far = Math.hypot(event.clientX - this.#start.clientX, event.clientY - this.#start.clientY) > stillness;
-        if (this.ids.length === 0 && far) this.#begin(this.#start);
+        if (this.ids.size === 0 && far) this.#begin(this.#start);
     }
 
     /** @param {PointerEvent} start */
     #begin(start) {
         const dragged = this.#commands.begin(start.target);
         if (!dragged) return this.cancel();
-        this.ids = dragged.ids;
+        this.ids = new Set(dragged.ids);
         this.#list.setPointerCapture(start.pointerId);
         this.#list.classList.add('dragging');
         setText(this.#ghost, dragged.label);
@@ -116,6 +116,6 @@ export class Drag {
         const { ids } = this;
         const gap = this.#gap;
         this.cancel();
-        if (ids.length > 0) this.#commands.drop(ids, gap);
+        if (ids.size > 0) this.#commands.drop([...ids], gap);
     }
 }

@@ -15,6 +15,9 @@ function keys() {
         [[text('keyTypeKeys')], text('keyType')],
         [[text('keyMenuKeys'), 'Shift F10'], text('keyMenu')],
         [['Esc'], text('keyEscape')],
+        [['Ctrl', 'Space'], text('keyPlay')],
+        [['Alt', '↑', '↓'], text('keyMoveEntry')],
+        [['Del'], text('keyRemoveEntry')],
         [['?'], text('keyHelp')],
     ];
 }

@@ -52,6 +52,7 @@ export class TavoPlayer extends HTMLElement {
     openFull() {
         if (this.#full.open) return;
         this.#full.showModal();
+        this.#draw();
         this.dispatchEvent(new Event('full'));
     }
 
@@ -79,7 +80,7 @@ export class TavoPlayer extends HTMLElement {
         const names = element('div', { class: 'player-names' }, title, artist, album);
         const controls = [this.#makeSeek(), this.#makeButtons(), this.#makeVolume()];
         const side = element('div', { class: 'player-side' }, names, ...controls, following);
-        this.#full.append(element('div', { class: 'player-top' }, close), this.#makeCover(800), side);
+        this.#full.append(element('div', { class: 'player-top' }, close), this.#makeCover(800, () => this.full), side);
         setAttribute(this.#full, 'aria-labelledby', title.id);
         this.#full.addEventListener('close', () => this.dispatchEvent(new Event('full')));
         this.#updates.push(() => {
@@ -91,10 +92,10 @@ export class TavoPlayer extends HTMLElement {
         return this.#full;
     }
 
-    /** @param {number} width in pixels */
-    #makeCover(width) {
+    /** @param {number} width in pixels @param {() => boolean} isShown */
+    #makeCover(width, isShown = () => true) {
         const cover = makeCover();
-        this.#updates.push(() => cover.show(this.#queue.current, width));
+        this.#updates.push(() => cover.show(isShown() ? this.#queue.current : null, width));
         return cover.element;
     }
 
@@ -186,11 +187,11 @@ export class TavoPlayer extends HTMLElement {
         setText(this.#status, text('nowPlays', { title: said }));
     }
 
-    /** The space bar plays and pauses where it means nothing else. @param {KeyboardEvent} event */
+    /** The space bar plays and pauses where it means nothing else, and with Ctrl everywhere. @param {KeyboardEvent} event */
     #onKey(event) {
         const { ctrlKey, altKey, metaKey, shiftKey } = event;
-        if (event.key !== ' ' || event.defaultPrevented || ctrlKey || altKey || metaKey || shiftKey) return;
-        if (event.target instanceof Element && event.target.closest(usesSpace)) return;
+        if (event.key !== ' ' || event.defaultPrevented || altKey || metaKey || shiftKey) return;
+        if (!ctrlKey && event.target instanceof Element && event.target.closest(usesSpace)) return;
         event.preventDefault();
         this.#player.toggle();
     }

@@ -218,7 +218,7 @@ export class TavoQueue extends HTMLElement {
             current: id === this.#queue.current?.id,
             selected: this.#selection.has(id),
             focused: this.#selection.focus === id,
-            dragged: this.#drag.ids.includes(id),
+            dragged: this.#drag.ids.has(id),
             settled: this.#settled,
         };
     }
@@ -352,7 +352,7 @@ export class TavoQueue extends HTMLElement {
 
     /** @param {number[]} ids */
     async #remove(ids) {
-        const at = Math.min(...ids.map((id) => this.#queue.place(id)));
+        const at = ids.reduce((least, id) => Math.min(least, this.#queue.place(id)), Infinity);
         this.#offerUndo(ids.length, await this.#queue.remove(ids));
         this.#selectingByTouch = false;
         const heir = this.#queue.entries[Math.min(at, this.#list.count - 1)];

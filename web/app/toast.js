@@ -28,10 +28,10 @@ function actionButton(action, note) {
     return button;
 }
 
+/** A dialog in front covers the page and silences it, so that messages belong into the dialog. */
 function region() {
-    const found = document.querySelector('.toasts');
-    if (found) return found;
-    const made = element('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
-    document.body.append(made);
-    return made;
+    const home = document.querySelector('dialog:modal') ?? document.body;
+    const found = document.querySelector('.toasts') ?? element('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
+    if (found.parentElement !== home) home.append(found);
+    return found;
 }

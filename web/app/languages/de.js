@@ -98,6 +98,8 @@ export default {
     queueFull: 'Die Warteschlange fasst höchstens {count} Titel',
     nothingPlayable: 'Hier lässt sich nichts abspielen',
     queueSummary: '{tracks} · {duration}',
+    minutes: '{minutes} Min.',
+    hoursMinutes: '{hours} Std. {minutes} Min.',
     searching: 'Titel werden gesucht …',
     clearQueue: 'Warteschlange leeren',
     removedCount: { one: '{count} Titel entfernt', other: '{count} Titel entfernt' },
@@ -105,5 +107,8 @@ export default {
     undo: 'Rückgängig',
     removeEntry: '{title} entfernen',
     movedTo: '{title} ist jetzt {index} von {count}',
+    keyPlay: 'Abspielen oder anhalten',
+    keyMoveEntry: 'Eintrag der Warteschlange verschieben',
+    keyRemoveEntry: 'Eintrag aus der Warteschlange entfernen',
     queueKeys: 'Eingabe spielt ab, Alt mit Pfeiltaste verschiebt, Entf entfernt',
 };

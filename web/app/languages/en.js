@@ -97,6 +97,8 @@ export default {
     queueFull: 'The queue holds at most {count} tracks',
     nothingPlayable: 'Nothing here can be played',
     queueSummary: '{tracks} · {duration}',
+    minutes: '{minutes} min',
+    hoursMinutes: '{hours} h {minutes} min',
     searching: 'Looking for tracks …',
     clearQueue: 'Clear the queue',
     removedCount: { one: 'Removed {count} track', other: 'Removed {count} tracks' },
@@ -104,5 +106,8 @@ export default {
     undo: 'Undo',
     removeEntry: 'Remove {title}',
     movedTo: '{title} moved to {index} of {count}',
+    keyPlay: 'Play or pause',
+    keyMoveEntry: 'Move an entry of the queue',
+    keyRemoveEntry: 'Remove an entry from the queue',
     queueKeys: 'Enter plays, Alt with an arrow key moves, Delete removes',
 };
