@@ -13,8 +13,6 @@ export default {
     replaceQueue: 'Warteschlange ersetzen',
     foldersCount: { one: '{count} Ordner', other: '{count} Ordner' },
     tracksCount: { one: '{count} Titel', other: '{count} Titel' },
-    minutes: '{minutes} Min.',
-    hoursMinutes: '{hours} Std. {minutes} Min.',
     more: 'Weitere Aktionen für {name}',
     emptyFolder: 'In diesem Ordner ist nichts zum Abspielen',
     noHit: 'Hier passt nichts zu „{filter}“',

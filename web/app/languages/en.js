@@ -12,8 +12,6 @@ export default {
     replaceQueue: 'Replace queue',
     foldersCount: { one: '{count} folder', other: '{count} folders' },
     tracksCount: { one: '{count} track', other: '{count} tracks' },
-    minutes: '{minutes} min',
-    hoursMinutes: '{hours} h {minutes} min',
     more: 'More actions for {name}',
     emptyFolder: 'Nothing to play in this folder',
     noHit: 'Nothing here matches “{filter}”',
