@@ -111,7 +111,7 @@ export class Rows extends EventTarget {
     /** Opens the directory and fetches the first rows. */
     async start() {
         try {
-            await this.#session.open(this.path, this.#heard);
+            await onceNotBusy(() => this.#session.open(this.path, this.#heard));
             if (this.#stopped.signal.aborted) return this.#session.close(this.path, this.#heard);
             await this.#refresh();
         } catch (error) {
@@ -191,20 +191,9 @@ export class Rows extends EventTarget {
     async #refreshUntilCurrent() {
         while (this.#stale && !this.#stopped.signal.aborted) {
             this.#stale = false;
-            const next = await this.#loadOnceNotBusy();
+            const next = await onceNotBusy(() => this.#load());
             if (next) this.#replace(next.listing, next.moved);
             else this.#stale = true;
-        }
-    }
-
-    async #loadOnceNotBusy() {
-        for (;;) {
-            try {
-                return await this.#load();
-            } catch (error) {
-                if (!isBusy(error)) throw error;
-                await pause();
-            }
         }
     }
 
@@ -468,6 +457,22 @@ function firstKnown(listing, paths) {
         if (index !== undefined) return { path, index };
     }
     return null;
+}
+
+/**
+ * Tries again as long as the server is busy.
+ * @template Result
+ * @param {() => Promise<Result>} act
+ */
+async function onceNotBusy(act) {
+    for (;;) {
+        try {
+            return await act();
+        } catch (error) {
+            if (!isBusy(error)) throw error;
+            await pause();
+        }
+    }
 }
 
 function pause() {

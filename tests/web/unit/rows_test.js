@@ -229,3 +229,31 @@ test('stopped rows close their directory', async () => {
     rows.stop();
     assert.deepEqual(host.asked('close'), [{ path }]);
 });
+
+test('a busy host is asked again', async () => {
+    const { host, rows } = await opened(['a.opus']);
+    host.faults.set(path, { name: 'error', message: 'too much under way', code: -32004 });
+    const refused = new Promise((resolve) => {
+        host.before = async (request) => void (request.method === 'rows' && resolve(undefined));
+    });
+    host.change(path, ['b.opus']);
+    await refused;
+    host.faults.clear();
+    await changed(rows);
+    assert.equal(rows.at(0)?.title, 'b.opus');
+});
+
+test('a change while all rows are fetched for a filter leads to the new rows', async () => {
+    const { host, rows } = await opened(names(1000));
+    host.valuesAtATime = 2000;
+    await rows.setFilter('9.opus');
+    const change = changed(rows);
+    host.change(path, names(1200));
+    host.before = async (request) => {
+        if (request.method !== 'rows' || request.params.version === undefined) return;
+        host.before = async () => {};
+        host.addDirectory(path, names(1300));
+    };
+    await change;
+    assert.deepEqual([rows.total, rows.count], [1300, 130]);
+});

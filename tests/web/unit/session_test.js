@@ -91,6 +91,17 @@ test('an open path is opened again after a lost connection, and its listener hea
     assert.equal(host.asked('open').length, 2);
 });
 
+test('a path that was closed by the host can be opened again', async () => {
+    const { host, session } = await online();
+    const closed = new Promise((resolve) => void session.open('/file/', resolve));
+    await session.describe();
+    host.remove('/file/');
+    await closed;
+    host.addDirectory('/file/', []);
+    await session.open('/file/', () => {});
+    assert.equal(host.asked('open').length, 2);
+});
+
 test('a path that is gone after a lost connection is closed', async () => {
     const { host, network, session, timer } = await online();
     /** @type {any} */
