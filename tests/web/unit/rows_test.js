@@ -236,11 +236,15 @@ test('a busy host is asked again', async () => {
     const refused = new Promise((resolve) => {
         host.before = async (request) => void (request.method === 'rows' && resolve(undefined));
     });
+    /** @type {string[]} */
+    const states = [];
+    rows.addEventListener('state', () => states.push(rows.state));
     host.change(path, ['b.opus']);
     await refused;
     host.faults.clear();
     await changed(rows);
     assert.equal(rows.at(0)?.title, 'b.opus');
+    assert.deepEqual(states, ['ready']);
 });
 
 test('a change while all rows are fetched for a filter leads to the new rows', async () => {
