@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <string>
 
 namespace {
 
@@ -60,7 +60,7 @@ class AccessByToken : public Access
 protected:
     AccessByToken() : Access(true) { policy.setToken(token); }
 
-    /// The cookie as the browser sends it back, with all that Set-Cookie said; empty if the login is refused.
+    /// The value of Set-Cookie.
     QByteArray setCookie(const QByteArray& origin = {})
     {
         Fields fields = ownHost;
@@ -130,6 +130,8 @@ TEST_F(Access, ForeignHostsAreMisdirected)
           "local host",
           "localhost\t"})
         EXPECT_EQ(statusOfHost(host), 421) << host;
+    for (const char* host : {"localhost", "localhost:80", "[::1]"})
+        EXPECT_EQ(statusOfHost(host + QByteArray(1, '\0')), 421) << host;
 }
 
 TEST_F(Access, HostIsNeededOnce)
@@ -266,12 +268,24 @@ TEST_F(AccessByToken, ForwardedAddressesAreNotCounted)
     EXPECT_EQ(statusOf("/metrics", wrongToken), 401);
 }
 
+TEST_F(AccessByToken, AddressesOfOneSiteAreCountedTogether)
+{
+    for (int i = 0; i < 6; ++i) {
+        connection.client = *IpAddress::fromText("2001:db8:0:1::" + std::to_string(i));
+        EXPECT_EQ(statusOf("/metrics", wrongToken), i < 5 ? 401 : 429);
+    }
+    connection.client = *IpAddress::fromText("2001:db8:0:2::");
+    EXPECT_EQ(statusOf("/metrics", wrongToken), 401);
+}
+
 TEST_F(AccessByToken, LoginGivesASession)
 {
     EXPECT_EQ(statusOf("/media/file/a", withCookie(logIn())), 0);
     EXPECT_EQ(statusOf("/media/file/a", withCookie("a=b; tavo=old; " + logIn() + " ;c")), 0);
     EXPECT_EQ(
         statusOf("/media/file/a", {{"Host", "localhost"}, {"Authorization", "Basic YTpi"}, {"Cookie", logIn()}}), 0);
+    EXPECT_EQ(
+        statusOf("/media/file/a", {{"Host", "localhost"}, {"Authorization", "Bearers YTpi"}, {"Cookie", logIn()}}), 0);
     EXPECT_EQ(statusOf("/media/file/a", withCookie("x" + logIn())), 401);
     EXPECT_EQ(statusOf("/media/file/a", withCookie(logIn() + '0')), 401);
 }

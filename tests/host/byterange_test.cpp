@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
+#include <limits>
 #include <string>
 #include <vector>
 

@@ -72,6 +72,8 @@ TEST(HttpDate, IsWrittenInOneForm)
 {
     EXPECT_EQ(toHttpDate(modified), whenModified);
     EXPECT_EQ(toHttpDate(0), QByteArray("Thu, 01 Jan 1970 00:00:00 GMT"));
+    EXPECT_EQ(toHttpDate(-1), QByteArray("Wed, 31 Dec 1969 23:59:59 GMT"));
+    EXPECT_EQ(toHttpDate(67'768'036'191'676'799), QByteArray("Wed, 31 Dec 2147485547 23:59:59 GMT"));
 }
 
 TEST(HttpDate, IsReadInThree)
@@ -89,6 +91,7 @@ TEST(HttpDate, OtherTextsAreNone)
           "Sun, 31 Feb 1994 08:49:37 GMT", "Sun, 06 Nov 1994 25:49:37 GMT"})
         EXPECT_FALSE(fromHttpDate(text)) << text;
     EXPECT_FALSE(fromHttpDate({}));
+    EXPECT_FALSE(fromHttpDate(whenModified + QByteArray(1, '\0')));
 }
 
 } // namespace

@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <limits>
 #include <vector>
 
 #include <sys/stat.h>
@@ -105,6 +106,14 @@ TEST_F(CoverStoreTest, FileWithoutCoverHasThatOfItsDirectory)
     EXPECT_EQ(cover("a/song.mp3")->mimeType, "image/jpeg");
 }
 
+TEST_F(CoverStoreTest, FileWithoutCoverHasNotThatOfAnotherFile)
+{
+    add("a/1.mp3", songWithCover(pictureFile({10, 10})));
+    add("a/2.mp3", "sound");
+    EXPECT_TRUE(cover("a"));
+    EXPECT_FALSE(cover("a/2.mp3"));
+}
+
 TEST_F(CoverStoreTest, DirectoryHasThePictureOfTheBestName)
 {
     int width = 10;
@@ -176,6 +185,22 @@ TEST_F(CoverStoreTest, ThousandEqualRequestsDecodeOnce)
         EXPECT_EQ(answers[i].get()->etag, etag);
     // The picture and, once, the song without one.
     EXPECT_EQ(store->decoded(), 2);
+}
+
+TEST_F(CoverStoreTest, EqualRequestsShareAnAnswerThatIsNotKept)
+{
+    constexpr int requests = 200;
+    start(QString());
+    add("a/cover.jpg", pictureFile({1500, 1500}));
+    std::vector<std::future<std::optional<Cover>>> answers;
+    for (int i = 0; i < requests; ++i)
+        answers.push_back(ask(QStringLiteral("a")));
+    for (auto& answer : answers)
+        EXPECT_TRUE(answer.get());
+    // Its answer comes after everything that the others left to do.
+    EXPECT_TRUE(cover("a", 100));
+    // More than two only where the machine lets this thread wait.
+    EXPECT_LT(store->decoded(), requests / 10);
 }
 
 TEST_F(CoverStoreTest, KeptCoverIsNotDecodedAgain)

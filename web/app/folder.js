@@ -25,6 +25,7 @@ import { TypeAhead } from './typeahead.js';
 const skeletonDelay = 200;
 const freshFor = 1500;
 const mostSummarised = 200;
+const rowsAhead = 10;
 
 /** The folder in the address: crumbs, filter, head, and the live list of its entries. */
 export class TavoFolder extends HTMLElement {
@@ -197,8 +198,22 @@ export class TavoFolder extends HTMLElement {
         this.#list.count = this.#rows.count;
         if (change.moved !== 0) this.#list.moveBy(change.moved);
         this.#focusIndex = Math.max(0, this.#focusIndex + change.moved);
+        this.#forgetGone();
         this.#drawNotice();
         this.#list.draw();
+        this.#announce(text('rowsShown', { count: this.#rows.count }));
+    }
+
+    /** The focus of an entry that is gone passes to the one in its place; no such entry stays selected. */
+    #forgetGone() {
+        const isGone = (/** @type {string} */ path) => this.#rows.complete && this.#rows.indexOf(path) === undefined;
+        const { focus } = this.#selection;
+        if (focus !== null && isGone(focus)) {
+            const index = Math.min(this.#focusIndex, this.#rows.count - 1);
+            this.#selection.focus = this.#rows.at(index)?.path ?? null;
+        }
+        if (this.#rows.filter === '') this.#selection.keep((path) => !isGone(path));
+        this.#drawSelected();
     }
 
     #drawTags() {
@@ -221,9 +236,7 @@ export class TavoFolder extends HTMLElement {
     #shown(first, last, eye) {
         if (this.#rows.state !== 'ready') return;
         this.#rows.show(first, last, eye);
-        const rows = [];
-        for (let index = first; index <= last; ++index) rows.push(this.#rows.at(index));
-        this.#tags.want(/** @type {Row[]} */ (rows.filter((row) => row)));
+        this.#tags.want([...this.#known(first, last), ...this.#known(last + 1, last + rowsAhead)]);
         this.#thumb.update();
         this.#drawActive();
         this.#summarise();
@@ -252,9 +265,22 @@ export class TavoFolder extends HTMLElement {
 
     #summarise() {
         if (this.#rows.state !== 'ready' || this.#rows.filter !== '') return;
-        const known = [];
-        for (let index = 0; index < Math.min(this.#rows.total, mostSummarised); ++index) known.push(this.#rows.at(index));
+        const known = this.#known(0, mostSummarised - 1);
         this.#hero.summarise(this.#rows.total, known, (row) => this.#tags.of(row));
+    }
+
+    /**
+     * The rows of a range that have arrived.
+     * @param {number} first
+     * @param {number} last
+     */
+    #known(first, last) {
+        const rows = [];
+        for (let index = first; index <= Math.min(last, this.#rows.count - 1); ++index) {
+            const row = this.#rows.at(index);
+            if (row) rows.push(row);
+        }
+        return rows;
     }
 
     // Notices in place of rows
@@ -387,21 +413,17 @@ export class TavoFolder extends HTMLElement {
         const from = anchor === null ? index : ((await this.#rows.find(anchor)) ?? index);
         const [first, last] = from < index ? [from, index] : [index, from];
         if (last - first > this.#list.rowsInView) await this.#rows.all();
-        const paths = [];
-        for (let at = first; at <= last; ++at) paths.push(this.#rows.at(at)?.path);
-        const known = /** @type {string[]} */ (paths.filter((path) => path !== undefined));
         const focus = this.#rows.at(index)?.path;
         if (focus === undefined) return;
         this.#selection.anchor ??= focus;
-        this.#selection.range(known, focus);
+        this.#selection.range(this.#known(first, last).map((row) => row.path), focus);
         this.#selectionChanged(index);
     }
 
     async #selectAll() {
         await this.#rows.all();
-        const paths = Array.from({ length: this.#rows.count }, (_, index) => this.#rows.at(index)?.path);
-        const known = /** @type {string[]} */ (paths.filter((path) => path !== undefined));
-        if (known.length > 0) this.#selection.range(known, this.#selection.focus ?? known[0]);
+        const paths = this.#known(0, this.#rows.count - 1).map((row) => row.path);
+        if (paths.length > 0) this.#selection.range(paths, this.#selection.focus ?? paths[0]);
         this.#selectionChanged(this.#focusIndex);
     }
 

@@ -47,13 +47,12 @@ export class Hero {
     /**
      * Says what is in the folder. Only of a short one all rows and their tags are known.
      * @param {number} total
-     * @param {(Row | undefined)[]} rows the ones known
+     * @param {Row[]} rows the ones known
      * @param {(row: Row) => Tags | undefined} tagsOf
      */
     summarise(total, rows, tagsOf) {
-        const known = /** @type {Row[]} */ (rows.filter((row) => row));
         this.usable = total > 0;
-        const parts = known.length < total ? [text('rowsShown', { count: total })] : summary(known, tagsOf);
+        const parts = rows.length < total ? [text('rowsShown', { count: total })] : summary(rows, tagsOf);
         setText(this.#sub, parts.join(' · '));
     }
 

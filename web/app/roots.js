@@ -29,7 +29,12 @@ export class Roots {
      * @returns {Promise<{ path: string, name: string }[]>}
      */
     async line(path, topName) {
-        const roots = await this.#all();
+        let roots = await this.#all();
+        if (!roots.some((root) => path.startsWith(`${root.prefix}/`)) && path !== top) {
+            // A root that came back meanwhile.
+            this.#roots = null;
+            roots = await this.#all();
+        }
         const single = (await this.files()).length === 1;
         const line = lineage(path).map((at) => ({ path: at, name: titleOf(roots, at, topName) }));
         return single && path !== top ? line.slice(1) : line;

@@ -79,6 +79,11 @@ export class Rows extends EventTarget {
         return this.#listing.total;
     }
 
+    /** Whether every row has arrived. */
+    get complete() {
+        return this.#listing.complete;
+    }
+
     get version() {
         return this.#listing.version;
     }

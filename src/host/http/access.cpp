@@ -33,9 +33,12 @@ QByteArray normalHost(QByteArray host)
 /// The host in the value of Host, in its only form. Empty: it is none.
 QByteArray hostIn(const QByteArray& value)
 {
-    static const QRegularExpression pattern(QStringLiteral(R"(\A(\[[^\]]*\]|[^:\[\]]*)(:[0-9]*)?\z)"));
-    const QRegularExpressionMatch match = pattern.match(QString::fromLatin1(value));
-    return match.hasMatch() ? normalHost(match.captured(1).toLatin1()) : QByteArray();
+    const int colon = value.indexOf(':', value.startsWith('[') ? value.indexOf(']') + 1 : 0);
+    if (colon < 0)
+        return normalHost(value);
+    const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
+    const bool hasPort = std::all_of(value.cbegin() + colon + 1, value.cend(), isDigit);
+    return hasPort ? normalHost(value.left(colon)) : QByteArray();
 }
 
 /// The value behind the scheme; nothing if another scheme is used, or none.
@@ -229,7 +232,7 @@ QByteArray AccessPolicy::sessionOf(const RequestHead& head) const
 
 bool AccessPolicy::isToken(const QByteArray& text) const
 {
-    return !m_tokenDigest.isEmpty() && isSameDigest(digest(text), m_tokenDigest);
+    return isSameDigest(digest(text), m_tokenDigest);
 }
 
 Refusal AccessPolicy::refuseToken(const Connection& connection, Time now)

@@ -23,13 +23,13 @@ struct Connection
     IpAddress local;
 };
 
-/// The name of a host, for AccessSettings: in lower case, without a trailing dot. `text`: a name or an IP address,
-/// without a port.
+/// Reads the name or the IP address of a host, without a port, into the form that AccessSettings needs.
 [[nodiscard]] Result<QByteArray> readHostName(const QString& text);
-/// An origin, for AccessSettings, as browsers write it. `text`: http or https, host and port, nothing behind them.
+/// Reads an origin (http or https, a host, perhaps a port) into the form in which browsers write it.
 [[nodiscard]] Result<QByteArray> readOrigin(const QString& text);
 
-/// Who may not listen: without a token only loopback addresses are served. `allowsAnybody`: the operator wants it so.
+/// Fails if the server may not listen on the address: without a token it may on loopback addresses only, unless the
+/// operator allows anybody.
 [[nodiscard]] Result<void> checkListenable(const IpAddress& address, bool needsToken, bool allowsAnybody);
 
 struct AccessSettings
@@ -42,7 +42,7 @@ struct AccessSettings
     bool needsToken = false;
 };
 
-/// Proof that a request was admitted, for connections that outlive it. An opaque value.
+/// How an admitted request proved that it may be served. Kept by connections that last longer than the request.
 struct Credential
 {
     /// The token's number; 0: no token is needed.
@@ -57,8 +57,8 @@ struct Admission
     Credential credential;
 };
 
-/// Decides who is served. Checks a request's Host, Origin and token before it says anything about the route. For one
-/// thread at a time; nothing here waits.
+/// Decides which requests are served. Checks Host, Origin and token, in this order, before it says anything about the
+/// route. For one thread at a time; no function waits.
 class AccessPolicy
 {
 public:
@@ -74,8 +74,8 @@ public:
     /// The route, or why it is refused: 400, 421 (Host), 403 (Origin), 401, 429 (token), or the router's refusal.
     [[nodiscard]] std::variant<Admission, Refusal>
     admit(const RequestHead& head, const Connection& connection, Time now);
-    /// Whether the request that was admitted with the credential still would be. Ask this of open connections after a
-    /// new token and after logOut().
+    /// Whether the credential is still valid. It may no longer be after setToken() and logOut(): then the server closes
+    /// the connections that were admitted with it.
     [[nodiscard]] bool holds(const Credential& credential) const;
 
     /// The value of Set-Cookie for a new session, or 401 or 429. `head`: of an admitted request to log in.

@@ -7,7 +7,7 @@
 #include <ctime>
 #include <optional>
 
-/// By what a client knows the representation that it has.
+/// Identify the representation that the server would send.
 struct Validators
 {
     /// With its quotes, and W/ before them if it is weak.

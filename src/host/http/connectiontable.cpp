@@ -1,5 +1,7 @@
 #include "http/connectiontable.h"
 
+#include "http/metrics.h"
+
 #include <utility>
 #include <vector>
 
@@ -24,9 +26,12 @@ ServedConnection::~ServedConnection()
 ConnectionTable::Place ConnectionTable::admit(const IpAddress& client)
 {
     const IpAddress site = client.site();
-    if (m_places >= mostConnections || (!client.isLoopback() && m_placesOfSite.value(site) >= mostOfSite))
+    if (m_places >= mostConnections || (!client.isLoopback() && m_placesOfSite.value(site) >= mostOfSite)) {
+        m_metrics.connectionRefused();
         return nullptr;
+    }
     ++m_places;
+    m_metrics.connectionOpened();
     ++m_placesOfSite[site];
     return {this, [site](ConnectionTable* table) { table->leave(site); }};
 }
@@ -34,6 +39,7 @@ ConnectionTable::Place ConnectionTable::admit(const IpAddress& client)
 void ConnectionTable::leave(const IpAddress& site)
 {
     --m_places;
+    m_metrics.connectionClosed();
     const auto places = m_placesOfSite.find(site);
     if (--*places == 0)
         m_placesOfSite.erase(places);

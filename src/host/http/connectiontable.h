@@ -9,6 +9,7 @@
 #include <set>
 
 class ConnectionTable;
+class Metrics;
 
 /// A connection that the server ends at its own end, or when access is withdrawn. In the I/O thread.
 class ServedConnection : public std::enable_shared_from_this<ServedConnection>
@@ -36,6 +37,9 @@ public:
     /// Counts as a connection as long as it exists.
     using Place = std::shared_ptr<void>;
 
+    /// The metrics must outlive the table.
+    explicit ConnectionTable(Metrics& metrics) : m_metrics(metrics) {}
+
     /// Null if there are too many connections, in all or from the client's site. The table must outlive the place.
     [[nodiscard]] Place admit(const IpAddress& client);
 
@@ -53,6 +57,7 @@ private:
     void leave(const IpAddress& site);
     void remove(ServedConnection* connection);
 
+    Metrics& m_metrics;
     int m_places = 0;
     QHash<IpAddress, int> m_placesOfSite;
     std::set<ServedConnection*> m_connections;

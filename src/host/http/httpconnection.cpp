@@ -119,14 +119,10 @@ class HttpConnection : public ServedConnection
 public:
     HttpConnection(
         const ServerParts& parts, FileDescriptor socket, const Connection& ends, ConnectionTable::Place place);
-    ~HttpConnection() override;
-    Q_DISABLE_COPY_MOVE(HttpConnection)
-
     void start() { awaitRequest(); }
     void finish() override;
     void abort() override;
-    /// Every request is checked when it arrives.
-    void checkAccess() override {}
+    void checkAccess() override;
 
 private:
     [[nodiscard]] std::shared_ptr<HttpConnection> self()
@@ -143,7 +139,7 @@ private:
     void admitted(Admission admission);
     void readBody();
     void bodyRead(const ErrorCode& error);
-    void upgrade(const Credential& credential);
+    void upgrade();
 
     void handle();
     void watchClient();
@@ -156,8 +152,10 @@ private:
     void awaitSocket();
     void awaitDisk();
     void answered();
+    /// The answer is sent, as far as it could be.
+    void account();
     /// `bytes`: of the body.
-    void account(int status, qint64 bytes);
+    void log(int status, qint64 bytes);
     void awaitClose();
     void drain(const ErrorCode& error);
 
@@ -171,10 +169,13 @@ private:
     std::optional<Parser> m_parser;
 
     HttpRequest m_request;
+    /// Of the last request that was admitted.
+    Credential m_credential;
     Clock::time_point m_begin;
     /// Destroying it cancels the request that is being handled.
     std::shared_ptr<void> m_underWay;
-    bool m_isHandling = false;
+    /// While the request is being handled: no operation keeps the connection then.
+    std::shared_ptr<HttpConnection> m_handling;
     std::optional<Answer> m_answer;
     QByteArray m_headText;
     /// Bytes, with those that are being written.
@@ -195,11 +196,6 @@ HttpConnection::HttpConnection(
     m_stream.socket().set_option(Tcp::no_delay(true), ignored);
 }
 
-HttpConnection::~HttpConnection()
-{
-    m_parts.metrics.connectionClosed();
-}
-
 auto HttpConnection::handler(void (HttpConnection::*function)(const ErrorCode&))
 {
     return
@@ -209,15 +205,23 @@ auto HttpConnection::handler(void (HttpConnection::*function)(const ErrorCode&))
 void HttpConnection::finish()
 {
     m_isFinishing = true;
-    if (!m_answer && !m_isHandling)
+    if (!m_answer && !m_handling)
         abort();
 }
 
 void HttpConnection::abort()
 {
+    const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
     m_timer.cancel();
     m_stream.close();
+}
+
+void HttpConnection::checkAccess()
+{
+    const bool isServing = m_handling || m_answer;
+    if (isServing && !m_parts.access.holds(m_credential))
+        abort();
 }
 
 void HttpConnection::awaitRequest()
@@ -264,8 +268,9 @@ void HttpConnection::headRead(const ErrorCode& error)
 void HttpConnection::admitted(Admission admission)
 {
     m_request.route = std::move(admission.route);
+    m_credential = std::move(admission.credential);
     if (m_request.route.kind == Route::Kind::Session)
-        upgrade(admission.credential);
+        upgrade();
     else if (m_parser->is_done())
         handle();
     else
@@ -296,21 +301,21 @@ void HttpConnection::bodyRead(const ErrorCode& error)
     handle();
 }
 
-void HttpConnection::upgrade(const Credential& credential)
+void HttpConnection::upgrade()
 {
     if (const std::optional<Refusal> refusal = checkUpgrade(*m_parser, m_request.head, m_buffer))
         return refuse(*refusal);
     m_stream.expires_never();
     FileDescriptor socket(m_stream.socket().release());
     const QByteArray key = m_request.head.value("Sec-WebSocket-Key");
-    serveWebSocket(m_parts, {std::move(socket), m_isV4, key, credential}, m_place);
-    account(101, 0);
+    serveWebSocket(m_parts, {std::move(socket), m_isV4, key, m_credential}, m_place);
+    log(101, 0);
 }
 
 void HttpConnection::handle()
 {
     m_stream.expires_never();
-    m_isHandling = true;
+    m_handling = self();
     const auto receive = [weak = std::weak_ptr(self()), io = &m_parts.io](Answer answer) {
         const auto shared = std::make_shared<Answer>(std::move(answer));
         io->post([weak, shared] {
@@ -319,16 +324,18 @@ void HttpConnection::handle()
         });
     };
     m_underWay = m_parts.handler.handle(m_request, receive);
-    watchClient();
+    // Only these may take long.
+    if (m_request.route.kind == Route::Kind::Rpc)
+        watchClient();
 }
 
-/// Nobody may wait for the answer any more.
+/// Nobody waits any more for the answer to a client that is gone.
 void HttpConnection::watchClient()
 {
     m_stream.socket().async_wait(Tcp::socket::wait_read, [self = self()](const ErrorCode& error) {
         char byte = 0;
         const bool isGone = !error && recv(self->m_stream.socket().native_handle(), &byte, 1, MSG_PEEK) == 0;
-        if (isGone && self->m_isHandling)
+        if (isGone && self->m_handling)
             self->abort();
     });
 }
@@ -343,7 +350,7 @@ void HttpConnection::refuse(const Refusal& refusal)
 
 void HttpConnection::answer(Answer answer)
 {
-    m_isHandling = false;
+    const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
     if (!m_stream.socket().is_open())
         return;
@@ -374,7 +381,7 @@ void HttpConnection::writeHead()
 void HttpConnection::written(const ErrorCode& error)
 {
     if (error)
-        return account(m_answer->head.status(), m_sentBody);
+        return failed();
     m_stream.expires_never();
     if (m_answer->file)
         return sendFile();
@@ -434,8 +441,7 @@ void HttpConnection::awaitDisk()
 
 void HttpConnection::answered()
 {
-    account(m_answer->head.status(), m_answer->file ? m_answer->file->sent() : m_sentBody);
-    m_answer.reset();
+    account();
     if (m_staysOpen && !m_isFinishing)
         awaitRequest();
     else
@@ -445,12 +451,17 @@ void HttpConnection::answered()
 /// The client is gone, or the file has changed under its reader.
 void HttpConnection::failed()
 {
-    account(m_answer->head.status(), m_answer->file->sent());
-    m_answer.reset();
+    account();
     abort();
 }
 
-void HttpConnection::account(int status, qint64 bytes)
+void HttpConnection::account()
+{
+    log(m_answer->head.status(), m_answer->file ? m_answer->file->sent() : m_sentBody);
+    m_answer.reset();
+}
+
+void HttpConnection::log(int status, qint64 bytes)
 {
     const Clock::duration duration = Clock::now() - m_begin;
     const RequestHead& head = m_request.head;

@@ -7,6 +7,14 @@
 
 namespace {
 
+constexpr std::array days = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+constexpr std::array months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
+QByteArray twoDigits(int number)
+{
+    return QByteArray::number(number).rightJustified(2, '0');
+}
+
 QDateTime parsed(const QString& text, const char* format)
 {
     QDateTime time = QLocale::c().toDateTime(text, QLatin1String(format));
@@ -26,14 +34,23 @@ QDateTime withRecentCentury(const QDateTime& time)
 
 QByteArray toHttpDate(std::time_t time)
 {
-    const QDateTime moment = QDateTime::fromSecsSinceEpoch(time, Qt::UTC);
-    return QLocale::c().toString(moment, QStringLiteral("ddd, dd MMM yyyy HH:mm:ss 'GMT'")).toLatin1();
+    constexpr qint64 firstYear = 1900;
+    std::tm parts{};
+    gmtime_r(&time, &parts);
+    QByteArray text = days.at(static_cast<std::size_t>(parts.tm_wday));
+    text.append(", ").append(twoDigits(parts.tm_mday)).append(' ');
+    text.append(months.at(static_cast<std::size_t>(parts.tm_mon))).append(' ');
+    text.append(QByteArray::number(firstYear + parts.tm_year).rightJustified(4, '0')).append(' ');
+    text.append(twoDigits(parts.tm_hour)).append(':').append(twoDigits(parts.tm_min)).append(':');
+    return text.append(twoDigits(parts.tm_sec)).append(" GMT");
 }
 
 std::optional<std::time_t> fromHttpDate(const QByteArray& text)
 {
+    if (text.isEmpty())
+        return std::nullopt;
     // The oldest form pads the day with a space.
-    const QString words = QString::fromLatin1(text).simplified();
+    const QString words = QString::fromLatin1(text.constData(), text.size()).simplified();
     // The weekday is left out: it cannot be checked where the year has two digits only.
     const QString date = words.mid(words.indexOf(u' ') + 1);
     const std::array<QDateTime, 3> readings = {

@@ -70,7 +70,7 @@ private:
 
     AccessPolicy m_access;
     Metrics m_metrics;
-    ConnectionTable m_connections;
+    ConnectionTable m_connections{m_metrics};
     IoThread m_io;
     CoverStore m_covers;
     RequestHandler m_handler;
@@ -102,10 +102,8 @@ void HttpServer::State::accept(std::vector<ListeningSocket> sockets)
 void HttpServer::State::serve(FileDescriptor socket, const Connection& ends)
 {
     ConnectionTable::Place place = m_connections.admit(ends.client);
-    if (!place)
-        return m_metrics.connectionRefused();
-    m_metrics.connectionOpened();
-    serveHttp(m_parts, std::move(socket), ends, std::move(place));
+    if (place)
+        serveHttp(m_parts, std::move(socket), ends, std::move(place));
 }
 
 void HttpServer::State::checkAccessLater()

@@ -3,25 +3,25 @@
 #include <QCryptographicHash>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 
 #include <sys/random.h>
 
 namespace {
 
-constexpr int nameBytes = 32;
 constexpr std::size_t mostSessions = 1000;
 
 QByteArray randomName()
 {
-    QByteArray bytes(nameBytes, Qt::Uninitialized);
+    std::array<char, 32> bytes{};
     ssize_t count = -1;
     do {
-        count = getrandom(bytes.data(), nameBytes, 0);
+        count = getrandom(bytes.data(), bytes.size(), 0);
     } while (count < 0 && errno == EINTR);
     // The kernel gives up to 256 bytes at once, or none.
-    Q_ASSERT(count == nameBytes);
-    return bytes.toHex();
+    Q_ASSERT(count == static_cast<ssize_t>(bytes.size()));
+    return QByteArray(bytes.data(), static_cast<int>(bytes.size())).toHex();
 }
 
 QByteArray digest(const QByteArray& name)

@@ -5,15 +5,16 @@
 
 #include <deque>
 
-/// The sessions of those who have logged in. They are known by the digests of their cookies' values, so that looking
-/// one up takes no time that depends on the value. For one thread at a time.
+/// The sessions of browsers that have logged in. A session's name is the value of its cookie, its key is the name's
+/// digest: only keys are kept and compared, so the time of a comparison says nothing about a name. For one thread at a
+/// time.
 class LoginSessions
 {
 public:
-    /// Begins a session under a random name, 256 bits from the kernel, which is returned. Ends the oldest if there are
-    /// too many.
+    /// Begins a session and returns its name: 256 random bits from the kernel, in hexadecimal. Ends the oldest session
+    /// if there are more than a thousand.
     [[nodiscard]] QByteArray begin();
-    /// The session's key; empty if there is none of this name.
+    /// The key of the session with the name; empty if there is none.
     [[nodiscard]] QByteArray keyOf(const QByteArray& name) const;
     [[nodiscard]] bool contains(const QByteArray& key) const { return m_keys.contains(key); }
     void end(const QByteArray& key);

@@ -7,13 +7,13 @@
 #include <chrono>
 #include <optional>
 
-/// What the server has done since it started. Thread-safe; counting takes a few nanoseconds.
+/// Counts the work of the server since its start. Thread-safe; counting takes a few nanoseconds.
 class Metrics
 {
 public:
     using Duration = std::chrono::steady_clock::duration;
 
-    /// What others count, as it is when the text is made. Nothing: unknown, not in the text.
+    /// Counts that are kept elsewhere. Those without a value are left out of the text.
     struct Content
     {
         std::optional<qint64> listings = {};

@@ -112,9 +112,10 @@ std::optional<QString> decoded(const QByteArray& text)
     if (!bytes)
         return std::nullopt;
     constexpr int utf8 = 106;
+    static const QTextCodec* const codec = QTextCodec::codecForMib(utf8);
     // A name may begin with a byte order mark.
     QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    const QString characters = QTextCodec::codecForMib(utf8)->toUnicode(bytes->constData(), bytes->size(), &state);
+    const QString characters = codec->toUnicode(bytes->constData(), bytes->size(), &state);
     if (state.invalidChars > 0 || state.remainingChars > 0)
         return std::nullopt;
     return characters;

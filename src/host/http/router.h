@@ -17,7 +17,7 @@ struct Refusal
     std::vector<HeaderField> fields = {};
 };
 
-/// What a request asks for.
+/// The part of the server that a request addresses.
 struct Route
 {
     enum class Kind {

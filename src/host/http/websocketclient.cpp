@@ -14,7 +14,9 @@
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
+#include <atomic>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace asio = boost::asio;
@@ -112,6 +114,8 @@ private:
 
     QByteArray m_message;
     bool m_isReading = false;
+    /// Reading waits until the client is ready. Read in all threads.
+    std::atomic<bool> m_isPaused = false;
     bool m_isWriting = false;
     bool m_isAccepting = false;
     std::optional<websocket::close_code> m_closeCode;
@@ -135,7 +139,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
     m_stream.text(true);
     // By itself the library names itself.
     m_stream.set_option(websocket::stream_base::decorator(
-        [](websocket::response_type& response) { response.erase(http::field::server); }));
+        [](websocket::response_type& response) { response.set(http::field::server, "tavo"); }));
 }
 
 WebSocketClient::~WebSocketClient()
@@ -161,8 +165,12 @@ void WebSocketClient::opened(const ErrorCode& error)
         return abort();
     m_parts.metrics.clientConnected();
     m_outbox = std::make_shared<Outbox>(poster(&WebSocketClient::writeNext));
-    m_client = std::make_unique<RemoteClient>(
-        m_parts.services, Dispatcher::Profile{Reach::Network}, m_outbox, poster(&WebSocketClient::readIfReady));
+    // Called after every answer, and seldom needed.
+    const auto resume = [this, readLater = poster(&WebSocketClient::readIfReady)] {
+        if (m_isPaused)
+            readLater();
+    };
+    m_client = std::make_unique<RemoteClient>(m_parts.services, Dispatcher::Profile{Reach::Network}, m_outbox, resume);
     readIfReady();
     waitToPing();
 }
@@ -180,8 +188,12 @@ std::function<void()> WebSocketClient::poster(void (WebSocketClient::*function)(
 /// One reading is always under way, for pings and closes too, unless the client has too much under way.
 void WebSocketClient::readIfReady()
 {
-    if (m_isReading || m_isAccepting || !m_client || !m_client->isReady())
+    if (m_isReading || m_isAccepting || !m_client)
         return;
+    m_isPaused = true;
+    if (!m_client->isReady())
+        return;
+    m_isPaused = false;
     m_isReading = true;
     m_stream.async_read(m_buffer, [self = self()](const ErrorCode& error, std::size_t /*size*/) {
         self->m_isReading = false;
@@ -276,7 +288,7 @@ void WebSocketClient::waitToPing()
 {
     m_timer.expires_after(pingInterval);
     m_timer.async_wait([self = self()](const ErrorCode& error) {
-        if (!error)
+        if (!error && self->m_client)
             self->ping();
     });
 }
@@ -287,7 +299,7 @@ void WebSocketClient::ping()
     m_isPinging = true;
     m_stream.async_ping({}, [self = self()](const ErrorCode& error) {
         self->m_isPinging = false;
-        if (!error)
+        if (!error && self->m_client)
             self->waitForPong();
     });
     waitForPong();
@@ -297,7 +309,7 @@ void WebSocketClient::waitForPong()
 {
     m_timer.expires_after(pongLimit);
     m_timer.async_wait([self = self()](const ErrorCode& error) {
-        if (!error)
+        if (!error && self->m_client)
             self->checkPong();
     });
 }

@@ -13,7 +13,7 @@ class WrongTokens
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Counts one. False if the address has sent too many.
+    /// Counts a wrong token. False, and not counted, if the address has already sent five.
     [[nodiscard]] bool count(const IpAddress& address, Time now);
 
 private:

@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <string>
 
 #include <linux/capability.h>
 #include <sys/prctl.h>
@@ -210,11 +212,21 @@ void Tavo::setupChildProcess()
     }
     if (m_closedDescriptor)
         ::close(*m_closedDescriptor);
+    if (m_passedSocket)
+        passSocket();
     if (m_rights == Rights::Usual)
         return;
     // A program started by root gets all capabilities of the bounding set.
     prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
     prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+}
+
+void Tavo::passSocket() const
+{
+    constexpr int firstPassed = 3;
+    dup2(*m_passedSocket, firstPassed);
+    setenv("LISTEN_FDS", "1", 1);
+    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
 }
 
 Outcome runTavo(const QStringList& arguments, const QByteArray& input)

@@ -44,6 +44,8 @@ public:
     void setDescriptorLimits(int soft, int hard) { m_descriptorLimits = {soft, hard}; }
     /// The program starts with this one of its standard descriptors closed. Before start().
     void setClosedDescriptor(int fileDescriptor) { m_closedDescriptor = fileDescriptor; }
+    /// The program is passed this socket as a service manager would do it. Before start().
+    void setPassedSocket(int fileDescriptor) { m_passedSocket = fileDescriptor; }
     void setVariable(const QString& name, const QString& value);
     /// The outcome does not contain what the program writes to a file.
     void setStandardOutputFile(const QString& name);
@@ -89,12 +91,14 @@ protected:
     void setupChildProcess() override;
 
 private:
+    void passSocket() const;
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
     void setInotifyLimit(const char* variable, int limit);
 
     Rights m_rights = Rights::Usual;
     std::optional<std::pair<int, int>> m_descriptorLimits;
     std::optional<int> m_closedDescriptor;
+    std::optional<int> m_passedSocket;
     bool m_holdsOutput = true;
     bool m_holdsErrors = true;
 };

@@ -45,7 +45,7 @@ const tagged = ['Perigee', 'Lantern', 'Return'];
 
 /** @param {Page} page */
 function focused(page) {
-    return page.locator('.row.focused .title').textContent();
+    return page.locator('.folder .row.focused .title').textContent();
 }
 
 /**
@@ -53,19 +53,19 @@ function focused(page) {
  * @param {Page} page
  */
 function selected(page) {
-    return page.locator('.row[aria-selected=true] .title').allTextContents();
+    return page.locator('.folder .row[aria-selected=true] .title').allTextContents();
 }
 
 /** @param {Page} page */
 function rowElements(page) {
-    return page.locator('.rows > .row').count();
+    return page.locator('.folder .row').count();
 }
 
 describe('rows', () => {
     test('are shown with titles, artists and durations from their tags', async () => {
         const { page, problems } = await openPage(house(), { place: blue });
         await showsRows(page, tagged);
-        const row = page.locator('.row').first();
+        const row = page.locator('.folder .row').first();
         assert.equal(await row.locator('small').textContent(), 'Low Orbit Choir');
         assert.equal(await row.locator('.time').textContent(), '1:01');
         assert.equal(await row.locator('.lead').textContent(), '1');
@@ -75,8 +75,8 @@ describe('rows', () => {
 
     test('of formats that the browser cannot play are marked', async () => {
         const { page } = await openPage(house(), { place: blue });
-        await page.locator('.row.unplayable').waitFor();
-        const marked = page.locator('.row.unplayable');
+        await page.locator('.folder .row.unplayable').waitFor();
+        const marked = page.locator('.folder .row.unplayable');
         assert.equal(await marked.locator('.title').textContent(), 'Return');
         assert.equal(await marked.locator('.lead').getAttribute('aria-label'), 'This browser cannot play this format');
     });
@@ -87,22 +87,32 @@ describe('rows', () => {
         await showsRows(page, ['Blue', 'Green', 'Red']);
         host.change(albums, ['Blue/', 'Cyan/', 'Green/', 'Red/']);
         await showsRows(page, ['Blue', 'Cyan', 'Green', 'Red']);
-        assert.deepEqual(await page.locator('.row.fresh .title').allTextContents(), ['Cyan']);
+        assert.deepEqual(await page.locator('.folder .row.fresh .title').allTextContents(), ['Cyan']);
     });
 
     test('stay under the eye when others come above them', async () => {
         const host = house();
         const { page } = await openPage(host, { place: many });
-        const row = page.locator('.row', { hasText: '050000.opus' });
-        await page.locator('.row').first().waitFor();
-        await page.locator('.scroller').evaluate((scroller) => (scroller.scrollTop = 50000 * 48));
+        const row = page.locator('.folder .row', { hasText: '050000.opus' });
+        await page.locator('.folder .row').first().waitFor();
+        await page.locator('.folder .scroller').evaluate((scroller) => (scroller.scrollTop = 50000 * 48));
         await row.click();
         const top = (await row.boundingBox())?.y;
         host.change(many, [...manyNames(3).map((name) => `!${name}`), ...manyNames(100000)]);
-        await page.locator('.rows[aria-rowcount="100003"]').waitFor();
+        await page.locator('.folder .rows[aria-rowcount="100003"]').waitFor();
         assert.equal((await row.boundingBox())?.y, top);
         assert.deepEqual(await selected(page), ['050000.opus']);
         assert.equal(await focused(page), '050000.opus');
+    });
+
+    test('pass the focus on when theirs is removed', async () => {
+        const host = house();
+        const { page } = await openPage(host, { place: albums });
+        await page.locator('.folder .row', { hasText: 'Green' }).click();
+        host.change(albums, ['Blue/', 'Red/']);
+        await showsRows(page, ['Blue', 'Red']);
+        assert.equal(await focused(page), 'Red');
+        assert.deepEqual(await selected(page), []);
     });
 
     test('keep names from files as text, whatever they contain', async () => {
@@ -112,25 +122,25 @@ describe('rows', () => {
         host.services.clear();
         const { page, problems } = await openPage(host, { place: '/file/Odd' });
         await showsRows(page, names);
-        assert.equal(await page.locator('.row img').count(), 0);
-        assert.equal(await page.locator('.row .title').nth(1).getAttribute('dir'), 'auto');
+        assert.equal(await page.locator('.folder .row img').count(), 0);
+        assert.equal(await page.locator('.folder .row .title').nth(1).getAttribute('dir'), 'auto');
         assert.deepEqual(problems, []);
     });
 
     test('of 100,000 entries scroll from end to end with at most 80 elements', async () => {
         const { page } = await openPage(house(), { place: many, options: { viewport: { width: 1280, height: 1400 } } });
-        await page.locator('.row').first().waitFor();
-        const most = await page.locator('.scroller').evaluate(async (scroller) => {
+        await page.locator('.folder .row').first().waitFor();
+        const most = await page.locator('.folder .scroller').evaluate(async (scroller) => {
             let elements = 0;
             const step = scroller.scrollHeight / 200;
             for (let top = 0; top < scroller.scrollHeight; top += step) {
                 scroller.scrollTop = top;
                 await new Promise(requestAnimationFrame);
-                elements = Math.max(elements, document.querySelectorAll('.rows > .row').length);
+                elements = Math.max(elements, document.querySelectorAll('.folder .row').length);
             }
             return elements;
         });
-        await page.locator('.row .title', { hasText: '099999.opus' }).waitFor();
+        await page.locator('.folder .row .title', { hasText: '099999.opus' }).waitFor();
         assert(most <= 80, `${most} elements`);
         assert(await rowElements(page) > 20);
     });
@@ -138,9 +148,9 @@ describe('rows', () => {
     test('of 100,000 entries are read only where they are looked at', async () => {
         const host = house();
         const { page } = await openPage(host, { place: many });
-        await page.locator('.row', { hasText: '000000.opus' }).waitFor();
+        await page.locator('.folder .row', { hasText: '000000.opus' }).waitFor();
         await page.keyboard.press('End');
-        await page.locator('.row.focused', { hasText: '099999.opus' }).waitFor();
+        await page.locator('.folder .row.focused', { hasText: '099999.opus' }).waitFor();
         const asked = host.asked('rows').reduce((sum, { first = 0, last }) => sum + last - first + 1, 0);
         assert(asked < 2000, `${asked} rows`);
         const prepared = host.asked('set').flatMap(({ value }) => value);
@@ -159,7 +169,7 @@ describe('places', () => {
         const { page } = await openPage(house(), { place: albums });
         await showsRows(page, ['Blue', 'Green', 'Red']);
         assert.equal(await page.title(), 'Albums · tavo');
-        await page.locator('.row').first().dblclick();
+        await page.locator('.folder .row').first().dblclick();
         await showsRows(page, tagged);
         assert.equal(await page.title(), 'Blue · tavo');
         await page.goBack();
@@ -185,13 +195,13 @@ describe('places', () => {
         host.addDirectory(music, folders);
         host.addDirectory('/file/300', ['a.opus']);
         const { page } = await openPage(host, { place: music });
-        await page.locator('.row').first().waitFor();
-        await page.locator('.scroller').evaluate((scroller) => (scroller.scrollTop = 300 * 48));
-        await page.locator('.row', { hasText: '300' }).dblclick();
+        await page.locator('.folder .row').first().waitFor();
+        await page.locator('.folder .scroller').evaluate((scroller) => (scroller.scrollTop = 300 * 48));
+        await page.locator('.folder .row', { hasText: '300' }).dblclick();
         await page.locator('.hero h2', { hasText: '300' }).waitFor();
         await page.goBack();
-        await page.locator('.row', { hasText: '300' }).waitFor();
-        assert.equal(await page.locator('.scroller').evaluate((scroller) => scroller.scrollTop), 300 * 48);
+        await page.locator('.folder .row', { hasText: '300' }).waitFor();
+        assert.equal(await page.locator('.folder .scroller').evaluate((scroller) => scroller.scrollTop), 300 * 48);
     });
 });
 
@@ -211,7 +221,7 @@ describe('the keyboard alone', () => {
         await showsRows(page, ['Blue', 'Green', 'Red']);
         await page.keyboard.press('Backspace');
         await showsRows(page, ['Albums', 'Empty', 'Many']);
-        await page.locator('.row.focused', { hasText: 'Albums' }).waitFor();
+        await page.locator('.folder .row.focused', { hasText: 'Albums' }).waitFor();
         await page.keyboard.press('Backspace');
         assert.equal(page.url(), `${base}#/file/`);
     });
@@ -221,7 +231,7 @@ describe('the keyboard alone', () => {
         await showsRows(page, ['Blue', 'Green', 'Red']);
         await page.keyboard.press('ArrowDown');
         await page.keyboard.press('ArrowDown');
-        const grid = page.locator('[role=grid]');
+        const grid = page.locator('.folder [role=grid]');
         const id = await grid.getAttribute('aria-activedescendant');
         assert.equal(await page.locator(`#${id} .title`).textContent(), 'Green');
         assert.equal(await page.locator(`#${id}`).getAttribute('aria-rowindex'), '2');
@@ -234,7 +244,7 @@ describe('the keyboard alone', () => {
         await page.keyboard.press('ArrowDown');
         await page.keyboard.press('Shift+ArrowDown');
         assert.deepEqual(await selected(page), ['Blue', 'Green']);
-        await page.locator('.selected', { hasText: '2 selected' }).waitFor();
+        await page.locator('.folder .selected', { hasText: '2 selected' }).waitFor();
         await page.keyboard.press('Space');
         assert.deepEqual(await selected(page), ['Blue']);
         await page.keyboard.press('Control+a');
@@ -247,7 +257,7 @@ describe('the keyboard alone', () => {
         const { page } = await openPage(house(), { place: albums });
         await showsRows(page, ['Blue', 'Green', 'Red']);
         await page.keyboard.type('gr');
-        await page.locator('.row.focused', { hasText: 'Green' }).waitFor();
+        await page.locator('.folder .row.focused', { hasText: 'Green' }).waitFor();
     });
 
     test('filters and clears the filter', async () => {
@@ -287,7 +297,7 @@ describe('the keyboard alone', () => {
 describe('the mouse', () => {
     test('selects with a click, adds with ctrl, extends with shift', async () => {
         const { page } = await openPage(house(), { place: albums });
-        const row = (/** @type {string} */ name) => page.locator('.row', { hasText: name });
+        const row = (/** @type {string} */ name) => page.locator('.folder .row', { hasText: name });
         await row('Blue').click();
         assert.deepEqual(await selected(page), ['Blue']);
         await row('Red').click({ modifiers: ['Control'] });
@@ -300,7 +310,7 @@ describe('the mouse', () => {
     test('opens the menu, whose other actions are sent to the host', async () => {
         const host = house();
         const { page } = await openPage(host, { place: blue });
-        await page.locator('.row', { hasText: 'Lantern' }).click({ button: 'right' });
+        await page.locator('.folder .row', { hasText: 'Lantern' }).click({ button: 'right' });
         await page.locator('[role=menuitem]', { hasText: 'Rate' }).click();
         await page.locator('[role=menu]').waitFor({ state: 'detached' });
         const rated = host.asked('set').filter(({ path }) => path === '/file/rate');
@@ -309,13 +319,13 @@ describe('the mouse', () => {
 
     test('drags the thumb of a long list, which names the row at the eye', async () => {
         const { page } = await openPage(house(), { place: many });
-        const thumb = page.locator('.thumb');
+        const thumb = page.locator('.folder .thumb');
         await thumb.hover();
         await page.mouse.down();
         await page.mouse.move(1270, 400, { steps: 5 });
-        await page.locator('.thumb-label', { hasText: /^\d+\.opus: [\d,]+ of 100,000$/ }).waitFor();
+        await page.locator('.folder .thumb-label', { hasText: /^\u2068\d+\.opus\u2069: [\d,]+ of 100,000$/ }).waitFor();
         await page.mouse.up();
-        assert(await page.locator('.scroller').evaluate((scroller) => scroller.scrollTop) > 1000000);
+        assert(await page.locator('.folder .scroller').evaluate((scroller) => scroller.scrollTop) > 1000000);
     });
 
     test('adds the whole folder', async () => {
@@ -332,19 +342,19 @@ describe('a phone', () => {
         const { page } = await openPage(house(), { place: blue, options });
         await showsRows(page, tagged);
         assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 390);
-        assert.equal((await page.locator('.row').first().boundingBox())?.height, 56);
+        assert.equal((await page.locator('.folder .row').first().boundingBox())?.height, 56);
         assert.deepEqual(await accessibilityViolations(page), []);
     });
 
     test('opens with a tap', async () => {
         const { page } = await openPage(house(), { place: albums, options });
-        await page.locator('.row', { hasText: 'Blue' }).tap();
+        await page.locator('.folder .row', { hasText: 'Blue' }).tap();
         await showsRows(page, tagged);
     });
 
     test('selects and shows the menu with a long press, and selects more with taps', async () => {
         const { page } = await openPage(house(), { place: albums, options });
-        const box = await page.locator('.row', { hasText: 'Blue' }).boundingBox();
+        const box = await page.locator('.folder .row', { hasText: 'Blue' }).boundingBox();
         const at = { x: (box?.x ?? 0) + 100, y: (box?.y ?? 0) + 20 };
         const client = await page.context().newCDPSession(page);
         await client.send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: [at] });
@@ -353,7 +363,7 @@ describe('a phone', () => {
         await page.locator('[role=menu]').waitFor();
         await page.keyboard.press('Escape');
         await page.locator('[role=menu]').waitFor({ state: 'detached' });
-        await page.locator('.row', { hasText: 'Red' }).tap();
+        await page.locator('.folder .row', { hasText: 'Red' }).tap();
         assert.deepEqual(await selected(page), ['Blue', 'Red']);
     });
 });
@@ -402,7 +412,7 @@ describe('states', () => {
     test('a filter without a hit can be cleared', async () => {
         const { page } = await openPage(house(), { place: albums });
         await page.getByLabel('Filter this folder').fill('violet');
-        await page.locator('.notice', { hasText: 'Nothing here matches “violet”' }).waitFor();
+        await page.locator('.notice', { hasText: /Nothing here matches “\W?violet\W?”/ }).waitFor();
         await page.getByRole('button', { name: 'Clear filter' }).click();
         await showsRows(page, ['Blue', 'Green', 'Red']);
     });
@@ -441,7 +451,7 @@ describe('everybody', () => {
         const { page } = await openPage(house(), { place: blue, options: { locale: 'de-AT' } });
         await showsRows(page, tagged);
         assert.equal(await page.getAttribute('html', 'lang'), 'de');
-        await page.getByRole('button', { name: 'Abspielen', exact: true }).waitFor();
+        await page.locator('.hero .primary', { hasText: 'Abspielen' }).waitFor();
         assert.equal(await page.locator('.sub').textContent(), 'Low Orbit Choir · 3 Titel · 6 Min.');
     });
 
@@ -458,7 +468,7 @@ describe('everybody', () => {
         const { page } = await openPage(house(), { place: blue, options });
         await showsRows(page, tagged);
         assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 640);
-        assert(await page.locator('.row').first().isVisible());
+        assert(await page.locator('.folder .row').first().isVisible());
     });
 
     test('who wants no motion gets none', async () => {
@@ -466,7 +476,7 @@ describe('everybody', () => {
         const { page } = await openPage(host, { place: albums, options: { reducedMotion: 'reduce' } });
         await showsRows(page, ['Blue', 'Green', 'Red']);
         host.change(albums, ['Amber/', 'Blue/']);
-        await page.locator('.row.fresh').waitFor();
+        await page.locator('.folder .row.fresh').waitFor();
         assert.equal(await page.evaluate(() => document.getAnimations().length), 0);
     });
 

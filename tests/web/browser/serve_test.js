@@ -27,7 +27,7 @@ const album = '#/file/Kettle%20%26%20Crane/Songs%20for%20Rainy%20Windows';
 
 /** @param {import('playwright-core').Page} page @param {string} title */
 function row(page, title) {
-    return page.locator('.row', { has: page.locator('.title', { hasText: title }) });
+    return page.locator('.folder .row', { has: page.locator('.title', { hasText: title }) });
 }
 
 test('the page browses the tree that the host serves', async () => {
@@ -82,7 +82,7 @@ test('the page comes back after the host was killed and started again', async ()
     host = await serve(tree, { port: host.port });
     await row(page, 'Door chime').waitFor();
     await page.locator('.connection.shown').waitFor({ state: 'detached' });
-    assert.deepEqual(await page.locator('.row[aria-selected=true] .title').allTextContents(), ['Half a Lantern']);
+    assert.deepEqual(await page.locator('.folder .row[aria-selected=true] .title').allTextContents(), ['Half a Lantern']);
 });
 
 test('a host that wants a token lets in who has it', async () => {

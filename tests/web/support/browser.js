@@ -144,7 +144,7 @@ export async function accessibilityViolations(page) {
  */
 export async function showsRows(page, wanted) {
     await page.waitForFunction((texts) => {
-        const titles = [...document.querySelectorAll('.rows .row .title')].map((title) => title.textContent);
+        const titles = [...document.querySelectorAll('.folder .row .title')].map((title) => title.textContent);
         return JSON.stringify(titles) === texts;
     }, JSON.stringify(wanted));
 }
