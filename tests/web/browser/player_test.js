@@ -1,5 +1,5 @@
 import assert from 'node:assert/strict';
-import { after, before, test } from 'node:test';
+import { after, before, beforeEach, test } from 'node:test';
 
 import { accessibilityViolations, startBrowser, stopBrowser } from '../support/browser.js';
 import { PageServer } from '../support/page_server.js';
@@ -13,6 +13,7 @@ before(async () => {
     await startBrowser();
     await server.listen();
 });
+beforeEach(() => (server.delay = 0));
 after(async () => {
     await stopBrowser();
     await server.close();
@@ -79,7 +80,8 @@ test('play, next and previous do what they say', async () => {
     assert.deepEqual(problems, []);
 });
 
-test('between tracks there is no audible gap', async () => {
+test('between tracks there is no audible gap, however far the host is', async () => {
+    server.delay = 200;
     const { page } = await openPlayer(server, [tone(1500, 300), tone(1713, 400), tone(1601, 500)]);
     const silence = await longestSilence(page);
     assert.ok(silence < 50, `${silence} ms of silence`);
@@ -87,6 +89,7 @@ test('between tracks there is no audible gap', async () => {
 });
 
 test('a repeated track has no gap either', async () => {
+    server.delay = 200;
     const { page } = await openPlayer(server, [tone(1500)]);
     await page.evaluate(() => {
         const { queue } = /** @type {any} */ (globalThis);
@@ -222,7 +225,7 @@ test('the system hears what plays and can command it', async () => {
 
 test('the space bar plays and pauses, but not in a text field or on a button', async () => {
     const { page } = await openPlayer(server, [long]);
-    await page.locator('h1').click();
+    await page.mouse.click(200, 400);
     await page.keyboard.press('Space');
     await plays(page, '60000 ms');
     await page.getByLabel('Text').focus();

@@ -24,6 +24,9 @@ export class PageServer {
     /** Whether sounds can be reached. */
     reachable = true;
 
+    /** Each sound takes so many ms to come. */
+    delay = 0;
+
     /** Where the page is, once the server listens. */
     address = '';
 
@@ -48,7 +51,7 @@ export class PageServer {
         const url = new URL(request.url ?? '/', 'http://localhost');
         const path = decodeURIComponent(url.pathname);
         this.requests.push(`${request.method} ${path}`);
-        if (path.includes('/media/')) this.#answerSound(path, request, response);
+        if (path.includes('/media/')) setTimeout(() => this.#answerSound(path, request, response), this.delay);
         else if (path.includes('/cover/')) answerCover(path, Number(url.searchParams.get('width')), response);
         else await answerFile(path, response);
     }

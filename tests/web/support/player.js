@@ -10,5 +10,6 @@ customElements.define('tavo-player', TavoPlayer);
 
 const session = new TreeSession({});
 const queue = new Queue(/** @type {any} */ (session));
-document.body.append(new TavoQueue(queue), new TavoPlayer(queue));
+document.querySelector('main')?.append(new TavoQueue(queue));
+document.body.append(new TavoPlayer(queue));
 Object.assign(window, { session, queue });
