@@ -1,5 +1,7 @@
 #include "content/confinement.h"
 
+#include "content/mount.h"
+
 #include "printers.h"
 #include "support/temporarytree.h"
 
@@ -92,7 +94,9 @@ protected:
         QFile::link(QStringLiteral("loop"), tree.absolute(QStringLiteral("root/loop")));
     }
 
-    [[nodiscard]] bool isPublicHere(const char* base) const { return isPublic(root, QString::fromUtf8(base)); }
+    [[nodiscard]] bool isPublicHere(const char* base) const { return isPublic(mount, QString::fromUtf8(base)); }
+
+    Mount mount{QStringLiteral("file"), QStringLiteral("Music"), root};
 };
 
 TEST_F(Publicity, WhatIsInTheTreeIsPublic)
@@ -121,6 +125,21 @@ TEST_F(Publicity, LinksThatLeadOutAreNot)
         EXPECT_FALSE(isPublicHere(base)) << base;
 }
 
+TEST_F(Publicity, LinksThatLeadOutAreWhereTheMountFollowsThem)
+{
+    mount.followsLinks = true;
+    for (const char* base : {"link", "link/song.mp3", "chain/song.mp3", "a/b/song.mp3"})
+        EXPECT_TRUE(isPublicHere(base)) << base;
+    for (const char* base : {"..", "link/..", ".hidden", "shown", "link/.hidden", "/etc"})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+}
+
+TEST_F(Publicity, LinkToWhatIsHiddenIsNot)
+{
+    for (const char* base : {"shown", "shown/song.mp3"})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+}
+
 TEST_F(Publicity, LinkThatLeadsNowhereHasNoTarget)
 {
     EXPECT_TRUE(isPublicHere("loop"));
@@ -129,7 +148,8 @@ TEST_F(Publicity, LinkThatLeadsNowhereHasNoTarget)
 TEST_F(Publicity, NamesAboveTheRootDoNotCount)
 {
     tree.addFile(QStringLiteral(".root/song.mp3"));
-    EXPECT_TRUE(isPublic(tree.absolute(QStringLiteral(".root")), QStringLiteral("song.mp3")));
+    mount.rootDirectory = tree.absolute(QStringLiteral(".root"));
+    EXPECT_TRUE(isPublicHere("song.mp3"));
 }
 
 } // namespace

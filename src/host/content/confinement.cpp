@@ -1,5 +1,7 @@
 #include "content/confinement.h"
 
+#include "content/mount.h"
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -48,13 +50,15 @@ bool isConfined(const QString& rootDirectory, const QString& base)
     return target.isEmpty() || isAtOrBelow(rootDirectory, QDir::cleanPath(target + path.mid(climb.size())));
 }
 
-bool isPublic(const QString& rootDirectory, const QString& base)
+bool isPublic(const Mount& mount, const QString& base)
 {
-    const QString path = joined(rootDirectory, base);
+    const QString& root = mount.rootDirectory;
+    const QString path = joined(root, base);
     // An absolute base would tell where the root is.
-    if (base.startsWith(slash) || !isConfined(rootDirectory, base) ||
-        hasHiddenName(QDir::cleanPath(path).mid(rootDirectory.size())))
+    if (base.startsWith(slash) || !isConfined(root, base) || hasHiddenName(QDir::cleanPath(path).mid(root.size())))
         return false;
     const QString target = QFileInfo(path).canonicalFilePath();
-    return target.isEmpty() || isAtOrBelow(rootDirectory, target);
+    if (target.isEmpty())
+        return true;
+    return isAtOrBelow(root, target) ? !hasHiddenName(target.mid(root.size())) : mount.followsLinks;
 }

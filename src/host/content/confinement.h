@@ -1,11 +1,13 @@
 #pragma once
 
 class QString;
+struct Mount;
 
 /// True if the base stays inside the root directory, which is canonical. Symlinks are followed; ".." after one is
 /// resolved physically.
 [[nodiscard]] bool isConfined(const QString& rootDirectory, const QString& base);
 
-/// True if a network client may see the entry: its base is relative and confined, no name on the way is hidden, and no
-/// symlink leads out of the root directory.
-[[nodiscard]] bool isPublic(const QString& rootDirectory, const QString& base);
+/// True if a network client may see the entry: its base is relative and confined, and no name on the way is hidden,
+/// neither in the base nor where symlinks lead. A symlink that leads out of the root directory counts only if the mount
+/// follows those.
+[[nodiscard]] bool isPublic(const Mount& mount, const QString& base);

@@ -96,7 +96,7 @@ QVariantList publicItems(const Mount& mount, const QVariantList& items)
     QVariantList shown;
     std::copy_if(items.cbegin(), items.cend(), std::back_inserter(shown), [&mount](const QVariant& item) {
         const CMPath path = CMPath::fromEncoded(item.toHash().value(TavoRoles::Path()).toString());
-        return isPublic(mount.rootDirectory, path.base());
+        return isPublic(mount, path.base());
     });
     return shown;
 }
@@ -262,7 +262,7 @@ Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles
 Result<void> Content::checkAccess(const Mount& mount, const QString& base) const
 {
     const bool isServed =
-        m_reach == Reach::Network ? isPublic(mount.rootDirectory, base) : isConfined(mount.rootDirectory, base);
+        m_reach == Reach::Network ? isPublic(mount, base) : isConfined(mount.rootDirectory, base);
     if (isServed)
         return {};
     return Failures::accessViolation(base, mount.rootDirectory);

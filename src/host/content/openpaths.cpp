@@ -147,7 +147,7 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
     const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
     if (!mount || !isNormal(path.base()) || path.startsWith(mount->contextMenu()))
         return Failures::invalidPath(path);
-    if (m_reach == Reach::Network && !isPublic(mount->rootDirectory, path.base()))
+    if (m_reach == Reach::Network && !isPublic(*mount, path.base()))
         return Failures::accessViolation(path.base(), mount->rootDirectory);
     // All the ancestors of such a path would take more memory than there is.
     if (mount->localPath(path.base()).size() >= PATH_MAX)

@@ -219,7 +219,8 @@ void HttpConnection::abort()
 
 void HttpConnection::checkAccess()
 {
-    const bool isServing = m_handling || m_answer;
+    // Who logs out gets an answer.
+    const bool isServing = (m_handling || m_answer) && m_request.route.kind != Route::Kind::Logout;
     if (isServing && !m_parts.access.holds(m_credential))
         abort();
 }

@@ -1,6 +1,6 @@
 #include "http/outbox.h"
 
-#include <utility>
+#include "http/metrics.h"
 
 namespace {
 
@@ -18,6 +18,7 @@ void Outbox::send(QByteArray message)
 
 void Outbox::sendLatest(const QString& key, QByteArray message)
 {
+    m_metrics.changeSent();
     add({std::move(message), key});
 }
 

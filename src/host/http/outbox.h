@@ -5,6 +5,9 @@
 
 #include <mutex>
 #include <optional>
+#include <utility>
+
+class Metrics;
 
 /// The messages to a client that are written elsewhere, one after the other.
 class Outbox : public MessageSink
@@ -14,7 +17,8 @@ public:
 
     /// `wake` is called, in any thread, when the first message comes and whenever one comes after next() has given
     /// nothing. It must not block.
-    explicit Outbox(Wake wake) : m_wake(std::move(wake)) {}
+    /// The metrics count the changes that the client hears of. They must outlive the outbox.
+    Outbox(Metrics& metrics, Wake wake) : m_metrics(metrics), m_wake(std::move(wake)) {}
 
     void send(QByteArray message) override;
     void sendLatest(const QString& key, QByteArray message) override;
@@ -35,6 +39,7 @@ private:
     void add(PendingMessages::Entry entry);
     [[nodiscard]] bool isFullLocked() const;
 
+    Metrics& m_metrics;
     mutable std::mutex m_mutex;
     Wake m_wake;
     std::function<void()> m_roomHandler;

@@ -60,7 +60,7 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive
         receive(health());
         break;
     case Route::Kind::Metrics:
-        receive(makeResponse(200, "text/plain; version=0.0.4; charset=utf-8", m_parts.metrics.toText({})));
+        receive(metrics());
         break;
     case Route::Kind::Login:
         receive(logIn(request));
@@ -115,6 +115,13 @@ Response RequestHandler::health() const
     const QVariantHash fields{
         {QStringLiteral("status"), QStringLiteral("ok")}, {QStringLiteral("token"), m_parts.access.needsToken()}};
     return makeResponse(200, jsonType, *toJson(fields));
+}
+
+Response RequestHandler::metrics() const
+{
+    Metrics::Content content;
+    content.listings = m_parts.services.sharedRequests.computed();
+    return makeResponse(200, "text/plain; version=0.0.4; charset=utf-8", m_parts.metrics.toText(content));
 }
 
 Response RequestHandler::logIn(const HttpRequest& request)

@@ -48,6 +48,7 @@ private:
     [[nodiscard]] std::shared_ptr<void> handleRpc(const HttpRequest& request, const Receive& receive);
     void handleCover(const HttpRequest& request, const Receive& receive);
     [[nodiscard]] Response health() const;
+    [[nodiscard]] Response metrics() const;
     [[nodiscard]] Response logIn(const HttpRequest& request);
     [[nodiscard]] Response logOut(const HttpRequest& request);
 

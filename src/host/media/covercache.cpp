@@ -67,7 +67,7 @@ QByteArray CoverCache::find(const QByteArray& key) const
     if (m_directory.isEmpty() || !file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || file.size() > m_mostBytes)
         return {};
     const QByteArray content = file.readAll();
-    const QByteArray picture = content.left(content.size() - checksumLength);
+    QByteArray picture = content.left(content.size() - checksumLength);
     if (picture.isEmpty() || content.right(checksumLength) != checksumOf(picture))
         return {};
     noteUse(file);

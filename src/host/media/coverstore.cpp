@@ -139,8 +139,7 @@ void CoverStore::State::run(const Query& query, Effort effort)
     try {
         found = answer(query, effort);
     } catch (const std::bad_alloc&) {
-        // Memory may be there for the next one.
-        found = CoverAnswer::none();
+        // There may be memory again for the next query.
     }
     if (!found.isKnown) {
         m_decoding.post([this, query] { run(query, Effort::Decode); });

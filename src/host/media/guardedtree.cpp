@@ -71,12 +71,19 @@ std::optional<GuardedTree::Directory> GuardedTree::openDirectory(const QString& 
     return base.isEmpty() || hasVisibleNames(path) ? open(path, S_IFDIR, O_DIRECTORY) : std::nullopt;
 }
 
+FileDescriptor GuardedTree::find(const QByteArray& path) const
+{
+    FileDescriptor found = openPath(m_directory.get(), path, Links::Below);
+    // The kernel takes every absolute symlink for one that leads out. isShown() checks where it has led.
+    return found.isOpen() ? std::move(found) : openPath(m_directory.get(), path, Links::Followed);
+}
+
 std::optional<GuardedTree::File> GuardedTree::open(const QByteArray& path, mode_t type, int flags) const
 {
     // Truncated at a null byte, the path would name another file.
     if (path.contains('\0'))
         return std::nullopt;
-    const FileDescriptor found = openPath(m_directory.get(), path, m_followsLinks ? Links::Followed : Links::Below);
+    const FileDescriptor found = find(path);
     File file = {};
     if (!found.isOpen() || fstat(found.get(), &file.status) != 0 || (file.status.st_mode & S_IFMT) != type ||
         !isShown(realPathOf(found)))

@@ -13,9 +13,9 @@ struct Mount;
 
 /// What network clients may read of a root, safe from whatever is swapped while they read it.
 ///
-/// Bases are relative and decoded. Nothing is found under a name that starts with a dot, nor where a visible link leads
-/// to such a name below the root. Links that lead out of the root are followed only if the root follows links. May wait
-/// for the disk.
+/// Bases are relative and decoded. Nothing is found under a name that starts with a dot, even if a visible symlink
+/// leads to it below the root. Symlinks that lead out of the root are followed only if the mount follows them. All
+/// functions may wait for the disk.
 class GuardedTree
 {
 public:
@@ -29,8 +29,8 @@ public:
     /// A directory, open for reading, and its status before it was opened.
     using Directory = File;
 
-    /// Nothing if the root directory is not there. It is opened each time, by a path without links, so that a drive can
-    /// be removed and mounted again.
+    /// Opens the root directory, by its path without symlinks; nothing if it is not there. A tree is for one request:
+    /// an open directory would keep its drive from being unmounted, and stay the old one when another is mounted.
     [[nodiscard]] static std::optional<GuardedTree> open(const Mount& mount);
 
     [[nodiscard]] std::optional<File> openFile(const QString& base) const;
@@ -41,6 +41,8 @@ private:
     explicit GuardedTree(FileDescriptor directory, bool followsLinks);
 
     [[nodiscard]] std::optional<File> open(const QByteArray& path, mode_t type, int flags) const;
+    [[nodiscard]] FileDescriptor find(const QByteArray& path) const;
+    /// Whether clients may read what has this absolute path without symlinks.
     [[nodiscard]] bool isShown(const QByteArray& realPath) const;
 
     FileDescriptor m_directory;
@@ -48,8 +50,8 @@ private:
     bool m_followsLinks;
 };
 
-/// Differs between any two files, and between two states of a file, as far as the file system tells them apart.
-/// Hexadecimal digits that reveal nothing else.
+/// A text of hexadecimal digits that no other file has, and that changes when the file is written. It does not show
+/// what it is made from.
 [[nodiscard]] QByteArray identityOf(const struct stat& status);
 
 /// The names of the directory's entries that do not start with a dot, in no order.

@@ -18,9 +18,10 @@ struct MediaFile
     qint64 size = 0;
     /// Seconds since 1970-01-01 UTC.
     qint64 modified = 0;
-    /// A strong validator with its quotes. It changes when the file is written or replaced, and reveals nothing else.
+    /// A strong validator with its quotes. It changes when the file is written or replaced.
     QByteArray etag;
-    /// By the name's extension; "application/octet-stream" if that says nothing.
+    /// By the name's extension. Types that browsers might run as the page's own, such as HTML and SVG, and unknown ones
+    /// are "application/octet-stream".
     QByteArray mimeType;
 };
 
@@ -35,9 +36,10 @@ public:
 
     /// The file at `base`, decoded, of the root with the ID `prefix`, or nothing, whatever the reason.
     ///
-    /// Only a regular file whose name matches the root's patterns is opened. The base is relative; it has no empty
-    /// segment and no name that starts with a dot, nor has the path that links on the way lead to. A link that leads
-    /// out of the root is followed only if the root follows links.
+    /// Only a regular file whose name matches the root's patterns is opened. No segment of the base may be empty or
+    /// start with a dot. Symlinks below the root are followed unless they lead to a hidden name. Symlinks that lead out
+    /// of the root are followed only if the root follows them; names out there may be hidden. Where the kernel cannot
+    /// check symlinks while it follows them (before Linux 5.6, and in some sandboxes), none is followed.
     [[nodiscard]] std::optional<MediaFile> open(const QString& prefix, const QString& base) const;
 
 private:

@@ -11,9 +11,9 @@ enum class Links {
     Followed
 };
 
-/// A descriptor that stands for the file or directory at `path`, relative to an open directory, without opening it
-/// (O_PATH); it is not open if there is none, or if the links forbid it. "Magic" links of /proc are never followed.
+/// A descriptor (O_PATH) for the file or directory at `path`, relative to an open directory. The descriptor is not open
+/// if nothing is there or a symlink on the way is refused. The magic links of /proc are never followed.
 ///
-/// The kernel checks the links while it follows them, so that nothing can be swapped in between. A kernel before Linux
-/// 5.6 and some sandboxes have no such check; there all links are refused.
+/// The kernel checks the symlinks while it follows them, so nothing can be swapped in between. Before Linux 5.6 and in
+/// some sandboxes it cannot; there all symlinks are refused.
 [[nodiscard]] FileDescriptor openPath(int directory, const QByteArray& path, Links links);

@@ -7,6 +7,7 @@ void SharedRequests::run(const QByteArray& key, const Compute& compute, Receive 
     if (!begin(key, receive))
         return;
     for (Receivers receivers = {std::move(receive)}; !receivers.empty(); receivers = takeJoined(key)) {
+        ++m_computed;
         const Result<QByteArray> answer = compute();
         for (const Receive& waiting : receivers)
             waiting(answer);

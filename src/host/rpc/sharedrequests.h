@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QHash>
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <vector>
@@ -21,6 +22,9 @@ public:
     /// request is being computed, and has it answered by that thread. `compute` depends on nothing but the key.
     void run(const QByteArray& key, const Compute& compute, Receive receive);
 
+    /// How many answers have been computed so far.
+    [[nodiscard]] qint64 computed() const { return m_computed; }
+
 private:
     using Receivers = std::vector<Receive>;
 
@@ -29,6 +33,7 @@ private:
     /// Those that have joined; empty if there are none, and then the request has ended.
     [[nodiscard]] Receivers takeJoined(const QByteArray& key);
 
+    std::atomic<qint64> m_computed = 0;
     std::mutex m_mutex;
     /// Of the requests that are being computed: who waits for the next answer.
     QHash<QByteArray, Receivers> m_joined;

@@ -1,0 +1,96 @@
+#include "http/metrics.h"
+#include "http/outbox.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class OutboxTest : public testing::Test
+{
+protected:
+    Metrics metrics;
+    int wakes = 0;
+    Outbox outbox{metrics, [this] { ++wakes; }};
+    const QString key = QStringLiteral("/file/a");
+    const QByteArray large = QByteArray((1 << 20) + 1, 'x');
+};
+
+TEST_F(OutboxTest, GivesMessagesInTheirOrder)
+{
+    outbox.send("1");
+    outbox.send("2");
+    EXPECT_EQ(outbox.next(), QByteArray("1"));
+    EXPECT_EQ(outbox.next(), QByteArray("2"));
+    EXPECT_EQ(outbox.next(), std::nullopt);
+}
+
+TEST_F(OutboxTest, WakesItsWriterOnceUntilAllIsTaken)
+{
+    outbox.send("1");
+    outbox.send("2");
+    EXPECT_EQ(wakes, 1);
+    while (outbox.next()) {
+    }
+    outbox.send("3");
+    EXPECT_EQ(wakes, 2);
+}
+
+TEST_F(OutboxTest, ReplacesAPendingMessageOfTheSameKey)
+{
+    outbox.sendLatest(key, "old");
+    outbox.send("between");
+    outbox.sendLatest(key, "new");
+    EXPECT_EQ(outbox.next(), QByteArray("new"));
+    EXPECT_EQ(outbox.next(), QByteArray("between"));
+    EXPECT_EQ(outbox.next(), std::nullopt);
+}
+
+TEST_F(OutboxTest, DoesNotReplaceAMessageThatIsBeingWritten)
+{
+    outbox.sendLatest(key, "old");
+    EXPECT_EQ(outbox.next(), QByteArray("old"));
+    outbox.sendLatest(key, "new");
+    EXPECT_EQ(outbox.next(), QByteArray("new"));
+}
+
+TEST_F(OutboxTest, ReplacesNothingFromBeforeTheEndOfReplacing)
+{
+    outbox.sendLatest(key, "old");
+    outbox.endReplacing();
+    outbox.sendLatest(key, "new");
+    EXPECT_EQ(outbox.next(), QByteArray("old"));
+    EXPECT_EQ(outbox.next(), QByteArray("new"));
+}
+
+TEST_F(OutboxTest, IsFullUntilALargeMessageIsWritten)
+{
+    int rooms = 0;
+    outbox.setRoomHandler([&rooms] { ++rooms; });
+    outbox.send(large);
+    EXPECT_TRUE(outbox.isFull());
+    EXPECT_EQ(outbox.next(), large);
+    EXPECT_TRUE(outbox.isFull());
+    EXPECT_EQ(rooms, 0);
+    EXPECT_EQ(outbox.next(), std::nullopt);
+    EXPECT_FALSE(outbox.isFull());
+    EXPECT_EQ(rooms, 1);
+}
+
+TEST_F(OutboxTest, IsOverfullWhenNobodyReads)
+{
+    for (int i = 0; i < 80; ++i)
+        outbox.send(large);
+    EXPECT_TRUE(outbox.isOverfull());
+}
+
+TEST_F(OutboxTest, DropsEverythingWhenItIsClosed)
+{
+    outbox.send(large);
+    outbox.close();
+    outbox.send("2");
+    EXPECT_FALSE(outbox.isFull());
+    EXPECT_EQ(outbox.next(), std::nullopt);
+    EXPECT_EQ(wakes, 1);
+}
+
+} // namespace
