@@ -12,7 +12,7 @@ const demo = fileURLToPath(new URL('../../../demo', import.meta.url));
 /** A temporary directory with a copy of the demo tree, `music`, which goes away with `remove`. */
 export async function temporaryTree() {
     const directory = await mkdtemp(join(tmpdir(), 'tavo-web-'));
-    const music = join(directory, 'music');
+    const music = join(directory, 'Music');
     await cp(demo, music, { recursive: true });
     return { directory, music, remove: () => rm(directory, { recursive: true, force: true }) };
 }
