@@ -8,7 +8,6 @@ const paths = {
     down: 'M6 9l6 6 6-6',
     folder: 'M3 7a2 2 0 0 1 2-2h4l2 2h8a2 2 0 0 1 2 2v8a2 2 0 0 1-2 2H5a2 2 0 0 1-2-2z',
     grip: 'M9 6h.01M15 6h.01M9 12h.01M15 12h.01M9 18h.01M15 18h.01',
-    home: 'M4 11l8-7 8 7M6 9.5V20h12V9.5',
     keyboard: 'M3 6h18v12H3zM7 10h.01M11 10h.01M15 10h.01M7 14h10',
     list: 'M4 6h16M4 12h16M4 18h10',
     more: 'M5 12h.01M12 12h.01M19 12h.01',

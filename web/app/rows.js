@@ -23,6 +23,8 @@ export class RowsChange extends Event {
 const pageSize = 200;
 const margin = 100;
 const requestsAtATime = 2;
+/** The most that a host with the usual limits answers at a time; others answer with fewer. */
+const rowsAtATime = Math.floor(100000 / roles.length);
 const busyDelay = 1000;
 
 /**
@@ -34,7 +36,6 @@ const busyDelay = 1000;
  */
 export class Rows extends EventTarget {
     #session;
-    #valuesAtATime;
     #stopped = new AbortController();
     /** @type {RowsState} */
     #state = 'loading';
@@ -56,13 +57,11 @@ export class Rows extends EventTarget {
     /**
      * @param {Session} session
      * @param {string} path
-     * @param {number} [valuesAtATime] as the server's limit for one answer
      */
-    constructor(session, path, valuesAtATime = 100000) {
+    constructor(session, path) {
         super();
         this.#session = session;
         this.path = path;
-        this.#valuesAtATime = valuesAtATime;
     }
 
     get state() {
@@ -363,7 +362,6 @@ export class Rows extends EventTarget {
      * @returns {Promise<boolean>} false if there is a newer version
      */
     async #fill(listing, first, last) {
-        const rowsAtATime = Math.floor(this.#valuesAtATime / roles.length);
         try {
             for (let gap = listing.gap(first, last); gap >= 0; gap = listing.gap(gap, last)) {
                 const requests = [];

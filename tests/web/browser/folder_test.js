@@ -165,6 +165,21 @@ describe('places', () => {
         assert.equal(page.url(), `${base}#/file/`);
     });
 
+    test('a host with several trees shows them at the top', async () => {
+        const host = house();
+        host.roots.push({ ...host.roots[0], prefix: '/drive', title: 'Drive' });
+        host.addDirectory('/', ['file/', 'drive/']);
+        host.addDirectory('/drive/', ['a.opus']);
+        const { page } = await openPage(host);
+        await showsRows(page, ['file', 'drive']);
+        assert.equal(await page.title(), 'Folders · tavo');
+        await page.evaluate(() => (location.hash = '/drive/'));
+        await showsRows(page, ['a.opus']);
+        assert.deepEqual(await page.locator('nav li').allTextContents(), ['Folders', 'Drive']);
+        await page.keyboard.press('Backspace');
+        await showsRows(page, ['file', 'drive']);
+    });
+
     test('a deep link opens its folder, back and forward lead along the way', async () => {
         const { page } = await openPage(house(), { place: albums });
         await showsRows(page, ['Blue', 'Green', 'Red']);

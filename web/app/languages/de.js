@@ -4,7 +4,6 @@ export default {
     folders: 'Ordner',
     areas: 'Bereiche',
     path: 'Pfad',
-    home: 'Start',
     filterFolder: 'Ordner filtern',
     play: 'Abspielen',
     addToQueue: 'In die Warteschlange',

@@ -3,7 +3,6 @@ export default {
     folders: 'Folders',
     areas: 'Areas',
     path: 'Path',
-    home: 'Home',
     filterFolder: 'Filter this folder',
     play: 'Play',
     addToQueue: 'Add to queue',
