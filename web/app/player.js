@@ -335,6 +335,8 @@ export class Player extends EventTarget {
         const reason = await whyUnplayable(entry.uri);
         if (deck !== this.#front || deck.entry !== entry || !audio.error) return;
         if (reason === null) this.#retryLater(position);
+        // The host may have come back between the failure and the question.
+        else if (reason === 'format' && this.#retries++ === 0) this.#reload(position);
         else this.#giveUp(entry, reason);
     }
 
