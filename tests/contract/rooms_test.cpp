@@ -279,6 +279,22 @@ TEST(Rooms, TestsKnowThePrivateHeadersOfOneRoomAtMost)
     EXPECT_THAT(privateRooms, testing::Each(testing::Pair(testing::_, testing::SizeIs(1))));
 }
 
+/// Each of them takes long to compile.
+TEST(Rooms, FewSourcesAndNoHeadersIncludeBoost)
+{
+    Origins users;
+    for (const QString& file : sourcesBelow(QStringLiteral("src"))) {
+        for (const Include& include : includesOf(file)) {
+            if (include.name.startsWith(QLatin1String("boost/")))
+                users.insert(file.toStdString());
+        }
+    }
+    EXPECT_THAT(
+        users, testing::ElementsAre(
+                   "src/host/http/acceptor.cpp", "src/host/http/boost.cpp", "src/host/http/httpconnection.cpp",
+                   "src/host/http/iothread.cpp", "src/host/http/websocketclient.cpp"));
+}
+
 TEST(Rooms, TwoSourcesAloneLoadLibraries)
 {
     Origins loaders;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -18,6 +19,8 @@ class FilePartTest : public testing::Test
 protected:
     FilePartTest()
     {
+        // As the program does it.
+        static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
         std::array<int, 2> ends{};
         const int made = socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data());
         Q_ASSERT(made == 0);

@@ -261,8 +261,7 @@ Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles
 
 Result<void> Content::checkAccess(const Mount& mount, const QString& base) const
 {
-    const bool isServed =
-        m_reach == Reach::Network ? isPublic(mount, base) : isConfined(mount.rootDirectory, base);
+    const bool isServed = m_reach == Reach::Network ? isPublic(mount, base) : isConfined(mount.rootDirectory, base);
     if (isServed)
         return {};
     return Failures::accessViolation(base, mount.rootDirectory);
