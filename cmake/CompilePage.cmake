@@ -30,6 +30,13 @@ foreach(name IN LISTS FILES)
         message(FATAL_ERROR "${file}: the page has no media type for files of this name")
     endif()
 
+    # Browsers need no comments, which are a third of the scripts.
+    if(ending STREQUAL js)
+        execute_process(COMMAND sed "/^ *\\/\\*\\*/{:a;/\\*\\//!{N;ba};s|^ */\\*\\*.*\\*/||;};/^ *$/d" "${file}"
+            OUTPUT_FILE "${SOURCE}.js" COMMAND_ERROR_IS_FATAL ANY)
+        set(file "${SOURCE}.js")
+    endif()
+
     execute_process(COMMAND gzip -9nc "${file}" OUTPUT_FILE "${SOURCE}.gz" COMMAND_ERROR_IS_FATAL ANY)
     append_array(plain${index} "${file}")
     set(plain_size ${size})
@@ -44,7 +51,7 @@ foreach(name IN LISTS FILES)
         "          bytes(plain${index}, ${plain_size}), bytes(gzip${index}, ${size})}},\n")
     math(EXPR index "${index} + 1")
 endforeach()
-file(REMOVE "${SOURCE}.gz")
+file(REMOVE "${SOURCE}.gz" "${SOURCE}.js")
 
 file(WRITE "${SOURCE}" "// Made by CompilePage.cmake.
 

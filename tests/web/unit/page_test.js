@@ -1,0 +1,42 @@
+import assert from 'node:assert/strict';
+import { readFile, readdir } from 'node:fs/promises';
+import { test } from 'node:test';
+
+const web = new URL('../../../web/', import.meta.url);
+
+/** @param {string} ending */
+async function shipped(ending) {
+    const files = await readdir(new URL('app/', web), { recursive: true });
+    const names = ['index.html', ...files.map((file) => `app/${file}`)].filter((file) => file.endsWith(ending));
+    return Promise.all(names.map(async (name) => ({ name, content: await readFile(new URL(name, web), 'utf8') })));
+}
+
+test('the page needs nothing from other origins', async () => {
+    const namespace = 'http://www.w3.org/2000/svg';
+    for (const { name, content } of [...(await shipped('.js')), ...(await shipped('.html')), ...(await shipped('.css'))]) {
+        const addresses = content.replaceAll(/^ \*.*$/gm, '').match(/(https?|wss?):\/\/[^'"\s)]+/g) ?? [];
+        assert.deepEqual(addresses.filter((address) => address !== namespace), [], name);
+    }
+});
+
+test('all addresses are relative, so that the page can be served below any path', async () => {
+    const [{ content }] = await shipped('.html');
+    const addresses = [...content.matchAll(/(?:href|src)="([^"]+)"/g)].map(([, address]) => address);
+    assert(addresses.length > 5);
+    assert.deepEqual(addresses.filter((address) => !address.startsWith('app/')), []);
+});
+
+test('scripts import one another only', async () => {
+    for (const { name, content } of await shipped('.js')) {
+        const imports = [...content.matchAll(/(?:from |import\()'([^']+)'/g)].map(([, module]) => module);
+        assert.deepEqual(imports.filter((module) => !/^\.{1,2}\/[\w/]+\.js$/.test(module)), [], name);
+    }
+});
+
+test('the browser fetches all scripts at once instead of one import after the other', async () => {
+    const [{ content }] = await shipped('.html');
+    const ahead = [...content.matchAll(/rel="modulepreload" href="([^"]+)"/g)].map(([, address]) => address);
+    const scripts = (await shipped('.js')).map(({ name }) => name);
+    const others = scripts.filter((name) => name !== 'app/main.js' && !/languages\/(?!en)/.test(name));
+    assert.deepEqual(ahead.sort(), others.sort());
+});

@@ -1,0 +1,85 @@
+import { isolated, text } from './language.js';
+import { openMenu } from './menu.js';
+import { toast } from './toast.js';
+
+/** @typedef {import('./queue.js').Queue} Queue */
+/** @typedef {import('./session.js').Session} Session */
+
+/** What the queue can do with entries, by the last segment of the menu's paths. */
+const queueActions = /** @type {const} */ (['playNow', 'playNext', 'addToQueue', 'replaceQueue']);
+
+/** What can be done with entries: the queue's commands, and the menu that the server gives. */
+export class Actions {
+    #session;
+    #queue;
+
+    /**
+     * @param {Session} session
+     * @param {Queue} queue
+     */
+    constructor(session, queue) {
+        this.#session = session;
+        this.#queue = queue;
+    }
+
+    /** @param {string[]} paths */
+    play(paths) {
+        void this.#enqueue('playNow', paths);
+    }
+
+    /** @param {string[]} paths */
+    add(paths) {
+        void this.#enqueue('addToQueue', paths);
+    }
+
+    /**
+     * @param {string} path of the entry whose menu it is
+     * @param {string} name
+     * @param {string[]} concerned the entries that the actions concern
+     * @param {{ x: number, y: number }} at
+     */
+    async openMenu(path, name, concerned, at) {
+        try {
+            const { rows } = await this.#session.menu(path, ['title', 'path', 'value']);
+            const actions = rows.map(([title, action, value]) => this.#action(title, action, value, concerned));
+            if (actions.length > 0) openMenu(text('menuFor', { name: isolated(name) }), actions, at);
+        } catch (error) {
+            report(error);
+        }
+    }
+
+    /**
+     * @param {string} title
+     * @param {string} path of the action
+     * @param {unknown} value the entry
+     * @param {string[]} concerned
+     */
+    #action(title, path, value, concerned) {
+        const method = queueActions.find((action) => path === `/playlist/${action}`);
+        if (method) return { label: text(method), run: () => this.#enqueue(method, concerned) };
+        return { label: title, run: () => this.#session.set(path, value).catch(report) };
+    }
+
+    /**
+     * @param {typeof queueActions[number]} method
+     * @param {string[]} paths
+     */
+    async #enqueue(method, paths) {
+        try {
+            const added = await this.#queue[method](paths);
+            const heard = method === 'playNow' || method === 'replaceQueue';
+            if (added && !heard) toast(text('added', { count: added.added }));
+        } catch (error) {
+            report(error);
+        }
+    }
+}
+
+/**
+ * Says what did not work; what was given up on purpose is no failure.
+ * @param {any} error
+ */
+export function report(error) {
+    if (error?.name === 'AbortError') return;
+    toast(error?.name === 'ConnectionLost' ? text('connectionLost') : (error?.message ?? text('failed')));
+}
