@@ -74,7 +74,7 @@ public:
     void start(const QByteArray& key);
 
     void finish() override { close(websocket::close_code::going_away); }
-    void abort() override;
+    void abort() override { end(); }
     void checkAccess() override;
 
 private:
@@ -86,6 +86,7 @@ private:
     /// A function for other threads that calls the member function in the I/O thread, if the client is still there.
     [[nodiscard]] std::function<void()> poster(void (WebSocketClient::*function)());
 
+    void end();
     void opened(const ErrorCode& error);
     void readIfReady();
     void received(const ErrorCode& error);
@@ -144,7 +145,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
 
 WebSocketClient::~WebSocketClient()
 {
-    abort();
+    end();
 }
 
 void WebSocketClient::start(const QByteArray& key)
@@ -266,7 +267,7 @@ void WebSocketClient::sendClose()
     m_stream.async_close(*m_closeCode, [self = self()](const ErrorCode& /*error*/) { self->abort(); });
 }
 
-void WebSocketClient::abort()
+void WebSocketClient::end()
 {
     if (m_outbox) {
         m_outbox->close();
