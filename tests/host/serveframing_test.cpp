@@ -125,6 +125,14 @@ TEST_F(ServeFraming, IgnoresWhatFollowsARefusal)
     EXPECT_EQ(client.receive().status, 0);
 }
 
+TEST_F(ServeFraming, IgnoresWhatFollowsALaterRefusal)
+{
+    HttpClient client(serving.port());
+    EXPECT_EQ(client.get("/health").status, 200);
+    EXPECT_EQ(client.get("/health", {"Content-Length: 0", "Content-Length: 0"}).status, 400);
+    EXPECT_TRUE(client.connection().isClosedByPeer());
+}
+
 TEST_F(ServeFraming, ClosesTheConnectionWhenTheClientWantsIt)
 {
     HttpClient client(serving.port());

@@ -119,6 +119,7 @@ class HttpConnection : public ServedConnection
 public:
     HttpConnection(
         const ServerParts& parts, FileDescriptor socket, const Connection& ends, ConnectionTable::Place place);
+
     void start() { awaitRequest(); }
     void finish() override;
     void abort() override;
@@ -133,7 +134,6 @@ private:
     [[nodiscard]] auto handler(void (HttpConnection::*function)(const ErrorCode&));
 
     void awaitRequest();
-    void begun(const ErrorCode& error);
     void readHead();
     void headRead(const ErrorCode& error);
     void admitted(Admission admission);
@@ -244,6 +244,7 @@ void HttpConnection::readHead()
 {
     m_request = {};
     m_request.ends = m_ends;
+    m_staysOpen = false;
     m_stream.expires_after(headLimit);
     http::async_read_header(m_stream, m_buffer, *m_parser, handler(&HttpConnection::headRead));
 }

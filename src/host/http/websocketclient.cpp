@@ -78,7 +78,7 @@ public:
     void start(const QByteArray& key);
 
     void finish() override { close(websocket::close_code::going_away); }
-    void abort() override;
+    void abort() override { end(); }
     void checkAccess() override;
 
 private:
@@ -90,6 +90,7 @@ private:
     /// A function for other threads that calls the member function in the I/O thread, if the client is still there.
     [[nodiscard]] std::function<void()> poster(void (WebSocketClient::*function)());
 
+    void end();
     void opened(const ErrorCode& error);
     void readIfReady();
     void received(const ErrorCode& error);
@@ -148,7 +149,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
 
 WebSocketClient::~WebSocketClient()
 {
-    abort();
+    end();
 }
 
 void WebSocketClient::start(const QByteArray& key)
@@ -270,7 +271,7 @@ void WebSocketClient::sendClose()
     m_stream.async_close(*m_closeCode, [self = self()](const ErrorCode& /*error*/) { self->abort(); });
 }
 
-void WebSocketClient::abort()
+void WebSocketClient::end()
 {
     if (m_outbox) {
         m_outbox->close();

@@ -4,8 +4,8 @@
 
 const std::vector<Command>& allCommands()
 {
-    static const std::vector<Command> commands = {browseCommand(),  watchCommand(), sessionCommand(), serveCommand(), infoCommand(),
-                                                  prepareCommand(), countCommand(), menuCommand()};
+    static const std::vector<Command> commands = {browseCommand(), watchCommand(),   sessionCommand(), serveCommand(),
+                                                  infoCommand(),   prepareCommand(), countCommand(),   menuCommand()};
     return commands;
 }
 
