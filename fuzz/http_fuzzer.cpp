@@ -6,9 +6,9 @@
 #include "http/access.h"
 #include "http/accesslog.h"
 #include "http/conditions.h"
-#include "http/httpdate.h"
 #include "http/pageassets.h"
 #include "http/response.h"
+#include "media/httpdate.h"
 
 #include <QByteArrayList>
 

@@ -1,5 +1,5 @@
 #include "http/conditions.h"
-#include "http/httpdate.h"
+#include "media/httpdate.h"
 
 #include "printers.h"
 

@@ -1,6 +1,6 @@
 #include "http/conditions.h"
 
-#include "http/httpdate.h"
+#include "media/httpdate.h"
 
 namespace {
 

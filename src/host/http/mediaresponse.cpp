@@ -1,8 +1,8 @@
 #include "http/mediaresponse.h"
 
 #include "http/conditions.h"
-#include "http/httpdate.h"
 #include "media/byterange.h"
+#include "media/httpdate.h"
 
 #include <string_view>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "http/response.h"
 
-#include "http/httpdate.h"
+#include "media/httpdate.h"
 
 #include <algorithm>
 

@@ -1,7 +1,6 @@
 #include "media/byterange.h"
 
-#include <QDateTime>
-#include <QLocale>
+#include "media/httpdate.h"
 
 #include <algorithm>
 #include <limits>
@@ -84,7 +83,7 @@ ByteRange parseRange(std::string_view header, qint64 size)
 bool ifRangeMatches(std::string_view header, std::string_view etag, qint64 modified)
 {
     const std::string_view validator = trimmed(header);
-    return validator == etag || validator == httpDate(modified).toStdString();
+    return validator == etag || validator == toHttpDate(modified).toStdString();
 }
 
 ByteRange requestedRange(
@@ -94,10 +93,4 @@ ByteRange requestedRange(
     if (!range || (ifRange && !ifRangeMatches(*ifRange, etag, modified)))
         return {};
     return parseRange(*range, size);
-}
-
-QByteArray httpDate(qint64 seconds)
-{
-    static const QString format = QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'");
-    return QLocale::c().toString(QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC), format).toLatin1();
 }

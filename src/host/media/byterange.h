@@ -40,6 +40,3 @@ struct ByteRange
 [[nodiscard]] ByteRange requestedRange(
     std::optional<std::string_view> range, std::optional<std::string_view> ifRange, std::string_view etag,
     qint64 modified, qint64 size);
-
-/// The time in the form of HTTP: "Sun, 06 Nov 1994 08:49:37 GMT". `seconds`: since 1970-01-01 UTC.
-[[nodiscard]] QByteArray httpDate(qint64 seconds);

@@ -1,4 +1,4 @@
-#include "http/httpdate.h"
+#include "media/httpdate.h"
 
 #include <QDateTime>
 #include <QLocale>
