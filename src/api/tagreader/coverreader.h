@@ -13,6 +13,7 @@ struct CoverArt
     QString mimeType;
     /// In pixels.
     QSize size;
+    /// The bytes of the file.
     QByteArray data;
 };
 
