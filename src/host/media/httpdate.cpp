@@ -50,7 +50,7 @@ std::optional<std::time_t> fromHttpDate(const QByteArray& text)
     if (text.isEmpty())
         return std::nullopt;
     // The oldest form pads the day with a space.
-    const QString words = QString::fromLatin1(text.constData(), text.size()).simplified();
+    const QString words = QString(QLatin1String(text.constData(), text.size())).simplified();
     // The weekday is left out: it cannot be checked where the year has two digits only.
     const QString date = words.mid(words.indexOf(u' ') + 1);
     const std::array<QDateTime, 3> readings = {
