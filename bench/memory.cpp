@@ -1,6 +1,7 @@
 #include "peers/floor.h"
 #include "support/hostsession.h"
 #include "support/module.h"
+#include "support/procstatus.h"
 #include "support/race.h"
 #include "support/workshop.h"
 #include "tavo/tavoroles.h"
@@ -10,7 +11,6 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QThread>
 
 #include <cstdio>
@@ -29,26 +29,9 @@ struct Memory
     double after = 0;
 };
 
-/// A file of /proc about a process of ours.
-QString procFile(pid_t process, const char* name)
-{
-    return QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name));
-}
-
-double status(pid_t process, const char* name)
-{
-    QFile file(procFile(process, "status"));
-    require(file.open(QIODevice::ReadOnly), "cannot read a process' status");
-    const QRegularExpression line(
-        QStringLiteral("^%1:\\s+(\\d+) kB").arg(QLatin1String(name)), QRegularExpression::MultilineOption);
-    const QRegularExpressionMatch match = line.match(QString::fromLatin1(file.readAll()));
-    require(match.hasMatch(), "a process' status has another form");
-    return match.captured(1).toDouble();
-}
-
 void forgetPeak(pid_t process)
 {
-    QFile file(procFile(process, "clear_refs"));
+    QFile file(QStringLiteral("/proc/%1/clear_refs").arg(process));
     require(file.open(QIODevice::WriteOnly) && file.write("5") == 1, "cannot reset a process' peak");
 }
 
@@ -59,14 +42,14 @@ Memory watch(pid_t process, const List& list, const QString& small, const QStrin
     list(small);
     forgetPeak(process);
     Memory memory;
-    memory.before = status(process, "VmRSS");
+    memory.before = kilobytesOf("VmRSS", process);
     list(large);
-    memory.peak = status(process, "VmHWM");
+    memory.peak = kilobytesOf("VmHWM", process);
     list(small);
     // The process may free memory after it has answered.
     const QDeadlineTimer deadline(2000);
     do {
-        memory.after = status(process, "VmRSS");
+        memory.after = kilobytesOf("VmRSS", process);
         QThread::msleep(10);
     } while (memory.after > restingGrowth * memory.before && !deadline.hasExpired());
     return memory;

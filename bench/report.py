@@ -16,7 +16,7 @@ BEGIN, END = "<!-- table: begin -->", "<!-- table: end -->"
 OF_THE_FRAMEWORK = {
     "name", "family_index", "per_family_instance_index", "run_name", "run_type", "repetitions", "repetition_index",
     "threads", "aggregate_name", "aggregate_unit", "iterations", "real_time", "cpu_time", "time_unit"}
-PACKAGES = {"Qt": "libqt5core5a", "GLib": "libglib2.0-0", "KIO": "kio", "MPD": "mpd", "findutils": "findutils",
+PACKAGES = {"Qt": "libqt5core5a", "GLib": "libglib2.0-0", "KIO": "kio", "MPD": "mpd", "nginx": "nginx", "findutils": "findutils",
             "TagLib": "libtag1v5", "log4cplus": "liblog4cplus-2.0.5"}
 
 

@@ -8,11 +8,9 @@
 #include <QFile>
 #include <QThread>
 
-#include <csignal>
 #include <cstring>
 #include <string_view>
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -39,11 +37,6 @@ bool startsWith(std::string_view text, std::string_view start)
 
 } // namespace
 
-void Mpd::Daemon::setupChildProcess()
-{
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-}
-
 Mpd::Mpd(const QString& musicDirectory)
 {
     writeConfiguration(musicDirectory);
@@ -57,8 +50,6 @@ Mpd::Mpd(const QString& musicDirectory)
 Mpd::~Mpd()
 {
     close(m_socket);
-    m_daemon.terminate();
-    m_daemon.waitForFinished();
 }
 
 QString Mpd::inState(const char* name) const

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QProcess>
+#include "support/daemon.h"
+
 #include <QString>
 #include <QTemporaryDir>
 
@@ -28,12 +29,6 @@ private:
     /// Sends a command and returns the lines of the answer.
     template<typename PerLine>
     void command(const std::string& text, const PerLine& perLine);
-
-    /// The kernel kills it when this program ends, even by a crash.
-    class Daemon : public QProcess
-    {
-        void setupChildProcess() override;
-    };
 
     QTemporaryDir m_state;
     Daemon m_daemon;

@@ -43,6 +43,21 @@ std::vector<std::string> commandFor(const QString& root, const QStringList& patt
 
 } // namespace
 
+QByteArray rowsRequest(const QString& directory, int first, int last, const QStringList& roles)
+{
+    const QJsonObject parameters = {
+        {QStringLiteral("path"), QStringLiteral("/file/") + directory},
+        {QStringLiteral("first"), first},
+        {QStringLiteral("last"), last},
+        {QStringLiteral("roles"), QJsonArray::fromStringList(roles)}};
+    const QJsonObject request = {
+        {QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
+        {QStringLiteral("id"), 1},
+        {QStringLiteral("method"), QStringLiteral("rows")},
+        {QStringLiteral("params"), parameters}};
+    return QJsonDocument(request).toJson(QJsonDocument::Compact);
+}
+
 HostSession::HostSession(const QString& root, const QStringList& patterns)
 {
     int input[2] = {};
@@ -65,18 +80,18 @@ HostSession::~HostSession()
 
 std::string_view HostSession::rows(const QString& directory, int first, int last, const QStringList& roles)
 {
-    const QJsonObject parameters = {
-        {QStringLiteral("path"), QStringLiteral("/file/") + directory},
-        {QStringLiteral("first"), first},
-        {QStringLiteral("last"), last},
-        {QStringLiteral("roles"), QJsonArray::fromStringList(roles)}};
-    const QJsonObject request = {
-        {QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-        {QStringLiteral("id"), 1},
-        {QStringLiteral("method"), QStringLiteral("rows")},
-        {QStringLiteral("params"), parameters}};
-    const QByteArray line = QJsonDocument(request).toJson(QJsonDocument::Compact) + '\n';
+    ask(rowsRequest(directory, first, last, roles));
+    return answer();
+}
+
+void HostSession::ask(const QByteArray& request) const
+{
+    const QByteArray line = request + '\n';
     require(write(m_input, line.constData(), static_cast<std::size_t>(line.size())) == line.size(), "the host hung up");
+}
+
+std::string_view HostSession::answer()
+{
     const std::string_view answer = m_answers->next();
     require(answer.find("\"result\"") != std::string_view::npos, "the host refused a request");
     return answer;

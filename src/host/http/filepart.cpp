@@ -9,10 +9,9 @@
 
 namespace {
 
-/// Bytes: looked at or loaded at a time, sent in one turn, given to the kernel in one call, and between two probes.
+/// Bytes: looked at or loaded at a time, sent in one turn, and between two probes.
 constexpr qint64 window = qint64{1} << 20;
 constexpr qint64 turn = qint64{1} << 20;
-constexpr qint64 piece = qint64{256} << 10;
 constexpr qint64 probeDistance = qint64{128} << 10;
 
 /// Whether the byte is in the page cache. If the file system cannot say so, it is taken to be on the disk.
@@ -35,7 +34,7 @@ FilePart::Step FilePart::send(int socket)
                 return Step::Cold;
             m_warmEnd = windowEnd();
         }
-        const auto length = static_cast<std::size_t>(std::min(piece, std::min(m_warmEnd, turnEnd) - m_next));
+        const auto length = static_cast<std::size_t>(std::min(m_warmEnd, turnEnd) - m_next);
         off64_t offset = m_next;
         const ssize_t sent = sendfile64(socket, m_file->descriptor.get(), &offset, length);
         if (sent < 0 && errno == EAGAIN)
