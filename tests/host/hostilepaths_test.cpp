@@ -4,6 +4,8 @@
 #include "support/stillserving.h"
 #include "support/swapper.h"
 
+#include "printers.h"
+
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -17,6 +19,15 @@
 #include <sys/stat.h>
 
 namespace {
+
+/// A tag with a short title, as the start of an MP3 file.
+QByteArray songWithTitle(const QString& title)
+{
+    const QByteArray utf8 = '\3' + title.toUtf8();
+    const auto length = [](int size) { return QByteArray(3, '\0') + static_cast<char>(size); };
+    const QByteArray frame = "TIT2" + length(utf8.size()) + QByteArray(2, '\0') + utf8;
+    return QByteArray("ID3\4\0\0", 6) + length(frame.size()) + frame;
+}
 
 class HostilePaths : public StillServing
 {
@@ -185,6 +196,16 @@ TEST_F(HostilePaths, PassNamesOnAsData)
     for (const QJsonValue& row : rows)
         titles.append(row.toArray().at(0).toString());
     EXPECT_THAT(titles, testing::UnorderedElementsAreArray(names));
+}
+
+TEST_F(HostilePaths, PassTagsOnAsData)
+{
+    const QString title = QStringLiteral("<img src=x onerror=alert(1)>\r\n\r\n\"\\\u202E\u2028");
+    add("tagged.mp3", songWithTitle(title));
+    QJsonObject parameters = pathParameter("/file/playList/prepareItems");
+    parameters.insert(QStringLiteral("value"), QJsonArray{QStringLiteral("/file/tagged.mp3")});
+    const QJsonObject item = resultOf("set", parameters).toArray().at(0).toObject();
+    EXPECT_EQ(item.value(QLatin1String("title")).toString(), title);
 }
 
 TEST_F(HostilePaths, DoNotReturnInTheHeadOfAnAnswer)
