@@ -106,8 +106,10 @@ void allowManyDescriptors()
 TEST_F(HostileClients, AreTurnedAwayWhenTheyAreTooMany)
 {
     ASSERT_NO_FATAL_FAILURE(allowManyDescriptors());
+    constexpr int attempts = 2000;
     std::vector<HttpClient> clients;
-    for (int i = 0; i < 2000; ++i)
+    clients.reserve(attempts);
+    for (int i = 0; i < attempts; ++i)
         clients.emplace_back(serving.port());
     int served = 0;
     for (HttpClient& client : clients)
