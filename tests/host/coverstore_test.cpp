@@ -316,13 +316,7 @@ TEST_F(CoverStoreTest, PictureOfAnotherFormatIsMadeOne)
 
 TEST_F(CoverStoreTest, PictureOfTooManyPixelsIsRefused)
 {
-    // Of one bit each, so that the test could decode it.
-    QImage image(6000, 6000, QImage::Format_Mono);
-    image.fill(0);
-    QByteArray png;
-    QBuffer out(&png);
-    ASSERT_TRUE(image.save(&out, "png"));
-    add("a/cover.png", png);
+    add("a/cover.png", monochromePng({6000, 6000}));
     EXPECT_FALSE(cover("a"));
 }
 

@@ -6,6 +6,8 @@
 #include "content/subscriptions.h"
 #include "exec/workerthread.h"
 
+#include "support/changingtree.h"
+
 #include <model/cmsubscribe.h>
 #include <tavo/tavoroles.h>
 
@@ -20,12 +22,10 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <cstring>
 #include <fstream>
 #include <future>
 #include <map>
 #include <mutex>
-#include <random>
 #include <set>
 #include <thread>
 
@@ -44,113 +44,6 @@ int fromEnvironment(const char* name, int byDefault)
     const QByteArray value = qgetenv(name);
     return value.isEmpty() ? byDefault : value.toInt();
 }
-
-using Random = std::mt19937;
-
-int below(Random& random, int limit)
-{
-    return static_cast<int>(random() % static_cast<unsigned>(limit));
-}
-
-/// The rows that a client should hold, read without the worker.
-QStringList titlesOnDisk(const QString& directory)
-{
-    std::vector<QByteArray> directories;
-    std::vector<QByteArray> files;
-    QDirIterator entries(directory, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System);
-    while (entries.hasNext()) {
-        entries.next();
-        const QByteArray name = entries.fileName().toUtf8();
-        if (entries.fileInfo().isDir())
-            directories.push_back(name);
-        else if (name.endsWith(".mp3"))
-            files.push_back(name);
-    }
-    const auto inOrder = [](const QByteArray& a, const QByteArray& b) {
-        return std::strcoll(a.constData(), b.constData()) < 0;
-    };
-    std::sort(directories.begin(), directories.end(), inOrder);
-    std::sort(files.begin(), files.end(), inOrder);
-    QStringList titles;
-    for (const auto* group : {&directories, &files}) {
-        for (const QByteArray& name : *group)
-            titles.append(QString::fromUtf8(name));
-    }
-    return titles;
-}
-
-/// Changes a tree at random.
-class Mutator
-{
-public:
-    Mutator(QString root, unsigned seed) : m_root(std::move(root)), m_random(seed) {}
-
-    void change()
-    {
-        const QString path = anyPath();
-        switch (below(m_random, 8)) {
-        case 0:
-        case 1:
-            return write(path + QStringLiteral(".mp3"));
-        case 2:
-            return write(path + QStringLiteral(".txt"));
-        case 3:
-        case 4:
-            QDir().mkpath(path);
-            return;
-        case 5:
-            return remove(anyEntry());
-        case 6:
-            QFile::rename(anyEntry(), path);
-            return;
-        default:
-            return replace(anyEntry());
-        }
-    }
-
-private:
-    [[nodiscard]] QString anyName() { return QStringLiteral("n%1").arg(below(m_random, 6)); }
-
-    [[nodiscard]] QString anyPath()
-    {
-        QString path = m_root;
-        for (int depth = 1 + below(m_random, 4); depth > 0; --depth)
-            path += QLatin1Char('/') + anyName();
-        return path;
-    }
-
-    [[nodiscard]] QString anyEntry()
-    {
-        const QString path = anyPath();
-        return below(m_random, 2) == 0 ? path : path + QStringLiteral(".mp3");
-    }
-
-    static void write(const QString& path)
-    {
-        QFile file(path);
-        if (file.open(QIODevice::WriteOnly))
-            file.write("x");
-    }
-
-    static void remove(const QString& path)
-    {
-        QDir(path).removeRecursively();
-        QFile::remove(path);
-    }
-
-    /// Something else of the same name, at once.
-    void replace(const QString& path)
-    {
-        remove(path);
-        if (below(m_random, 3) == 0)
-            return write(path);
-        QDir().mkpath(path);
-        write(path + QStringLiteral("/") + anyName() + QStringLiteral(".mp3"));
-    }
-
-    QString m_root;
-    Random m_random;
-};
 
 /// A client in a thread of its own: opens and closes at random, reads what it has opened, again after a reset.
 class Client

@@ -7,6 +7,7 @@
 #include "content/networknames.h"
 
 #include "support/servedcontent.h"
+#include "support/swapper.h"
 #include "support/temporarytree.h"
 
 #include "printers.h"
@@ -15,10 +16,6 @@
 #include <QUrl>
 
 #include <gtest/gtest.h>
-
-#include <atomic>
-#include <cstdio>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -226,36 +223,6 @@ TEST_F(MediaLibraryTest, WriterOfAPipeIsNotDisturbed)
     EXPECT_FALSE(open("pipe.mp3"));
     EXPECT_EQ(write(writer.get(), "x", 1), 1);
 }
-
-/// Swaps two names until it is destroyed.
-class Swapper
-{
-public:
-    Swapper(const QString& a, const QString& b)
-        : m_thread([this, a = a.toUtf8(), b = b.toUtf8()] {
-              while (!m_isEnding) {
-                  renameat2(AT_FDCWD, a.constData(), AT_FDCWD, b.constData(), RENAME_EXCHANGE);
-                  ++m_swaps;
-              }
-          })
-    {
-    }
-
-    ~Swapper()
-    {
-        m_isEnding = true;
-        m_thread.join();
-    }
-
-    Q_DISABLE_COPY_MOVE(Swapper)
-
-    [[nodiscard]] int swaps() const { return m_swaps; }
-
-private:
-    std::atomic<bool> m_isEnding{false};
-    std::atomic<int> m_swaps{0};
-    std::thread m_thread;
-};
 
 TEST_F(MediaLibraryTest, NothingOutsideIsReadWhileLinksAreSwapped)
 {

@@ -99,11 +99,20 @@ TEST_F(ServeFraming, RefusesAHugeBody)
     EXPECT_EQ(status(post({"Content-Length: 1048576"}, longest)), 200);
 }
 
-TEST_F(ServeFraming, EndsAConnectionWhoseHeadComesTooSlowly)
+TEST_F(ServeFraming, EndsAConnectionWhoseHeadComesByteByByte)
 {
+    constexpr std::chrono::milliseconds pause{200};
+    constexpr int longest = 200;
     RawConnection slow(serving.port());
-    slow.send("GET / HTTP/1.1\r\n");
+    RawConnection silent(serving.port());
+    silent.send("GET / HTTP/1.1\r\n");
+    int sent = 0;
+    for (slow.send("GET / HTTP/1.1\r\n"); sent < longest && !slow.isReadable(pause); ++sent)
+        slow.send("x");
+    EXPECT_LT(sent, longest);
     EXPECT_TRUE(slow.isClosedByPeer());
+    EXPECT_TRUE(silent.isClosedByPeer());
+    EXPECT_EQ(status(requestText("GET", "/health")), 200);
 }
 
 TEST_F(ServeFraming, AnswersPipelinedRequestsInTheirOrder)

@@ -34,7 +34,8 @@ public:
     /// Posts a message of JSON-RPC.
     [[nodiscard]] HttpResponse rpc(const QByteArray& message);
 
-    void send(const QByteArray& bytes) { m_connection.send(bytes); }
+    /// False if the server takes no more.
+    bool send(const QByteArray& bytes) { return m_connection.send(bytes); }
     /// The next response. In answer to HEAD it has no body.
     [[nodiscard]] HttpResponse receive(bool isHead = false);
     [[nodiscard]] RawConnection& connection() { return m_connection; }

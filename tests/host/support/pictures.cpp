@@ -29,6 +29,16 @@ QByteArray pictureFile(const QSize& size, const char* format)
     return bytes;
 }
 
+QByteArray monochromePng(const QSize& size)
+{
+    QImage image(size, QImage::Format_Mono);
+    image.fill(0);
+    QByteArray bytes;
+    QBuffer out(&bytes);
+    EXPECT_TRUE(image.save(&out, "png"));
+    return bytes;
+}
+
 QByteArray songWithCover(const QByteArray& picture)
 {
     // Latin-1, the MIME type, a front cover, no description.

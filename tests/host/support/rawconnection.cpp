@@ -31,10 +31,10 @@ int connectTo(const char* address, quint16 port)
     return descriptor;
 }
 
-bool waitFor(int descriptor, short events)
+bool waitFor(int descriptor, short events, int limit = patience)
 {
     pollfd waiting = {descriptor, events, 0};
-    return poll(&waiting, 1, patience) == 1;
+    return poll(&waiting, 1, limit) == 1;
 }
 
 } // namespace
@@ -105,6 +105,11 @@ QByteArray RawConnection::receiveUntil(const QByteArray& text)
 QByteArray RawConnection::receiveAll()
 {
     return receive(std::numeric_limits<int>::max());
+}
+
+bool RawConnection::isReadable(std::chrono::milliseconds limit) const
+{
+    return !m_buffer.isEmpty() || m_hasEnded || waitFor(m_socket, POLLIN, static_cast<int>(limit.count()));
 }
 
 bool RawConnection::isClosedByPeer()

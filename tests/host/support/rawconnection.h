@@ -2,6 +2,8 @@
 
 #include <QByteArray>
 
+#include <chrono>
+
 /// A TCP connection to this machine, without any protocol. Every wait has a limit; what takes longer counts as the end.
 class RawConnection
 {
@@ -25,6 +27,8 @@ public:
     [[nodiscard]] QByteArray receiveUntil(const QByteArray& text);
     /// Everything until the other end closes or resets the connection.
     [[nodiscard]] QByteArray receiveAll();
+    /// Whether input or the end arrives within this time.
+    [[nodiscard]] bool isReadable(std::chrono::milliseconds limit) const;
     /// True if the other end closes or resets the connection; drops what it sends before.
     [[nodiscard]] bool isClosedByPeer();
 

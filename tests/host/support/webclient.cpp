@@ -53,14 +53,14 @@ WebClient::WebClient(quint16 port, const std::vector<QByteArray>& fields)
 {
 }
 
-void WebClient::send(Opcode opcode, const QByteArray& payload, bool isFinal)
+bool WebClient::send(Opcode opcode, const QByteArray& payload, bool isFinal)
 {
     const QByteArray mask = "\x12\x34\x56\x78";
     QByteArray frame(1, static_cast<char>((isFinal ? 0x80 : 0) | opcode));
     frame += frameLength(payload.size()) + mask;
     for (int i = 0; i < payload.size(); ++i)
         frame.append(static_cast<char>(payload.at(i) ^ mask.at(i % 4)));
-    m_http.send(frame);
+    return m_http.send(frame);
 }
 
 WebClient::Frame WebClient::nextFrame()

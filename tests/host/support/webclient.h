@@ -28,8 +28,8 @@ public:
     [[nodiscard]] const HttpResponse& response() const { return m_response; }
     [[nodiscard]] RawConnection& connection() { return m_http.connection(); }
 
-    /// Sends a masked frame.
-    void send(Opcode opcode, const QByteArray& payload, bool isFinal = true);
+    /// Sends a masked frame; false if the server takes no more.
+    bool send(Opcode opcode, const QByteArray& payload, bool isFinal = true);
     /// The next frame of any kind.
     [[nodiscard]] Frame nextFrame();
 
