@@ -73,7 +73,10 @@ export class ConnectionLost extends Error {
  * @property {(error: Error) => void} reject
  */
 
-/** @typedef {{ listeners: Set<Listener>, opening: Promise<unknown> | null }} Subscription */
+/**
+ * An open path. `id` is that of the newest request to open it; `opening` is null once that is answered.
+ * @typedef {{ listeners: Set<Listener>, id: number, opening: Promise<unknown> | null }} Subscription
+ */
 
 const firstDelay = 500;
 const longestDelay = 15000;
@@ -163,7 +166,17 @@ export class Session extends EventTarget {
     request(method, params = {}, signal) {
         if (signal?.aborted) return Promise.reject(signal.reason);
         if (method === 'set' && this.#state !== 'online') return Promise.reject(new ConnectionLost());
-        const id = this.#nextId++;
+        return this.#ask(this.#nextId++, method, params, signal);
+    }
+
+    /**
+     * @param {number} id
+     * @param {string} method
+     * @param {object} params
+     * @param {AbortSignal} [signal]
+     * @returns {Promise<any>}
+     */
+    #ask(id, method, params, signal) {
         return new Promise((resolve, reject) => {
             this.#pending.set(id, { method, params, sent: false, resolve, reject });
             signal?.addEventListener('abort', () => {
@@ -231,11 +244,10 @@ export class Session extends EventTarget {
             return;
         }
         /** @type {Subscription} */
-        const subscription = { listeners: new Set([listener]), opening: null };
+        const subscription = { listeners: new Set([listener]), id: 0, opening: null };
         this.#subscriptions.set(path, subscription);
-        subscription.opening = this.request('open', { path });
         try {
-            await subscription.opening;
+            await this.#askToOpen(path, subscription);
         } catch (error) {
             if (this.#subscriptions.get(path) === subscription) this.#subscriptions.delete(path);
             throw error;
@@ -245,7 +257,8 @@ export class Session extends EventTarget {
     }
 
     /**
-     * Ends what `open` began. The last listener of a path closes it.
+     * Ends what `open` began. The last listener of a path closes it; if the server was not yet asked to open the path, it
+     * never is, and `open` fails with an `AbortError`.
      * @param {string} path
      * @param {Listener} listener
      */
@@ -253,8 +266,32 @@ export class Session extends EventTarget {
         const subscription = this.#subscriptions.get(path);
         if (!subscription?.listeners.delete(listener) || subscription.listeners.size > 0) return;
         this.#subscriptions.delete(path);
+        if (this.#withdraw(subscription.id)) return;
         // A lost connection or a directory that is gone has closed the path already.
         if (this.#state === 'online') this.request('close', { path }).catch(() => {});
+    }
+
+    /**
+     * @param {string} path
+     * @param {Subscription} subscription
+     */
+    #askToOpen(path, subscription) {
+        subscription.id = this.#nextId++;
+        subscription.opening = this.#ask(subscription.id, 'open', { path });
+        return subscription.opening;
+    }
+
+    /**
+     * Drops a request that has not been sent.
+     * @param {number} id
+     * @returns {boolean} false if there is none
+     */
+    #withdraw(id) {
+        const pending = this.#pending.get(id);
+        if (!pending || pending.sent) return false;
+        this.#pending.delete(id);
+        pending.reject(new DOMException('closed before it was opened', 'AbortError'));
+        return true;
     }
 
     #dial() {
@@ -287,10 +324,9 @@ export class Session extends EventTarget {
      * @param {Subscription} subscription
      */
     async #restore(path, subscription) {
-        subscription.opening = this.request('open', { path });
         let changes = ['reset'];
         try {
-            await subscription.opening;
+            await this.#askToOpen(path, subscription);
         } catch {
             changes = ['close'];
         }

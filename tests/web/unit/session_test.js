@@ -91,6 +91,34 @@ test('an open path is opened again after a lost connection, and its listener hea
     assert.equal(host.asked('open').length, 2);
 });
 
+test('a path that is closed before the connection is never opened', async () => {
+    const host = new FakeHost();
+    host.addDirectory('/file/', []);
+    const session = new Session({ connect: new FakeNetwork(host).connect });
+    const listener = () => {};
+    const refused = assert.rejects(session.open('/file/', listener), { name: 'AbortError' });
+    session.close('/file/', listener);
+    session.start();
+    await session.describe();
+    assert.deepEqual(host.asked('open'), []);
+    await refused;
+});
+
+test('a path that is closed while its opening waits for a new connection is not opened again', async () => {
+    const { host, network, session, timer } = await online();
+    const listener = () => {};
+    host.before = () => new Promise(() => {});
+    const refused = assert.rejects(session.open('/file/', listener), { name: 'AbortError' });
+    network.break();
+    await reached(session, 'lost');
+    session.close('/file/', listener);
+    host.before = async () => {};
+    timer.fire();
+    await session.describe();
+    assert.equal(host.asked('open').length, 1);
+    await refused;
+});
+
 test('a path that was closed by the host can be opened again', async () => {
     const { host, session } = await online();
     const closed = new Promise((resolve) => void session.open('/file/', resolve));
