@@ -178,10 +178,16 @@ export class Session extends EventTarget {
      */
     #ask(id, method, params, signal) {
         return new Promise((resolve, reject) => {
-            this.#pending.set(id, { method, params, sent: false, resolve, reject });
-            signal?.addEventListener('abort', () => {
-                if (this.#pending.delete(id)) reject(signal.reason);
-            });
+            const abort = () => {
+                this.#pending.delete(id);
+                reject(signal?.reason);
+            };
+            const settled = (/** @type {(outcome: any) => void} */ settle) => (/** @type {any} */ outcome) => {
+                signal?.removeEventListener('abort', abort);
+                settle(outcome);
+            };
+            this.#pending.set(id, { method, params, sent: false, resolve: settled(resolve), reject: settled(reject) });
+            signal?.addEventListener('abort', abort, { once: true });
             if (this.#state === 'online') this.#send(id);
         });
     }

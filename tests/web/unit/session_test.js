@@ -1,4 +1,5 @@
 import assert from 'node:assert/strict';
+import { getEventListeners } from 'node:events';
 import { test } from 'node:test';
 
 import { ConnectionLost, Session, SessionError } from '../../../web/app/session.js';
@@ -227,6 +228,14 @@ test('an aborted request is rejected and its answer ignored', async () => {
     const answer = session.rows('/file/', {}, abort.signal);
     abort.abort();
     await assert.rejects(answer, { name: 'AbortError' });
+});
+
+test('a settled request no longer listens to its signal', async () => {
+    const { session } = await online();
+    const { signal } = new AbortController();
+    await session.rows('/file/', { roles: ['title'] }, signal);
+    await assert.rejects(session.rows('/file/missing', {}, signal));
+    assert.equal(getEventListeners(signal, 'abort').length, 0);
 });
 
 test('a stopped session fails what is unanswered', async () => {
