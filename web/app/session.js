@@ -101,6 +101,8 @@ export class Session extends EventTarget {
     /** @type {any} */
     #retry = null;
     #failures = 0;
+    /** Counts the connections that were begun and the stops. */
+    #attempt = 0;
     #nextId = 1;
     /** @type {Map<number, Pending>} */
     #pending = new Map();
@@ -137,6 +139,7 @@ export class Session extends EventTarget {
     /** Ends the connection and fails what is not answered. */
     stop() {
         this.#stopTimer(this.#retry);
+        this.#attempt += 1;
         const socket = this.#socket;
         this.#socket = null;
         socket?.close();
@@ -302,6 +305,7 @@ export class Session extends EventTarget {
 
     #dial() {
         this.#stopTimer(this.#retry);
+        this.#attempt += 1;
         if (this.#state !== 'lost') this.#enter('connecting');
         const socket = this.#connect();
         this.#socket = socket;
@@ -344,11 +348,14 @@ export class Session extends EventTarget {
     async #lose(opened) {
         this.#socket = null;
         this.#failPending();
-        if (!opened && (await this.#signInNeeded().catch(() => false))) {
+        const attempt = this.#attempt;
+        const signInNeeded = !opened && (await this.#signInNeeded().catch(() => false));
+        // The session may have been stopped or have begun another connection in the meantime.
+        if (this.#attempt !== attempt) return;
+        if (signInNeeded) {
             this.#enter('signIn');
             return;
         }
-        if (this.#state === 'closed' || this.#socket) return;
         this.#enter('lost');
         this.#retry = this.#startTimer(() => this.#dial(), this.#delay());
         this.#failures += 1;

@@ -222,6 +222,43 @@ test('a refused connection that needs a sign-in waits for it', async () => {
     await reached(session, 'online');
 });
 
+/** A session whose connection was refused and that asks whether a sign-in is needed until `answer` is called. */
+async function refusedConnection() {
+    const network = new FakeNetwork(new FakeHost());
+    network.up = false;
+    const timer = new ManualTimer();
+    /** @type {(needed: boolean) => void} */
+    let answer = () => {};
+    const asked = new EventTarget();
+    const signInNeeded = () => {
+        asked.dispatchEvent(new Event('asked'));
+        return new Promise((resolve) => (answer = resolve));
+    };
+    const session = new Session({ connect: network.connect, signInNeeded, timer });
+    session.start();
+    await next(asked, 'asked');
+    return { network, session, timer, answer };
+}
+
+test('a session that was stopped needs no sign-in', async () => {
+    const { session, answer } = await refusedConnection();
+    session.stop();
+    answer(true);
+    await new Promise(setImmediate);
+    assert.equal(session.state, 'closed');
+});
+
+test('a session that was started again is not lost with the connection before', async () => {
+    const { network, session, timer, answer } = await refusedConnection();
+    network.up = true;
+    session.start();
+    await reached(session, 'online');
+    answer(true);
+    await new Promise(setImmediate);
+    assert.equal(session.state, 'online');
+    assert.equal(timer.waiting.length, 0);
+});
+
 test('an aborted request is rejected and its answer ignored', async () => {
     const { session } = await online();
     const abort = new AbortController();
