@@ -56,6 +56,14 @@ export class SessionError extends Error {
     }
 }
 
+/**
+ * Whether the server asks to try again later: it is busy, or it cancelled the request because it stops.
+ * @param {any} error
+ */
+export function isBusy(error) {
+    return error?.code === -32002 || error?.code === -32004;
+}
+
 /** The connection broke before a `set` was answered. Whether it was carried out is unknown. */
 export class ConnectionLost extends Error {
     constructor() {
