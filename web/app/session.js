@@ -376,8 +376,10 @@ export class Session extends EventTarget {
     }
 
     #failPending() {
+        const wanted = new Set([...this.#subscriptions.values()].map((subscription) => subscription.id));
         for (const [id, pending] of this.#pending) {
-            if (pending.method === 'set' || pending.method === 'close') {
+            const obsolete = pending.method === 'close' || (pending.method === 'open' && !wanted.has(id));
+            if (pending.method === 'set' || obsolete) {
                 this.#pending.delete(id);
                 pending.reject(new ConnectionLost());
             }

@@ -120,6 +120,21 @@ test('a path that is closed while its opening waits for a new connection is not 
     await refused;
 });
 
+test('a path that is closed before the connection is lost is not opened again, answered or not', async () => {
+    const { host, network, session, timer } = await online();
+    const listener = () => {};
+    host.before = () => new Promise(() => {});
+    const lost = assert.rejects(session.open('/file/', listener), ConnectionLost);
+    session.close('/file/', listener);
+    network.break();
+    await reached(session, 'lost');
+    host.before = async () => {};
+    timer.fire();
+    await session.describe();
+    assert.equal(host.asked('open').length, 1);
+    await lost;
+});
+
 test('a path that was closed by the host can be opened again', async () => {
     const { host, session } = await online();
     const closed = new Promise((resolve) => void session.open('/file/', resolve));
