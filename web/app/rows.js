@@ -1,5 +1,6 @@
 import { Listing, roles, wordsMatcher } from './listing.js';
 import { parent, top } from './paths.js';
+import { isBusy } from './session.js';
 
 /** @typedef {import('./listing.js').Row} Row */
 /** @typedef {import('./session.js').Session} Session */
@@ -475,14 +476,6 @@ async function onceNotBusy(act) {
 
 function pause() {
     return new Promise((resolve) => setTimeout(resolve, busyDelay));
-}
-
-/**
- * Whether the server asks to try again later.
- * @param {any} error
- */
-function isBusy(error) {
-    return error?.code === -32002 || error?.code === -32004;
 }
 
 /** @param {any} error */

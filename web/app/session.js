@@ -56,6 +56,14 @@ export class SessionError extends Error {
     }
 }
 
+/**
+ * Whether the server asks to try again later: it is busy, or it cancelled the request because it stops.
+ * @param {any} error
+ */
+export function isBusy(error) {
+    return error?.code === -32002 || error?.code === -32004;
+}
+
 /** The connection broke before a `set` was answered. Whether it was carried out is unknown. */
 export class ConnectionLost extends Error {
     constructor() {
@@ -73,7 +81,10 @@ export class ConnectionLost extends Error {
  * @property {(error: Error) => void} reject
  */
 
-/** @typedef {{ listeners: Set<Listener>, opening: Promise<unknown> | null }} Subscription */
+/**
+ * An open path. `id` is that of the newest request to open it; `opening` is null once that is answered.
+ * @typedef {{ listeners: Set<Listener>, id: number, opening: Promise<unknown> | null }} Subscription
+ */
 
 const firstDelay = 500;
 const longestDelay = 15000;
@@ -98,6 +109,8 @@ export class Session extends EventTarget {
     /** @type {any} */
     #retry = null;
     #failures = 0;
+    /** Counts the connections that were begun and the stops. */
+    #attempt = 0;
     #nextId = 1;
     /** @type {Map<number, Pending>} */
     #pending = new Map();
@@ -134,6 +147,7 @@ export class Session extends EventTarget {
     /** Ends the connection and fails what is not answered. */
     stop() {
         this.#stopTimer(this.#retry);
+        this.#attempt += 1;
         const socket = this.#socket;
         this.#socket = null;
         socket?.close();
@@ -163,12 +177,28 @@ export class Session extends EventTarget {
     request(method, params = {}, signal) {
         if (signal?.aborted) return Promise.reject(signal.reason);
         if (method === 'set' && this.#state !== 'online') return Promise.reject(new ConnectionLost());
-        const id = this.#nextId++;
+        return this.#ask(this.#nextId++, method, params, signal);
+    }
+
+    /**
+     * @param {number} id
+     * @param {string} method
+     * @param {object} params
+     * @param {AbortSignal} [signal]
+     * @returns {Promise<any>}
+     */
+    #ask(id, method, params, signal) {
         return new Promise((resolve, reject) => {
-            this.#pending.set(id, { method, params, sent: false, resolve, reject });
-            signal?.addEventListener('abort', () => {
-                if (this.#pending.delete(id)) reject(signal.reason);
-            });
+            const abort = () => {
+                this.#pending.delete(id);
+                reject(signal?.reason);
+            };
+            const settled = (/** @type {(outcome: any) => void} */ settle) => (/** @type {any} */ outcome) => {
+                signal?.removeEventListener('abort', abort);
+                settle(outcome);
+            };
+            this.#pending.set(id, { method, params, sent: false, resolve: settled(resolve), reject: settled(reject) });
+            signal?.addEventListener('abort', abort, { once: true });
             if (this.#state === 'online') this.#send(id);
         });
     }
@@ -231,11 +261,10 @@ export class Session extends EventTarget {
             return;
         }
         /** @type {Subscription} */
-        const subscription = { listeners: new Set([listener]), opening: null };
+        const subscription = { listeners: new Set([listener]), id: 0, opening: null };
         this.#subscriptions.set(path, subscription);
-        subscription.opening = this.request('open', { path });
         try {
-            await subscription.opening;
+            await this.#askToOpen(path, subscription);
         } catch (error) {
             if (this.#subscriptions.get(path) === subscription) this.#subscriptions.delete(path);
             throw error;
@@ -245,7 +274,8 @@ export class Session extends EventTarget {
     }
 
     /**
-     * Ends what `open` began. The last listener of a path closes it.
+     * Ends what `open` began. The last listener of a path closes it; if the server was not yet asked to open the path, it
+     * never is, and `open` fails with an `AbortError`.
      * @param {string} path
      * @param {Listener} listener
      */
@@ -253,12 +283,37 @@ export class Session extends EventTarget {
         const subscription = this.#subscriptions.get(path);
         if (!subscription?.listeners.delete(listener) || subscription.listeners.size > 0) return;
         this.#subscriptions.delete(path);
+        if (this.#withdraw(subscription.id)) return;
         // A lost connection or a directory that is gone has closed the path already.
         if (this.#state === 'online') this.request('close', { path }).catch(() => {});
     }
 
+    /**
+     * @param {string} path
+     * @param {Subscription} subscription
+     */
+    #askToOpen(path, subscription) {
+        subscription.id = this.#nextId++;
+        subscription.opening = this.#ask(subscription.id, 'open', { path });
+        return subscription.opening;
+    }
+
+    /**
+     * Drops a request that has not been sent.
+     * @param {number} id
+     * @returns {boolean} false if there is none
+     */
+    #withdraw(id) {
+        const pending = this.#pending.get(id);
+        if (!pending || pending.sent) return false;
+        this.#pending.delete(id);
+        pending.reject(new DOMException('closed before it was opened', 'AbortError'));
+        return true;
+    }
+
     #dial() {
         this.#stopTimer(this.#retry);
+        this.#attempt += 1;
         if (this.#state !== 'lost') this.#enter('connecting');
         const socket = this.#connect();
         this.#socket = socket;
@@ -287,10 +342,9 @@ export class Session extends EventTarget {
      * @param {Subscription} subscription
      */
     async #restore(path, subscription) {
-        subscription.opening = this.request('open', { path });
         let changes = ['reset'];
         try {
-            await subscription.opening;
+            await this.#askToOpen(path, subscription);
         } catch {
             changes = ['close'];
         }
@@ -302,11 +356,14 @@ export class Session extends EventTarget {
     async #lose(opened) {
         this.#socket = null;
         this.#failPending();
-        if (!opened && (await this.#signInNeeded().catch(() => false))) {
+        const attempt = this.#attempt;
+        const signInNeeded = !opened && (await this.#signInNeeded().catch(() => false));
+        // The session may have been stopped or have begun another connection in the meantime.
+        if (this.#attempt !== attempt) return;
+        if (signInNeeded) {
             this.#enter('signIn');
             return;
         }
-        if (this.#state === 'closed' || this.#socket) return;
         this.#enter('lost');
         this.#retry = this.#startTimer(() => this.#dial(), this.#delay());
         this.#failures += 1;
@@ -319,8 +376,10 @@ export class Session extends EventTarget {
     }
 
     #failPending() {
+        const wanted = new Set([...this.#subscriptions.values()].map((subscription) => subscription.id));
         for (const [id, pending] of this.#pending) {
-            if (pending.method === 'set' || pending.method === 'close') {
+            const obsolete = pending.method === 'close' || (pending.method === 'open' && !wanted.has(id));
+            if (pending.method === 'set' || obsolete) {
                 this.#pending.delete(id);
                 pending.reject(new ConnectionLost());
             }

@@ -1,11 +1,12 @@
 /** Reads the tags of entries, a batch at a time, behind everything else. */
 
+import { isBusy } from './session.js';
+
 /** @typedef {{ title?: string, artist?: string, album?: string, duration?: number, mimeType?: string }} Tags */
 /** @typedef {import('./session.js').Session} Session */
 
 const batchSize = 50;
 const retryDelay = 2000;
-const tooBusy = -32004;
 
 /** @template {{ path: string }} Entry */
 export class TagReader {
@@ -53,7 +54,7 @@ export class TagReader {
             return await this.#readTogether(paths);
         } catch (error) {
             if (/** @type {any} */ (error).name === 'ConnectionLost') return null;
-            if (/** @type {any} */ (error).code === tooBusy) return pause(retryDelay);
+            if (isBusy(error)) return pause(retryDelay);
         }
         // One entry that is refused must not cost the others their tags.
         if (paths.length === 1) return new Map();
@@ -78,10 +79,14 @@ export class TagReader {
 
     /** @param {string} prefix */
     async #service(prefix) {
-        this.#services ??= this.#describe();
-        let services = await this.#services;
-        if (!services.has(prefix)) services = await (this.#services = this.#describe());
-        return services.get(prefix);
+        try {
+            let services = await (this.#services ??= this.#describe());
+            if (!services.has(prefix)) services = await (this.#services = this.#describe());
+            return services.get(prefix);
+        } catch (error) {
+            this.#services = null;
+            throw error;
+        }
     }
 
     async #describe() {

@@ -52,7 +52,7 @@ export async function newPage(options = {}) {
     if (!browser) throw new Error('the browser is not started');
     const context = await browser.newContext({ locale: 'en-GB', viewport: { width: 1280, height: 760 }, ...options });
     const page = await context.newPage();
-    page.setDefaultTimeout(20000);
+    page.setDefaultTimeout(60000);
     /** @type {string[]} */
     const problems = [];
     page.on('pageerror', (error) => problems.push(String(error)));

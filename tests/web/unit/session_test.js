@@ -1,4 +1,5 @@
 import assert from 'node:assert/strict';
+import { getEventListeners } from 'node:events';
 import { test } from 'node:test';
 
 import { ConnectionLost, Session, SessionError } from '../../../web/app/session.js';
@@ -89,6 +90,49 @@ test('an open path is opened again after a lost connection, and its listener hea
     const change = /** @type {any} */ (await restored);
     assert.deepEqual([change.changes, change.restored], [['reset'], true]);
     assert.equal(host.asked('open').length, 2);
+});
+
+test('a path that is closed before the connection is never opened', async () => {
+    const host = new FakeHost();
+    host.addDirectory('/file/', []);
+    const session = new Session({ connect: new FakeNetwork(host).connect });
+    const listener = () => {};
+    const refused = assert.rejects(session.open('/file/', listener), { name: 'AbortError' });
+    session.close('/file/', listener);
+    session.start();
+    await session.describe();
+    assert.deepEqual(host.asked('open'), []);
+    await refused;
+});
+
+test('a path that is closed while its opening waits for a new connection is not opened again', async () => {
+    const { host, network, session, timer } = await online();
+    const listener = () => {};
+    host.before = () => new Promise(() => {});
+    const refused = assert.rejects(session.open('/file/', listener), { name: 'AbortError' });
+    network.break();
+    await reached(session, 'lost');
+    session.close('/file/', listener);
+    host.before = async () => {};
+    timer.fire();
+    await session.describe();
+    assert.equal(host.asked('open').length, 1);
+    await refused;
+});
+
+test('a path that is closed before the connection is lost is not opened again, answered or not', async () => {
+    const { host, network, session, timer } = await online();
+    const listener = () => {};
+    host.before = () => new Promise(() => {});
+    const lost = assert.rejects(session.open('/file/', listener), ConnectionLost);
+    session.close('/file/', listener);
+    network.break();
+    await reached(session, 'lost');
+    host.before = async () => {};
+    timer.fire();
+    await session.describe();
+    assert.equal(host.asked('open').length, 1);
+    await lost;
 });
 
 test('a path that was closed by the host can be opened again', async () => {
@@ -193,12 +237,57 @@ test('a refused connection that needs a sign-in waits for it', async () => {
     await reached(session, 'online');
 });
 
+/** A session whose connection was refused and that asks whether a sign-in is needed until `answer` is called. */
+async function refusedConnection() {
+    const network = new FakeNetwork(new FakeHost());
+    network.up = false;
+    const timer = new ManualTimer();
+    /** @type {(needed: boolean) => void} */
+    let answer = () => {};
+    const asked = new EventTarget();
+    const signInNeeded = () => {
+        asked.dispatchEvent(new Event('asked'));
+        return new Promise((resolve) => (answer = resolve));
+    };
+    const session = new Session({ connect: network.connect, signInNeeded, timer });
+    session.start();
+    await next(asked, 'asked');
+    return { network, session, timer, answer };
+}
+
+test('a session that was stopped needs no sign-in', async () => {
+    const { session, answer } = await refusedConnection();
+    session.stop();
+    answer(true);
+    await new Promise(setImmediate);
+    assert.equal(session.state, 'closed');
+});
+
+test('a session that was started again is not lost with the connection before', async () => {
+    const { network, session, timer, answer } = await refusedConnection();
+    network.up = true;
+    session.start();
+    await reached(session, 'online');
+    answer(true);
+    await new Promise(setImmediate);
+    assert.equal(session.state, 'online');
+    assert.equal(timer.waiting.length, 0);
+});
+
 test('an aborted request is rejected and its answer ignored', async () => {
     const { session } = await online();
     const abort = new AbortController();
     const answer = session.rows('/file/', {}, abort.signal);
     abort.abort();
     await assert.rejects(answer, { name: 'AbortError' });
+});
+
+test('a settled request no longer listens to its signal', async () => {
+    const { session } = await online();
+    const { signal } = new AbortController();
+    await session.rows('/file/', { roles: ['title'] }, signal);
+    await assert.rejects(session.rows('/file/missing', {}, signal));
+    assert.equal(getEventListeners(signal, 'abort').length, 0);
 });
 
 test('a stopped session fails what is unanswered', async () => {
