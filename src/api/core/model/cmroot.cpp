@@ -186,16 +186,19 @@ void CMRootWorker::getRowsRequest(const CMGetRowsRequest& request)
         return CMWorker::getRowsRequest(request);
     QMutexLocker lock(&m_mutex);
     const int version = m_rowsVersion;
-    const QList<Mount> mounts = m_mounts;
+    const std::vector<Mount> mounts = m_mounts;
     lock.unlock();
     if (version > 0 && request.rowsVersion() > 0 && request.rowsVersion() != version)
         return request.reply().setError(createErrorInvalidRowsVersion(request.path(), request.rowsVersion(), version));
     QVariantList rows;
-    const int last = std::min(request.last(), mounts.size() - 1);
-    for (int i = std::max(request.first(), 0); i <= last; ++i)
-        rows.append(QVariant(rowOf(mounts.at(i).prefix, mounts.at(i).title, request.roles())));
+    const int count = static_cast<int>(mounts.size());
+    const int last = std::min(request.last(), count - 1);
+    for (int i = std::max(request.first(), 0); i <= last; ++i) {
+        const Mount& mount = mounts[static_cast<std::size_t>(i)];
+        rows.append(QVariant(rowOf(mount.prefix, mount.title, request.roles())));
+    }
     TavoRowsRoles page;
-    page.setRowsCount(mounts.size());
+    page.setRowsCount(count);
     page.setRowsVersion(version);
     page.setRows(rows);
     request.reply().setValue(page);

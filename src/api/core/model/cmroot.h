@@ -4,11 +4,11 @@
 #include "tavo/tavovalue.h"
 
 #include <QHash>
-#include <QList>
 #include <QMutex>
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 /// The worker at the top of the content tree: it holds the settings and the mounted workers, and routes every request
 /// to the worker whose prefix the path carries.
@@ -82,7 +82,7 @@ private:
 
     /// Taken before CMVersion::mutex() and the lock of the subscriptions; no worker is called under it.
     mutable QMutex m_mutex;
-    QList<Mount> m_mounts;
+    std::vector<Mount> m_mounts;
     QHash<CMPath, TavoValue> m_settings;
     /// Of the own rows; 0: nobody has them open.
     int m_rowsVersion = 0;
