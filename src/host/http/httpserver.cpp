@@ -76,6 +76,8 @@ private:
     CoverStore m_covers;
     RequestHandler m_handler;
     std::optional<TokenFile> m_tokenFile;
+    /// A disk that hangs does not keep a new token from being read.
+    ThreadPool m_tokenReading{1};
     ThreadPool m_disk;
     /// In the I/O thread.
     std::vector<std::unique_ptr<Acceptor>> m_acceptors;
@@ -115,7 +117,7 @@ void HttpServer::State::checkAccessLater()
 void HttpServer::State::checkTokenLater()
 {
     m_io.after(tokenInterval, [this] {
-        m_disk.post([this] {
+        m_tokenReading.post([this] {
             if (const std::optional<Result<QByteArray>> token = m_tokenFile->readIfChanged())
                 m_io.post([this, token = *token] { setToken(token); });
             checkTokenLater();
@@ -160,7 +162,8 @@ bool HttpServer::State::stop(std::chrono::milliseconds patience)
     m_io.stop();
     const bool haveCoversEnded = m_covers.stop({});
     const bool hasDiskEnded = m_disk.stop({});
-    return haveCoversEnded && hasDiskEnded;
+    const bool hasTokenEnded = m_tokenReading.stop({});
+    return haveCoversEnded && hasDiskEnded && hasTokenEnded;
 }
 
 HttpServer::HttpServer(std::unique_ptr<State> state) : m_state(std::move(state)) {}
