@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <new>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -192,6 +193,18 @@ TEST_F(Executor, RunsEachJobOnceInItsContext)
     executor.reset();
     for (const SharedFate& job : jobs)
         EXPECT_EQ(job->ended, 1);
+}
+
+TEST_F(Executor, JobThatThrowsIsRefused)
+{
+    start(narrow());
+    const SharedFate fate = newFate();
+    RequestExecutor::Job job = jobFor(fate, Lane::Quick);
+    job.run = [](const RequestExecutor::Slot&) { throw std::bad_alloc(); };
+    executor->submit(alice, job);
+    ASSERT_TRUE(fate->waitForRefusal());
+    EXPECT_THAT(fate->refused(), ElementsAre(Refusal::Failed));
+    EXPECT_TRUE(runs(alice));
 }
 
 TEST_F(Executor, ClientsTakeTurns)

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -146,6 +147,28 @@ TEST_F(SharedRequestsTest, FailuresAreSharedToo)
     requests.run("key", fail, receive);
     EXPECT_EQ(failures, 2);
     EXPECT_EQ(computations, 2);
+}
+
+TEST_F(SharedRequestsTest, EndsWhenItsComputationThrows)
+{
+    const auto fail = [&]() -> Result<QByteArray> {
+        if (++computations == 1)
+            run("key");
+        throw std::bad_alloc();
+    };
+    requests.run("key", fail, [this](const Result<QByteArray>& answer) { answers.push_back(answer ? "" : "busy"); });
+    EXPECT_THAT(answers, ElementsAre("busy", "failed"));
+    EXPECT_FALSE(requests.isComputing("key"));
+}
+
+TEST_F(SharedRequestsTest, AnswersTheOthersWhenAReceiverThrows)
+{
+    begin("key");
+    requests.run("key", {}, [](const Result<QByteArray>&) { throw std::bad_alloc(); });
+    run("key");
+    finish();
+    EXPECT_THAT(answers, ElementsAre("1", "2"));
+    EXPECT_FALSE(requests.isComputing("key"));
 }
 
 TEST_F(SharedRequestsTest, OneThatArrivesDuringASharedAnswerWaitsForTheOneAfterIt)

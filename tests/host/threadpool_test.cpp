@@ -8,6 +8,7 @@
 #include <atomic>
 #include <future>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -41,6 +42,16 @@ TEST(ThreadPool, AllThreadsWorkAtATime)
         EXPECT_TRUE(first.wait());
         second.open();
     });
+    done.get_future().wait();
+}
+
+TEST(ThreadPool, GoesOnAfterAFunctionThatThrows)
+{
+    ThreadPool pool(1);
+    std::promise<void> done;
+    pool.post([] { throw std::bad_alloc(); });
+    pool.post([] { throw 1; });
+    pool.post([&done] { done.set_value(); });
     done.get_future().wait();
 }
 

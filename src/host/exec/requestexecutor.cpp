@@ -1,5 +1,7 @@
 #include "exec/requestexecutor.h"
 
+#include "exec/guardedcall.h"
+
 #include <model/cmrequestcontext.h>
 
 #include <algorithm>
@@ -18,6 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Lane = RequestExecutor::Lane;
 using Refusal = RequestExecutor::Refusal;
+using Refuse = std::function<void(Refusal)>;
 
 std::size_t indexOf(Lane lane)
 {
@@ -33,7 +36,10 @@ struct LaneRun
 /// A job on its way through the executor.
 struct Ticket
 {
+    /// Without its refusal.
     RequestExecutor::Job job;
+    /// May be needed when the ticket has ended.
+    std::shared_ptr<const Refuse> refuse;
     std::weak_ptr<RequestExecutor::Client> client;
     Clock::time_point deadline;
     bool isRunning = false;
@@ -93,6 +99,7 @@ private:
     void watchDeadlines();
     [[nodiscard]] std::optional<TicketList::iterator> takeNext(Lane lane, const std::shared_ptr<LaneRun>& laneRun);
     void run(TicketList::iterator ticket);
+    void call(TicketList::iterator ticket);
 
     [[nodiscard]] bool mayBegin(const Client& client, Lane lane) const;
     /// Without waiting for a thread, or for the client's other jobs.
@@ -103,7 +110,7 @@ private:
     void release(TicketList::iterator ticket);
     [[nodiscard]] Slot slotFor(TicketList::iterator ticket);
     /// The refusals to be called without the lock.
-    [[nodiscard]] std::vector<std::function<void(Refusal)>> takeWaitingLocked();
+    [[nodiscard]] std::vector<std::shared_ptr<const Refuse>> takeWaitingLocked();
     [[nodiscard]] std::vector<std::function<void()>> takeOverdueLocked();
     [[nodiscard]] std::function<void()> giveUpLocked(TicketList::iterator ticket);
     void dropWaitingLocked(TicketList::iterator ticket);
@@ -194,7 +201,8 @@ bool RequestExecutor::State::mayBeginAtOnce(const Client& client, Lane lane) con
 
 TicketList::iterator RequestExecutor::State::addLocked(const std::shared_ptr<Client>& client, Job job)
 {
-    m_tickets.push_back({std::move(job), client, Clock::now() + m_settings.timeLimit});
+    auto refuse = std::make_shared<const Refuse>(std::move(job.refuse));
+    m_tickets.push_back({std::move(job), std::move(refuse), client, Clock::now() + m_settings.timeLimit});
     return std::prev(m_tickets.end());
 }
 
@@ -299,15 +307,21 @@ void RequestExecutor::State::work(Lane lane)
     }
 }
 
+void RequestExecutor::State::call(TicketList::iterator ticket)
+{
+    // The ticket may end before the function does.
+    const auto function = std::move(ticket->job.run);
+    const std::shared_ptr<CMRequestContext> context = ticket->job.context;
+    const CMRequestContext::Scope scope(*context);
+    function(slotFor(ticket));
+}
+
 void RequestExecutor::State::run(TicketList::iterator ticket)
 {
-    {
-        // The ticket ends with the slot, which may be before the function ends.
-        const auto function = std::move(ticket->job.run);
-        const std::shared_ptr<CMRequestContext> context = ticket->job.context;
-        const CMRequestContext::Scope scope(*context);
-        function(slotFor(ticket));
-    }
+    // The ticket ends with the slot, which the function may drop.
+    const std::shared_ptr<const Refuse> refuse = ticket->refuse;
+    if (!callGuarded([&] { call(ticket); }))
+        callGuarded([&] { (*refuse)(Refusal::Failed); });
     const std::lock_guard lock(m_mutex);
     // Otherwise only the thread that watches the deadlines waits, and not for this.
     if (--m_runningFunctions == 0 && m_isStopping)
@@ -377,15 +391,15 @@ void RequestExecutor::State::removeClient(Client& client)
     }
 }
 
-std::vector<std::function<void(Refusal)>> RequestExecutor::State::takeWaitingLocked()
+std::vector<std::shared_ptr<const Refuse>> RequestExecutor::State::takeWaitingLocked()
 {
-    std::vector<std::function<void(Refusal)>> refusals;
+    std::vector<std::shared_ptr<const Refuse>> refusals;
     for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
         const auto current = ticket++;
         current->job.context->cancel();
         if (current->isRunning)
             continue;
-        refusals.push_back(std::move(current->job.refuse));
+        refusals.push_back(current->refuse);
         dropWaitingLocked(current);
         m_tickets.erase(current);
     }
@@ -402,7 +416,7 @@ bool RequestExecutor::State::stop(std::chrono::milliseconds patience)
     m_hasEnded.notify_all();
     lock.unlock();
     for (const auto& refuse : refusals)
-        refuse(Refusal::Stopping);
+        (*refuse)(Refusal::Stopping);
     lock.lock();
     return m_hasEnded.wait_for(lock, patience, [this] { return m_runningFunctions == 0; });
 }
@@ -416,12 +430,12 @@ std::function<void()> RequestExecutor::State::giveUpLocked(TicketList::iterator 
             laneRun->isTimedOut = true;
             --m_crews[indexOf(ticket->job.lane)].serving;
         }
-        return [refuse = ticket->job.refuse] { refuse(Refusal::TimedOut); };
+        return [refuse = ticket->refuse] { (*refuse)(Refusal::TimedOut); };
     }
-    auto refuse = std::move(ticket->job.refuse);
+    auto refuse = std::move(ticket->refuse);
     dropWaitingLocked(ticket);
     m_tickets.erase(ticket);
-    return [refuse = std::move(refuse)] { refuse(Refusal::Busy); };
+    return [refuse = std::move(refuse)] { (*refuse)(Refusal::Busy); };
 }
 
 std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()

@@ -33,15 +33,17 @@ public:
         /// It has run for longer than its lane allows.
         TimedOut,
         /// The executor stops.
-        Stopping
+        Stopping,
+        /// It has thrown; the exception is logged.
+        Failed
     };
 
     /// The job counts as running as long as its slot exists; the job may keep it beyond the end of its function.
     using Slot = std::shared_ptr<void>;
 
     /// Calls either `run` or `refuse`, once, unless the client is removed before. A job that runs for too long gets
-    /// both calls: `refuse` while `run` is still busy, in a thread that its lane then replaces. Neither may throw.
-    /// `refuse` must not block.
+    /// both calls: `refuse` while `run` is still busy, in a thread that its lane then replaces. So does a job whose
+    /// `run` throws. `refuse` must neither throw nor block.
     struct Job
     {
         Lane lane = Lane::Quick;

@@ -1,5 +1,7 @@
 #include "exec/threadpool.h"
 
+#include "exec/guardedcall.h"
+
 #include <utility>
 
 ThreadPool::ThreadPool(int threads)
@@ -48,7 +50,7 @@ void ThreadPool::work()
         m_waiting.pop_front();
         ++m_running;
         lock.unlock();
-        function();
+        callGuarded(function);
         function = nullptr;
         lock.lock();
         --m_running;

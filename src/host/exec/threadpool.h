@@ -18,7 +18,7 @@ public:
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    /// The function must not throw. After stop() it is dropped.
+    /// What the function throws is logged. After stop() it is dropped.
     void post(std::function<void()> function);
 
     /// Drops the functions that wait. False if one still runs after `patience`.

@@ -43,9 +43,10 @@ public:
                 return;
             if (error && error != asio::error::connection_aborted)
                 return self->pauseAccepting();
+            // First, since to take the socket may throw.
+            self->acceptNext();
             if (!error)
                 self->take(socket);
-            self->acceptNext();
         });
     }
 

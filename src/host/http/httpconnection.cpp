@@ -151,6 +151,8 @@ private:
     void sendFile();
     void awaitSocket();
     void awaitDisk();
+    /// Aborts when the timer is not cancelled in time.
+    void limitWaiting();
     void answered();
     /// The answer is sent, as far as it could be.
     void account();
@@ -329,6 +331,9 @@ void HttpConnection::handle()
     // Only these may take long.
     if (m_request.route.kind == Route::Kind::Rpc)
         watchClient();
+    // The disk of a cover may hang; the executor limits the other requests.
+    if (m_request.route.kind == Route::Kind::Cover && m_handling)
+        limitWaiting();
 }
 
 /// Nobody waits any more for the answer to a client that is gone.
@@ -354,6 +359,7 @@ void HttpConnection::answer(Answer answer)
 {
     const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
+    m_timer.cancel();
     if (!m_stream.socket().is_open())
         return;
     m_answer = std::move(answer);
@@ -418,11 +424,7 @@ void HttpConnection::sendFile()
 void HttpConnection::awaitSocket()
 {
     // The stream's own limits do not cover waiting.
-    m_timer.expires_after(idleLimit);
-    m_timer.async_wait([self = self()](const ErrorCode& error) {
-        if (!error)
-            self->abort();
-    });
+    limitWaiting();
     m_stream.socket().async_wait(Tcp::socket::wait_write, [self = self()](const ErrorCode& error) {
         self->m_timer.cancel();
         if (error)
@@ -434,10 +436,23 @@ void HttpConnection::awaitSocket()
 
 void HttpConnection::awaitDisk()
 {
+    limitWaiting();
     // The connection is destroyed in no thread but its own.
     m_parts.disk.post([self = self(), io = &m_parts.io]() mutable {
         self->m_answer->file->load();
-        io->post([self = std::move(self)] { self->sendFile(); });
+        io->post([self = std::move(self)] {
+            self->m_timer.cancel();
+            self->sendFile();
+        });
+    });
+}
+
+void HttpConnection::limitWaiting()
+{
+    m_timer.expires_after(idleLimit);
+    m_timer.async_wait([self = self()](const ErrorCode& error) {
+        if (!error)
+            self->abort();
     });
 }
 

@@ -13,7 +13,6 @@
 
 #include <QSemaphore>
 
-#include <future>
 #include <optional>
 #include <utility>
 
@@ -23,6 +22,8 @@ namespace {
 constexpr int diskThreads = 4;
 /// Between two looks at the file with the token.
 constexpr std::chrono::seconds tokenInterval(2);
+/// For the I/O thread, which may hang in the kernel when a disk does.
+constexpr std::chrono::milliseconds ioPatience(500);
 
 const log4cplus::Logger& logger()
 {
@@ -49,7 +50,6 @@ public:
     }
     ~State()
     {
-        stopAccepting();
         // What the threads of the disk bring back is not served any more.
         m_io.stop();
     }
@@ -57,7 +57,8 @@ public:
 
     [[nodiscard]] Result<void> readToken(const QString& file);
     void accept(std::vector<ListeningSocket> sockets);
-    void stopAccepting();
+    /// False if the I/O thread hangs.
+    bool stopAccepting();
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
 
 private:
@@ -65,8 +66,8 @@ private:
     void checkAccessLater();
     void checkTokenLater();
     void setToken(const Result<QByteArray>& token);
-    /// Calls the function in the I/O thread and waits for it.
-    void runInIoThread(const std::function<void()>& function);
+    /// Calls the function in the I/O thread and waits for it; false if the thread hangs.
+    [[nodiscard]] bool runInIoThread(std::function<void()> function);
 
     AccessPolicy m_access;
     Metrics m_metrics;
@@ -75,6 +76,8 @@ private:
     CoverStore m_covers;
     RequestHandler m_handler;
     std::optional<TokenFile> m_tokenFile;
+    /// A disk that hangs does not keep a new token from being read.
+    ThreadPool m_tokenReading{1};
     ThreadPool m_disk;
     /// In the I/O thread.
     std::vector<std::unique_ptr<Acceptor>> m_acceptors;
@@ -114,7 +117,7 @@ void HttpServer::State::checkAccessLater()
 void HttpServer::State::checkTokenLater()
 {
     m_io.after(tokenInterval, [this] {
-        m_disk.post([this] {
+        m_tokenReading.post([this] {
             if (const std::optional<Result<QByteArray>> token = m_tokenFile->readIfChanged())
                 m_io.post([this, token = *token] { setToken(token); });
             checkTokenLater();
@@ -132,33 +135,35 @@ void HttpServer::State::setToken(const Result<QByteArray>& token)
     m_connections.checkAccess();
 }
 
-void HttpServer::State::runInIoThread(const std::function<void()>& function)
+bool HttpServer::State::runInIoThread(std::function<void()> function)
 {
-    std::promise<void> done;
-    m_io.post([&function, &done] {
+    const auto isDone = std::make_shared<QSemaphore>();
+    m_io.post([function = std::move(function), isDone] {
         function();
-        done.set_value();
+        isDone->release();
     });
-    done.get_future().wait();
+    return isDone->tryAcquire(1, static_cast<int>(ioPatience.count()));
 }
 
-void HttpServer::State::stopAccepting()
+bool HttpServer::State::stopAccepting()
 {
-    if (!m_acceptors.empty())
-        runInIoThread([this] { m_acceptors.clear(); });
+    return runInIoThread([this] { m_acceptors.clear(); });
 }
 
 bool HttpServer::State::stop(std::chrono::milliseconds patience)
 {
-    stopAccepting();
+    if (!stopAccepting())
+        return false;
     const auto isEmpty = std::make_shared<QSemaphore>();
     m_io.post([this, isEmpty] { m_connections.finishAll([isEmpty] { isEmpty->release(); }); });
     static_cast<void>(isEmpty->tryAcquire(1, static_cast<int>(patience.count())));
-    runInIoThread([this] { m_connections.abortAll(); });
+    if (!runInIoThread([this] { m_connections.abortAll(); }))
+        return false;
     m_io.stop();
     const bool haveCoversEnded = m_covers.stop({});
     const bool hasDiskEnded = m_disk.stop({});
-    return haveCoversEnded && hasDiskEnded;
+    const bool hasTokenEnded = m_tokenReading.stop({});
+    return haveCoversEnded && hasDiskEnded && hasTokenEnded;
 }
 
 HttpServer::HttpServer(std::unique_ptr<State> state) : m_state(std::move(state)) {}

@@ -33,7 +33,7 @@ public:
     /// Accepts no connection any more.
     void stopAccepting();
     /// Ends all connections; the clients have `patience` to read what is on its way. False if a thread still waits for
-    /// the disk then: the server must not be destroyed.
+    /// the disk then: to destroy the server would wait for it.
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
 
 private:

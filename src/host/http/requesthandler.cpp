@@ -9,6 +9,8 @@
 
 #include <model/cmrequestcontext.h>
 
+#include <atomic>
+#include <iterator>
 #include <utility>
 #include <variant>
 
@@ -77,18 +79,37 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive
 
 std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, Receive receive)
 {
-    RequestExecutor& executor = m_parts.services.executor;
     RequestExecutor::Job job;
     job.context = std::make_shared<CMRequestContext>();
-    job.run = [library = MediaLibrary(m_parts.services.host), request, receive](const RequestExecutor::Slot& /*slot*/) {
-        receive(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
+    const std::shared_ptr<RequestExecutor::Client> client = mediaClient(request.route.prefix);
+    // A job that takes too long is refused, too.
+    const auto receiveOnce = [receive = std::move(receive),
+                              isDone = std::make_shared<std::atomic_flag>()](Answer answer) {
+        if (!isDone->test_and_set())
+            receive(std::move(answer));
     };
-    job.refuse = [receive = std::move(receive)](RequestExecutor::Refusal /*reason*/) {
-        receive(makeResponse(Refusal{503}));
+    job.run = [library = MediaLibrary(m_parts.services.host), request, receiveOnce,
+               client](const RequestExecutor::Slot& /*slot*/) {
+        if (CMRequestContext::current()->isCancelled())
+            receiveOnce(makeResponse(Refusal{503}));
+        else
+            receiveOnce(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
     };
-    const std::shared_ptr<RequestExecutor::Client> client = executor.addClient();
-    executor.submit(client, std::move(job));
-    return {client.get(), [&executor, client](void*) { executor.removeClient(client); }};
+    job.refuse = [receiveOnce](RequestExecutor::Refusal /*reason*/) { receiveOnce(makeResponse(Refusal{503})); };
+    const std::shared_ptr<CMRequestContext> context = job.context;
+    m_parts.services.executor.submit(client, std::move(job));
+    return {context.get(), [context](void*) { context->cancel(); }};
+}
+
+/// All requests for a root share a client, so that a root that hangs takes no more than one client's threads.
+std::shared_ptr<RequestExecutor::Client> RequestHandler::mediaClient(const QString& prefix)
+{
+    for (auto client = m_mediaClients.begin(); client != m_mediaClients.end();)
+        client = client->second.expired() ? m_mediaClients.erase(client) : std::next(client);
+    std::shared_ptr<RequestExecutor::Client> client = m_mediaClients[prefix].lock();
+    if (!client)
+        m_mediaClients[prefix] = client = m_parts.services.executor.addClient();
+    return client;
 }
 
 std::shared_ptr<void> RequestHandler::handleRpc(const HttpRequest& request, const Receive& receive)

@@ -7,6 +7,7 @@
 #include "rpc/dispatcher.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 
 /// A request that has been read, and that the server serves.
@@ -45,6 +46,7 @@ public:
 
 private:
     [[nodiscard]] std::shared_ptr<void> handleMedia(const HttpRequest& request, Receive receive);
+    [[nodiscard]] std::shared_ptr<RequestExecutor::Client> mediaClient(const QString& prefix);
     [[nodiscard]] std::shared_ptr<void> handleRpc(const HttpRequest& request, const Receive& receive);
     void handleCover(const HttpRequest& request, const Receive& receive);
     [[nodiscard]] Response health() const;
@@ -53,4 +55,6 @@ private:
     [[nodiscard]] Response logOut(const HttpRequest& request);
 
     const Parts m_parts;
+    /// By prefix. A client lives as long as its requests.
+    std::map<QString, std::weak_ptr<RequestExecutor::Client>> m_mediaClients;
 };

@@ -1,6 +1,7 @@
 #include "media/coverstore.h"
 
 #include "content/contenthost.h"
+#include "exec/guardedcall.h"
 #include "exec/threadpool.h"
 #include "media/covermaker.h"
 #include "media/directorycovers.h"
@@ -9,7 +10,6 @@
 #include <array>
 #include <map>
 #include <mutex>
-#include <new>
 #include <tuple>
 #include <vector>
 
@@ -127,26 +127,29 @@ void CoverStore::State::find(Query query, Receive receive)
         receive(std::nullopt);
         return;
     }
-    Receivers& receivers = m_receivers[keyOf(query)];
-    receivers.push_back(std::move(receive));
-    if (receivers.size() == 1)
+    // Nobody waits for a query that could not be posted.
+    if (m_receivers.count(keyOf(query)) == 0)
         m_looking.post([this, query] { run(query, Effort::Look); });
+    m_receivers[keyOf(query)].push_back(std::move(receive));
 }
 
 void CoverStore::State::run(const Query& query, Effort effort)
 {
-    CoverAnswer found = CoverAnswer::none();
-    try {
-        found = answer(query, effort);
-    } catch (const std::bad_alloc&) {
-        // There may be memory again for the next query.
-    }
-    if (!found.isKnown) {
-        m_decoding.post([this, query] { run(query, Effort::Decode); });
+    std::optional<Cover> cover;
+    bool isPostponed = false;
+    callGuarded([&] {
+        CoverAnswer found = answer(query, effort);
+        if (found.isKnown) {
+            cover = std::move(found.cover);
+        } else {
+            m_decoding.post([this, query] { run(query, Effort::Decode); });
+            isPostponed = true;
+        }
+    });
+    if (isPostponed)
         return;
-    }
     for (const Receive& receive : takeReceivers(query))
-        receive(found.cover);
+        callGuarded([&] { receive(cover); });
 }
 
 CoverAnswer CoverStore::State::answer(const Query& query, Effort effort)

@@ -44,6 +44,7 @@ Failure failureFrom(RequestExecutor::Refusal refusal)
 {
     switch (refusal) {
     case RequestExecutor::Refusal::Busy:
+    case RequestExecutor::Refusal::Failed:
         return Failures::busy();
     case RequestExecutor::Refusal::TimedOut:
         return Failures::timedOut();

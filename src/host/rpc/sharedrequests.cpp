@@ -1,16 +1,37 @@
 #include "rpc/sharedrequests.h"
 
+#include "content/failures.h"
+#include "exec/guardedcall.h"
+
 #include <utility>
+
+namespace {
+
+/// The request must end even when memory is short: a failure that needs none.
+Result<QByteArray> computeGuarded(const SharedRequests::Compute& compute)
+{
+    try {
+        return compute();
+    } catch (...) {
+        logException();
+        return Failures::busy();
+    }
+}
+
+} // namespace
 
 void SharedRequests::run(const QByteArray& key, const Compute& compute, Receive receive)
 {
+    Receivers receivers(1);
     if (!begin(key, receive))
         return;
-    for (Receivers receivers = {std::move(receive)}; !receivers.empty(); receivers = takeJoined(key)) {
+    // Throws nothing from here on, which would leave the request in the table.
+    receivers.front() = std::move(receive);
+    for (; !receivers.empty(); receivers = takeJoined(key)) {
         ++m_computed;
-        const Result<QByteArray> answer = compute();
+        const Result<QByteArray> answer = computeGuarded(compute);
         for (const Receive& waiting : receivers)
-            waiting(answer);
+            callGuarded([&] { waiting(answer); });
     }
 }
 
