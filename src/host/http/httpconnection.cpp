@@ -169,7 +169,7 @@ private:
     std::optional<Parser> m_parser;
 
     HttpRequest m_request;
-    /// Of the last request that was admitted.
+    /// Of the request, if it is admitted.
     Credential m_credential;
     Clock::time_point m_begin;
     /// Destroying it cancels the request that is being handled.
@@ -244,6 +244,7 @@ void HttpConnection::readHead()
 {
     m_request = {};
     m_request.ends = m_ends;
+    m_credential = {};
     m_staysOpen = false;
     m_stream.expires_after(headLimit);
     http::async_read_header(m_stream, m_buffer, *m_parser, handler(&HttpConnection::headRead));
