@@ -52,7 +52,9 @@ constexpr std::chrono::seconds bodyLimit(30);
 constexpr std::chrono::seconds closeLimit(2);
 
 constexpr std::uint32_t longestHead = 16 * 1024;
+/// Of a message of JSON-RPC.
 constexpr std::uint64_t longestBody = 1024 * 1024;
+constexpr std::uint64_t longestForm = 4 * 1024;
 /// Bytes.
 constexpr std::size_t readingStep = 4096;
 constexpr std::size_t longestBuffer = 64 * 1024;
@@ -86,6 +88,20 @@ std::optional<Refusal> checkFraming(const RequestHead& head)
     if (head.count("Content-Length") > 1 || head.value("Content-Length").contains(','))
         return Refusal{400};
     return std::nullopt;
+}
+
+/// Bytes of the body that a request for the route may have.
+std::uint64_t bodyLimitOf(Route::Kind kind)
+{
+    switch (kind) {
+    case Route::Kind::Rpc:
+        return longestBody;
+    case Route::Kind::Login:
+    case Route::Kind::Logout:
+        return longestForm;
+    default:
+        return 0;
+    }
 }
 
 /// Nothing if the client is to get no answer.
@@ -274,6 +290,8 @@ void HttpConnection::admitted(Admission admission)
     m_credential = std::move(admission.credential);
     if (m_request.route.kind == Route::Kind::Session)
         upgrade();
+    else if (m_parser->content_length().value_or(0) > bodyLimitOf(m_request.route.kind))
+        refuse(Refusal{413});
     else if (m_parser->is_done())
         handle();
     else
@@ -299,7 +317,7 @@ void HttpConnection::bodyRead(const ErrorCode& error)
             refuse(*refusal);
         return;
     }
-    const std::string& body = m_parser->get().body();
+    const std::string body = std::move(m_parser->get().body());
     m_request.body = QByteArray(body.data(), static_cast<int>(body.size()));
     handle();
 }
@@ -355,6 +373,7 @@ void HttpConnection::answer(Answer answer)
 {
     const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
+    m_request.body.clear();
     if (!m_stream.socket().is_open())
         return;
     m_answer = std::move(answer);
