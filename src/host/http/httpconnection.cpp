@@ -161,6 +161,8 @@ private:
     void watchClient();
     void refuse(const Refusal& refusal);
     void answer(Answer answer);
+    /// Drops the answer if that request is no longer being handled.
+    void receive(quint64 serial, Answer received);
     void writeHead();
     void written(const ErrorCode& error);
     void failed();
@@ -190,6 +192,8 @@ private:
     Clock::time_point m_begin;
     /// Destroying it cancels the request that is being handled.
     std::shared_ptr<void> m_underWay;
+    /// Of the request that was handled last.
+    quint64 m_serial = 0;
     /// While the request is being handled: no operation keeps the connection then.
     std::shared_ptr<HttpConnection> m_handling;
     std::optional<Answer> m_answer;
@@ -337,14 +341,14 @@ void HttpConnection::handle()
 {
     m_stream.expires_never();
     m_handling = self();
-    const auto receive = [weak = std::weak_ptr(self()), io = &m_parts.io](Answer answer) {
+    const auto postAnswer = [weak = std::weak_ptr(self()), io = &m_parts.io, serial = ++m_serial](Answer answer) {
         const auto shared = std::make_shared<Answer>(std::move(answer));
-        io->post([weak, shared] {
+        io->post([weak, shared, serial] {
             if (const auto connection = weak.lock())
-                connection->answer(std::move(*shared));
+                connection->receive(serial, std::move(*shared));
         });
     };
-    m_underWay = m_parts.handler.handle(m_request, receive);
+    m_underWay = m_parts.handler.handle(m_request, postAnswer);
     // Only these may take long.
     if (m_request.route.kind == Route::Kind::Rpc)
         watchClient();
@@ -359,6 +363,12 @@ void HttpConnection::watchClient()
         if (isGone && self->m_handling)
             self->abort();
     });
+}
+
+void HttpConnection::receive(quint64 serial, Answer received)
+{
+    if (m_handling && serial == m_serial)
+        answer(std::move(received));
 }
 
 void HttpConnection::refuse(const Refusal& refusal)

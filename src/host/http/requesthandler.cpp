@@ -9,6 +9,7 @@
 
 #include <model/cmrequestcontext.h>
 
+#include <atomic>
 #include <utility>
 #include <variant>
 
@@ -41,9 +42,18 @@ std::optional<QByteArray> tokenIn(const QByteArray& body)
     return token.toString().toUtf8();
 }
 
+/// Passes on the first answer only.
+RequestHandler::Receive once(RequestHandler::Receive receive)
+{
+    return [receive = std::move(receive), isDone = std::make_shared<std::atomic_flag>()](Answer answer) {
+        if (!isDone->test_and_set())
+            receive(std::move(answer));
+    };
+}
+
 } // namespace
 
-std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive receive)
+std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, const Receive& receive)
 {
     switch (request.route.kind) {
     case Route::Kind::Page:
@@ -52,7 +62,7 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive
     case Route::Kind::Rpc:
         return handleRpc(request, receive);
     case Route::Kind::Media:
-        return handleMedia(request, std::move(receive));
+        return handleMedia(request, receive);
     case Route::Kind::Cover:
         handleCover(request, receive);
         break;
@@ -75,17 +85,18 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive
     return nullptr;
 }
 
-std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, Receive receive)
+std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, const Receive& receive)
 {
+    // A job that takes too long is refused while it still runs.
+    const Receive receiveOnce = once(receive);
     RequestExecutor& executor = m_parts.services.executor;
     RequestExecutor::Job job;
     job.context = std::make_shared<CMRequestContext>();
-    job.run = [library = MediaLibrary(m_parts.services.host), request, receive](const RequestExecutor::Slot& /*slot*/) {
-        receive(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
+    job.run = [library = MediaLibrary(m_parts.services.host), request,
+               receiveOnce](const RequestExecutor::Slot& /*slot*/) {
+        receiveOnce(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
     };
-    job.refuse = [receive = std::move(receive)](RequestExecutor::Refusal /*reason*/) {
-        receive(makeResponse(Refusal{503}));
-    };
+    job.refuse = [receiveOnce](RequestExecutor::Refusal /*reason*/) { receiveOnce(makeResponse(Refusal{503})); };
     const std::shared_ptr<RequestExecutor::Client> client = executor.addClient();
     executor.submit(client, std::move(job));
     return {client.get(), [&executor, client](void*) { executor.removeClient(client); }};
