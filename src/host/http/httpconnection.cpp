@@ -321,6 +321,9 @@ void HttpConnection::bodyRead(const ErrorCode& error)
             refuse(*refusal);
         return;
     }
+    // The token may have changed while the body came.
+    if (!m_parts.access.holds(m_credential))
+        return abort();
     const std::string body = std::move(m_parser->get().body());
     m_request.body = QByteArray(body.data(), static_cast<int>(body.size()));
     handle();
