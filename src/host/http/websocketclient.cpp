@@ -236,10 +236,12 @@ void WebSocketClient::accepted()
 
 void WebSocketClient::writeNext()
 {
-    if (m_isWriting || m_closeCode || !m_outbox)
+    if (m_closeCode || !m_outbox)
         return;
     if (m_outbox->isOverfull())
         return abort();
+    if (m_isWriting)
+        return;
     std::optional<Message> message = m_outbox->next();
     if (!message)
         return;
@@ -336,9 +338,11 @@ void WebSocketClient::checkPong()
 {
     const CountingPolicy& traffic = beast::get_lowest_layer(m_stream).rate_policy();
     const bool hasReceived = traffic.received() != m_receivedBefore;
-    // The ping waits behind a message that the client is still reading.
-    const bool isBusy = m_isPinging && traffic.sent() != m_sentBefore;
-    if (m_isReading && !hasReceived && !isBusy)
+    const bool hasSent = traffic.sent() != m_sentBefore;
+    // The ping waits behind a message that the client reads slowly, or not at all.
+    const bool isStuck = m_isPinging && !hasSent;
+    const bool isSilent = m_isReading && !hasReceived && !m_isPinging;
+    if (isStuck || isSilent)
         return abort();
     noteTraffic();
     if (m_isPinging)
