@@ -329,6 +329,13 @@ TEST_F(AccessByToken, LogoutEndsOneSession)
     EXPECT_EQ(statusOf("/session", rightToken), 0);
 }
 
+TEST_F(AccessByToken, NewTokenLeavesWhatNeedsNone)
+{
+    const std::variant<Admission, Refusal> open = policy.admit({"GET", "/health", ownHost}, connection, now);
+    policy.setToken("another horse battery staple");
+    EXPECT_TRUE(policy.holds(std::get<Admission>(open).credential));
+}
+
 TEST_F(AccessByToken, NewTokenEndsAllSessionsAndCredentials)
 {
     const QByteArray cookie = logIn();

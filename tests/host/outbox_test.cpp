@@ -83,6 +83,18 @@ TEST_F(OutboxTest, IsFullUntilALargeMessageIsWritten)
     EXPECT_EQ(rooms, 1);
 }
 
+TEST_F(OutboxTest, WakesItsWriterWhenItBecomesOverfull)
+{
+    outbox.send({large});
+    while (!outbox.isOverfull()) {
+        EXPECT_EQ(wakes, 1);
+        outbox.send({large});
+    }
+    EXPECT_EQ(wakes, 2);
+    outbox.send({large});
+    EXPECT_EQ(wakes, 2);
+}
+
 TEST_F(OutboxTest, IsOverfullWhenNobodyReads)
 {
     for (int i = 0; i < 80; ++i)

@@ -49,6 +49,7 @@ protected:
     }
 
     const QByteArray token = "a-token-of-the-tests";
+    const QByteArray nextToken = "the-next-token-of-the-tests";
     const QByteArray bearer = "Authorization: Bearer " + token;
     Serving serving;
 };
@@ -148,6 +149,21 @@ TEST_F(ServeAccess, DoesNotLogOutByGet)
     const QByteArray cookie = cookieOf(logIn(token));
     EXPECT_EQ(HttpClient(serving.port()).get("/logout", {cookie}).status, 405);
     EXPECT_EQ(statusWith({cookie}), 200);
+}
+
+TEST_F(ServeAccess, ServesNoBodyThatEndsAfterTheTokenHasChanged)
+{
+    WebClient other(serving.port(), {bearer});
+    HttpClient client(serving.port());
+    const QByteArray message = rpcRequest(1, "describe");
+    const QByteArray length = "Content-Length: " + QByteArray::number(message.size());
+    client.send(
+        requestText("POST", "/rpc", {bearer, "Content-Type: application/json", "Expect: 100-continue", length}));
+    EXPECT_EQ(client.receive().status, 100);
+    writeToken(nextToken);
+    EXPECT_EQ(other.closeCode(), 1008);
+    client.send(message);
+    EXPECT_EQ(client.receive().status, 0);
 }
 
 TEST_F(ServeAccess, NeverLogsTheToken)

@@ -99,6 +99,15 @@ TEST_F(ServeFraming, RefusesAHugeBody)
     EXPECT_EQ(status(post({"Content-Length: 1048576"}, longest)), 200);
 }
 
+TEST_F(ServeFraming, RefusesABodyThatTheRouteDoesNotNeed)
+{
+    EXPECT_EQ(refusal(requestText("GET", "/health", {"Content-Length: 1"})), 413);
+    EXPECT_EQ(refusal(requestText("HEAD", "/media/file/a.mp3", {"Content-Length: 1"})), 413);
+    EXPECT_EQ(refusal(requestText("POST", "/login", {"Content-Length: 4097"})), 413);
+    EXPECT_EQ(refusal(requestText("POST", "/logout", {"Content-Length: 4097"})), 413);
+    EXPECT_EQ(status(requestText("POST", "/logout", {"Content-Length: 4096"}) + QByteArray(4096, ' ')), 204);
+}
+
 TEST_F(ServeFraming, EndsAConnectionWhoseHeadComesByteByByte)
 {
     constexpr std::chrono::milliseconds pause{200};

@@ -90,6 +90,14 @@ TEST_F(ServeMedia, RefusesARangeBehindTheEnd)
     EXPECT_EQ(response.field("Content-Range"), "bytes */10");
 }
 
+TEST_F(ServeMedia, IgnoresTheRangeOfAHead)
+{
+    const HttpResponse response = client->head(shortTarget, {"Range: bytes=2-4"});
+    EXPECT_EQ(response.status, 200);
+    EXPECT_EQ(response.field("Content-Length"), "10");
+    EXPECT_EQ(client->head(shortTarget, {"Range: bytes=10-"}).status, 200);
+}
+
 TEST_F(ServeMedia, SendsAllWhereARangeMakesNoSense)
 {
     for (const QByteArray range : {"bytes=4-2", "bytes=0-1,3-4", "lines=1-2", "bytes=", "bytes=x-"}) {

@@ -22,11 +22,11 @@ QString encodedPath(const Mount& mount, const QString& uri)
 
 QVariant withoutPicture(const QVariant& metaData, const QString& path)
 {
-    QVariantHash fields = metaData.value<QVariantHash>();
+    auto fields = metaData.value<QVariantHash>();
     const auto albumArt = fields.find(albumArtKey);
     if (albumArt == fields.end())
         return fields;
-    QVariantHash art = albumArt->value<QVariantHash>();
+    auto art = albumArt->value<QVariantHash>();
     art.remove(dataKey);
     if (!path.isEmpty())
         art.insert(uriKey, QString(QStringLiteral("cover") + path));
@@ -82,6 +82,6 @@ QVariant withNetworkNames(const Mount& mount, const QVariant& value)
     }
     if (!hasFields(value))
         return value;
-    const QVariantHash fields = value.value<QVariantHash>();
+    const auto fields = value.value<QVariantHash>();
     return fields.contains(resourcesKey) ? networkMedia(mount, fields) : networkFields(mount, fields);
 }

@@ -123,7 +123,7 @@ Result<void> OpenPaths::openSettled(const CMPath& path)
     const bool wasOpen = m_opened.contains(path);
     if (!wasOpen)
         count(path, paths);
-    const Result<void> held = Failures::guarded([&] { return hold(path, paths); });
+    Result<void> held = Failures::guarded([&] { return hold(path, paths); });
     if (held)
         return {};
     release(path);

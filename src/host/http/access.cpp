@@ -153,7 +153,7 @@ std::variant<Admission, Refusal> AccessPolicy::admit(const RequestHead& head, co
 
 bool AccessPolicy::holds(const Credential& credential) const
 {
-    if (!m_needsToken)
+    if (credential.generation == 0)
         return true;
     return credential.generation == m_generation &&
            (credential.session.isEmpty() || m_sessions.contains(credential.session));

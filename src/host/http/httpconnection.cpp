@@ -52,7 +52,9 @@ constexpr std::chrono::seconds bodyLimit(30);
 constexpr std::chrono::seconds closeLimit(2);
 
 constexpr std::uint32_t longestHead = 16 * 1024;
+/// Of a message of JSON-RPC.
 constexpr std::uint64_t longestBody = 1024 * 1024;
+constexpr std::uint64_t longestForm = 4 * 1024;
 /// Bytes.
 constexpr std::size_t readingStep = 4096;
 constexpr std::size_t longestBuffer = 64 * 1024;
@@ -86,6 +88,20 @@ std::optional<Refusal> checkFraming(const RequestHead& head)
     if (head.count("Content-Length") > 1 || head.value("Content-Length").contains(','))
         return Refusal{400};
     return std::nullopt;
+}
+
+/// Bytes of the body that a request for the route may have.
+std::uint64_t bodyLimitOf(Route::Kind kind)
+{
+    switch (kind) {
+    case Route::Kind::Rpc:
+        return longestBody;
+    case Route::Kind::Login:
+    case Route::Kind::Logout:
+        return longestForm;
+    default:
+        return 0;
+    }
 }
 
 /// Nothing if the client is to get no answer.
@@ -145,6 +161,8 @@ private:
     void watchClient();
     void refuse(const Refusal& refusal);
     void answer(Answer answer);
+    /// Drops the answer if that request is no longer being handled.
+    void receive(quint64 serial, Answer received);
     void writeHead();
     void written(const ErrorCode& error);
     void failed();
@@ -171,11 +189,13 @@ private:
     std::optional<Parser> m_parser;
 
     HttpRequest m_request;
-    /// Of the last request that was admitted.
+    /// Of the request, if it is admitted.
     Credential m_credential;
     Clock::time_point m_begin;
     /// Destroying it cancels the request that is being handled.
     std::shared_ptr<void> m_underWay;
+    /// Of the request that was handled last.
+    quint64 m_serial = 0;
     /// While the request is being handled: no operation keeps the connection then.
     std::shared_ptr<HttpConnection> m_handling;
     std::optional<Answer> m_answer;
@@ -246,6 +266,7 @@ void HttpConnection::readHead()
 {
     m_request = {};
     m_request.ends = m_ends;
+    m_credential = {};
     m_staysOpen = false;
     m_stream.expires_after(headLimit);
     http::async_read_header(m_stream, m_buffer, *m_parser, handler(&HttpConnection::headRead));
@@ -275,6 +296,8 @@ void HttpConnection::admitted(Admission admission)
     m_credential = std::move(admission.credential);
     if (m_request.route.kind == Route::Kind::Session)
         upgrade();
+    else if (m_parser->content_length().value_or(0) > bodyLimitOf(m_request.route.kind))
+        refuse(Refusal{413});
     else if (m_parser->is_done())
         handle();
     else
@@ -300,7 +323,10 @@ void HttpConnection::bodyRead(const ErrorCode& error)
             refuse(*refusal);
         return;
     }
-    const std::string& body = m_parser->get().body();
+    // The token may have changed while the body came.
+    if (!m_parts.access.holds(m_credential))
+        return abort();
+    const std::string body = std::move(m_parser->get().body());
     m_request.body = QByteArray(body.data(), static_cast<int>(body.size()));
     handle();
 }
@@ -320,14 +346,14 @@ void HttpConnection::handle()
 {
     m_stream.expires_never();
     m_handling = self();
-    const auto receive = [weak = std::weak_ptr(self()), io = &m_parts.io](Answer answer) {
+    const auto postAnswer = [weak = std::weak_ptr(self()), io = &m_parts.io, serial = ++m_serial](Answer answer) {
         const auto shared = std::make_shared<Answer>(std::move(answer));
-        io->post([weak, shared] {
+        io->post([weak, shared, serial] {
             if (const auto connection = weak.lock())
-                connection->answer(std::move(*shared));
+                connection->receive(serial, std::move(*shared));
         });
     };
-    m_underWay = m_parts.handler.handle(m_request, receive);
+    m_underWay = m_parts.handler.handle(m_request, postAnswer);
     // Only these may take long.
     if (m_request.route.kind == Route::Kind::Rpc)
         watchClient();
@@ -347,6 +373,12 @@ void HttpConnection::watchClient()
     });
 }
 
+void HttpConnection::receive(quint64 serial, Answer received)
+{
+    if (m_handling && serial == m_serial)
+        answer(std::move(received));
+}
+
 void HttpConnection::refuse(const Refusal& refusal)
 {
     // What follows in the input cannot be told apart from a request.
@@ -360,6 +392,7 @@ void HttpConnection::answer(Answer answer)
     const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
     m_timer.cancel();
+    m_request.body.clear();
     if (!m_stream.socket().is_open())
         return;
     m_answer = std::move(answer);

@@ -24,6 +24,8 @@ std::optional<std::string_view> field(const QByteArray& value)
 
 ByteRange rangeOf(const RequestHead& head, const MediaFile& file)
 {
+    if (head.method != "GET")
+        return {};
     const QByteArray range = head.value("Range");
     const QByteArray ifRange = head.value("If-Range");
     return requestedRange(field(range), field(ifRange), view(file.etag), file.modified, file.size);

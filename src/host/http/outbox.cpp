@@ -29,8 +29,10 @@ void Outbox::add(PendingMessages::Entry entry)
         const std::lock_guard lock(m_mutex);
         if (m_isClosed || m_pending.replace(entry))
             return;
+        const bool wasOverfull = isOverfullLocked();
         m_pending.append(std::move(entry));
-        if (std::exchange(m_isAwake, true))
+        const bool becomesOverfull = isOverfullLocked() && !wasOverfull;
+        if (std::exchange(m_isAwake, true) && !becomesOverfull)
             return;
         wake = m_wake;
     }
@@ -77,7 +79,7 @@ std::optional<Message> Outbox::next()
 bool Outbox::isOverfull() const
 {
     const std::lock_guard lock(m_mutex);
-    return m_pending.bytes() > mostPending;
+    return isOverfullLocked();
 }
 
 void Outbox::close()
@@ -87,6 +89,11 @@ void Outbox::close()
     m_wake = nullptr;
     m_roomHandler = nullptr;
     m_pending.clear();
+}
+
+bool Outbox::isOverfullLocked() const
+{
+    return m_pending.bytes() > mostPending;
 }
 
 bool Outbox::isFullLocked() const

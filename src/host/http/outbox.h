@@ -16,7 +16,7 @@ public:
     using Wake = std::function<void()>;
 
     /// `wake` is called, in any thread, when the first message comes and whenever one comes after next() has given
-    /// nothing. It must not block.
+    /// nothing, and when the outbox becomes overfull. It must not block.
     /// The metrics count the changes that the client hears of. They must outlive the outbox.
     Outbox(Metrics& metrics, Wake wake) : m_metrics(metrics), m_wake(std::move(wake)) {}
 
@@ -37,6 +37,7 @@ public:
 
 private:
     void add(PendingMessages::Entry entry);
+    [[nodiscard]] bool isOverfullLocked() const;
     [[nodiscard]] bool isFullLocked() const;
 
     Metrics& m_metrics;

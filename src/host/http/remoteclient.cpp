@@ -23,6 +23,8 @@ RemoteClient::RemoteClient(
 RemoteClient::~RemoteClient()
 {
     m_executor.removeClient(m_parsing);
+    // The thread that parses a long message may hold the dispatcher for a while.
+    m_dispatcher->silence();
 }
 
 bool RemoteClient::accept(const QByteArray& message, Function accepted)

@@ -15,7 +15,8 @@ public:
     RemoteClient(
         const Services& services, const Dispatcher::Profile& profile, std::shared_ptr<MessageSink> sink,
         Function readyHandler);
-    /// Ends what is under way; the sink gets no further messages.
+    /// Ends what is under way; the sink gets no further messages. Waits until the ready handler has returned, unless it
+    /// is called in the handler itself.
     ~RemoteClient();
     Q_DISABLE_COPY_MOVE(RemoteClient)
 

@@ -43,9 +43,18 @@ std::optional<QByteArray> tokenIn(const QByteArray& body)
     return token.toString().toUtf8();
 }
 
+/// Passes on the first answer only.
+RequestHandler::Receive once(RequestHandler::Receive receive)
+{
+    return [receive = std::move(receive), isDone = std::make_shared<std::atomic_flag>()](Answer answer) {
+        if (!isDone->test_and_set())
+            receive(std::move(answer));
+    };
+}
+
 } // namespace
 
-std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive receive)
+std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, const Receive& receive)
 {
     switch (request.route.kind) {
     case Route::Kind::Page:
@@ -54,7 +63,7 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive
     case Route::Kind::Rpc:
         return handleRpc(request, receive);
     case Route::Kind::Media:
-        return handleMedia(request, std::move(receive));
+        return handleMedia(request, receive);
     case Route::Kind::Cover:
         handleCover(request, receive);
         break;
@@ -77,17 +86,13 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, Receive
     return nullptr;
 }
 
-std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, Receive receive)
+std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, const Receive& receive)
 {
     RequestExecutor::Job job;
     job.context = std::make_shared<CMRequestContext>();
     const std::shared_ptr<RequestExecutor::Client> client = mediaClient(request.route.prefix);
-    // A job that takes too long is refused, too.
-    const auto receiveOnce = [receive = std::move(receive),
-                              isDone = std::make_shared<std::atomic_flag>()](Answer answer) {
-        if (!isDone->test_and_set())
-            receive(std::move(answer));
-    };
+    // A job that takes too long is refused while it still runs.
+    const Receive receiveOnce = once(receive);
     job.run = [library = MediaLibrary(m_parts.services.host), request, receiveOnce,
                client](const RequestExecutor::Slot& /*slot*/) {
         if (CMRequestContext::current()->isCancelled())

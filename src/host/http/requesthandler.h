@@ -42,10 +42,10 @@ public:
 
     /// `receive` may be called before this returns. To destroy what is returned cancels the request; `receive` may
     /// still be called then.
-    [[nodiscard]] std::shared_ptr<void> handle(const HttpRequest& request, Receive receive);
+    [[nodiscard]] std::shared_ptr<void> handle(const HttpRequest& request, const Receive& receive);
 
 private:
-    [[nodiscard]] std::shared_ptr<void> handleMedia(const HttpRequest& request, Receive receive);
+    [[nodiscard]] std::shared_ptr<void> handleMedia(const HttpRequest& request, const Receive& receive);
     [[nodiscard]] std::shared_ptr<RequestExecutor::Client> mediaClient(const QString& prefix);
     [[nodiscard]] std::shared_ptr<void> handleRpc(const HttpRequest& request, const Receive& receive);
     void handleCover(const HttpRequest& request, const Receive& receive);

@@ -35,6 +35,8 @@ constexpr std::chrono::seconds handshakeLimit(10);
 constexpr std::chrono::seconds pingInterval(20);
 /// For the answer to a ping.
 constexpr std::chrono::seconds pongLimit(10);
+/// For what is being written, and for the client's own close.
+constexpr std::chrono::seconds closeLimit(10);
 /// Bytes; a buffer that a long message has made larger is given back.
 constexpr std::size_t usualBuffer = 4096;
 
@@ -112,6 +114,7 @@ private:
     const Credential m_credential;
     websocket::stream<Stream, false> m_stream;
     asio::steady_timer m_timer;
+    asio::steady_timer m_closeTimer;
     beast::flat_buffer m_buffer;
     std::shared_ptr<Outbox> m_outbox;
     /// Null before the WebSocket is open and after the end.
@@ -135,7 +138,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
       m_credential(std::move(opening.credential)),
       m_stream(Tcp::socket::rebind_executor<Executor>::other(
           parts.io.context(), opening.isV4 ? Tcp::v4() : Tcp::v6(), opening.socket.release())),
-      m_timer(parts.io.context())
+      m_timer(parts.io.context()), m_closeTimer(parts.io.context())
 {
     const websocket::stream_base::timeout limits = {handshakeLimit, websocket::stream_base::none(), false};
     m_stream.set_option(limits);
@@ -193,7 +196,7 @@ std::function<void()> WebSocketClient::poster(void (WebSocketClient::*function)(
 /// One reading is always under way, for pings and closes too, unless the client has too much under way.
 void WebSocketClient::readIfReady()
 {
-    if (m_isReading || m_isAccepting || !m_client)
+    if (m_isReading || m_isAccepting || m_closeCode || !m_client)
         return;
     m_isPaused = true;
     if (!m_client->isReady())
@@ -213,6 +216,9 @@ void WebSocketClient::received(const ErrorCode& error)
     const auto bytes = m_buffer.cdata();
     const QByteArray message(static_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
     m_buffer.consume(m_buffer.size());
+    // The closing reads the rest.
+    if (m_closeCode)
+        return;
     if (m_buffer.capacity() > usualBuffer)
         m_buffer.shrink_to_fit();
     if (!m_stream.got_text())
@@ -230,10 +236,12 @@ void WebSocketClient::accepted()
 
 void WebSocketClient::writeNext()
 {
-    if (m_isWriting || m_closeCode || !m_outbox)
+    if (m_closeCode || !m_outbox)
         return;
     if (m_outbox->isOverfull())
         return abort();
+    if (m_isWriting)
+        return;
     std::optional<Message> message = m_outbox->next();
     if (!message)
         return;
@@ -262,6 +270,12 @@ void WebSocketClient::close(websocket::close_code code)
     if (m_closeCode || !m_client)
         return abort();
     m_closeCode = code;
+    m_outbox->close();
+    m_closeTimer.expires_after(closeLimit);
+    m_closeTimer.async_wait([self = self()](const ErrorCode& error) {
+        if (!error)
+            self->abort();
+    });
     if (!m_isWriting)
         sendClose();
 }
@@ -280,6 +294,7 @@ void WebSocketClient::end()
     }
     m_client.reset();
     m_timer.cancel();
+    m_closeTimer.cancel();
     beast::get_lowest_layer(m_stream).close();
 }
 
@@ -323,9 +338,11 @@ void WebSocketClient::checkPong()
 {
     const CountingPolicy& traffic = beast::get_lowest_layer(m_stream).rate_policy();
     const bool hasReceived = traffic.received() != m_receivedBefore;
-    // The ping waits behind a message that the client is still reading.
-    const bool isBusy = m_isPinging && traffic.sent() != m_sentBefore;
-    if (m_isReading && !hasReceived && !isBusy)
+    const bool hasSent = traffic.sent() != m_sentBefore;
+    // The ping waits behind a message that the client reads slowly, or not at all.
+    const bool isStuck = m_isPinging && !hasSent;
+    const bool isSilent = m_isReading && !hasReceived && !m_isPinging;
+    if (isStuck || isSilent)
         return abort();
     noteTraffic();
     if (m_isPinging)

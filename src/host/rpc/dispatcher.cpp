@@ -75,6 +75,7 @@ public:
     State(const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler);
 
     void start();
+    void silence();
     void stop();
     /// `serve` hands a job to the executor.
     template<typename Serve>
@@ -155,13 +156,19 @@ void Dispatcher::State::start()
     });
 }
 
+void Dispatcher::State::silence()
+{
+    m_isStopped = true;
+    const std::lock_guard lock(m_flowMutex);
+    m_readyHandler = nullptr;
+}
+
 void Dispatcher::State::stop()
 {
     m_isStopped = true;
     m_services.executor.removeClient(m_client);
     m_subscriptions.reset();
-    const std::lock_guard lock(m_flowMutex);
-    m_readyHandler = nullptr;
+    silence();
 }
 
 template<typename Serve>
@@ -354,6 +361,11 @@ Dispatcher::Dispatcher(
 Dispatcher::~Dispatcher()
 {
     m_state->stop();
+}
+
+void Dispatcher::silence()
+{
+    m_state->silence();
 }
 
 void Dispatcher::accept(const QByteArray& message)

@@ -44,6 +44,10 @@ public:
     ~Dispatcher();
     Q_DISABLE_COPY_MOVE(Dispatcher)
 
+    /// Calls the ready handler no more, and sends nothing more. Waits as the destructor does, but from any thread, also
+    /// while accept() runs in another one: for an owner that leaves the dispatcher to that thread.
+    void silence();
+
     /// Takes a message from the client.
     void accept(const QByteArray& message);
     /// As accept(), but where the request may run at once, the caller is to run the task that is returned, in its own
