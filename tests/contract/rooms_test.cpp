@@ -213,7 +213,7 @@ const std::vector<Rule> rules = {
       "src/api/playlist", "src/modules/file", "moc"}},
     {"HostLiveness", "src/host/liveness", Side::Both,
      hostRoom({"log4cplus", "src/api/core/log", "exec/patientcall.h"})},
-    {"HostExec", "src/host/exec", Side::Both, hostRoom({})},
+    {"HostExec", "src/host/exec", Side::Both, hostRoom({"log4cplus", "src/api/core/log"})},
     {"HostContent", "src/host/content", Side::Both,
      hostRoom({"log4cplus", "src/api/core/log", "src/host/exec", "src/host/liveness"})},
     {"HostMedia", "src/host/media", Side::Both,
