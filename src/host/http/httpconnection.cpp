@@ -53,11 +53,11 @@ constexpr std::chrono::seconds closeLimit(2);
 
 constexpr std::uint32_t longestHead = 16 * 1024;
 /// Of a message of JSON-RPC.
-constexpr std::uint64_t longestBody = 1024 * 1024;
-constexpr std::uint64_t longestForm = 4 * 1024;
+constexpr std::uint64_t longestBody = std::uint64_t{1024} * 1024;
+constexpr std::uint64_t longestForm = 4096;
 /// Bytes.
 constexpr std::size_t readingStep = 4096;
-constexpr std::size_t longestBuffer = 64 * 1024;
+constexpr std::size_t longestBuffer = 65536;
 constexpr int writingStep = 256 * 1024;
 
 const log4cplus::Logger& logger()
