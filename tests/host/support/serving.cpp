@@ -7,6 +7,9 @@
 Serving::Serving()
 {
     tree.addDirectory(QStringLiteral("root"));
+    // A sanitizer keeps freed memory, which is not the server's.
+    const QString options = qEnvironmentVariable("ASAN_OPTIONS");
+    m_program.setVariable(QStringLiteral("ASAN_OPTIONS"), options + QStringLiteral(":quarantine_size_mb=1"));
 }
 
 QStringList Serving::arguments(const QStringList& options) const
