@@ -1,6 +1,6 @@
 #include "exec/requestexecutor.h"
 
-#include "exec/guardedcall.h"
+#include "process/guardedcall.h"
 
 #include <model/cmrequestcontext.h>
 

@@ -1,6 +1,6 @@
 #include "exec/threadpool.h"
 
-#include "exec/guardedcall.h"
+#include "process/guardedcall.h"
 
 #include <utility>
 

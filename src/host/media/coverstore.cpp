@@ -1,10 +1,10 @@
 #include "media/coverstore.h"
 
 #include "content/contenthost.h"
-#include "exec/guardedcall.h"
 #include "exec/threadpool.h"
 #include "media/covermaker.h"
 #include "media/directorycovers.h"
+#include "process/guardedcall.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "rpc/sharedrequests.h"
 
 #include "content/failures.h"
-#include "exec/guardedcall.h"
+#include "process/guardedcall.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "exec/guardedcall.h"
+#include "process/guardedcall.h"
 
 #include <log/dbglog.h>
 
@@ -6,25 +6,25 @@
 
 namespace {
 
-void logError(const char* reason)
+void logError(const char* problem, const char* reason)
 {
     static const log4cplus::Logger logger = log4cplus::Logger::getInstance("tavo");
     DBGLOG(
-        logger, log4cplus::ERROR_LOG_LEVEL, (DbgLogSite{"src/host/exec/guardedcall", __LINE__, __func__}),
-        "a task has failed: " << reason);
+        logger, log4cplus::ERROR_LOG_LEVEL, (DbgLogSite{"src/host/process/guardedcall", __LINE__, __func__}),
+        problem << ": " << reason);
 }
 
 } // namespace
 
-void logException() noexcept
+void logException(const char* problem) noexcept
 {
     try {
         try {
             throw;
         } catch (const std::exception& exception) {
-            logError(exception.what());
+            logError(problem, exception.what());
         } catch (...) {
-            logError("unknown exception");
+            logError(problem, "unknown exception");
         }
     } catch (...) {
         // There may not even be memory for the log.
