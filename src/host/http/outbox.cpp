@@ -4,8 +4,6 @@
 
 namespace {
 
-/// Bytes; enough to keep the client busy.
-constexpr qint64 muchPending = qint64{1} << 20;
 /// Bytes; more than the longest answers to all requests that a client may have running.
 constexpr qint64 mostPending = qint64{80} << 20;
 
@@ -64,10 +62,10 @@ std::optional<Message> Outbox::next()
     {
         const std::lock_guard lock(m_mutex);
         const bool wasFull = isFullLocked();
+        m_pending.endWriting();
         m_isAwake = !m_pending.isEmpty();
         if (m_isAwake)
             message = m_pending.takeFirst();
-        m_writtenBytes = message ? message->size() : 0;
         if (wasFull && !isFullLocked())
             announceRoom = m_roomHandler;
     }
@@ -98,5 +96,5 @@ bool Outbox::isOverfullLocked() const
 
 bool Outbox::isFullLocked() const
 {
-    return !m_isClosed && m_pending.bytes() + m_writtenBytes > muchPending;
+    return !m_isClosed && m_pending.isFull();
 }

@@ -45,8 +45,6 @@ private:
     Wake m_wake;
     std::function<void()> m_roomHandler;
     PendingMessages m_pending;
-    /// Of the message that is being written.
-    qint64 m_writtenBytes = 0;
     bool m_isAwake = false;
     bool m_isClosed = false;
 };

@@ -3,6 +3,13 @@
 #include <iterator>
 #include <utility>
 
+namespace {
+
+/// Bytes.
+constexpr qint64 muchPending = qint64{1} << 20;
+
+} // namespace
+
 bool PendingMessages::replace(const Entry& entry)
 {
     const auto latest = m_latest.constFind(entry.key);
@@ -28,7 +35,8 @@ Message PendingMessages::takeFirst()
         m_latest.erase(latest);
     Message message = std::move(m_entries.front().message);
     m_entries.pop_front();
-    m_bytes -= message.size();
+    m_writtenBytes = message.size();
+    m_bytes -= m_writtenBytes;
     return message;
 }
 
@@ -37,4 +45,9 @@ void PendingMessages::clear()
     m_entries.clear();
     m_latest.clear();
     m_bytes = 0;
+}
+
+bool PendingMessages::isFull() const
+{
+    return m_bytes + m_writtenBytes > muchPending;
 }

@@ -7,7 +7,8 @@
 
 #include <list>
 
-/// Messages that wait for their turn to be written, in order. For one thread at a time.
+/// The messages to one client, in order: those that are pending, and the one that is being written. For one thread at a
+/// time.
 class PendingMessages
 {
 public:
@@ -25,17 +26,23 @@ public:
     void append(Entry entry);
     /// No later message replaces one that is pending now.
     void endReplacing() { m_latest.clear(); }
-    /// Removes the first message. Call only if there is one.
+    /// The first message, which is being written from now on. Call only if there is one.
     [[nodiscard]] Message takeFirst();
+    /// No message is being written any more.
+    void endWriting() { m_writtenBytes = 0; }
+    /// Drops what is pending.
     void clear();
 
     [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }
     /// Of all pending messages.
     [[nodiscard]] qint64 bytes() const { return m_bytes; }
+    /// With the message that is being written there is enough to keep the client busy.
+    [[nodiscard]] bool isFull() const;
 
 private:
     std::list<Entry> m_entries;
     /// The message of each key that may still be replaced.
     QHash<QString, std::list<Entry>::iterator> m_latest;
     qint64 m_bytes = 0;
+    qint64 m_writtenBytes = 0;
 };

@@ -19,9 +19,6 @@
 
 namespace {
 
-/// Bytes; enough to keep the reader busy.
-constexpr qint64 muchPending = qint64{1024} * 1024;
-
 /// Opens the pipe again without blocking, which does not affect other writers. Negative if it is no pipe or cannot be
 /// opened.
 int openWithoutWaiting(int fileDescriptor)
@@ -72,7 +69,7 @@ private:
     std::optional<QByteArray> takeNext();
     void finish(int errorNumber);
     void closeLocked();
-    [[nodiscard]] bool isFullLocked() const { return !m_closed && m_pending.bytes() + m_writtenBytes > muchPending; }
+    [[nodiscard]] bool isFullLocked() const { return !m_closed && m_pending.isFull(); }
 
     const int m_fileDescriptor;
     /// The same without waiting; negative if there is none.
@@ -83,8 +80,6 @@ private:
     FailureHandler m_failureHandler;
     std::function<void()> m_roomHandler;
     PendingMessages m_pending;
-    /// Of the line that is being written.
-    qint64 m_writtenBytes = 0;
     bool m_writing = false;
     bool m_closed = false;
 };
@@ -157,7 +152,6 @@ std::optional<QByteArray> OutputQueue::State::takeNext()
     if (m_closed)
         return std::nullopt;
     QByteArray line = m_pending.takeFirst().head;
-    m_writtenBytes = line.size();
     m_writing = true;
     return line;
 }
@@ -170,7 +164,7 @@ void OutputQueue::State::finish(int errorNumber)
         const std::lock_guard lock(m_mutex);
         const bool wasFull = isFullLocked();
         m_writing = false;
-        m_writtenBytes = 0;
+        m_pending.endWriting();
         if (errorNumber != 0) {
             reportFailure = std::exchange(m_failureHandler, nullptr);
             closeLocked();
