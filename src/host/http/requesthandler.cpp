@@ -9,7 +9,6 @@
 
 #include <model/cmrequestcontext.h>
 
-#include <atomic>
 #include <iterator>
 #include <utility>
 #include <variant>
@@ -41,15 +40,6 @@ std::optional<QByteArray> tokenIn(const QByteArray& body)
     if (token.userType() != QMetaType::QString)
         return std::nullopt;
     return token.toString().toUtf8();
-}
-
-/// Passes on the first answer only.
-RequestHandler::Receive once(RequestHandler::Receive receive)
-{
-    return [receive = std::move(receive), isDone = std::make_shared<std::atomic_flag>()](Answer answer) {
-        if (!isDone->test_and_set())
-            receive(std::move(answer));
-    };
 }
 
 } // namespace
@@ -91,16 +81,14 @@ std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, co
     RequestExecutor::Job job;
     job.context = std::make_shared<CMRequestContext>();
     const std::shared_ptr<RequestExecutor::Client> client = mediaClient(request.route.prefix);
-    // A job that takes too long is refused while it still runs.
-    const Receive receiveOnce = once(receive);
-    job.run = [library = MediaLibrary(m_parts.services.host), request, receiveOnce,
+    job.run = [library = MediaLibrary(m_parts.services.host), request, receive,
                client](const RequestExecutor::Slot& /*slot*/) {
         if (CMRequestContext::current()->isCancelled())
-            receiveOnce(makeResponse(Refusal{503}));
+            receive(makeResponse(Refusal{503}));
         else
-            receiveOnce(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
+            receive(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
     };
-    job.refuse = [receiveOnce](RequestExecutor::Refusal /*reason*/) { receiveOnce(makeResponse(Refusal{503})); };
+    job.refuse = [receive](RequestExecutor::Refusal /*reason*/) { receive(makeResponse(Refusal{503})); };
     const std::shared_ptr<CMRequestContext> context = job.context;
     m_parts.services.executor.submit(client, std::move(job));
     return {context.get(), [context](void*) { context->cancel(); }};

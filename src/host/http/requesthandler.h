@@ -24,7 +24,8 @@ struct HttpRequest
 class RequestHandler
 {
 public:
-    /// Gets the answer once, in any thread. Must not block.
+    /// Gets the answer, in any thread. Must not block. A request that takes too long is refused while it still runs,
+    /// and may have a second answer then; the first counts.
     using Receive = std::function<void(Answer)>;
 
     struct Parts
