@@ -103,11 +103,13 @@ private:
     void close(websocket::close_code code);
     void sendClose();
 
-    void waitToPing();
+    void waitToPing() { callAfter(pingInterval, &WebSocketClient::ping); }
     void ping();
-    void waitForPong();
+    void waitForPong() { callAfter(pongLimit, &WebSocketClient::checkPong); }
     void checkPong();
     void noteTraffic();
+    /// Replaces the call that waits; the client must still be open then.
+    void callAfter(std::chrono::seconds time, void (WebSocketClient::*function)());
 
     ServerParts m_parts;
     const ConnectionTable::Place m_place;
@@ -304,15 +306,6 @@ void WebSocketClient::checkAccess()
         close(websocket::close_code::policy_error);
 }
 
-void WebSocketClient::waitToPing()
-{
-    m_timer.expires_after(pingInterval);
-    m_timer.async_wait([self = self()](const ErrorCode& error) {
-        if (!error && self->m_client)
-            self->ping();
-    });
-}
-
 void WebSocketClient::ping()
 {
     noteTraffic();
@@ -325,12 +318,12 @@ void WebSocketClient::ping()
     waitForPong();
 }
 
-void WebSocketClient::waitForPong()
+void WebSocketClient::callAfter(std::chrono::seconds time, void (WebSocketClient::*function)())
 {
-    m_timer.expires_after(pongLimit);
-    m_timer.async_wait([self = self()](const ErrorCode& error) {
+    m_timer.expires_after(time);
+    m_timer.async_wait([self = self(), function](const ErrorCode& error) {
         if (!error && self->m_client)
-            self->checkPong();
+            (self.get()->*function)();
     });
 }
 
