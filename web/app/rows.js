@@ -251,13 +251,9 @@ export class Rows extends EventTarget {
      * @param {string[]} paths
      */
     async #search(listing, paths) {
-        if (listing.complete || listing.indexOf(paths[0]) !== undefined) return firstKnown(listing, paths);
+        if (listing.complete || listing.indexOf(paths[0]) !== undefined) return firstKnown(paths, (path) => listing.indexOf(path));
         const indices = await this.#allPaths(listing);
-        for (const path of paths) {
-            const index = indices.get(path);
-            if (index !== undefined) return { path, index };
-        }
-        return null;
+        return firstKnown(paths, (path) => indices.get(path));
     }
 
     /** @param {Listing} listing */
@@ -447,12 +443,12 @@ function pageOf(index) {
 }
 
 /**
- * @param {Listing} listing
  * @param {string[]} paths
+ * @param {(path: string) => number | undefined} indexOf
  */
-function firstKnown(listing, paths) {
+function firstKnown(paths, indexOf) {
     for (const path of paths) {
-        const index = listing.indexOf(path);
+        const index = indexOf(path);
         if (index !== undefined) return { path, index };
     }
     return null;
