@@ -7,6 +7,7 @@
 #include "support/fifo.h"
 #include "support/gate.h"
 #include "support/memorysink.h"
+#include "support/rpcrequest.h"
 #include "support/servedcontent.h"
 #include "support/temporarytree.h"
 
@@ -34,16 +35,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr std::chrono::seconds longTime{20};
-
-QByteArray requestText(int id, const char* method, const QJsonObject& parameters = {})
-{
-    const QJsonObject request{
-        {QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-        {QStringLiteral("id"), id},
-        {QStringLiteral("method"), QString::fromUtf8(method)},
-        {QStringLiteral("params"), parameters}};
-    return QJsonDocument(request).toJson(QJsonDocument::Compact);
-}
 
 QJsonObject at(const char* path)
 {
@@ -134,7 +125,7 @@ protected:
     [[nodiscard]] QJsonObject call(const char* method, const QJsonObject& parameters = {})
     {
         const int id = ++lastId;
-        dispatcher->accept(requestText(id, method, parameters));
+        dispatcher->accept(rpcRequest(id, method, parameters));
         return sink->readAnswer(id);
     }
 
@@ -154,7 +145,7 @@ protected:
     {
         const auto otherSink = std::make_shared<MemorySink>();
         const auto other = newDispatcher({}, otherSink);
-        other->accept(requestText(1, "describe"));
+        other->accept(rpcRequest(1, "describe"));
         return !otherSink->readAnswer(1).isEmpty();
     }
 
@@ -265,7 +256,7 @@ TEST_F(DispatcherTest, RequestWithoutAnAnswerIsNoLongerUnderWay)
     dispatcher = newDispatcher({}, failing);
     for (const char* method : {"rows", "open", "nonsense"}) {
         failing->failNext(2);
-        dispatcher->accept(requestText(1, method, at("/file/")));
+        dispatcher->accept(rpcRequest(1, method, at("/file/")));
         EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); })) << method;
     }
     EXPECT_THAT(failing->read(), IsEmpty());
@@ -287,7 +278,7 @@ TEST_F(DispatcherTest, ReadyHandlerMayEndIt)
                 ending.reset();
                 ended.open();
             });
-        ending->accept(requestText(1, method, at("/file/")));
+        ending->accept(rpcRequest(1, method, at("/file/")));
         accepted.open();
         EXPECT_TRUE(ended.wait()) << method;
         EXPECT_FALSE(itsSink->readAnswer(1).isEmpty()) << method;
@@ -307,7 +298,7 @@ TEST_F(DispatcherTest, EndWaitsForTheReadyHandler)
             EXPECT_TRUE(mayReturn.wait());
             hasReturned = true;
         });
-    ending->accept(requestText(1, "describe"));
+    ending->accept(rpcRequest(1, "describe"));
     ASSERT_TRUE(called.wait());
     std::thread releasing([&mayReturn] { mayReturn.open(); });
     ending.reset();
@@ -331,11 +322,11 @@ TEST_F(DispatcherTest, RequestsThatTakeTooLongAreAnsweredOnce)
     startScripted(settings);
     std::future<void> hanging;
     Fifo fifo(tree.absolute(QStringLiteral("slow")));
-    const Dispatcher::Task first = dispatcher->acceptOrTake(requestText(1, "data", at("/file/slow")));
+    const Dispatcher::Task first = dispatcher->acceptOrTake(rpcRequest(1, "data", at("/file/slow")));
     ASSERT_TRUE(first);
     hanging = std::async(std::launch::async, first);
     fifo.waitForReader();
-    dispatcher->accept(requestText(2, "describe"));
+    dispatcher->accept(rpcRequest(2, "describe"));
     EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
     EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Overloaded);
     EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
@@ -351,11 +342,11 @@ TEST_F(DispatcherTest, RequestThatJoinsOneThatHangsIsGivenUpToo)
     startScripted(settings);
     std::future<void> hanging;
     Fifo fifo(tree.absolute(QStringLiteral("fifo")));
-    const Dispatcher::Task first = dispatcher->acceptOrTake(requestText(1, "rows", at("/file/fifo")));
+    const Dispatcher::Task first = dispatcher->acceptOrTake(rpcRequest(1, "rows", at("/file/fifo")));
     ASSERT_TRUE(first);
     hanging = std::async(std::launch::async, first);
     fifo.waitForReader();
-    ASSERT_FALSE(dispatcher->acceptOrTake(requestText(2, "rows", at("/file/fifo")))) << "joining needs no thread";
+    ASSERT_FALSE(dispatcher->acceptOrTake(rpcRequest(2, "rows", at("/file/fifo")))) << "joining needs no thread";
     EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
     EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Cancelled);
     EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
@@ -370,9 +361,9 @@ TEST_F(DispatcherTest, StoppingHostAnswersWhatWaits)
 {
     Fifo fifo(tree.absolute(QStringLiteral("fifo")));
     startScripted(narrow());
-    dispatcher->accept(requestText(1, "data", at("/file/fifo")));
+    dispatcher->accept(rpcRequest(1, "data", at("/file/fifo")));
     fifo.waitForReader();
-    dispatcher->accept(requestText(2, "describe"));
+    dispatcher->accept(rpcRequest(2, "describe"));
     EXPECT_FALSE(executor->stop(std::chrono::milliseconds(1)));
     const QJsonObject stopped = sink->readAnswer(2);
     EXPECT_EQ(codeOf(stopped), JsonRpc::Cancelled);
@@ -398,12 +389,12 @@ TEST_F(DispatcherTest, NothingMoreIsReadBeyondSixtyFourRequests)
     Fifo fifo(tree.absolute(QStringLiteral("fifo")));
     startScripted(narrow());
     EXPECT_TRUE(dispatcher->isIdle());
-    dispatcher->accept(requestText(1, "data", at("/file/fifo")));
+    dispatcher->accept(rpcRequest(1, "data", at("/file/fifo")));
     fifo.waitForReader();
     for (int id = 2; id <= 63; ++id)
-        dispatcher->accept(requestText(id, "describe"));
+        dispatcher->accept(rpcRequest(id, "describe"));
     EXPECT_TRUE(dispatcher->isReady());
-    dispatcher->accept(requestText(64, "describe"));
+    dispatcher->accept(rpcRequest(64, "describe"));
     EXPECT_FALSE(dispatcher->isReady());
     EXPECT_FALSE(dispatcher->isIdle());
     const int calls = readyCalls;
@@ -418,11 +409,11 @@ TEST_F(DispatcherTest, FullSinkPausesTheClientUntilThereIsRoom)
 {
     startScripted(narrow());
     connect({}, 1000);
-    dispatcher->accept(requestText(1, "rows", at("/file/20")));
+    dispatcher->accept(rpcRequest(1, "rows", at("/file/20")));
     ASSERT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
     ASSERT_TRUE(sink->isFull()) << "one answer may be longer than the room";
     EXPECT_FALSE(dispatcher->isReady());
-    dispatcher->accept(requestText(2, "describe"));
+    dispatcher->accept(rpcRequest(2, "describe"));
     EXPECT_TRUE(servesOthers());
     EXPECT_EQ(sink->sent(), 1);
     const int calls = readyCalls;
@@ -442,7 +433,7 @@ TEST_F(DispatcherTest, NotificationsThatFillTheSinkPauseTheClient)
     ASSERT_TRUE(processEventsUntil([this] { return sink->isFull(); }));
     host->workerThread().run([] {});
     const int sent = sink->sent();
-    dispatcher->accept(requestText(1, "describe"));
+    dispatcher->accept(rpcRequest(1, "describe"));
     EXPECT_TRUE(servesOthers());
     EXPECT_EQ(sink->sent(), sent);
     static_cast<void>(sink->read());
@@ -452,13 +443,13 @@ TEST_F(DispatcherTest, NotificationsThatFillTheSinkPauseTheClient)
 TEST_F(DispatcherTest, CallerRunsARequestThatMayBeginAtOnce)
 {
     start();
-    const Dispatcher::Task task = dispatcher->acceptOrTake(requestText(1, "describe"));
+    const Dispatcher::Task task = dispatcher->acceptOrTake(rpcRequest(1, "describe"));
     ASSERT_TRUE(task);
     EXPECT_TRUE(servesOthers());
     EXPECT_EQ(sink->sent(), 0);
     task();
     EXPECT_EQ(sink->sent(), 1);
-    EXPECT_FALSE(dispatcher->acceptOrTake(requestText(2, "open", at("/file/")))) << "nothing is left to do";
+    EXPECT_FALSE(dispatcher->acceptOrTake(rpcRequest(2, "open", at("/file/")))) << "nothing is left to do";
     EXPECT_FALSE(sink->readAnswer(2).isEmpty());
 }
 
@@ -476,8 +467,8 @@ TEST_F(DispatcherTest, DestroyedOneCancelsWhatIsUnderWay)
 {
     startScripted(narrow());
     const QString walk = host->mountAt(QStringLiteral("file"))->prepareLibrary().toEncoded();
-    dispatcher->accept(requestText(1, "set", {{QStringLiteral("path"), walk}}));
-    dispatcher->accept(requestText(2, "set", {{QStringLiteral("path"), walk}}));
+    dispatcher->accept(rpcRequest(1, "set", {{QStringLiteral("path"), walk}}));
+    dispatcher->accept(rpcRequest(2, "set", {{QStringLiteral("path"), walk}}));
     dispatcher.reset();
     Gate laneIsFree;
     RequestExecutor::Job job;
@@ -493,9 +484,9 @@ TEST_F(DispatcherTest, SinkGetsNothingAfterTheEnd)
 {
     Fifo fifo(tree.absolute(QStringLiteral("fifo")));
     startScripted(narrow());
-    dispatcher->accept(requestText(1, "data", at("/file/fifo")));
+    dispatcher->accept(rpcRequest(1, "data", at("/file/fifo")));
     fifo.waitForReader();
-    dispatcher->accept(requestText(2, "describe"));
+    dispatcher->accept(rpcRequest(2, "describe"));
     dispatcher.reset();
     fifo.release();
     ASSERT_TRUE(executor->stop(longTime));
@@ -524,7 +515,7 @@ TEST_F(DispatcherTest, ResetsOnTheTwoSidesOfAnOpeningStayApart)
     int sent = sink->sent();
     tree.addFile(QStringLiteral("a/1.mp3"));
     ASSERT_TRUE(sink->waitForSent(++sent));
-    dispatcher->accept(requestText(1, "open", at("/file/b")));
+    dispatcher->accept(rpcRequest(1, "open", at("/file/b")));
     ASSERT_TRUE(sink->waitForSent(++sent));
     ASSERT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
     host->workerThread().run([] {});

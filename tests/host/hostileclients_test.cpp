@@ -1,5 +1,6 @@
 // Clients that try to pass for others, or to exhaust the server.
 
+#include "support/rpcrequest.h"
 #include "support/sessionclient.h"
 #include "support/stillserving.h"
 

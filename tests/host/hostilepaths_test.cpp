@@ -1,6 +1,7 @@
 // Requests for files and covers that try to reach what is not served, or to exhaust the server.
 
 #include "support/pictures.h"
+#include "support/rpcrequest.h"
 #include "support/stillserving.h"
 #include "support/swapper.h"
 

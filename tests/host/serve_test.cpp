@@ -1,5 +1,6 @@
 // How "tavo serve" starts, ends, and what it serves. All through sockets of the tests' own.
 
+#include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/sessionclient.h"
 #include "support/webclient.h"

@@ -1,5 +1,6 @@
 // Who is served: tokens and sessions of the running program.
 
+#include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/sessionclient.h"
 #include "support/webclient.h"

@@ -1,5 +1,6 @@
 // Requests that are malformed, or that two readers could take for different ones.
 
+#include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/webclient.h"
 

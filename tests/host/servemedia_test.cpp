@@ -1,5 +1,6 @@
 // The bytes of media files over HTTP.
 
+#include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/webclient.h"
 

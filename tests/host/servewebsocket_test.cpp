@@ -1,5 +1,6 @@
 // The session's protocol over a WebSocket, and frames that break its rules.
 
+#include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/sessionclient.h"
 #include "support/webclient.h"

@@ -1,6 +1,6 @@
 #include "support/httpclient.h"
 
-#include <QJsonDocument>
+#include <QList>
 
 #include <algorithm>
 
@@ -66,14 +66,4 @@ HttpResponse exchange(quint16 port, const QByteArray& bytes)
     HttpClient client(port);
     client.send(bytes);
     return client.receive();
-}
-
-QByteArray rpcRequest(int id, const char* method, const QJsonObject& parameters)
-{
-    const QJsonObject message{
-        {QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
-        {QStringLiteral("id"), id},
-        {QStringLiteral("method"), QString::fromLatin1(method)},
-        {QStringLiteral("params"), parameters}};
-    return QJsonDocument(message).toJson(QJsonDocument::Compact);
 }

@@ -3,7 +3,6 @@
 #include "support/rawconnection.h"
 
 #include <QByteArray>
-#include <QJsonObject>
 
 #include <vector>
 
@@ -50,6 +49,3 @@ requestText(const QByteArray& method, const QByteArray& target, const std::vecto
 
 /// The one response to these bytes on a connection of their own.
 [[nodiscard]] HttpResponse exchange(quint16 port, const QByteArray& bytes);
-
-/// A message of JSON-RPC.
-[[nodiscard]] QByteArray rpcRequest(int id, const char* method, const QJsonObject& parameters = {});

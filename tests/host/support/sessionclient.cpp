@@ -1,10 +1,10 @@
 #include "sessionclient.h"
 
+#include "support/keptmessages.h"
+
 #include <QJsonDocument>
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
 
 void SessionClient::start(const QStringList& arguments)
 {
@@ -37,18 +37,8 @@ QJsonObject SessionClient::next()
 template<typename Condition>
 QJsonObject SessionClient::take(const Condition& isWanted)
 {
-    const auto kept = std::find_if(m_kept.begin(), m_kept.end(), isWanted);
-    if (kept != m_kept.end()) {
-        const QJsonObject message = *kept;
-        m_kept.erase(kept);
-        return message;
-    }
-    for (QJsonObject message = next(); !message.isEmpty(); message = next()) {
-        if (isWanted(message))
-            return message;
-        m_kept.append(message);
-    }
-    return {};
+    return takeMessage(
+        m_kept, [this] { return next(); }, isWanted);
 }
 
 QJsonObject SessionClient::answerTo(int id)

@@ -1,8 +1,9 @@
 #include "support/webclient.h"
 
-#include <QJsonDocument>
+#include "support/keptmessages.h"
+#include "support/rpcrequest.h"
 
-#include <algorithm>
+#include <QJsonDocument>
 
 namespace {
 
@@ -91,18 +92,8 @@ int WebClient::request(const char* method, const QJsonObject& parameters)
 template<typename Condition>
 QJsonObject WebClient::take(const Condition& isWanted)
 {
-    const auto kept = std::find_if(m_kept.begin(), m_kept.end(), isWanted);
-    if (kept != m_kept.end()) {
-        const QJsonObject message = *kept;
-        m_kept.erase(kept);
-        return message;
-    }
-    for (QJsonObject message = nextMessage(); !message.isEmpty(); message = nextMessage()) {
-        if (isWanted(message))
-            return message;
-        m_kept.append(message);
-    }
-    return {};
+    return takeMessage(
+        m_kept, [this] { return nextMessage(); }, isWanted);
 }
 
 QJsonObject WebClient::answerTo(int id)
