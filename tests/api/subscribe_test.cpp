@@ -11,6 +11,7 @@
 #include <array>
 #include <chrono>
 #include <future>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <random>
@@ -57,6 +58,7 @@ protected:
     {
         return subscribe().isClient(path(base), &client);
     }
+    [[nodiscard]] int versionOf(const char* base) const { return m_worker.versions.value(QLatin1String(base)); }
 
     TrackingWorker m_worker;
     KeepingReceiver m_client;
@@ -511,7 +513,6 @@ protected:
         subscribe().renew(paths);
     }
 
-    [[nodiscard]] int versionOf(const char* base) const { return m_worker.versions.value(QLatin1String(base)); }
     [[nodiscard]] QString resetOf(const char* base) const
     {
         return QStringLiteral("%1 reset %2").arg(QLatin1String(base)).arg(versionOf(base));
@@ -624,6 +625,18 @@ TEST_F(Renewal, ReleasesAPathThatIsLostAsSoonAsItIsAddedAgain)
     EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a", "added a", "removed a"}));
 }
 
+TEST_F(Renewal, ReleasesAPathThatVanishesAsSoonAsItIsAddedAgain)
+{
+    EXPECT_TRUE(open("a", m_client));
+    const auto vanishing = QObject::connect(
+        &subscribe(), &CMSubscribe::rowsPathAdded, [this] { m_worker.containers.removeAll(QStringLiteral("a")); });
+    renew({"a"});
+    QObject::disconnect(vanishing);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_client.received(), texts({"a close 0"}));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a", "added a", "removed a"}));
+}
+
 TEST_F(Renewal, ReleasesAPathWhoseLastClientGoesMeanwhile)
 {
     auto brief = std::make_unique<KeepingReceiver>();
@@ -641,6 +654,52 @@ TEST_F(Renewal, ReleasesAPathWhoseLastClientGoesMeanwhile)
     EXPECT_EQ(m_worker.takeEvents(), texts({"removed a", "added a", "removed a"}));
     EXPECT_EQ(m_client.received(), QStringList());
     EXPECT_TRUE(isOpen("a/b", m_client));
+}
+
+class Verification : public Subscription
+{
+protected:
+    void SetUp() override
+    {
+        QObject::connect(&subscribe(), &CMSubscribe::rowsPathAdded, &subscribe(), &CMSubscribe::verify);
+        QObject::connect(&subscribe(), &CMSubscribe::rowsPathRefused, [this](const CMPath& path) {
+            const QMutexLocker lock(&m_worker.mutex);
+            m_worker.note("refused " + path.base());
+        });
+    }
+};
+
+TEST_F(Verification, KeepsAPathThatTheWorkerHasTaken)
+{
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_TRUE(isOpen("a", m_client));
+    close("a", m_client);
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added a", "removed a"}));
+}
+
+TEST_F(Verification, KeepsAPathWhoseRowsHaveTheVersionThatItAsksFor)
+{
+    m_worker.setLastVersion(std::numeric_limits<int>::max() - 1);
+    EXPECT_TRUE(open("a", m_client));
+    EXPECT_EQ(versionOf("a"), std::numeric_limits<int>::max());
+    EXPECT_TRUE(isOpen("a", m_client));
+}
+
+TEST_F(Verification, RefusesAPathThatTheWorkerHasNotTakenAndSendsNoRemoval)
+{
+    EXPECT_FALSE(open("missing", m_client));
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(isOpen("missing", m_client));
+    EXPECT_EQ(m_client.received(), QStringList());
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added missing", "refused missing"}));
+}
+
+TEST_F(Verification, RefusedPathCanBeOpenedWhenItIsThere)
+{
+    EXPECT_FALSE(open("late", m_client));
+    m_worker.containers.append(QStringLiteral("late"));
+    EXPECT_TRUE(open("late", m_client));
+    EXPECT_EQ(m_worker.takeEvents(), texts({"added late", "refused late", "added late"}));
 }
 
 TEST_F(Subscription, ObserverReceivesTheChangesOfEveryPathThatHasClients)

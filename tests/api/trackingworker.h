@@ -34,12 +34,12 @@ public:
             run();
         const QMutexLocker lock(&mutex);
         const QString& base = request.path().base();
-        if (!containers.contains(base))
-            return request.reply().setError(createErrorInvalidPath(request.path()));
         const int version = versions.value(base);
         if (version > 0 && request.rowsVersion() > 0 && request.rowsVersion() != version)
             return request.reply().setError(
                 createErrorInvalidRowsVersion(request.path(), request.rowsVersion(), version));
+        if (!containers.contains(base))
+            return request.reply().setError(createErrorInvalidPath(request.path()));
         TavoRowsRoles page;
         page.setRowsCount(0);
         page.setRowsVersion(version);
@@ -74,6 +74,13 @@ public:
     {
         const QMutexLocker lock(&mutex);
         m_serving = std::move(serving);
+    }
+
+    /// The next version is one higher.
+    void setLastVersion(int version)
+    {
+        const QMutexLocker lock(&mutex);
+        m_lastVersion = version;
     }
 
     /// As a worker does whose request has found the container gone: when that gets through, it is there again.

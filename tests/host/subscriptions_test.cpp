@@ -14,6 +14,8 @@
 #include <model/cmversion.h>
 #include <tavo/tavokeys.h>
 
+#include <QDir>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -82,6 +84,13 @@ protected:
 
     [[nodiscard]] QStringList tracked() const { return trackedBases(*host); }
 
+    [[nodiscard]] const CMSubscribe* workersSubscribe() const
+    {
+        const CMSubscribe* found = nullptr;
+        host->workerThread().run([&] { found = host->subscribeOf(QStringLiteral("file")); });
+        return found;
+    }
+
     TemporaryTree tree;
     std::unique_ptr<ContentHost> host;
     std::unique_ptr<Subscriber> client;
@@ -144,11 +153,7 @@ TEST_F(SubscriptionsTest, AncestorsAreHeldAsLongAsAnyoneBelowNeedsThem)
 TEST_F(SubscriptionsTest, AncestorsAreOpenedFirstAndClosedLast)
 {
     QStringList order;
-    const CMSubscribe* const subscribe = [this] {
-        const CMSubscribe* found = nullptr;
-        host->workerThread().run([&] { found = host->subscribeOf(QStringLiteral("file")); });
-        return found;
-    }();
+    const CMSubscribe* const subscribe = workersSubscribe();
     QObject::connect(
         subscribe, &CMSubscribe::rowsPathAdded, subscribe,
         [&order](const CMPath& added) { order.append(u'+' + added.base()); }, Qt::DirectConnection);
@@ -163,6 +168,23 @@ TEST_F(SubscriptionsTest, AncestorsAreOpenedFirstAndClosedLast)
         order, ElementsAre(
                    QStringLiteral("+"), QStringLiteral("+a"), QStringLiteral("+a/b"), QStringLiteral("-a/b"),
                    QStringLiteral("-a"), QStringLiteral("-")));
+}
+
+TEST_F(SubscriptionsTest, DirectoryThatVanishesBeforeTheWorkerLooksIsRefusedAndLeavesItsParentWatched)
+{
+    tree.addDirectory(QStringLiteral("a/c"));
+    ASSERT_TRUE(open("a"));
+    const CMSubscribe* const subscribe = workersSubscribe();
+    const auto vanishing = QObject::connect(
+        subscribe, &CMSubscribe::rowsPathAboutToBeAdded, subscribe,
+        [this] { EXPECT_TRUE(QDir().rmdir(tree.absolute(QStringLiteral("a/c")))); }, Qt::DirectConnection);
+    EXPECT_EQ(openFailure("a/c"), invalidPath);
+    QObject::disconnect(vanishing);
+    ASSERT_TRUE(client->hears(reset("/file/a")));
+    client->forget();
+    tree.addFile(QStringLiteral("a/new.mp3"));
+    EXPECT_TRUE(client->hears(reset("/file/a")));
+    EXPECT_THAT(tracked(), UnorderedElementsAre(QString(""), QStringLiteral("a")));
 }
 
 TEST_F(SubscriptionsTest, ClientHearsNothingOfAncestors)

@@ -86,6 +86,9 @@ Healer::Healer(CMWorker& worker, LocalPath localPath, std::chrono::milliseconds 
     : m_worker(worker), m_localPath(std::move(localPath))
 {
     connect(m_worker.subscribe(), &CMSubscribe::rowsPathAboutToBeAdded, this, &Healer::aboutToBeAdded);
+    // The worker has connected its own slot before.
+    connect(m_worker.subscribe(), &CMSubscribe::rowsPathAdded, this, &Healer::added);
+    connect(m_worker.subscribe(), &CMSubscribe::rowsPathRefused, this, &Healer::removed);
     connect(m_worker.subscribe(), &CMSubscribe::rowsPathRemoved, this, &Healer::removed);
     m_worker.subscribe()->setObserver(this);
 
@@ -111,11 +114,12 @@ void Healer::rowsChanged(const CMPath& /*path*/, const QStringList& /*changes*/,
 Healer::Snapshot Healer::snapshotOf(const QByteArray& localPath)
 {
     struct statx status = {};
-    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_MTIME | STATX_BTIME;
+    constexpr unsigned wanted = STATX_TYPE | STATX_INO | STATX_MTIME | STATX_CTIME | STATX_BTIME;
     if (statx(AT_FDCWD, localPath.constData(), 0, wanted, &status) != 0 || !S_ISDIR(status.stx_mode))
         return {};
     const quint64 device = quint64{status.stx_dev_major} << 32 | status.stx_dev_minor;
-    return {{device, status.stx_ino, timePoint(status.stx_btime)}, timePoint(status.stx_mtime)};
+    const Identity identity{device, status.stx_ino, timePoint(status.stx_btime)};
+    return {identity, timePoint(status.stx_mtime), timePoint(status.stx_ctime)};
 }
 
 bool Healer::isSame(const Identity& a, const Identity& b)
@@ -131,6 +135,15 @@ void Healer::aboutToBeAdded(const CMPath& path)
     m_directories.insert(path, directory);
     m_watchesAdded = true;
     warnOfBlindFileSystem(directory.localPath);
+}
+
+void Healer::added(const CMPath& path)
+{
+    const Directory directory = m_directories.value(path);
+    const Snapshot now = snapshotOf(directory.localPath);
+    const bool wasThere = now.identity.inode != 0 && isSame(directory.last.identity, now.identity);
+    if (!wasThere || directory.last.changed != now.changed)
+        m_worker.subscribe()->verify(path);
 }
 
 void Healer::removed(const CMPath& path)

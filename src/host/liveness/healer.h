@@ -49,6 +49,8 @@ private:
     {
         Identity identity;
         Time modified;
+        /// Its content, name, place or permissions.
+        Time changed;
     };
 
     struct Directory
@@ -66,6 +68,8 @@ private:
 
     /// Examines the directory before the watch is set, as another one may replace it in between.
     void aboutToBeAdded(const CMPath& path);
+    /// The directory may have been absent while the worker looked at it.
+    void added(const CMPath& path);
     void removed(const CMPath& path);
 
     void sweep();

@@ -4,6 +4,7 @@
 #include "model/cmthread.h"
 #include "model/cmunderway_p.h"
 #include "model/cmworker.h"
+#include "tavo/tavokeys.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <limits>
 #include <utility>
 
 /// The changes that one client has not received yet. It outlives the subscriptions, as they may end earlier than
@@ -216,9 +218,42 @@ bool CMSubscribe::endAddition(const CMPath& path)
     clients.isUnsettled = false;
     if (!clients.isClosed && !clients.receivers.isEmpty())
         return true;
-    endLocked(path, clients.isClosed);
+    endUnsettledLocked(path);
     settleLater();
     return false;
+}
+
+void CMSubscribe::endUnsettledLocked(const CMPath& path)
+{
+    const Clients clients = m_clients.value(path);
+    if (clients.isUntaken)
+        m_clients.remove(path);
+    else
+        endLocked(path, clients.isClosed);
+}
+
+void CMSubscribe::verify(const CMPath& path)
+{
+    constexpr int highest = std::numeric_limits<int>::max();
+    // The rows may have one of the two versions, not both.
+    if (isVersionRefused(path, highest) || isVersionRefused(path, highest - 1))
+        return;
+    {
+        const QMutexLocker lock(&m_mutex);
+        Clients& clients = m_clients[path];
+        if (clients.isLost)
+            return;
+        clients.isUntaken = true;
+        clients.isClosed = true;
+    }
+    Q_EMIT rowsPathRefused(path);
+}
+
+bool CMSubscribe::isVersionRefused(const CMPath& path, int version) const
+{
+    const CMGetRowsRequest request(path, 0, -1, version, QStringList());
+    m_worker->getRowsRequest(request);
+    return request.reply().error().name() == TavoErrorInvalidRowsVersion();
 }
 
 void CMSubscribe::endLocked(const CMPath& path, bool isClosed)
@@ -373,10 +408,9 @@ bool CMSubscribe::runDueRemovals()
     const QList<CMPath> paths = due.keys();
     if (!paths.isEmpty())
         QCoreApplication::sendPostedEvents(m_worker, QEvent::MetaCall);
-    {
-        const auto release = qScopeGuard([this] { m_underWay->release(); });
-        std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
-    }
+    const auto release = qScopeGuard([this] { m_underWay->release(); });
+    std::for_each(paths.crbegin(), paths.crend(), [this](const CMPath& path) { Q_EMIT rowsPathRemoved(path); });
+    // No rows request for the path may find it gone before it is certain that the worker has taken it.
     for (const CMPath& path : qAsConst(renewed))
         addAgain(path);
     return !paths.isEmpty();
@@ -409,7 +443,10 @@ void CMSubscribe::addAgain(const CMPath& path)
         Q_EMIT rowsPathAboutToBeAdded(path);
         Q_EMIT rowsPathAdded(path);
     }
-    endRenewal(path, isAdded, isAdded ? currentVersion(path) : 0);
+    const int version = isAdded ? currentVersion(path) : 0;
+    if (isAdded && version == 0)
+        verify(path);
+    endRenewal(path, isAdded, version);
 }
 
 bool CMSubscribe::isClosedMeanwhile(const CMPath& path) const
@@ -423,16 +460,14 @@ void CMSubscribe::endRenewal(const CMPath& path, bool wasAdded, int version)
     const QMutexLocker lock(&m_mutex);
     Clients& clients = m_clients[path];
     clients.isUnsettled = false;
+    clients.isUntaken = clients.isUntaken || !wasAdded;
     const bool isOpen = version > 0 && !clients.isClosed;
     if (isOpen && !clients.receivers.isEmpty())
         return notifyLocked(path, {RowsChangeReset()}, version);
     if (!isOpen)
         notifyLocked(path, {RowsChangeClose()}, version);
-    // A worker that did not take the path must not hear of its removal; one that has lost it since, must.
-    if (wasAdded && (version > 0 || clients.isLost))
-        endLocked(path, !isOpen);
-    else
-        m_clients.remove(path);
+    clients.isClosed = !isOpen;
+    endUnsettledLocked(path);
     if (!isOpen)
         closeLocked(path, {}, version);
     settleLater();

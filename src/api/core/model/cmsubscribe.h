@@ -34,7 +34,7 @@ public:
 ///
 /// A path is subscribed as long as at least one client follows it. The worker hears of the first client by
 /// rowsPathAdded(), and of the end by rowsPathRemoved(), once each, in turns and in the worker's thread, which is the
-/// thread of this object. Nothing else is sent to the worker, but for one rows request after each renewal.
+/// thread of this object. Nothing else is sent to the worker, but for rows requests after a renewal and in verify().
 ///
 /// A removal may wait. A rows request in another thread can find a sub-directory gone and queue that for the worker,
 /// which would then take up a path again that has been removed. So a removal runs when the rows requests that began
@@ -102,11 +102,19 @@ public:
     /// not subscribed are left out. In the worker's thread only.
     void renew(const QList<CMPath>& paths);
 
+    /// Finds out whether the worker has taken a path that it has just heard of. A worker that has refuses all rows
+    /// versions but its own. If it has not, the addition fails: add() returns false, clients of a renewed path receive
+    /// a close, and the worker does not hear of the removal. Only in a slot of rowsPathAdded() that runs after the
+    /// worker's own: where the path may have vanished just before the worker looked at it.
+    void verify(const CMPath& path);
+
 Q_SIGNALS:
     /// Just before rowsPathAdded(): the worker does not watch the path yet.
     void rowsPathAboutToBeAdded(const CMPath& path);
     /// The path has its first client.
     void rowsPathAdded(const CMPath& path);
+    /// verify() has found that the worker did not take the path; rowsPathRemoved() does not follow.
+    void rowsPathRefused(const CMPath& path);
     /// The path has no client any more, or is about to be added again.
     void rowsPathRemoved(const CMPath& path);
 
@@ -123,6 +131,8 @@ private:
         bool isClosed = false;
         /// Closed itself, not by a path above: the worker had it.
         bool isLost = false;
+        /// The worker did not take it, so it must not hear of the removal.
+        bool isUntaken = false;
     };
     struct Waiting
     {
@@ -137,6 +147,7 @@ private:
     [[nodiscard]] bool addToWorker(const CMPath& path, CMChangeReceiver* receiver);
     /// False if the path has no client after all.
     [[nodiscard]] bool endAddition(const CMPath& path);
+    void endUnsettledLocked(const CMPath& path);
     void removeHere(const CMPath& path, CMChangeReceiver* receiver);
     void removeEverywhere(QObject* receiver);
 
@@ -162,6 +173,7 @@ private:
     void endRenewal(const CMPath& path, bool wasAdded, int version);
     /// The version of the path's rows; 0: none.
     [[nodiscard]] int currentVersion(const CMPath& path) const;
+    [[nodiscard]] bool isVersionRefused(const CMPath& path, int version) const;
 
     CMWorker* const m_worker;
     const std::shared_ptr<CMUnderWay> m_underWay;
