@@ -90,6 +90,13 @@ TEST_F(Watches, OpeningTheRootWatchesTheDirectoryAboveToo)
     EXPECT_THAT(watched(), UnorderedElementsAre(tree.root(), above()));
 }
 
+TEST_F(Watches, OpeningADirectoryBelowTheSystemsRootWatchesThatRoot)
+{
+    const std::unique_ptr<CMFileWorker> atTop = makeFileWorker(fileConfiguration("/"));
+    Q_EMIT atTop->subscribe()->rowsPathAdded(atTop->addPrefix("usr"));
+    EXPECT_EQ(CMFileWorkerInspector(*atTop).watchCounts(), (Counts{{"/usr", 1}, {"/", 1}}));
+}
+
 TEST_F(Watches, AFileCanBeOpenedToo)
 {
     tree.addFile("D/x.mp3");
