@@ -1,7 +1,6 @@
 #include "cli/options.h"
 
 #include <QCoreApplication>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <iterator>
@@ -38,11 +37,9 @@ QString lastValue(const QCommandLineParser& first, const QCommandLineParser& sec
 /// The text before the first "=" is an ID only if it looks like one: directories may have any name.
 RootSettings rootFrom(const QString& text)
 {
-    static const QRegularExpression withId(
-        QStringLiteral("\\A([A-Za-z0-9_-]+)=(.*)\\z"), QRegularExpression::DotMatchesEverythingOption);
-    const QRegularExpressionMatch match = withId.match(text);
-    if (match.hasMatch())
-        return {match.captured(1), match.captured(2)};
+    const QString id = text.section(u'=', 0, 0);
+    if (id.size() < text.size() && isRootId(id))
+        return {id, text.mid(id.size() + 1)};
     return {QStringLiteral("file"), text};
 }
 

@@ -8,20 +8,20 @@
 #include <tavo/tavokeys.h>
 
 #include <QDir>
-#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
+#include <cctype>
 
 namespace {
 
 /// A disk may have to spin up first.
 constexpr std::chrono::seconds startPatience{5};
 
-bool isValidId(const QString& id)
+bool isIdCharacter(QChar character)
 {
-    static const QRegularExpression pattern(QStringLiteral("\\A[A-Za-z0-9_-]+\\z"));
-    return pattern.match(id).hasMatch();
+    const char latin = character.unicode() < 0x80 ? character.toLatin1() : '\0';
+    return std::isalnum(static_cast<unsigned char>(latin)) != 0 || latin == '-' || latin == '_';
 }
 
 bool isReservedId(const QString& id)
@@ -35,7 +35,7 @@ Result<void> checkRoots(const std::vector<RootSettings>& roots)
     for (const RootSettings& root : roots) {
         if (root.directory.isEmpty())
             return Failure::wrongUse(QStringLiteral("a root directory has an empty name: --root ''"));
-        if (!isValidId(root.id) || isReservedId(root.id))
+        if (!isRootId(root.id) || isReservedId(root.id))
             return Failure::wrongUse(QStringLiteral("'%1' cannot be a root's id").arg(root.id));
         if (ids.contains(root.id))
             return Failure::wrongUse(
@@ -46,6 +46,11 @@ Result<void> checkRoots(const std::vector<RootSettings>& roots)
 }
 
 } // namespace
+
+bool isRootId(const QString& text)
+{
+    return !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), isIdCharacter);
+}
 
 Result<std::unique_ptr<ContentHost>> ContentHost::start(const HostSettings& settings)
 {

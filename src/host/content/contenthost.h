@@ -28,6 +28,9 @@ struct RootSettings
     bool followLinks = false;
 };
 
+/// Letters, digits, "-" and "_" of ASCII only, and at least one of them.
+[[nodiscard]] bool isRootId(const QString& text);
+
 struct HostSettings
 {
     QString moduleFile;
