@@ -1,6 +1,7 @@
 #include "app/application.h"
 #include "process/descriptors.h"
 #include "process/exitstatus.h"
+#include "process/freememory.h"
 #include "process/hostapplication.h"
 #include "process/output.h"
 #include "process/standardstreams.h"
@@ -16,6 +17,7 @@ int main(int argc, char** argv)
         report(claimed.failure().message);
         return exitStatus(claimed.failure());
     }
+    limitFreeMemory();
     const int output = claimStandardOutput();
     // Whoever writes to a closed pipe learns of it from write().
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));

@@ -1,0 +1,5 @@
+#pragma once
+
+/// Makes the allocator keep little memory that is free. By itself it would keep more and more after large blocks, in
+/// each thread that has freed some. Call before other threads start.
+void limitFreeMemory();
