@@ -16,7 +16,8 @@ BEGIN, END = "<!-- table: begin -->", "<!-- table: end -->"
 OF_THE_FRAMEWORK = {
     "name", "family_index", "per_family_instance_index", "run_name", "run_type", "repetitions", "repetition_index",
     "threads", "aggregate_name", "aggregate_unit", "iterations", "real_time", "cpu_time", "time_unit"}
-PACKAGES = {"Qt": "libqt5core5a", "GLib": "libglib2.0-0", "KIO": "kio", "MPD": "mpd", "nginx": "nginx", "findutils": "findutils",
+PACKAGES = {"Qt": "libqt5core5a", "GLib": "libglib2.0-0", "KIO": "kio", "MPD": "mpd", "nginx": "nginx",
+            "Chromium": "chromium", "findutils": "findutils",
             "TagLib": "libtag1v5", "log4cplus": "liblog4cplus-2.0.5"}
 
 
@@ -44,23 +45,27 @@ def number(value):
 
 
 def races(files, have_targets):
-    """Yields the title and the values of each race, in order."""
+    """Yields for each race, in order, its title, its values, and the reason if it was skipped."""
     found = {}
     for file in files:
         with open(file, encoding="utf-8") as stream:
             for entry in json.load(stream)["benchmarks"]:
-                if entry.get("error_occurred"):
-                    sys.exit(f"report: {entry['name']}: {entry['error_message']}")
                 title = entry["run_name"].split("/iterations:")[0]
-                found.setdefault(title, {})[entry["aggregate_name"]] = entry
-    for title, aggregates in found.items():
-        names = [name for name in aggregates["median"] if name not in OF_THE_FRAMEWORK and not name.endswith(" max")]
-        yield title, [Value(name, aggregates, have_targets) for name in names]
+                kind = "skipped" if entry.get("error_occurred") else entry["aggregate_name"]
+                found.setdefault(title, {})[kind] = entry
+    for title, entries in found.items():
+        if "skipped" in entries:
+            yield title, [], entries["skipped"]["error_message"]
+            continue
+        names = [name for name in entries["median"] if name not in OF_THE_FRAMEWORK and not name.endswith(" max")]
+        yield title, [Value(name, entries, have_targets) for name in names], None
 
 
-def rows(title, values):
+def rows(title, values, obstacle):
     """Yields a row of the table for each subject of a race."""
     work, _, entries = title.partition("/")
+    if obstacle:
+        yield f"| {work} | {entries} | **not measured**: {obstacle} |  |  |"
     for subject in dict.fromkeys(value.subject for value in values):
         of_subject = [value for value in values if value.subject == subject]
         floor = "; ".join(str(value) for value in of_subject if value.rival == "floor")
@@ -108,15 +113,16 @@ def main():
 
     measured = list(races(options.results, not options.no_targets))
     table = ["| work | n | subject | by the floor | by others |", "|---|---|---|---|---|"]
-    table += [row for title, values in measured for row in rows(title, values)]
+    table += [row for race in measured for row in rows(*race)]
     text = conditions(options.file_system) + "\n\n" + "\n".join(table)
     print(text)
     if options.write:
         insert(options.write, text)
     missed = [f"{title}: {value.subject} by {value.rival}: {value}"
-              for title, values in measured for value in values if value.missed]
+              for title, values, _ in measured for value in values if value.missed]
+    missed += [f"{title}: not measured: {obstacle}" for title, _, obstacle in measured if obstacle]
     if options.check and missed:
-        sys.exit("report: missed targets\n" + "\n".join(missed))
+        sys.exit("report: targets are missed\n" + "\n".join(missed))
 
 
 if __name__ == "__main__":

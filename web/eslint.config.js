@@ -1,7 +1,7 @@
 import js from '@eslint/js';
 import globals from 'globals';
 
-/** Run from the project's folder, so that it covers web and tests/web. */
+/** Run from the project's folder, so that it covers the scripts of the tests and the benchmark, too. */
 const style = {
     ...js.configs.recommended.rules,
     'curly': ['error', 'multi-line'],
@@ -31,7 +31,7 @@ export default [
         },
     },
     {
-        files: ['web/*.js', 'tests/web/**/*.js'],
+        files: ['web/*.js', 'tests/web/**/*.js', 'bench/**/*.js'],
         languageOptions: { globals: { ...globals.node, ...globals.browser } },
         rules: { ...style, 'max-lines-per-function': 'off' },
     },

@@ -102,6 +102,10 @@ public:
         if (m_round == 0)
             m_race = m_prepare();
         ++m_round;
+        if (!m_race.obstacle.empty()) {
+            state.SkipWithError(m_race.obstacle.c_str());
+            return;
+        }
         for (auto _ : state)
             state.SetIterationTime(report(laps(), state.counters));
         if (--m_roundsLeft == 0)

@@ -66,6 +66,8 @@ struct Race
     std::vector<Contestant> contestants;
     std::vector<Claim> claims;
     std::vector<Fact> facts = {};
+    /// Why it cannot be run here; empty if it can.
+    std::string obstacle = {};
 };
 
 /// Registers a benchmark with one repetition for each round. Its counters are the claims, named "subject / rival", and
