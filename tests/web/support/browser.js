@@ -33,10 +33,15 @@ const contentSecurityPolicy = [
 /** @type {import('playwright-core').Browser | undefined} */
 let browser;
 
-export async function startBrowser() {
+export function startBrowser() {
+    return startBrowserWith([]);
+}
+
+/** @param {string[]} options of Chromium's command line */
+export async function startBrowserWith(options) {
     // Chromium's sandbox does not work for root.
-    const args = process.getuid?.() === 0 ? ['--no-sandbox'] : [];
-    browser = await chromium.launch({ executablePath: '/usr/bin/chromium', args });
+    const sandbox = process.getuid?.() === 0 ? ['--no-sandbox'] : [];
+    browser = await chromium.launch({ executablePath: '/usr/bin/chromium', args: [...sandbox, ...options] });
 }
 
 export async function stopBrowser() {
