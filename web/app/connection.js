@@ -1,26 +1,7 @@
 import { element, setText } from './dom.js';
 import { text } from './language.js';
-import { Session } from './session.js';
 
-/** The page's session: beside the page, whatever path a proxy serves it under. */
-export function newSession() {
-    const address = new URL('session', document.baseURI);
-    address.protocol = address.protocol.replace('http', 'ws');
-    const session = new Session({ connect: () => new WebSocket(address), signInNeeded });
-    addEventListener('online', () => session.wake());
-    addEventListener('focus', () => session.wake());
-    return session;
-}
-
-/** The server refuses WebSockets without saying why; a request tells. */
-async function signInNeeded() {
-    const answer = await fetch('rpc', {
-        method: 'POST',
-        headers: { 'Content-Type': 'application/json' },
-        body: JSON.stringify({ jsonrpc: '2.0', id: 1, method: 'rows', params: { path: '/', last: -1 } }),
-    });
-    return answer.status === 401;
-}
+/** @typedef {import('./session.js').Session} Session */
 
 /**
  * A thin bar that says when the connection is lost. The page stays as it is meanwhile.
@@ -43,10 +24,10 @@ export function connectionBar(session) {
 }
 
 /**
- * Asks for the token while the server wants one.
+ * Adds a dialog to the document that asks for the token while the server wants one.
  * @param {Session} session
  */
-export function signInView(session) {
+export function addSignInView(session) {
     const problem = element('p', { class: 'problem', role: 'alert' });
     const input = element('input', { type: 'password', id: 'token', autocomplete: 'current-password', required: true });
     const form = element(
@@ -69,11 +50,13 @@ export function signInView(session) {
         if (refusal === '') session.start();
         else input.select();
     });
-    session.addEventListener('state', () => {
+    const update = () => {
         if (session.state === 'signIn' && !dialog.open) dialog.showModal();
         if (session.state === 'online' && dialog.open) dialog.close();
-    });
-    return dialog;
+    };
+    document.body.append(dialog);
+    session.addEventListener('state', update);
+    update();
 }
 
 /**

@@ -35,6 +35,7 @@ export class TavoFolder extends HTMLElement {
     #tags;
     #actions;
     #rows;
+    #firstRows;
     /** @type {Selection<string>} */
     #selection = new Selection();
     #typeAhead = new TypeAhead();
@@ -63,9 +64,11 @@ export class TavoFolder extends HTMLElement {
     /**
      * @param {Session} session
      * @param {Queue} queue
+     * @param {Rows | null} firstRows those of the folder in the address, started already; null if it names none
      */
-    constructor(session, queue) {
+    constructor(session, queue, firstRows) {
         super();
+        this.#firstRows = firstRows;
         this.#session = session;
         this.#queue = queue;
         this.#roots = new Roots(session);
@@ -127,7 +130,21 @@ export class TavoFolder extends HTMLElement {
         this.#filter.value = '';
         this.#drawSelected();
         void this.#drawName(path);
-        this.#follow(new Rows(this.#session, path));
+        this.#follow(this.#rowsOf(path));
+    }
+
+    /**
+     * The rows of a folder, started.
+     * @param {string} path
+     */
+    #rowsOf(path) {
+        const begun = this.#firstRows;
+        this.#firstRows = null;
+        if (begun?.path === path) return begun;
+        begun?.stop();
+        const rows = new Rows(this.#session, path);
+        void rows.start();
+        return rows;
     }
 
     /** @param {string} path */
@@ -150,9 +167,15 @@ export class TavoFolder extends HTMLElement {
             else this.#change(/** @type {RowsChange} */ (event));
             first = false;
         }));
-        const slow = setTimeout(current(() => this.#drawNotice()), skeletonDelay);
-        rows.addEventListener('state', () => clearTimeout(slow), { once: true });
-        void rows.start();
+        if (rows.state === 'loading') {
+            const slow = setTimeout(current(() => this.#drawNotice()), skeletonDelay);
+            rows.addEventListener('state', () => clearTimeout(slow), { once: true });
+        } else if (rows.state === 'ready') {
+            first = false;
+            this.#enterFolder();
+        } else {
+            this.#drawNotice();
+        }
     }
 
     /** The first rows of a folder are here. */

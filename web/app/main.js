@@ -1,10 +1,11 @@
-import { connectionBar, newSession, signInView } from './connection.js';
+import { addSignInView, connectionBar } from './connection.js';
 import { element } from './dom.js';
 import { TavoFolder } from './folder.js';
 import { currentLanguage, useLanguage } from './language.js';
 import { TavoPlayer } from './playerview.js';
 import { Queue } from './queue.js';
 import { TavoQueue } from './queueview.js';
+import { firstRows, session } from './start.js';
 import { markTab, tabBar } from './tabs.js';
 
 customElements.define('tavo-folder', TavoFolder);
@@ -14,7 +15,6 @@ customElements.define('tavo-queue', TavoQueue);
 await useLanguage(navigator.languages);
 document.documentElement.lang = currentLanguage();
 
-const session = newSession();
 const queue = new Queue(session);
 const player = new TavoPlayer(queue);
 const tabs = tabBar(show);
@@ -34,9 +34,9 @@ function show(view) {
 }
 
 const heading = element('h1', { class: 'unseen' }, 'tavo');
-const areas = element('main', {}, heading, new TavoFolder(session, queue), new TavoQueue(queue));
-document.body.append(areas, player, tabs, connectionBar(session), signInView(session));
+const areas = element('main', {}, heading, new TavoFolder(session, queue, firstRows), new TavoQueue(queue));
+document.body.append(areas, player, tabs, connectionBar(session));
+addSignInView(session);
 show('folder');
 player.addEventListener('full', () => markTab(tabs, player.full ? 'playing' : area));
 addEventListener('hashchange', () => show('folder'));
-session.start();

@@ -198,6 +198,17 @@ describe('places', () => {
         await showsRows(page, tagged);
     });
 
+    test('a deep link is asked for while the page is still being loaded', async () => {
+        const host = house();
+        const asked = new Promise((resolve) => {
+            host.before = async ({ method }) => void (method === 'rows' && resolve(undefined));
+        });
+        host.beforeFile = async (file) => void (file === 'app/folder.js' && (await asked));
+        const { page } = await openPage(host, { place: albums });
+        await showsRows(page, ['Blue', 'Green', 'Red']);
+        assert.equal(host.asked('rows').filter(({ path }) => path === albums).length, 1);
+    });
+
     test('crumbs lead upwards, and the current one adds no history', async () => {
         const { page } = await openPage(house(), { place: blue });
         await showsRows(page, tagged);

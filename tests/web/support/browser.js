@@ -101,6 +101,7 @@ export async function openPage(host, { options, place = '' } = {}) {
 async function answer(route, host) {
     const path = decodeURIComponent(new URL(route.request().url()).pathname).slice('/music/'.length);
     const served = path === '' ? 'index.html' : path;
+    await host.beforeFile(served);
     const file = host.files.get(path);
     if (file) return route.fulfill({ body: file.body, contentType: file.type });
     if (path === 'rpc' && host.token !== '') return route.fulfill({ status: 401 });

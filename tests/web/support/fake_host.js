@@ -26,6 +26,8 @@ export class FakeHost {
     files = new Map();
     /** @type {(request: Request) => Promise<void>} holds answers back */
     before = async () => {};
+    /** @type {(path: string) => Promise<void>} holds the page's files back, by relative address */
+    beforeFile = async () => {};
     valuesAtATime = 100000;
     roots = [root('/file', 'Music')];
 
