@@ -233,7 +233,7 @@ export class TavoFolder extends HTMLElement {
         const { focus } = this.#selection;
         if (focus !== null && isGone(focus)) {
             const index = Math.min(this.#focusIndex, this.#rows.count - 1);
-            this.#selection.focus = this.#rows.at(index)?.path ?? null;
+            this.#selection.focus = this.#rows.nameAt(index)?.path ?? null;
         }
         if (this.#rows.filter === '') this.#selection.keep((path) => !isGone(path));
         this.#drawSelected();
@@ -304,6 +304,16 @@ export class TavoFolder extends HTMLElement {
             if (row) rows.push(row);
         }
         return rows;
+    }
+
+    /**
+     * @param {number} first
+     * @param {number} last
+     */
+    #pathsBetween(first, last) {
+        const paths = [];
+        for (let index = first; index <= last; ++index) paths.push(this.#rows.nameAt(index)?.path ?? []);
+        return paths.flat();
     }
 
     // Notices in place of rows
@@ -388,8 +398,8 @@ export class TavoFolder extends HTMLElement {
             extend: (index) => void this.#extend(index),
             selectAll: () => void this.#selectAll(),
             move: (step, extend) => void this.#move(step, extend),
-            activate: (index) => this.#activate(index),
-            activateFocus: () => this.#activate(this.#focusIndex),
+            activate: (index) => void this.#activate(index),
+            activateFocus: () => void this.#activate(this.#focusIndex),
             toggleFocus: () => this.#toggle(this.#focusIndex),
             leave: () => this.#leave(),
             escape: () => this.#escape(),
@@ -416,17 +426,17 @@ export class TavoFolder extends HTMLElement {
 
     /** @param {number} index */
     #select(index) {
-        const row = this.#rows.at(index);
-        if (!row) return;
-        this.#selection.only(row.path);
+        const name = this.#rows.nameAt(index);
+        if (!name) return;
+        this.#selection.only(name.path);
         this.#selectionChanged(index);
     }
 
     /** @param {number} index */
     #toggle(index) {
-        const row = this.#rows.at(index);
-        if (!row) return;
-        this.#selection.toggle(row.path);
+        const name = this.#rows.nameAt(index);
+        if (!name) return;
+        this.#selection.toggle(name.path);
         this.#selectionChanged(index);
     }
 
@@ -436,16 +446,16 @@ export class TavoFolder extends HTMLElement {
         const from = anchor === null ? index : ((await this.#rows.find(anchor)) ?? index);
         const [first, last] = from < index ? [from, index] : [index, from];
         if (last - first > this.#list.rowsInView) await this.#rows.all();
-        const focus = this.#rows.at(index)?.path;
+        const focus = this.#rows.nameAt(index)?.path;
         if (focus === undefined) return;
         this.#selection.anchor ??= focus;
-        this.#selection.range(this.#known(first, last).map((row) => row.path), focus);
+        this.#selection.range(this.#pathsBetween(first, last), focus);
         this.#selectionChanged(index);
     }
 
     async #selectAll() {
         await this.#rows.all();
-        const paths = this.#known(0, this.#rows.count - 1).map((row) => row.path);
+        const paths = this.#pathsBetween(0, this.#rows.count - 1);
         if (paths.length > 0) this.#selection.range(paths, this.#selection.focus ?? paths[0]);
         this.#selectionChanged(this.#focusIndex);
     }
@@ -489,7 +499,8 @@ export class TavoFolder extends HTMLElement {
     }
 
     /** @param {number} index */
-    #activate(index) {
+    async #activate(index) {
+        await this.#arrived(index);
         const row = this.#rows.at(index);
         if (!row) return;
         this.#selection.focus = row.path;
@@ -522,8 +533,10 @@ export class TavoFolder extends HTMLElement {
 
     /** @param {number} index */
     #names(index) {
+        const name = this.#rows.nameAt(index);
         const row = this.#rows.at(index);
-        return row ? [row.title, shownTitle(row, this.#tags.of(row))] : [];
+        if (!name) return [];
+        return row ? [name.title, shownTitle(row, this.#tags.of(row))] : [name.title];
     }
 
     /**

@@ -1,23 +1,29 @@
 /**
- * @typedef {object} Row
+ * @typedef {object} Name
  * @property {string} path
  * @property {string} title
- * @property {string} type
- * @property {number | null} timestamp
  * @property {string} [folded] the title as `fold` makes it, once a filter asked for it
  */
 
-/** The roles of a row, in the order of its values. */
-export const roles = ['path', 'title', 'type', 'timestamp'];
+/** @typedef {Name & { type: string, timestamp: number | null }} Row */
 
-/** One version of a directory's rows, as far as they have arrived. Rows of two versions never share a listing. */
+/** The roles of a name and of a row, in the order of their values. */
+export const nameRoles = ['path', 'title'];
+export const roles = [...nameRoles, 'type', 'timestamp'];
+
+/**
+ * One version of a directory's rows, as far as they have arrived; of some only the names. Rows of two versions never share
+ * a listing.
+ */
 export class Listing {
     /** @type {Row[]} with holes */
     #rows = [];
-    #loaded = 0;
+    /** @type {Name[]} with holes; those of the rows are among them */
+    #names = [];
+    #named = 0;
     /** @type {Map<string, number>} */
     #indices = new Map();
-    /** @type {{ rows: Row[], indices: Map<string, number> } | null} */
+    /** @type {{ positions: number[], indices: Map<string, number> } | null} where the rows are that pass */
     #filtered = null;
 
     /**
@@ -31,11 +37,16 @@ export class Listing {
 
     /** Number of rows that pass the filter. */
     get count() {
-        return this.#filtered ? this.#filtered.rows.length : this.total;
+        return this.#filtered ? this.#filtered.positions.length : this.total;
     }
 
+    get isFiltered() {
+        return this.#filtered !== null;
+    }
+
+    /** Whether the name of every row is known. */
     get complete() {
-        return this.#loaded >= this.total;
+        return this.#named >= this.total;
     }
 
     /**
@@ -43,12 +54,20 @@ export class Listing {
      * @returns {Row | undefined} undefined if the row has not arrived
      */
     at(index) {
-        return (this.#filtered?.rows ?? this.#rows)[index];
+        return this.#rows[this.#position(index)];
+    }
+
+    /**
+     * @param {number} index among those that pass the filter
+     * @returns {Name | undefined} undefined if the name has not arrived
+     */
+    nameAt(index) {
+        return this.#names[this.#position(index)];
     }
 
     /**
      * @param {string} path
-     * @returns {number | undefined} undefined if no row that has arrived and passes the filter has the path
+     * @returns {number | undefined} undefined if no row that is known and passes the filter has the path
      */
     indexOf(path) {
         return (this.#filtered?.indices ?? this.#indices).get(path);
@@ -56,10 +75,31 @@ export class Listing {
 
     /**
      * @param {number} first
-     * @param {any[][]} values
+     * @param {any[][]} values of all roles
      */
     add(first, values) {
-        values.forEach((value, offset) => this.#put(first + offset, toRow(value)));
+        values.forEach((value, offset) => {
+            this.#rows[first + offset] = toRow(value);
+            this.#putName(first + offset, this.#rows[first + offset]);
+        });
+    }
+
+    /**
+     * @param {number} first
+     * @param {any[][]} values
+     */
+    addNames(first, values) {
+        values.forEach(([path, title], offset) => this.#putName(first + offset, { path, title: title ?? '' }));
+    }
+
+    /**
+     * Completes a name that is known.
+     * @param {string} path
+     * @param {any[]} values of all roles
+     */
+    addRow(path, values) {
+        const position = this.#indices.get(path);
+        if (position !== undefined) this.#rows[position] = toRow(values);
     }
 
     /**
@@ -69,33 +109,56 @@ export class Listing {
      * @returns {number} -1 without a gap
      */
     gap(first, last) {
-        const end = Math.min(last, this.total - 1);
-        for (let index = Math.max(0, first); index <= end; ++index) if (!this.#rows[index]) return index;
-        return -1;
+        return firstGap(this.#rows, first, Math.min(last, this.total - 1));
     }
 
     /**
-     * Shows only the rows that match; all of them have to be here.
-     * @param {((row: Row) => boolean) | null} matches null shows all rows
+     * The first row whose name is not known.
+     * @param {number} first where the search begins
+     * @returns {number} -1 if there is none
+     */
+    nameGap(first) {
+        return firstGap(this.#names, first, this.total - 1);
+    }
+
+    /**
+     * Shows only the rows that match; all names have to be known.
+     * @param {((name: Name) => boolean) | null} matches null shows all rows
      */
     filter(matches) {
-        if (!matches) {
-            this.#filtered = null;
-            return;
-        }
-        const rows = this.#rows.filter(matches);
-        this.#filtered = { rows, indices: new Map(rows.map((row, index) => [row.path, index])) };
+        this.#filtered = null;
+        if (!matches) return;
+        /** @type {number[]} */
+        const positions = [];
+        this.#names.forEach((name, position) => matches(name) && positions.push(position));
+        this.#filtered = { positions, indices: new Map(positions.map((position, index) => [this.#names[position].path, index])) };
+    }
+
+    /** @param {number} index among those that pass the filter */
+    #position(index) {
+        return this.#filtered ? this.#filtered.positions[index] : index;
     }
 
     /**
-     * @param {number} index
-     * @param {Row} row
+     * @param {number} position
+     * @param {Name} name
      */
-    #put(index, row) {
-        if (!this.#rows[index]) ++this.#loaded;
-        this.#rows[index] = row;
-        this.#indices.set(row.path, index);
+    #putName(position, name) {
+        if (this.#names[position]) return;
+        this.#names[position] = name;
+        this.#indices.set(name.path, position);
+        ++this.#named;
     }
+}
+
+/**
+ * @param {unknown[]} list
+ * @param {number} first
+ * @param {number} last
+ */
+function firstGap(list, first, last) {
+    for (let index = Math.max(0, first); index <= last; ++index) if (!list[index]) return index;
+    return -1;
 }
 
 /**
@@ -117,13 +180,13 @@ export function fold(text) {
 /**
  * Matches rows whose title has all words of a text.
  * @param {string} text
- * @returns {((row: Row) => boolean) | null} null if the text has no words
+ * @returns {((name: Name) => boolean) | null} null if the text has no words
  */
 export function wordsMatcher(text) {
     const words = fold(text).split(/\s+/).filter(Boolean);
     if (words.length === 0) return null;
-    return (row) => {
-        const title = (row.folded ??= fold(row.title));
+    return (name) => {
+        const title = (name.folded ??= fold(name.title));
         return words.every((word) => title.includes(word));
     };
 }

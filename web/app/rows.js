@@ -1,7 +1,8 @@
-import { Listing, roles, wordsMatcher } from './listing.js';
+import { Listing, nameRoles, roles, wordsMatcher } from './listing.js';
 import { parent, top } from './paths.js';
-import { isBusy } from './session.js';
+import { SessionError, isBusy } from './session.js';
 
+/** @typedef {import('./listing.js').Name} Name */
 /** @typedef {import('./listing.js').Row} Row */
 /** @typedef {import('./session.js').Session} Session */
 /** @typedef {import('./session.js').Change} Change */
@@ -24,8 +25,8 @@ export class RowsChange extends Event {
 const pageSize = 200;
 const margin = 100;
 const requestsAtATime = 2;
-/** The most that a host with the usual limits answers at a time; others answer with fewer. */
-const rowsAtATime = Math.floor(100000 / roles.length);
+/** The most values that a host with the usual limits answers at a time; others answer with fewer. */
+const valuesAtATime = 100000;
 const busyDelay = 1000;
 
 /**
@@ -46,6 +47,7 @@ export class Rows extends EventTarget {
     #view = { first: 0, last: 0, eye: -1 };
     /** @type {Set<number>} first indices of the pages under way */
     #fetching = new Set();
+    #fetchingMatches = false;
     /** @type {Promise<void> | null} */
     #refreshing = null;
     #stale = false;
@@ -79,7 +81,7 @@ export class Rows extends EventTarget {
         return this.#listing.total;
     }
 
-    /** Whether every row has arrived. */
+    /** Whether the name of every row is known. */
     get complete() {
         return this.#listing.complete;
     }
@@ -101,8 +103,16 @@ export class Rows extends EventTarget {
     }
 
     /**
+     * @param {number} index
+     * @returns {Name | undefined} undefined as long as it is not known
+     */
+    nameAt(index) {
+        return this.#listing.nameAt(index);
+    }
+
+    /**
      * @param {string} path
-     * @returns {number | undefined} undefined if the row has not arrived or does not exist
+     * @returns {number | undefined} undefined if the row is not known or does not exist
      */
     indexOf(path) {
         return this.#listing.indexOf(path);
@@ -138,7 +148,7 @@ export class Rows extends EventTarget {
     }
 
     /**
-     * Shows only rows whose titles have all words of a text. Fetches all rows for it.
+     * Shows only rows whose titles have all words of a text. Fetches all names for it.
      * @param {string} text
      */
     async setFilter(text) {
@@ -149,7 +159,7 @@ export class Rows extends EventTarget {
         this.dispatchEvent(new RowsChange(0, new Set()));
     }
 
-    /** Fetches every row of the current version. */
+    /** Fetches the name of every row of the current version. */
     async all() {
         while (!this.#listing.complete && !this.#stopped.signal.aborted) {
             const listing = this.#listing;
@@ -213,7 +223,8 @@ export class Rows extends EventTarget {
         try {
             const moved = await this.#movement(listing);
             const inView = this.#inView(listing, moved);
-            return (await this.#fill(listing, inView.first, inView.last)) ? { listing, moved } : null;
+            await this.#fill(listing, inView.first, inView.last);
+            return { listing, moved };
         } catch (error) {
             if (isOutdated(error)) return null;
             throw error;
@@ -240,8 +251,8 @@ export class Rows extends EventTarget {
     #pathsFrom(eye) {
         const { first, last } = this.#view;
         const paths = [];
-        for (let index = eye; index <= last; ++index) paths.push(this.#listing.at(index)?.path);
-        for (let index = eye - 1; index >= first; --index) paths.push(this.#listing.at(index)?.path);
+        for (let index = eye; index <= last; ++index) paths.push(this.#listing.nameAt(index)?.path);
+        for (let index = eye - 1; index >= first; --index) paths.push(this.#listing.nameAt(index)?.path);
         return /** @type {string[]} */ (paths.filter((path) => path !== undefined));
     }
 
@@ -300,7 +311,7 @@ export class Rows extends EventTarget {
     #fresh(before) {
         const fresh = new Set();
         for (let index = this.#view.first; index <= this.#view.last; ++index) {
-            const path = this.#listing.at(index)?.path;
+            const path = this.#listing.nameAt(index)?.path;
             if (path !== undefined && before.indexOf(path) === undefined) fresh.add(path);
         }
         return fresh;
@@ -308,7 +319,8 @@ export class Rows extends EventTarget {
 
     /** Fetches the pages in view that are missing, the ones that came into view last. */
     #fetchView() {
-        if (this.#listing.complete || this.#fetching.size >= requestsAtATime) return;
+        if (this.#listing.isFiltered) return void this.#fetchMatches();
+        if (this.#fetching.size >= requestsAtATime) return;
         const page = this.#nextPage();
         if (page === undefined) return;
         void this.#fetchPage(this.#listing, page);
@@ -343,27 +355,37 @@ export class Rows extends EventTarget {
         this.#fetchView();
     }
 
-    /**
-     * Fetches every row of a listing that is missing.
-     * @param {Listing} listing
-     * @returns {Promise<boolean>} false if there is a newer version
-     */
-    #complete(listing) {
-        return this.#fill(listing, 0, listing.total - 1);
+    /** Fetches the rows in view that pass the filter. */
+    async #fetchMatches() {
+        const listing = this.#listing;
+        const { first, last } = this.#view;
+        if (this.#fetchingMatches || missing(listing, first, last).length === 0) return;
+        this.#fetchingMatches = true;
+        try {
+            await this.#fillMatches(listing, first, last);
+        } catch {
+            if (!this.#stopped.signal.aborted) await pause();
+        }
+        this.#fetchingMatches = false;
+        if (this.#stopped.signal.aborted) return;
+        if (listing === this.#listing) this.dispatchEvent(new Event('rows'));
+        this.#fetchView();
     }
 
     /**
+     * Fetches every name of a listing that is missing: each request costs the host a listing of its own. If one answer has
+     * room for whole rows, these are fetched.
      * @param {Listing} listing
-     * @param {number} first
-     * @param {number} last
      * @returns {Promise<boolean>} false if there is a newer version
      */
-    async #fill(listing, first, last) {
+    async #complete(listing) {
+        const wanted = listing.total * roles.length <= valuesAtATime ? roles : nameRoles;
+        const size = Math.floor(valuesAtATime / wanted.length);
         try {
-            for (let gap = listing.gap(first, last); gap >= 0; gap = listing.gap(gap, last)) {
+            for (let gap = listing.nameGap(0); gap >= 0; gap = listing.nameGap(gap)) {
                 const requests = [];
-                for (let from = gap; from <= last; from += rowsAtATime) {
-                    requests.push(this.#fetch(listing, from, Math.min(last, from + rowsAtATime - 1)));
+                for (let from = gap; from < listing.total; from += size) {
+                    requests.push(this.#fetch(listing, from, Math.min(listing.total, from + size) - 1, wanted));
                 }
                 if ((await Promise.all(requests))[0] === 0) break;
             }
@@ -375,13 +397,53 @@ export class Rows extends EventTarget {
     }
 
     /**
+     * Fetches the rows between two indices that are missing.
      * @param {Listing} listing
      * @param {number} first
      * @param {number} last
      */
-    async #fetch(listing, first, last) {
-        const answer = await this.#ask({ first, last, version: listing.version });
-        listing.add(first, answer.rows);
+    async #fill(listing, first, last) {
+        if (listing.isFiltered) return this.#fillMatches(listing, first, last);
+        for (let gap = listing.gap(first, last); gap >= 0; gap = listing.gap(gap, last)) {
+            if ((await this.#fetch(listing, gap, last)) === 0) break;
+        }
+    }
+
+    /**
+     * The same for rows that pass a filter, which are far from each other: each is asked for alone, without a listing.
+     * @param {Listing} listing
+     * @param {number} first
+     * @param {number} last
+     */
+    async #fillMatches(listing, first, last) {
+        await Promise.all(missing(listing, first, last).map((name) => this.#fetchRow(listing, name)));
+    }
+
+    /**
+     * @param {Listing} listing
+     * @param {Name} name
+     */
+    async #fetchRow(listing, { path, title }) {
+        try {
+            listing.addRow(path, await onceNotBusy(() => this.#session.data(path, roles)));
+        } catch (error) {
+            // A file that was just removed; the host will report it.
+            if (!(error instanceof SessionError)) throw error;
+            listing.addRow(path, [path, title, '', null]);
+        }
+    }
+
+    /**
+     * @param {Listing} listing
+     * @param {number} first
+     * @param {number} last
+     * @param {string[]} [wanted] the roles of rows or of names
+     * @returns {Promise<number>} how many have come
+     */
+    async #fetch(listing, first, last, wanted = roles) {
+        const answer = await this.#ask({ first, last, version: listing.version, roles: wanted });
+        if (wanted === roles) listing.add(first, answer.rows);
+        else listing.addNames(first, answer.rows);
         return answer.rows.length;
     }
 
@@ -440,6 +502,21 @@ export class Rows extends EventTarget {
 /** @param {number} index */
 function pageOf(index) {
     return index - (index % pageSize);
+}
+
+/**
+ * The names between two indices whose rows have not arrived.
+ * @param {Listing} listing
+ * @param {number} first
+ * @param {number} last
+ */
+function missing(listing, first, last) {
+    const names = [];
+    for (let index = first; index <= Math.min(last, listing.count - 1); ++index) {
+        const name = listing.nameAt(index);
+        if (name && !listing.at(index)) names.push(name);
+    }
+    return names;
 }
 
 /**

@@ -185,7 +185,52 @@ test('a filter shows the rows that have all words, whatever their case and accen
 test('a filter finds rows that have not been in view', async () => {
     const { rows } = await opened(names(100000));
     await rows.setFilter('99999');
-    assert.deepEqual([rows.count, rows.total, rows.at(0)?.title], [1, 100000, '099999.opus']);
+    assert.deepEqual([rows.count, rows.total, rows.nameAt(0)?.title], [1, 100000, '099999.opus']);
+    await shown(rows, 0, 0);
+    assert.equal(rows.at(0)?.type, 'audio');
+});
+
+test('a filter over 100,000 rows makes the host list twice, and over 25,000 once', async () => {
+    for (const [count, listings] of [[100000, 2], [25000, 1]]) {
+        const { host, rows } = await opened(names(count));
+        const before = host.asked('rows').length;
+        await rows.setFilter('9');
+        await shown(rows, 0, 30);
+        assert.equal(host.asked('rows').length - before, listings);
+    }
+});
+
+test('rows that pass a filter are asked for as they come into view', async () => {
+    const { host, rows } = await opened(names(100000));
+    await rows.setFilter('77');
+    await shown(rows, 100, 129);
+    await shown(rows, 120, 149);
+    assert.equal(host.asked('data').length, 50);
+});
+
+test('a row that passes a filter but is gone is shown as its name', async () => {
+    const { host, rows } = await opened(names(30000));
+    await rows.setFilter('29999');
+    host.addDirectory(path, []);
+    await shown(rows, 0, 0);
+    assert.deepEqual([rows.at(0)?.title, rows.at(0)?.type], ['029999.opus', '']);
+});
+
+test('all rows can be shown again after a filter', async () => {
+    const { rows } = await opened(names(100000));
+    await rows.setFilter('77');
+    await rows.setFilter('');
+    await shown(rows, 500, 540);
+    assert.deepEqual([rows.count, rows.at(540)?.title], [100000, '000540.opus']);
+});
+
+test('a change under a filter shows the rows that pass now', async () => {
+    const { host, rows } = await opened(names(30000));
+    await rows.setFilter('2999');
+    await shown(rows, 0, 9);
+    host.change(path, names(29995));
+    await changed(rows);
+    assert.deepEqual(titles(rows, 0, rows.count - 1).slice(-2), ['029993.opus', '029994.opus']);
 });
 
 test('a filter stays over a change', async () => {
