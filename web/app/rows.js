@@ -1,6 +1,6 @@
 import { Listing, nameRoles, roles, wordsMatcher } from './listing.js';
 import { parent, top } from './paths.js';
-import { SessionError, isBusy } from './session.js';
+import { SessionError, isBusy, isTooLarge } from './session.js';
 
 /** @typedef {import('./listing.js').Name} Name */
 /** @typedef {import('./listing.js').Row} Row */
@@ -23,7 +23,9 @@ export class RowsChange extends Event {
 }
 
 const pageSize = 200;
+/** So many rows on both sides of those in view are fetched, too; few where each is asked for alone. */
 const margin = 100;
+const marginOfMatches = 10;
 const requestsAtATime = 2;
 /** The most values that a host with the usual limits answers at a time; others answer with fewer. */
 const valuesAtATime = 100000;
@@ -272,7 +274,7 @@ export class Rows extends EventTarget {
         /** @type {Map<string, number>} */
         const indices = new Map();
         while (indices.size < listing.total) {
-            const answer = await this.#ask({ first: indices.size, version: listing.version, roles: ['path'] });
+            const answer = await this.#ask({ first: indices.size, last: listing.total - 1, version: listing.version, roles: ['path'] });
             if (answer.rows.length === 0) break;
             for (const [path] of answer.rows) indices.set(path, indices.size);
         }
@@ -355,10 +357,11 @@ export class Rows extends EventTarget {
         this.#fetchView();
     }
 
-    /** Fetches the rows in view that pass the filter. */
+    /** Fetches the rows in view that pass the filter, and some around them. */
     async #fetchMatches() {
         const listing = this.#listing;
-        const { first, last } = this.#view;
+        const first = Math.max(0, this.#view.first - marginOfMatches);
+        const last = this.#view.last + marginOfMatches;
         if (this.#fetchingMatches || missing(listing, first, last).length === 0) return;
         this.#fetchingMatches = true;
         try {
@@ -447,9 +450,19 @@ export class Rows extends EventTarget {
         return answer.rows.length;
     }
 
-    /** @param {import('./session.js').RowsRange} range */
-    #ask(range) {
-        return this.#session.rows(this.path, { roles, ...range }, this.#stopped.signal);
+    /**
+     * Asks for rows, or for the first half of them if they are too much text for one answer.
+     * @param {{ first: number, last: number, version?: number, roles?: string[] }} range
+     * @returns {Promise<import('./session.js').RowsAnswer>}
+     */
+    async #ask(range) {
+        const { first, last } = range;
+        try {
+            return await this.#session.rows(this.path, { roles, ...range }, this.#stopped.signal);
+        } catch (error) {
+            if (!isTooLarge(error) || last === first) throw error;
+            return this.#ask({ ...range, last: Math.floor((first + last) / 2) });
+        }
     }
 
     /** @param {Error | null} error null: the directory is gone */

@@ -64,6 +64,14 @@ export function isBusy(error) {
     return error?.code === -32002 || error?.code === -32004;
 }
 
+/**
+ * Whether the answer would have had more text than the server sends at a time.
+ * @param {any} error
+ */
+export function isTooLarge(error) {
+    return error?.code === -32003;
+}
+
 /** The connection broke before a `set` was answered. Whether it was carried out is unknown. */
 export class ConnectionLost extends Error {
     constructor() {

@@ -29,6 +29,8 @@ export class FakeHost {
     /** @type {(path: string) => Promise<void>} holds the page's files back, by relative address */
     beforeFile = async () => {};
     valuesAtATime = 100000;
+    /** The most characters in an answer. */
+    textAtATime = Infinity;
     roots = [root('/file', 'Music')];
 
     #nextVersion = 1;
@@ -90,7 +92,9 @@ export class FakeHost {
         if (!this.#clients.has(send)) return;
         const reply = { jsonrpc: '2.0', id: request.id };
         try {
-            send(JSON.stringify({ ...reply, result: this.#answer(send, request) }));
+            const answer = JSON.stringify({ ...reply, result: this.#answer(send, request) });
+            if (answer.length > this.textAtATime) throw { code: -32003, message: 'the answer is too large' };
+            send(answer);
         } catch (error) {
             send(JSON.stringify({ ...reply, error }));
         }

@@ -80,6 +80,19 @@ test('an answer shorter than asked for is completed', async () => {
     assert.equal(rows.at(999)?.title, '000999.opus');
 });
 
+test('answers that would have too much text are asked for in parts', async () => {
+    const { host, rows } = await opened(names(30000));
+    host.textAtATime = 300000;
+    await rows.all();
+    assert.equal(rows.nameAt(29999)?.title, '029999.opus');
+});
+
+test('a path is found in answers that have little text', async () => {
+    const { host, rows } = await opened(names(30000));
+    host.textAtATime = 300000;
+    assert.equal(await rows.find(`${path}/029999.opus`), 29999);
+});
+
 test('a change replaces the rows', async () => {
     const { host, rows } = await opened(['a.opus']);
     host.change(path, ['a.opus', 'b.opus']);
@@ -205,7 +218,8 @@ test('rows that pass a filter are asked for as they come into view', async () =>
     await rows.setFilter('77');
     await shown(rows, 100, 129);
     await shown(rows, 120, 149);
-    assert.equal(host.asked('data').length, 50);
+    const paths = new Set(host.asked('data').map((asked) => asked.path));
+    assert.deepEqual([paths.size, host.asked('data').length], [70, 70]);
 });
 
 test('a row that passes a filter but is gone is shown as its name', async () => {
