@@ -1,0 +1,71 @@
+#pragma once
+
+#include "playlist.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+/// Runs commands on the playlist one after the other, in a thread of its own, and stores what they change.
+///
+/// A command runs on a copy. What it has changed is stored first, in one transaction; then it is published, and then
+/// the command is answered: what was answered survives a killed process. If it cannot be stored, an edit of the queue
+/// ends in an error and nothing has changed; the player goes on without being stored.
+class PlaylistEngine
+{
+public:
+    struct Settings
+    {
+        /// Where the file queue.sqlite is kept; created if it is missing. Empty: nothing is kept.
+        QString directory = {};
+        /// No version is below this one.
+        int firstVersion = 1;
+        /// Of all that is random.
+        quint64 seed = 0;
+        /// Milliseconds since 1970. Called in the engine's thread.
+        std::function<qint64()> clock = {};
+    };
+
+    /// What a client may wrap around a command.
+    struct Guard
+    {
+        /// The command is refused (conflict) if an edit came after this version.
+        std::optional<int> version = {};
+        /// The same text again gets the same answer, and nothing is done. Empty: none. The last 1,000 are kept.
+        QString operation = {};
+    };
+
+    struct Publication
+    {
+        std::shared_ptr<const Playlist> playlist;
+        bool hasNewRows;
+        bool hasNewPlayer;
+        bool hasNewOutputs;
+    };
+
+    using Command = std::function<Outcome(Playlist& playlist, qint64 now)>;
+    using Completion = std::function<void(const Outcome&)>;
+    using Listener = std::function<void(const Publication&)>;
+
+    /// Returns when the stored playlist has been read. The listener is called in the engine's thread, after each change
+    /// and before the command that made it is answered; it must not wait for the engine. May be empty.
+    PlaylistEngine(Settings settings, Listener listener);
+    /// Runs and answers what was posted before.
+    ~PlaylistEngine();
+    Q_DISABLE_COPY_MOVE(PlaylistEngine)
+
+    /// Runs the command after those that were posted before. The completion is called in the engine's thread when
+    /// everything is stored and published; it must not wait for the engine, and may be empty. Any thread.
+    void post(Guard guard, Command command, Completion completion);
+
+    /// The playlist as published last; it does not change any more. Any thread; never waits for a command.
+    [[nodiscard]] std::shared_ptr<const Playlist> playlist() const;
+
+private:
+    class Thread;
+
+    const std::unique_ptr<Thread> m_thread;
+};

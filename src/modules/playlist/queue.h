@@ -1,0 +1,109 @@
+#pragma once
+
+#include "model/cmerror.h"
+#include "queueentry.h"
+
+#include <QtGlobal>
+
+#include <memory>
+#include <optional>
+#include <random>
+#include <vector>
+
+/// Where entries are put: behind the entry with this id; without one at the head.
+using Anchor = std::optional<EntryId>;
+
+/// The place of an entry in the order of the queue.
+struct QueueSlot
+{
+    /// Rises from entry to entry, with gaps, so that an edit changes few ranks.
+    qint64 rank;
+    QueueEntryPointer entry;
+};
+
+/// What an edit has done to a queue.
+struct QueueChange
+{
+    std::vector<EntryId> removed = {};
+    /// In the order of the queue.
+    std::vector<QueueSlot> added = {};
+    /// Other entries whose rank has changed.
+    std::vector<QueueSlot> moved = {};
+    /// Entries that got a new title, type or media record.
+    std::vector<QueueEntryPointer> described = {};
+    /// True if other entries than those removed and added have another order now.
+    bool isReordered = false;
+
+    /// True if the queue is as it was.
+    [[nodiscard]] bool isEmpty() const;
+};
+
+/// The result of an edit: the change, or the error in which it ended. After an error the queue is as it was.
+struct [[nodiscard]] QueueEdit
+{
+    QueueChange change = {};
+    CMError error = {};
+
+    [[nodiscard]] explicit operator bool() const { return error.isEmpty(); }
+};
+
+/// Entries in their order.
+///
+/// A value: copies are cheap and share the entries, and a copy may be read while another one is edited in another
+/// thread. An edit at one place costs some microseconds, however long the queue is; finding an id some ten.
+class Queue
+{
+public:
+    static constexpr int mostEntries = 50'000;
+
+    Queue() = default;
+    /// A stored queue, in the order of the ranks, which differ. `lastId` is the last id that was ever used.
+    Queue(std::vector<QueueSlot> slots, EntryId lastId);
+
+    [[nodiscard]] int size() const { return m_size; }
+    [[nodiscard]] bool isEmpty() const { return m_size == 0; }
+    /// `index` from 0 to size() - 1. Valid as long as this queue is not edited.
+    [[nodiscard]] const QueueEntry& at(int index) const;
+    /// -1: no entry has the id.
+    [[nodiscard]] int indexOf(EntryId id) const;
+    [[nodiscard]] bool contains(EntryId id) const { return indexOf(id) >= 0; }
+    /// Null: no entry has the id.
+    [[nodiscard]] const QueueEntry* find(EntryId id) const;
+    /// All ids in their order.
+    [[nodiscard]] std::vector<EntryId> ids() const;
+    /// The last id that was ever used; 0: none.
+    [[nodiscard]] EntryId lastId() const { return m_lastId; }
+
+    /// Gives the items new ids and puts them behind the anchor. Errors: noSuchItem (the anchor), queueFull.
+    QueueEdit insert(const Anchor& after, std::vector<QueueItem> items);
+    QueueEdit append(std::vector<QueueItem> items);
+    /// Removes all entries and puts the items in their place. Errors: queueFull.
+    QueueEdit replace(std::vector<QueueItem> items);
+    /// Errors: noSuchItem, if one of the ids is none. An id that is given twice counts once.
+    QueueEdit remove(const std::vector<EntryId>& ids);
+    /// Puts the entries behind the anchor in the order of `ids`; does nothing if the anchor is one of them. An id that
+    /// is given twice counts once. Errors: noSuchItem.
+    QueueEdit move(const std::vector<EntryId>& ids, const Anchor& after);
+    QueueEdit clear();
+    /// Puts all entries in a random order.
+    QueueEdit shuffle(std::mt19937_64& random);
+    /// Puts those entries of an earlier state of this queue that have these ids, and that are missing, where they
+    /// were: behind the entry that is closest before them in both. Errors: queueFull.
+    QueueEdit restore(const Queue& earlier, const std::vector<EntryId>& ids);
+    /// Gives entries new titles, types and media records. Ids that are not in the queue are skipped.
+    QueueEdit describe(const std::vector<QueueEntry>& entries);
+
+private:
+    struct Chunk;
+    struct Place
+    {
+        std::size_t chunk;
+        std::size_t offset;
+    };
+
+    [[nodiscard]] Place placeOf(int index) const;
+
+    std::vector<std::shared_ptr<const Chunk>> m_chunks;
+    int m_size = 0;
+    EntryId m_lastId = 0;
+};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <QtGlobal>
+
+#include <memory>
+
+/// Names an entry of the queue: rises by one from 1 and is never used again, also after a restart.
+using EntryId = qint64;
+
+/// What an entry plays.
+struct QueueItem
+{
+    /// The encoded path of the item in the worker that has it.
+    QString source;
+    QString title;
+    /// A text of TavoRolesType.
+    QString type;
+    /// The prepared media record; must be expressible in JSON. Invalid as long as there is none.
+    QVariant mediaData = {};
+
+    friend bool operator==(const QueueItem& a, const QueueItem& b)
+    {
+        return a.source == b.source && a.title == b.title && a.type == b.type && a.mediaData == b.mediaData;
+    }
+    friend bool operator!=(const QueueItem& a, const QueueItem& b) { return !(a == b); }
+};
+
+struct QueueEntry
+{
+    EntryId id;
+    QueueItem item;
+};
+
+/// Queues share their entries.
+using QueueEntryPointer = std::shared_ptr<const QueueEntry>;
