@@ -14,7 +14,7 @@
 using Anchor = std::optional<EntryId>;
 
 /// The place of an entry in the order of the queue.
-struct QueueSlot
+struct QueuePlace
 {
     /// Rises from entry to entry, with gaps, so that an edit changes few ranks.
     qint64 rank;
@@ -26,9 +26,9 @@ struct QueueChange
 {
     std::vector<EntryId> removed = {};
     /// In the order of the queue.
-    std::vector<QueueSlot> added = {};
+    std::vector<QueuePlace> added = {};
     /// Other entries whose rank has changed.
-    std::vector<QueueSlot> moved = {};
+    std::vector<QueuePlace> moved = {};
     /// Entries that got a new title, type or media record.
     std::vector<QueueEntryPointer> described = {};
     /// True if other entries than those removed and added have another order now.
@@ -58,10 +58,10 @@ public:
 
     Queue() = default;
     /// A stored queue, in the order of the ranks, which differ. `lastId` is the last id that was ever used.
-    Queue(std::vector<QueueSlot> slots, EntryId lastId);
+    Queue(std::vector<QueuePlace> places, EntryId lastId);
 
-    [[nodiscard]] int size() const { return m_size; }
-    [[nodiscard]] bool isEmpty() const { return m_size == 0; }
+    [[nodiscard]] int size() const { return m_parts.empty() ? 0 : m_parts.back().end; }
+    [[nodiscard]] bool isEmpty() const { return m_parts.empty(); }
     /// `index` from 0 to size() - 1. Valid as long as this queue is not edited.
     [[nodiscard]] const QueueEntry& at(int index) const;
     /// -1: no entry has the id.
@@ -95,15 +95,34 @@ public:
 
 private:
     struct Chunk;
-    struct Place
+    /// A part of the queue, shared with copies of it. None is empty, and few are small.
+    struct Part
     {
-        std::size_t chunk;
-        std::size_t offset;
+        /// The index behind its last entry.
+        int end;
+        std::shared_ptr<const Chunk> chunk;
     };
+    using Places = std::vector<QueuePlace>;
 
-    [[nodiscard]] Place placeOf(int index) const;
+    [[nodiscard]] const QueuePlace& placeAt(int index) const;
+    [[nodiscard]] Places placesBetween(int begin, int end) const;
+    /// The index behind the anchor; none if no entry has the id.
+    [[nodiscard]] std::optional<int> indexBehind(const Anchor& anchor) const;
+    [[nodiscard]] bool isAt(int index, const std::vector<EntryId>& ids) const;
+    [[nodiscard]] CMError missingOf(const std::vector<EntryId>& ids) const;
+    [[nodiscard]] std::vector<QueueEntryPointer> makeEntries(std::vector<QueueItem> items);
 
-    std::vector<std::shared_ptr<const Chunk>> m_chunks;
-    int m_size = 0;
+    void appendPart(std::shared_ptr<const Chunk> chunk);
+    void appendParts(const Places& places);
+    void replaceRange(int begin, int end, const Places& places);
+    /// Takes out the entries with these ids, which are sorted and differ; returns them in this order. None if one is
+    /// missing; what is left of the queue is undefined then.
+    [[nodiscard]] std::optional<std::vector<QueueEntryPointer>> take(const std::vector<EntryId>& ids);
+    /// Puts the entries before the index. `placed` gets them with their ranks; `moved` entries that have new ranks.
+    void put(int index, const std::vector<QueueEntryPointer>& entries, Places& placed, Places& moved);
+    /// Ranks for `count` entries in place of those from `begin` to `end`; empty if they would be too close.
+    [[nodiscard]] std::vector<qint64> ranksFor(int begin, int end, std::size_t count, qint64 leastStep) const;
+
+    std::vector<Part> m_parts;
     EntryId m_lastId = 0;
 };
