@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <random>
+#include <vector>
 
 enum class PlayState { Stopped, Paused, Playing };
 enum class Repeat { Off, All, One };
@@ -62,8 +63,8 @@ struct OutputReport
 /// The state machine of the player: commands and reports in, states out. It has neither a clock nor a thread of its
 /// own.
 ///
-/// A value. Every function gets the queue as it is, and the time in milliseconds since 1970. The functions for commands
-/// return the error in which the command ended, after which nothing has changed; an empty error stands for success.
+/// A value. Functions get the queue as it is, and the time in milliseconds since 1970. Commands that can be refused
+/// return the error, after which nothing has changed; an empty error stands for success.
 class Player
 {
 public:
@@ -82,12 +83,12 @@ public:
     /// Plays the entry from its beginning. Without an id it goes on with the current entry, or begins with the first.
     /// Errors: noSuchItem, noOutput.
     [[nodiscard]] CMError play(const Queue& queue, std::optional<EntryId> id, qint64 now);
-    /// As play(), but paused as long as there is no output. Errors: noSuchItem.
-    [[nodiscard]] CMError start(const Queue& queue, EntryId id, qint64 now);
-    /// Does nothing while stopped.
-    [[nodiscard]] CMError pause(qint64 now);
+    /// As play(), but paused as long as there is no output. The queue has the entry.
+    void start(const Queue& queue, EntryId id, qint64 now);
+    /// What is stopped stays so.
+    void pause(qint64 now);
     /// The current entry stays, at its beginning.
-    [[nodiscard]] CMError stop(qint64 now);
+    void stop(qint64 now);
     /// Behind the last entry the player stops, if nothing repeats. Errors: noSuchItem, in an empty queue.
     [[nodiscard]] CMError next(const Queue& queue, qint64 now);
     /// At the first entry that one begins again, if nothing repeats. Errors: noSuchItem, in an empty queue.
@@ -95,13 +96,13 @@ public:
     /// Errors: noSuchItem without a current entry, invalidValue below 0.
     [[nodiscard]] CMError seek(qint64 position, qint64 now);
     /// Errors: invalidValue outside 0 to 100.
-    [[nodiscard]] CMError setVolume(int volume, qint64 now);
-    [[nodiscard]] CMError setRepeat(const Queue& queue, Repeat repeat, qint64 now);
+    [[nodiscard]] CMError setVolume(int volume);
+    void setRepeat(const Queue& queue, Repeat repeat);
     /// Shuffle plays in a random order that begins with the current entry; the order of the queue stays.
-    [[nodiscard]] CMError setShuffle(const Queue& queue, bool shuffle, qint64 now);
+    void setShuffle(const Queue& queue, bool shuffle);
     /// Another output goes on at the same place; without one (empty) the player pauses. The caller knows that the
     /// output is there.
-    [[nodiscard]] CMError setOutput(const QString& name, qint64 now);
+    void setOutput(const QString& name, qint64 now);
 
     /// A report of the active output. Ignored if it obeys an older command that changed what is played, or speaks of
     /// neither the current nor the next entry.
@@ -111,10 +112,32 @@ public:
     /// shuffle; else they join the part that has not been played. A current entry that is gone gives way to the one
     /// that followed it.
     void queueEdited(const Queue& before, const Queue& after, const QueueChange& change, bool isNext, qint64 now);
-    /// Takes an entry and a position up again, without playing it.
-    void resume(const Queue& queue, EntryId id, qint64 position, qint64 now);
+    /// Goes on with an entry where it was; paused, if it is not to be playing or there is no output.
+    void resume(const Queue& queue, EntryId id, qint64 position, bool isPlaying, qint64 now);
 
 private:
+    /// The entry that is `step` (1 or -1) from the current one in the order of playing.
+    [[nodiscard]] std::optional<EntryId> neighbour(const Queue& queue, int step) const;
+    [[nodiscard]] std::optional<EntryId> first(const Queue& queue) const;
+    /// What play() without an id plays from its beginning; none: it goes on with the current entry.
+    [[nodiscard]] std::optional<EntryId> beginning(const Queue& queue) const;
+    [[nodiscard]] std::optional<EntryId> survivor(const Queue& before, const std::vector<EntryId>& removed) const;
+
+    void setPosition(qint64 position, qint64 now);
+    /// A change that makes reports on what was played before void.
+    void raiseSerial();
+    void setCurrent(const Queue& queue, std::optional<EntryId> id, qint64 now);
+    void begin(const Queue& queue, EntryId id, qint64 now);
+    /// Makes the entry the one behind the current one in the order of shuffle.
+    void bringForward(EntryId id);
+    void advance(const Queue& queue, bool repeatsOne, qint64 now);
+    void finish(const Queue& queue, qint64 now);
+    void fail(const Queue& queue, const OutputReport& report, qint64 now);
+    void updateNext(const Queue& queue);
+    void makeOrder(const Queue& queue);
+    void updateOrder(const QueueChange& change, const std::vector<EntryId>& removed, bool isNext);
+    [[nodiscard]] int unplayedBegin() const;
+
     PlayerState m_state;
     /// The serial of the last command that changed what is played.
     qint64 m_playSerial = 0;

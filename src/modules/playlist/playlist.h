@@ -78,9 +78,9 @@ public:
     Outcome next(qint64 now);
     Outcome previous(qint64 now);
     Outcome seek(qint64 position, qint64 now);
-    Outcome setVolume(int volume, qint64 now);
-    Outcome setRepeat(Repeat repeat, qint64 now);
-    Outcome setShuffle(bool shuffle, qint64 now);
+    Outcome setVolume(int volume);
+    Outcome setRepeat(Repeat repeat);
+    Outcome setShuffle(bool shuffle);
     /// Empty: none. Errors: noOutput, if nobody offers the output.
     Outcome setOutput(const QString& name, qint64 now);
 
