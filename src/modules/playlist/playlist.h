@@ -11,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <random>
 #include <vector>
 
 /// How a command ended: with an answer, or with an error.
@@ -106,6 +107,17 @@ private:
         std::optional<EntryId> current;
         qint64 position;
     };
+
+    Outcome edited(const Queue& before, const QueueEdit& edit, bool isNext, qint64 now);
+    Outcome added(const Queue& before, const QueueEdit& edit, bool isNext, qint64 now);
+    Outcome removed(const Queue& before, const QueueEdit& edit, qint64 now);
+    /// Answers the token, too.
+    void keepRemoval(
+        const Queue& before, const QueueChange& change, std::optional<EntryId> current, qint64 position,
+        Outcome& outcome);
+    void makeVersion();
+    Outcome versionAnswer() const;
+    Outcome serialAnswer(const CMError& error = {}) const;
 
     Queue m_queue;
     Player m_player;
