@@ -5,9 +5,14 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <condition_variable>
+#include <deque>
 #include <functional>
+#include <future>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 /// Runs commands on the playlist one after the other, in a thread of its own, and stores what they change.
 ///
@@ -65,7 +70,27 @@ public:
     [[nodiscard]] std::shared_ptr<const Playlist> playlist() const;
 
 private:
-    class Thread;
+    class Runner;
+    struct Task
+    {
+        Guard guard;
+        Command command;
+        Completion completion;
+    };
 
-    const std::unique_ptr<Thread> m_thread;
+    void run(std::promise<void>& isLoaded);
+    /// None: the engine ends.
+    [[nodiscard]] std::optional<Task> nextTask();
+    void publish(const std::shared_ptr<const Playlist>& playlist);
+
+    const Settings m_settings;
+    const Listener m_listener;
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_hasTask;
+    std::deque<Task> m_tasks;
+    bool m_isEnding = false;
+    std::shared_ptr<const Playlist> m_playlist;
+
+    std::thread m_thread;
 };

@@ -1,0 +1,452 @@
+#include "queuestore.h"
+
+#include "log/dbglog.h"
+#include "sqlmigration.h"
+#include "storedjson.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+#include <QUuid>
+
+#include <log4cplus/logger.h>
+
+#include <algorithm>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace {
+
+/// In the file's header: it belongs to this store.
+constexpr int applicationId = 0x7461766f;
+
+/// What makes a file of version n - 1 one of version n.
+const std::vector<QStringList>& migrations()
+{
+    static const std::vector<QStringList> steps = {
+        {QStringLiteral("CREATE TABLE entries (id INTEGER PRIMARY KEY, rank INTEGER NOT NULL, source TEXT NOT NULL,"
+                        " title TEXT NOT NULL, type TEXT NOT NULL, media TEXT)"),
+         QStringLiteral("CREATE TABLE operations (number INTEGER PRIMARY KEY, operation TEXT NOT NULL,"
+                        " answer TEXT NOT NULL)"),
+         QStringLiteral("CREATE TABLE state (single INTEGER PRIMARY KEY CHECK (single = 1), last_id INTEGER NOT NULL,"
+                        " version INTEGER NOT NULL, last_edit INTEGER NOT NULL, current INTEGER,"
+                        " position INTEGER NOT NULL, at INTEGER NOT NULL, serial INTEGER NOT NULL,"
+                        " volume INTEGER NOT NULL, repeat INTEGER NOT NULL, shuffle INTEGER NOT NULL)"),
+         QStringLiteral("INSERT INTO state VALUES (1, 0, 0, 0, NULL, 0, 0, 0, 100, 0, 0)"),
+         QStringLiteral("PRAGMA application_id = %1").arg(applicationId)}};
+    return steps;
+}
+
+/// Why the file cannot be used.
+struct Problem
+{
+    QString text;
+    /// The content is to blame, not the system: the file can be set aside.
+    bool isDamage;
+};
+
+/// SQLite's result codes that blame something other than the file's content.
+bool isDamage(const QSqlError& error)
+{
+    enum Code { Permission = 3, Busy = 5, Locked = 6, NoMemory = 7, ReadOnly = 8, Interrupted = 9, Full = 13 };
+    static const std::set<int> others = {Permission, Busy, Locked, NoMemory, ReadOnly, Interrupted, Full};
+    return others.count(error.nativeErrorCode().toInt() & 0xff) == 0;
+}
+
+Problem problemOf(const QSqlError& error)
+{
+    return {error.text(), isDamage(error)};
+}
+
+Problem damage(const QString& text)
+{
+    return {text, true};
+}
+
+void warn(const QString& text)
+{
+    static const log4cplus::Logger logger = log4cplus::Logger::getInstance("tavo.playlist");
+    DBGLOG(
+        logger, log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/modules/playlist/queuestore", __LINE__, __func__}), text);
+}
+
+QVariant idOrNull(const std::optional<EntryId>& id)
+{
+    return id ? QVariant(*id) : QVariant(QVariant::LongLong);
+}
+
+/// SQLite takes a null text for NULL.
+QString notNull(const QString& text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
+Repeat repeatOf(int number)
+{
+    return number == 1 ? Repeat::All : number == 2 ? Repeat::One : Repeat::Off;
+}
+
+} // namespace
+
+/// The open file. A failed operation leaves its error in problem().
+class QueueStore::Connection
+{
+public:
+    explicit Connection(const QString& file);
+    ~Connection();
+    Q_DISABLE_COPY_MOVE(Connection)
+
+    [[nodiscard]] bool open();
+    [[nodiscard]] bool load(Content& content);
+    [[nodiscard]] bool
+    save(const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation);
+
+    [[nodiscard]] const Problem& problem() const { return m_problem; }
+
+private:
+    /// The statements of save(), prepared once.
+    struct Statements
+    {
+        explicit Statements(const QSqlDatabase& database);
+
+        QSqlQuery insertEntry;
+        QSqlQuery deleteEntry;
+        QSqlQuery deleteEntries;
+        QSqlQuery rankEntry;
+        QSqlQuery describeEntry;
+        QSqlQuery writeState;
+        QSqlQuery insertOperation;
+        QSqlQuery deleteOperations;
+    };
+
+    [[nodiscard]] bool fails(Problem problem);
+    [[nodiscard]] bool run(const QString& statement);
+    [[nodiscard]] bool run(QSqlQuery& query, const QVariantList& values);
+    [[nodiscard]] bool select(QSqlQuery& query, const QString& statement);
+    [[nodiscard]] std::optional<QVariant> value(const QString& statement);
+
+    [[nodiscard]] bool check();
+    [[nodiscard]] bool migrate();
+    [[nodiscard]] bool prepare();
+    [[nodiscard]] bool loadEntries(Content& content, EntryId lastId);
+    [[nodiscard]] bool loadOperations(Content& content);
+
+    [[nodiscard]] bool write(const Playlist& playlist, const QueueChange& change);
+    [[nodiscard]] bool writeChange(const Queue& queue, const QueueChange& change);
+    [[nodiscard]] bool writeRemoved(const Queue& queue, const QueueChange& change);
+    [[nodiscard]] bool writeState(const Playlist& playlist);
+    [[nodiscard]] bool writeOperation(const Operation& operation);
+
+    const QString m_name = QUuid::createUuid().toString();
+    QSqlDatabase m_database;
+    std::unique_ptr<Statements> m_statements;
+    qint64 m_lastOperation = 0;
+    Problem m_problem = {};
+};
+
+QueueStore::Connection::Statements::Statements(const QSqlDatabase& database)
+    : insertEntry(database), deleteEntry(database), deleteEntries(database), rankEntry(database),
+      describeEntry(database), writeState(database), insertOperation(database), deleteOperations(database)
+{
+}
+
+QueueStore::Connection::Connection(const QString& file)
+    : m_database(QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name))
+{
+    m_database.setDatabaseName(file);
+    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=0"));
+}
+
+QueueStore::Connection::~Connection()
+{
+    m_statements.reset();
+    m_database.close();
+    m_database = QSqlDatabase();
+    QSqlDatabase::removeDatabase(m_name);
+}
+
+bool QueueStore::Connection::open()
+{
+    if (!m_database.open())
+        return fails(problemOf(m_database.lastError()));
+    // The lock keeps a second process from answering what this one would overwrite.
+    return run(QStringLiteral("PRAGMA locking_mode = EXCLUSIVE")) && check() &&
+           run(QStringLiteral("PRAGMA journal_mode = WAL")) && run(QStringLiteral("PRAGMA synchronous = NORMAL")) &&
+           run(QStringLiteral("PRAGMA journal_size_limit = 4194304")) && migrate() && prepare();
+}
+
+bool QueueStore::Connection::check()
+{
+    const std::optional<QVariant> verdict = value(QStringLiteral("PRAGMA integrity_check(1)"));
+    if (!verdict)
+        return false;
+    if (verdict->toString() != QLatin1String("ok"))
+        return fails(damage(verdict->toString()));
+    const std::optional<QVariant> tables = value(QStringLiteral("SELECT count(*) FROM sqlite_master"));
+    const std::optional<QVariant> owner = value(QStringLiteral("PRAGMA application_id"));
+    if (!tables || !owner)
+        return false;
+    const bool isForeign = tables->toInt() > 0 && owner->toInt() != applicationId;
+    return !isForeign || fails(damage(QStringLiteral("it belongs to another program")));
+}
+
+bool QueueStore::Connection::migrate()
+{
+    switch (migrateSchema(m_database, migrations())) {
+    case Migration::Done:
+        return true;
+    case Migration::Newer:
+        return fails(damage(QStringLiteral("a newer version of this program has written it")));
+    case Migration::Failed:
+        break;
+    }
+    return fails(problemOf(m_database.lastError()));
+}
+
+bool QueueStore::Connection::prepare()
+{
+    m_statements = std::make_unique<Statements>(m_database);
+    Statements& s = *m_statements;
+    const std::vector<std::pair<QSqlQuery*, QString>> texts = {
+        {&s.insertEntry, QStringLiteral("INSERT INTO entries VALUES (?, ?, ?, ?, ?, ?)")},
+        {&s.deleteEntry, QStringLiteral("DELETE FROM entries WHERE id = ?")},
+        {&s.deleteEntries, QStringLiteral("DELETE FROM entries")},
+        {&s.rankEntry, QStringLiteral("UPDATE entries SET rank = ? WHERE id = ?")},
+        {&s.describeEntry, QStringLiteral("UPDATE entries SET title = ?, type = ?, media = ? WHERE id = ?")},
+        {&s.writeState, QStringLiteral("INSERT OR REPLACE INTO state VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")},
+        {&s.insertOperation, QStringLiteral("INSERT INTO operations VALUES (?, ?, ?)")},
+        {&s.deleteOperations, QStringLiteral("DELETE FROM operations WHERE number <= ?")}};
+    return std::all_of(texts.cbegin(), texts.cend(), [this](const auto& text) {
+        return text.first->prepare(text.second) || fails(problemOf(text.first->lastError()));
+    });
+}
+
+bool QueueStore::Connection::load(Content& content)
+{
+    QSqlQuery query(m_database);
+    if (!select(
+            query, QStringLiteral("SELECT last_id, version, last_edit, current, position, at, serial, volume, repeat,"
+                                  " shuffle FROM state")))
+        return false;
+    if (!query.next())
+        return fails(damage(QStringLiteral("it has no state")));
+    const EntryId lastId = query.value(0).toLongLong();
+    content.version = query.value(1).toInt();
+    content.lastEdit = query.value(2).toInt();
+    PlayerState& player = content.player;
+    if (!query.value(3).isNull())
+        player.current = query.value(3).toLongLong();
+    player.position = query.value(4).toLongLong();
+    player.at = query.value(5).toLongLong();
+    player.serial = query.value(6).toLongLong();
+    player.volume = std::clamp(query.value(7).toInt(), 0, 100);
+    player.repeat = repeatOf(query.value(8).toInt());
+    player.shuffle = query.value(9).toBool();
+    return loadEntries(content, lastId) && loadOperations(content);
+}
+
+bool QueueStore::Connection::loadEntries(Content& content, EntryId lastId)
+{
+    QSqlQuery query(m_database);
+    if (!select(query, QStringLiteral("SELECT rank, id, source, title, type, media FROM entries ORDER BY rank")))
+        return false;
+    std::vector<QueuePlace> places;
+    while (query.next()) {
+        const qint64 rank = query.value(0).toLongLong();
+        const EntryId id = query.value(1).toLongLong();
+        if (id < 1 || id > lastId || (!places.empty() && rank <= places.back().rank))
+            return fails(damage(QStringLiteral("entry %1 is not in order").arg(id)));
+        const QueueItem item{
+            query.value(2).toString(), query.value(3).toString(), query.value(4).toString(),
+            StoredJson::toValue(query.value(5).toString())};
+        places.push_back({rank, std::make_shared<const QueueEntry>(QueueEntry{id, item})});
+    }
+    if (query.lastError().isValid())
+        return fails(problemOf(query.lastError()));
+    content.queue = Queue(std::move(places), lastId);
+    return true;
+}
+
+bool QueueStore::Connection::loadOperations(Content& content)
+{
+    QSqlQuery query(m_database);
+    if (!select(query, QStringLiteral("SELECT number, operation, answer FROM operations ORDER BY number")))
+        return false;
+    while (query.next()) {
+        m_lastOperation = query.value(0).toLongLong();
+        content.operations.push_back(
+            {query.value(1).toString(), StoredJson::toValue(query.value(2).toString()).toHash()});
+    }
+    return !query.lastError().isValid() || fails(problemOf(query.lastError()));
+}
+
+bool QueueStore::Connection::save(
+    const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation)
+{
+    if (!m_database.transaction())
+        return fails(problemOf(m_database.lastError()));
+    const bool isWritten = write(playlist, change) && (!operation || writeOperation(*operation));
+    if (isWritten && m_database.commit()) {
+        m_lastOperation += operation ? 1 : 0;
+        return true;
+    }
+    if (isWritten)
+        m_problem = problemOf(m_database.lastError());
+    // SQLite has rolled back by itself after some errors.
+    (void)m_database.rollback();
+    return false;
+}
+
+bool QueueStore::Connection::write(const Playlist& playlist, const QueueChange& change)
+{
+    return writeChange(playlist.queue(), change) && writeState(playlist);
+}
+
+bool QueueStore::Connection::writeChange(const Queue& queue, const QueueChange& change)
+{
+    Statements& s = *m_statements;
+    const auto insert = [&](const QueuePlace& place) {
+        const QueueItem& item = place.entry->item;
+        return run(
+            s.insertEntry, {place.entry->id, place.rank, notNull(item.source), notNull(item.title), notNull(item.type),
+                            StoredJson::fromValue(item.mediaData)});
+    };
+    const auto rank = [&](const QueuePlace& place) { return run(s.rankEntry, {place.rank, place.entry->id}); };
+    const auto describe = [&](const QueueEntryPointer& entry) {
+        const QueueItem& item = entry->item;
+        return run(
+            s.describeEntry,
+            {notNull(item.title), notNull(item.type), StoredJson::fromValue(item.mediaData), entry->id});
+    };
+    return writeRemoved(queue, change) && std::all_of(change.added.cbegin(), change.added.cend(), insert) &&
+           std::all_of(change.moved.cbegin(), change.moved.cend(), rank) &&
+           std::all_of(change.described.cbegin(), change.described.cend(), describe);
+}
+
+bool QueueStore::Connection::writeRemoved(const Queue& queue, const QueueChange& change)
+{
+    const bool isEverything = static_cast<std::size_t>(queue.size()) == change.added.size();
+    if (isEverything && !change.removed.empty())
+        return run(m_statements->deleteEntries, {});
+    return std::all_of(change.removed.cbegin(), change.removed.cend(), [this](EntryId id) {
+        return run(m_statements->deleteEntry, {id});
+    });
+}
+
+bool QueueStore::Connection::writeState(const Playlist& playlist)
+{
+    const PlayerState& player = playlist.player();
+    return run(
+        m_statements->writeState,
+        {playlist.queue().lastId(), playlist.version(), playlist.lastEdit(), idOrNull(player.current), player.position,
+         player.at, player.serial, player.volume, static_cast<int>(player.repeat), static_cast<int>(player.shuffle)});
+}
+
+bool QueueStore::Connection::writeOperation(const Operation& operation)
+{
+    const qint64 number = m_lastOperation + 1;
+    return run(m_statements->insertOperation, {number, operation.text, StoredJson::fromValue(operation.answer)}) &&
+           run(m_statements->deleteOperations, {number - mostOperations});
+}
+
+bool QueueStore::Connection::fails(Problem problem)
+{
+    m_problem = std::move(problem);
+    return false;
+}
+
+bool QueueStore::Connection::run(const QString& statement)
+{
+    QSqlQuery query(m_database);
+    return query.exec(statement) || fails(problemOf(query.lastError()));
+}
+
+bool QueueStore::Connection::run(QSqlQuery& query, const QVariantList& values)
+{
+    for (int i = 0; i < values.size(); ++i)
+        query.bindValue(i, values.at(i));
+    const bool isDone = query.exec();
+    if (!isDone)
+        m_problem = problemOf(query.lastError());
+    query.finish();
+    return isDone;
+}
+
+bool QueueStore::Connection::select(QSqlQuery& query, const QString& statement)
+{
+    query.setForwardOnly(true);
+    return query.exec(statement) || fails(problemOf(query.lastError()));
+}
+
+std::optional<QVariant> QueueStore::Connection::value(const QString& statement)
+{
+    QSqlQuery query(m_database);
+    if (!query.exec(statement) || !query.next()) {
+        m_problem = problemOf(query.lastError());
+        return std::nullopt;
+    }
+    return query.value(0);
+}
+
+namespace {
+
+/// Renames the file and SQLite's files beside it. False if the file is still there.
+bool setAside(const QString& file)
+{
+    const QString suffix =
+        QStringLiteral(".damaged-") + QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmsszzz"));
+    for (const char* ending : {"-wal", "-shm"}) {
+        const QString name = file + QLatin1String(ending);
+        QFile::rename(name, file + suffix + QLatin1String(ending));
+    }
+    return QFile::rename(file, file + suffix);
+}
+
+} // namespace
+
+QueueStore::QueueStore(const QString& directory)
+{
+    if (!directory.isEmpty())
+        open(directory);
+}
+
+QueueStore::~QueueStore() = default;
+
+void QueueStore::open(const QString& directory)
+{
+    const QString file = QDir(directory).filePath(QStringLiteral("queue.sqlite"));
+    QDir().mkpath(directory);
+    for (const bool isFirst : {true, false}) {
+        auto connection = std::make_unique<Connection>(file);
+        Content content;
+        if (connection->open() && connection->load(content)) {
+            m_connection = std::move(connection);
+            m_content = std::move(content);
+            return;
+        }
+        const Problem problem = connection->problem();
+        connection.reset();
+        m_failure = problem.text;
+        if (!isFirst || !problem.isDamage || !setAside(file))
+            break;
+        warn(QStringLiteral("%1 cannot be read and is set aside: %2").arg(file, problem.text));
+    }
+    warn(QStringLiteral("%1 cannot be used, the queue is not stored: %2").arg(file, m_failure));
+}
+
+QueueStore::Content QueueStore::takeContent()
+{
+    return std::exchange(m_content, {});
+}
+
+QString QueueStore::save(const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation)
+{
+    if (!m_connection)
+        return m_failure;
+    return m_connection->save(playlist, change, operation) ? QString() : m_connection->problem().text;
+}
