@@ -1,16 +1,15 @@
 #include "keptlog.h"
 #include "queuestore.h"
 #include "support/queueitems.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "support/stored.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <sys/resource.h>
 

@@ -6,8 +6,9 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
+#include <QStringList>
 
-#include <vector>
+#include <gtest/gtest.h>
 
 inline QString databaseIn(const QString& directory)
 {
