@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr std::size_t mostInChunk = 512;
-constexpr std::size_t fewInChunk = 128;
+constexpr std::size_t mostInChunk = 256;
+constexpr std::size_t fewInChunk = 64;
 
 /// Between the ranks of entries that are appended.
 constexpr qint64 rankGap = qint64{1} << 32;
@@ -79,17 +79,30 @@ QueueEdit refused(const CMError& error)
 
 struct Queue::Chunk
 {
-    Chunk(Places::const_iterator begin, Places::const_iterator end) : places(begin, end)
+    /// `contained` is not empty.
+    explicit Chunk(Places contained) : places(std::move(contained))
     {
         ids.reserve(places.size());
         std::transform(places.cbegin(), places.cend(), std::back_inserter(ids), [](const QueuePlace& place) {
             return place.entry->id;
         });
+        const auto [low, high] = std::minmax_element(ids.cbegin(), ids.cend());
+        lowest = *low;
+        highest = *high;
+    }
+
+    /// `wanted` are sorted.
+    [[nodiscard]] bool hasOneOf(const std::vector<EntryId>& wanted) const
+    {
+        return !wanted.empty() && wanted.front() <= highest && wanted.back() >= lowest &&
+               std::any_of(ids.cbegin(), ids.cend(), [&wanted](EntryId id) { return isOneOf(wanted, id); });
     }
 
     Places places;
-    /// The same entries' ids: a search reads only them.
+    /// The same entries' ids: a search reads only them, and only those of chunks that can have the id.
     std::vector<EntryId> ids;
+    EntryId lowest;
+    EntryId highest;
 };
 
 bool QueueChange::isEmpty() const
@@ -99,7 +112,7 @@ bool QueueChange::isEmpty() const
 
 Queue::Queue(std::vector<QueuePlace> places, EntryId lastId) : m_lastId(lastId)
 {
-    appendParts(places);
+    appendParts(std::move(places));
 }
 
 const QueueEntry& Queue::at(int index) const
@@ -111,8 +124,10 @@ int Queue::indexOf(EntryId id) const
 {
     int begin = 0;
     for (const Part& part : m_parts) {
-        const std::vector<EntryId>& ids = part.chunk->ids;
-        const auto found = std::find(ids.cbegin(), ids.cend(), id);
+        const Chunk& chunk = *part.chunk;
+        const std::vector<EntryId>& ids = chunk.ids;
+        const bool isPossible = id >= chunk.lowest && id <= chunk.highest;
+        const auto found = isPossible ? std::find(ids.cbegin(), ids.cend(), id) : ids.cend();
         if (found != ids.cend())
             return begin + static_cast<int>(found - ids.cbegin());
         begin = part.end;
@@ -216,7 +231,7 @@ QueueEdit Queue::shuffle(std::mt19937_64& random)
     }
     edit.change.isReordered = !edit.change.moved.empty();
     m_parts.clear();
-    appendParts(shuffled);
+    appendParts(std::move(shuffled));
     return edit;
 }
 
@@ -265,7 +280,7 @@ QueueEdit Queue::describe(const std::vector<QueueEntry>& entries)
             if (item != items.cend() && ::describe(place, *item->second))
                 edit.change.described.push_back(place.entry);
         }
-        part.chunk = std::make_shared<const Chunk>(places.cbegin(), places.cend());
+        part.chunk = std::make_shared<const Chunk>(std::move(places));
     }
     return edit;
 }
@@ -326,20 +341,23 @@ void Queue::appendPart(std::shared_ptr<const Chunk> chunk)
         Places joined = m_parts.back().chunk->places;
         joined.insert(joined.end(), places.cbegin(), places.cend());
         m_parts.pop_back();
-        chunk = std::make_shared<const Chunk>(joined.cbegin(), joined.cend());
+        chunk = std::make_shared<const Chunk>(std::move(joined));
     }
     const int end = size() + static_cast<int>(chunk->places.size());
     m_parts.push_back({end, std::move(chunk)});
 }
 
-void Queue::appendParts(const Places& places)
+void Queue::appendParts(Places places)
 {
+    if (places.empty())
+        return;
     // Parts of equal size, that take more entries before they are split.
     const std::size_t count = places.size() <= mostInChunk ? 1 : (2 * places.size() + mostInChunk - 1) / mostInChunk;
-    auto begin = places.cbegin();
-    for (std::size_t i = 1; i <= count && !places.empty(); ++i) {
-        const auto end = places.cbegin() + static_cast<std::ptrdiff_t>(i * places.size() / count);
-        appendPart(std::make_shared<const Chunk>(begin, end));
+    auto begin = std::make_move_iterator(places.begin());
+    for (std::size_t i = 1; i <= count; ++i) {
+        const auto end =
+            std::make_move_iterator(places.begin()) + static_cast<std::ptrdiff_t>(i * places.size() / count);
+        appendPart(std::make_shared<const Chunk>(Places(begin, end)));
         begin = end;
     }
 }
@@ -360,7 +378,7 @@ void Queue::replaceRange(int begin, int end, const Places& places)
     Places region(head.cbegin(), head.cbegin() + (begin - size()));
     region.insert(region.end(), places.cbegin(), places.cend());
     region.insert(region.end(), tail.cend() - (last->end - end), tail.cend());
-    appendParts(region);
+    appendParts(std::move(region));
     std::for_each(std::next(last), old.cend(), [this](const Part& part) { appendPart(part.chunk); });
 }
 
@@ -368,8 +386,7 @@ std::optional<std::vector<QueueEntryPointer>> Queue::take(const std::vector<Entr
 {
     std::vector<QueueEntryPointer> taken;
     for (const Part& part : std::exchange(m_parts, {})) {
-        const std::vector<EntryId>& present = part.chunk->ids;
-        if (std::none_of(present.cbegin(), present.cend(), [&ids](EntryId id) { return isOneOf(ids, id); })) {
+        if (!part.chunk->hasOneOf(ids)) {
             appendPart(part.chunk);
             continue;
         }
@@ -380,7 +397,7 @@ std::optional<std::vector<QueueEntryPointer>> Queue::take(const std::vector<Entr
             else
                 kept.push_back(place);
         }
-        appendParts(kept);
+        appendParts(std::move(kept));
     }
     if (taken.size() != ids.size())
         return std::nullopt;

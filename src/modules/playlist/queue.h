@@ -50,7 +50,7 @@ struct [[nodiscard]] QueueEdit
 /// Entries in their order.
 ///
 /// A value: copies are cheap and share the entries, and a copy may be read while another one is edited in another
-/// thread. An edit at one place costs some microseconds, however long the queue is; finding an id some ten.
+/// thread. An edit at one place costs some microseconds, however long the queue is; finding an id at most some ten.
 class Queue
 {
 public:
@@ -113,7 +113,7 @@ private:
     [[nodiscard]] std::vector<QueueEntryPointer> makeEntries(std::vector<QueueItem> items);
 
     void appendPart(std::shared_ptr<const Chunk> chunk);
-    void appendParts(const Places& places);
+    void appendParts(Places places);
     void replaceRange(int begin, int end, const Places& places);
     /// Takes out the entries with these ids, which are sorted and differ; returns them in this order. None if one is
     /// missing; what is left of the queue is undefined then.
