@@ -350,9 +350,9 @@ void Player::updateOrder(const QueueChange& change, const std::vector<EntryId>& 
 {
     // The part that has not been played begins where the current entry was, even if that is gone.
     const auto isRemoved = [&removed](EntryId id) { return std::binary_search(removed.cbegin(), removed.cend(), id); };
-    const auto unplayed = m_order.begin() + unplayedBegin();
+    const auto* const unplayed = m_order.cbegin() + unplayedBegin();
     const auto isKept = [&](EntryId id) { return !isRemoved(id); };
-    const int begin = static_cast<int>(std::count_if(m_order.begin(), unplayed, isKept));
+    const int begin = static_cast<int>(std::count_if(m_order.cbegin(), unplayed, isKept));
     m_order.erase(std::remove_if(m_order.begin(), m_order.end(), isRemoved), m_order.end());
 
     QVector<EntryId> added;

@@ -137,7 +137,7 @@ QString PlaylistEngine::Runner::save(
     const PlayerState player = storedPart(playlist.player());
     if (change.isEmpty() && !operation && player == m_stored)
         return {};
-    const QString failure = m_store.save(playlist, change, operation);
+    QString failure = m_store.save(playlist, change, operation);
     if (failure.isEmpty())
         m_stored = player;
     return failure;
