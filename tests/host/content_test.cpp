@@ -531,7 +531,8 @@ TEST_F(ContentReach, MapsAreRewrittenAsHashesAre)
     const QVariantMap media{
         {QStringLiteral("resources"), QVariantList{resource}},
         {QStringLiteral("metaData"), QVariantMap{{QStringLiteral("albumArt"), albumArt}}}};
-    const std::string shown = jsonOf(withNetworkNames(*mount, QVariantMap{{QStringLiteral("deep"), media}}));
+    const auto mountOf = [this](const QString& /*serviceId*/) { return mount; };
+    const std::string shown = jsonOf(withNetworkNames(QVariantMap{{QStringLiteral("deep"), media}}, mountOf));
     EXPECT_THAT(shown, HasSubstr("\"media/file/open/song.mp3\""));
     EXPECT_THAT(shown, HasSubstr("\"cover/file/open/song.mp3\""));
     EXPECT_THAT(shown, Not(HasSubstr("file://")));

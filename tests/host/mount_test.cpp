@@ -56,19 +56,24 @@ QVariantHash artOf(const QVariantHash& media)
     return media[QStringLiteral("metaData")].toHash()[QStringLiteral("albumArt")].toHash();
 }
 
+/// The value where all media come from the mount.
+QVariant shownBy(const Mount& mount, const QVariant& value)
+{
+    return withNetworkNames(value, [&mount](const QString& /*serviceId*/) { return std::make_shared<Mount>(mount); });
+}
+
 TEST(NetworkNames, UriBelowTheRootBecomesTheMediaAddress)
 {
-    const QVariantHash shown =
-        withNetworkNames(music, mediaWith(QStringLiteral("file:///srv/music/a/b%20%23c.mp3"))).toHash();
+    const QVariantHash shown = shownBy(music, mediaWith(QStringLiteral("file:///srv/music/a/b%20%23c.mp3"))).toHash();
     EXPECT_EQ(uriOf(shown), QStringLiteral("media/file/a/b%20%23c.mp3"));
-    const QVariantHash ofRoot = withNetworkNames(everything, mediaWith(QStringLiteral("file:///a.mp3"))).toHash();
+    const QVariantHash ofRoot = shownBy(everything, mediaWith(QStringLiteral("file:///a.mp3"))).toHash();
     EXPECT_EQ(uriOf(ofRoot), QStringLiteral("media/all/a.mp3"));
 }
 
 TEST(NetworkNames, UriElsewhereIsLeftOut)
 {
     for (const char* uri : {"file:///etc/passwd", "file:///srv/music2/a.mp3", "file:///srv/music", ""}) {
-        const QVariantHash shown = withNetworkNames(music, mediaWith(QString::fromUtf8(uri))).toHash();
+        const QVariantHash shown = shownBy(music, mediaWith(QString::fromUtf8(uri))).toHash();
         EXPECT_FALSE(uriOf(shown).isValid()) << uri;
         EXPECT_FALSE(artOf(shown).contains(QStringLiteral("uri"))) << uri;
         EXPECT_FALSE(artOf(shown).contains(QStringLiteral("data"))) << uri;
@@ -77,8 +82,7 @@ TEST(NetworkNames, UriElsewhereIsLeftOut)
 
 TEST(NetworkNames, PictureBecomesTheCoversAddress)
 {
-    const QVariantHash art =
-        artOf(withNetworkNames(music, mediaWith(QStringLiteral("file:///srv/music/a.mp3"))).toHash());
+    const QVariantHash art = artOf(shownBy(music, mediaWith(QStringLiteral("file:///srv/music/a.mp3"))).toHash());
     const QVariantHash expected{
         {QStringLiteral("mimeType"), QStringLiteral("image/png")},
         {QStringLiteral("uri"), QStringLiteral("cover/file/a.mp3")}};
@@ -89,7 +93,7 @@ TEST(NetworkNames, RecordsAreFoundAtAnyDepth)
 {
     const QVariant media = mediaWith(QStringLiteral("file:///srv/music/a.mp3"));
     const QVariant deep = QVariantList{QVariantList{QVariantHash{{QStringLiteral("mediaData"), media}}}};
-    const QVariantHash item = withNetworkNames(music, deep).toList().value(0).toList().value(0).toHash();
+    const QVariantHash item = shownBy(music, deep).toList().value(0).toList().value(0).toHash();
     EXPECT_EQ(uriOf(item[QStringLiteral("mediaData")].toHash()), QStringLiteral("media/file/a.mp3"));
 }
 
@@ -97,7 +101,14 @@ TEST(NetworkNames, OtherValuesStay)
 {
     for (const QVariant& value :
          {QVariant(), QVariant(1), QVariant(QStringLiteral("text")), QVariant(QVariantList{1, QStringLiteral("x")})})
-        EXPECT_EQ(withNetworkNames(music, value), value);
+        EXPECT_EQ(shownBy(music, value), value);
+}
+
+TEST(NetworkNames, UriOfAMediumWithoutAMountIsLeftOut)
+{
+    const auto none = [](const QString& /*serviceId*/) { return std::shared_ptr<Mount>(); };
+    const QVariant media = mediaWith(QStringLiteral("file:///srv/music/a.mp3"));
+    EXPECT_FALSE(uriOf(withNetworkNames(media, none).toHash()).isValid());
 }
 
 } // namespace

@@ -100,20 +100,35 @@ QVariantList publicItems(const Mount& mount, const QVariantList& items)
     return shown;
 }
 
+QVariantHash servicesOf(const Mount& tree)
+{
+    return {
+        {QStringLiteral("preparePlaylist"), tree.preparePlaylist().toEncoded()},
+        {QStringLiteral("prepareLibrary"), tree.prepareLibrary().toEncoded()},
+        {QStringLiteral("countFiles"), tree.countFiles().toEncoded()}};
+}
+
 QVariantHash description(const Mount& mount)
 {
-    const QVariantHash services{
-        {QStringLiteral("preparePlaylist"), mount.preparePlaylist().toEncoded()},
-        {QStringLiteral("prepareLibrary"), mount.prepareLibrary().toEncoded()},
-        {QStringLiteral("countFiles"), mount.countFiles().toEncoded()}};
     QString prefix = mount.path(QString()).toEncoded();
     prefix.chop(1);
-    return {
+    QVariantHash fields{
         {QStringLiteral("prefix"), prefix},
         {QStringLiteral("title"), mount.title},
-        {QStringLiteral("kind"), QStringLiteral("files")},
-        {QStringLiteral("contextMenu"), mount.contextMenu().toEncoded()},
-        {QStringLiteral("services"), services}};
+        {QStringLiteral("kind"), mount.kind},
+        {QStringLiteral("contextMenu"), mount.contextMenu().toEncoded()}};
+    if (mount.isTree())
+        fields.insert(QStringLiteral("services"), servicesOf(mount));
+    return fields;
+}
+
+/// Waits for an answer that comes later; a worker without a tree gives one for each value. Not longer than the thread's
+/// request may take.
+void waitForAnswer(const CMVoidReply& reply)
+{
+    constexpr int step = 50;
+    while (!reply.waitForFinished(step) && checkContext()) {
+    }
 }
 
 QVariantHash description(const Limits& limits)
@@ -205,7 +220,8 @@ Result<Content::Page> Content::rowsOf(const SharedMount& mount, const RowsQuery&
     if (const Result<void> asked = ask(request); !asked)
         return asked.failure();
     Page page = pageOf(request.reply().value());
-    if (const int error = page.count == 0 ? readError(mount->localPath(query.path.base())) : 0; error != 0)
+    const bool mayBeUnreadable = page.count == 0 && mount->isTree();
+    if (const int error = mayBeUnreadable ? readError(mount->localPath(query.path.base())) : 0; error != 0)
         return Failures::unreadable(query.path, error);
     page.rows = shown(mount, page.rows).toList();
     return page;
@@ -232,19 +248,22 @@ Result<QVariant> Content::set(const CMPath& service, const QVariant& value) cons
     if (const Result<void> valid = checkValue(mount, service, value); !valid)
         return shown(valid.failure(), service);
     const CMSetDataRequest request(service, value);
-    if (const Result<void> asked = ask(request); !asked)
+    if (const Result<void> asked = ask(request, mount->isTree() ? Answers::AtOnce : Answers::Later); !asked)
         return shown(asked.failure(), service);
     if (const Result<void> complete = checkContext(); !complete)
         return complete.failure();
     const QVariant answer = request.reply().value();
-    const bool hasItems = mount->isWalk(service) && answer.userType() == QMetaType::QVariantList;
+    const bool hasItems = mount->isTree() && mount->isWalk(service) && answer.userType() == QMetaType::QVariantList;
     return shown(mount, hasItems && m_reach == Reach::Network ? publicItems(*mount, answer.toList()) : answer);
 }
 
 bool Content::isWalk(const CMPath& service) const
 {
     const QString& prefix = service.prefix();
-    return m_host->rootIds().contains(prefix) && Mount{prefix, {}, {}}.isWalk(service);
+    if (m_host->rootIds().contains(prefix))
+        return Mount{prefix, {}, {}}.isWalk(service);
+    const SharedMount mount = m_host->mountAt(prefix);
+    return mount && mount->isWalk(service);
 }
 
 Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles) const
@@ -260,6 +279,8 @@ Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles
 
 Result<void> Content::checkAccess(const Mount& mount, const QString& base) const
 {
+    if (!mount.isTree())
+        return {};
     const bool isServed = m_reach == Reach::Network ? isPublic(mount, base) : isConfined(mount.rootDirectory, base);
     if (isServed)
         return {};
@@ -268,16 +289,16 @@ Result<void> Content::checkAccess(const Mount& mount, const QString& base) const
 
 Result<void> Content::checkValue(const SharedMount& mount, const CMPath& service, const QVariant& value) const
 {
-    if (service == mount->countFiles())
+    if (mount->isTree() && service == mount->countFiles())
         return checkAccess(*mount, value.toString());
     QStringList texts;
     collectTexts(value, texts);
-    const bool isPreparation = mount->isWalk(service);
-    if (isPreparation && texts.size() > m_limits.items)
+    if (mount->isWalk(service) && texts.size() > m_limits.items)
         return Failure::wrongUse(QStringLiteral("there are more than %1 paths").arg(m_limits.items));
+    // A preparing worker takes every path for its own, whatever the prefix.
+    const bool isPreparation = mount->isTree() && mount->isWalk(service);
     for (const QString& text : qAsConst(texts)) {
         const CMPath path = CMPath::fromEncoded(text);
-        // A preparing worker takes every path for its own, whatever the prefix.
         const SharedMount owner = isPreparation ? mount : m_host->findMount(path.prefix());
         if (Result<void> access = owner ? checkAccess(*owner, path.base()) : Result<void>(); !access)
             return access;
@@ -285,7 +306,7 @@ Result<void> Content::checkValue(const SharedMount& mount, const CMPath& service
     return {};
 }
 
-Result<void> Content::ask(const CMRequest& request) const
+Result<void> Content::ask(const CMRequest& request, Answers answers) const
 {
     try {
         CMRoot()->request(request);
@@ -293,9 +314,12 @@ Result<void> Content::ask(const CMRequest& request) const
         return Failures::fromException();
     }
     const CMVoidReply reply = request.voidReply();
+    if (answers == Answers::Later)
+        waitForAnswer(reply);
     if (reply.isError())
         return Failures::refused(reply.error());
-    // A worker answers before it returns, or never.
+    if (const Result<void> complete = checkContext(); !reply.isFinished() && !complete)
+        return complete.failure();
     if (!reply.isFinished())
         return Failures::unanswered(request.path());
     return {};
@@ -308,5 +332,9 @@ Failure Content::shown(Failure failure, const CMPath& path) const
 
 QVariant Content::shown(const SharedMount& mount, const QVariant& value) const
 {
-    return m_reach == Reach::Network ? withNetworkNames(*mount, value) : value;
+    if (m_reach == Reach::Local)
+        return value;
+    return withNetworkNames(value, [this, &mount](const QString& serviceId) {
+        return mount->isTree() ? mount : m_host->mountAt(serviceId);
+    });
 }

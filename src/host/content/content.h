@@ -83,8 +83,15 @@ private:
     [[nodiscard]] Result<void> checkAccess(const Mount& mount, const QString& base) const;
     /// Checks every path in the value.
     [[nodiscard]] Result<void> checkValue(const SharedMount& mount, const CMPath& service, const QVariant& value) const;
+    enum class Answers {
+        /// The worker answers before it returns, or never.
+        AtOnce,
+        /// The worker may answer later.
+        Later
+    };
+
     /// Has the worker answer the request.
-    [[nodiscard]] Result<void> ask(const CMRequest& request) const;
+    [[nodiscard]] Result<void> ask(const CMRequest& request, Answers answers = Answers::AtOnce) const;
     /// The failure as the client may see it.
     [[nodiscard]] Failure shown(Failure failure, const CMPath& path) const;
     [[nodiscard]] QVariant shown(const SharedMount& mount, const QVariant& value) const;

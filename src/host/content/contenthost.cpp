@@ -1,6 +1,7 @@
 #include "content/contenthost.h"
 
 #include "content/servedroot.h"
+#include "content/servedworker.h"
 #include "content/workermodule.h"
 #include "exec/workerthread.h"
 
@@ -81,6 +82,8 @@ ContentHost::~ContentHost()
 {
     QThread* const home = QThread::currentThread();
     m_workerThread->run([this, home] {
+        // They may have requests under way at the roots' workers.
+        m_workers.clear();
         m_roots.clear();
         CMRootWorker::instance().moveToThread(home);
     });
@@ -102,6 +105,31 @@ Result<void> ContentHost::startRoots(const HostSettings& settings)
     return {};
 }
 
+Result<void> ContentHost::mountWorker(const WorkerSettings& settings)
+{
+    Result<void> mounted;
+    m_workerThread->run([&] {
+        const int position = static_cast<int>(m_roots.size() + m_workers.size());
+        Result<std::unique_ptr<ServedWorker>> worker = ServedWorker::mount(settings, position);
+        if (!worker) {
+            mounted = worker.failure();
+            return;
+        }
+        m_workers.push_back(std::move(worker.value()));
+        publishMounts();
+    });
+    return mounted;
+}
+
+void ContentHost::unmountWorkers()
+{
+    m_workerThread->post([this] {
+        const auto workers = std::move(m_workers);
+        m_workers.clear();
+        publishMounts();
+    });
+}
+
 void ContentHost::publishMounts()
 {
     std::vector<SharedMount> mounts;
@@ -109,6 +137,8 @@ void ContentHost::publishMounts()
         if (root->mount())
             mounts.push_back(root->mount());
     }
+    for (const auto& worker : m_workers)
+        mounts.push_back(worker->mount());
     const std::lock_guard lock(m_mutex);
     m_mounts = std::move(mounts);
 }
@@ -171,6 +201,10 @@ CMSubscribe* ContentHost::subscribeOf(const QString& prefix) const
 {
     if (prefix.isEmpty())
         return CMRootWorker::instance().subscribe();
-    const ServedRoot* const root = rootAt(prefix);
-    return root && root->mount() ? root->worker()->subscribe() : nullptr;
+    if (const ServedRoot* const root = rootAt(prefix))
+        return root->mount() ? root->worker()->subscribe() : nullptr;
+    const auto worker = std::find_if(m_workers.cbegin(), m_workers.cend(), [&prefix](const auto& known) {
+        return known->mount()->prefix == prefix;
+    });
+    return worker == m_workers.cend() ? nullptr : (*worker)->subscribe();
 }

@@ -4,6 +4,7 @@
 #include "content/result.h"
 
 #include <QStringList>
+#include <QVariantHash>
 
 #include <chrono>
 #include <functional>
@@ -14,6 +15,7 @@
 
 class CMSubscribe;
 class ServedRoot;
+class ServedWorker;
 class WorkerModule;
 class WorkerThread;
 
@@ -44,10 +46,25 @@ struct HostSettings
     std::chrono::milliseconds sweepInterval = std::chrono::seconds(5);
 };
 
+/// A worker that serves no directory tree.
+struct WorkerSettings
+{
+    QString moduleFile;
+    /// Has the prefix of its paths.
+    QVariantHash configuration;
+    /// For people.
+    QString title;
+    /// What clients know it for.
+    QString kind;
+    /// Bases of its services that may take long.
+    QStringList longServices = {};
+};
+
 /// Shared by all clients: a worker for each root, mounted at the root worker.
 ///
 /// A root whose directory is missing, or disappears, has no worker until its directory is back; a warning names it.
-/// All workers live in one thread of the host's. Functions may be called from any thread unless they say otherwise.
+/// Other workers can be mounted beside the roots. All workers live in one thread of the host's. Functions may be called
+/// from any thread unless they say otherwise.
 class ContentHost
 {
 public:
@@ -59,9 +76,15 @@ public:
     ~ContentHost();
     Q_DISABLE_COPY_MOVE(ContentHost)
 
-    /// The present roots, in their order.
+    /// Mounts a worker behind the roots and those mounted before. Fails if its module makes none, or if its prefix is
+    /// taken.
+    [[nodiscard]] Result<void> mountWorker(const WorkerSettings& settings);
+    /// Unmounts and destroys, later, the workers that are not roots. No request may be under way there.
+    void unmountWorkers();
+
+    /// The present roots, in their order, and then the other workers.
     [[nodiscard]] std::vector<SharedMount> mounts() const;
-    /// Null if no present root has the prefix.
+    /// Null if nothing mounted has the prefix.
     [[nodiscard]] SharedMount mountAt(const QString& prefix) const;
     /// As mountAt(), but looks first whether the directory of a missing root is back. May wait for the worker thread.
     [[nodiscard]] SharedMount findMount(const QString& prefix);
@@ -98,6 +121,8 @@ private:
     QStringList m_rootIds;
     QStringList m_rootDirectories;
     std::vector<std::unique_ptr<ServedRoot>> m_roots;
+    /// In the worker thread only.
+    std::vector<std::unique_ptr<ServedWorker>> m_workers;
 
     /// Guards the mounts.
     mutable std::mutex m_mutex;

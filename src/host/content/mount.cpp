@@ -27,7 +27,8 @@ CMPath Mount::countFiles() const
 
 bool Mount::isWalk(const CMPath& service) const
 {
-    return service == preparePlaylist() || service == prepareLibrary() || service == countFiles();
+    return service == preparePlaylist() || service == prepareLibrary() || service == countFiles() ||
+           longServices.contains(service.base());
 }
 
 bool Mount::isPlayable(const QString& base) const

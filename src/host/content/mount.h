@@ -5,20 +5,27 @@
 #include <QByteArray>
 #include <QStringList>
 
-/// A directory tree that the host serves, as clients see it. A value that stays valid when its worker has gone.
+/// A worker that the host serves, as clients see it: mostly of a directory tree, the root. A value that stays valid
+/// when its worker has gone.
 struct Mount
 {
     /// Of all its paths.
     QString prefix;
     /// For people.
     QString title;
-    /// Canonical.
+    /// Canonical; empty if the worker serves no directory tree.
     QString rootDirectory;
     /// Wildcard patterns of playable names.
     QStringList playable = {};
     /// Whether network clients may follow symlinks that lead out of the root directory.
     bool followsLinks = false;
+    /// What clients know the worker for.
+    QString kind = QStringLiteral("files");
+    /// Bases of services of its own that may walk trees.
+    QStringList longServices = {};
 
+    /// Whether its paths stand for files and directories. If not, only its worker can judge them.
+    [[nodiscard]] bool isTree() const { return !rootDirectory.isEmpty(); }
     [[nodiscard]] CMPath path(const QString& base) const { return {prefix, base}; }
     /// Paths at and below it name context menus, not directories.
     [[nodiscard]] CMPath contextMenu() const;
@@ -26,7 +33,7 @@ struct Mount
     [[nodiscard]] CMPath prepareLibrary() const;
     [[nodiscard]] CMPath countFiles() const;
 
-    /// Whether the path names a service that may walk the whole tree.
+    /// Whether the path names a service that may walk a whole tree.
     [[nodiscard]] bool isWalk(const CMPath& service) const;
     /// Whether a file of the base's name is an item.
     [[nodiscard]] bool isPlayable(const QString& base) const;

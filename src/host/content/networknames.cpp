@@ -1,5 +1,7 @@
 #include "content/networknames.h"
 
+#include <tavo/tavomedia.h>
+
 #include <QFile>
 #include <QUrl>
 
@@ -12,12 +14,15 @@ const QLatin1String albumArtKey("albumArt");
 const QLatin1String dataKey("data");
 
 /// The encoded path of the file below the mount's root that the URI names; empty if it names none.
-QString encodedPath(const Mount& mount, const QString& uri)
+QString encodedPath(const Mount* mount, const QString& uri)
 {
+    if (!mount || !mount->isTree())
+        return {};
     const QUrl url = QUrl::fromEncoded(uri.toLatin1());
-    const QString root = mount.rootDirectory.endsWith(u'/') ? mount.rootDirectory : mount.rootDirectory + u'/';
+    const QString& directory = mount->rootDirectory;
+    const QString root = directory.endsWith(u'/') ? directory : directory + u'/';
     const QString file = url.isLocalFile() ? url.toLocalFile() : QString();
-    return file.startsWith(root) ? mount.path(file.mid(root.size())).toEncoded() : QString();
+    return file.startsWith(root) ? mount->path(file.mid(root.size())).toEncoded() : QString();
 }
 
 QVariant withoutPicture(const QVariant& metaData, const QString& path)
@@ -40,7 +45,7 @@ bool hasFields(const QVariant& value)
     return value.userType() == QMetaType::QVariantHash || value.userType() == QMetaType::QVariantMap;
 }
 
-QVariantHash networkResource(const Mount& mount, QVariantHash resource)
+QVariantHash networkResource(const Mount* mount, QVariantHash resource)
 {
     const QString path = encodedPath(mount, resource.value(uriKey).toString());
     if (path.isEmpty())
@@ -50,38 +55,40 @@ QVariantHash networkResource(const Mount& mount, QVariantHash resource)
     return resource;
 }
 
-QVariant networkMedia(const Mount& mount, QVariantHash media)
+QVariant networkMedia(QVariantHash media, const MountOfMedium& mountOf)
 {
+    const QVariant metaData = media.value(metaDataKey);
+    const std::shared_ptr<const Mount> mount = mountOf(TavoMetaData(metaData.value<QVariantHash>()).serviceID());
     const QVariantList resources = media.value(resourcesKey).toList();
-    const QString path = encodedPath(mount, resources.value(0).value<QVariantHash>().value(uriKey).toString());
+    const QString path = encodedPath(mount.get(), resources.value(0).value<QVariantHash>().value(uriKey).toString());
     QVariantList shown;
     for (const QVariant& resource : resources)
-        shown.append(networkResource(mount, resource.value<QVariantHash>()));
+        shown.append(networkResource(mount.get(), resource.value<QVariantHash>()));
     media.insert(resourcesKey, shown);
-    if (media.contains(metaDataKey))
-        media.insert(metaDataKey, withoutPicture(media.value(metaDataKey), path));
+    if (metaData.isValid())
+        media.insert(metaDataKey, withoutPicture(metaData, path));
     return media;
 }
 
-QVariant networkFields(const Mount& mount, QVariantHash fields)
+QVariant networkFields(QVariantHash fields, const MountOfMedium& mountOf)
 {
     for (QVariant& field : fields)
-        field = withNetworkNames(mount, field);
+        field = withNetworkNames(field, mountOf);
     return fields;
 }
 
 } // namespace
 
-QVariant withNetworkNames(const Mount& mount, const QVariant& value)
+QVariant withNetworkNames(const QVariant& value, const MountOfMedium& mountOf)
 {
     if (value.userType() == QMetaType::QVariantList) {
         QVariantList elements = value.toList();
         for (QVariant& element : elements)
-            element = withNetworkNames(mount, element);
+            element = withNetworkNames(element, mountOf);
         return elements;
     }
     if (!hasFields(value))
         return value;
     const auto fields = value.value<QVariantHash>();
-    return fields.contains(resourcesKey) ? networkMedia(mount, fields) : networkFields(mount, fields);
+    return fields.contains(resourcesKey) ? networkMedia(fields, mountOf) : networkFields(fields, mountOf);
 }

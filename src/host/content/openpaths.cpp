@@ -166,6 +166,9 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
     if (path == CMPath())
         return {};
     const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
+    // The worker decides when it is asked to open the path.
+    if (mount && !mount->isTree())
+        return {};
     if (!mount || !isNormal(path.base()) || path.startsWith(mount->contextMenu()))
         return Failures::invalidPath(path);
     if (m_reach == Reach::Network && !isPublic(*mount, path.base()))
@@ -183,9 +186,14 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
     return {};
 }
 
+bool OpenPaths::hasAncestors(const CMPath& path) const
+{
+    return m_host.rootIds().contains(path.prefix());
+}
+
 QVector<CMPath> OpenPaths::lineage(const CMPath& path) const
 {
-    if (path == CMPath())
+    if (!hasAncestors(path))
         return {path};
     QVector<CMPath> paths{CMPath(path.prefix(), QString())};
     const QString& base = path.base();

@@ -17,8 +17,9 @@ class ContentHost;
 
 /// The paths that one client has open. Lives in the worker thread.
 ///
-/// While a directory is open its ancestors are held open too, because a worker refuses a path that it has recorded
-/// already as the changed parent of an opened one. The client hears only of changes of the paths that it opened itself.
+/// While a directory of a tree is open its ancestors are held open too, because a worker refuses a path that it has
+/// recorded already as the changed parent of an opened one. The client hears only of changes of the paths that it
+/// opened itself.
 class OpenPaths : public CMChangeReceiver
 {
     Q_OBJECT
@@ -52,6 +53,8 @@ private:
     [[nodiscard]] Result<void> closeNow(const CMPath& path);
 
     [[nodiscard]] Result<void> checkOpenable(const CMPath& path) const;
+    /// Whether the path is one of a directory tree, be that missing or not.
+    [[nodiscard]] bool hasAncestors(const CMPath& path) const;
     /// The paths that are held for this one: ancestors, from the root down, and itself.
     [[nodiscard]] QVector<CMPath> lineage(const CMPath& path) const;
     /// Makes this a client of the paths, in their order. Fails if one of them does not stay open.

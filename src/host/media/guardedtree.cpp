@@ -47,6 +47,8 @@ QByteArray relativeToTop(const QString& absolutePath)
 
 std::optional<GuardedTree> GuardedTree::open(const Mount& mount)
 {
+    if (!mount.isTree())
+        return std::nullopt;
     const FileDescriptor top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     FileDescriptor directory = openPath(top.get(), relativeToTop(mount.rootDirectory), Links::Refused);
     if (!directory.isOpen())

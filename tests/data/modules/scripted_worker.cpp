@@ -71,11 +71,19 @@ public:
         request.reply().setValue(QVariantList{true});
     }
 
-    /// The service for the library works until it is cancelled.
+    /// The service for the library works until it is cancelled, "later" answers from the event loop, "silence" never.
     void setDataRequest(const CMSetDataRequest& request) override
     {
+        const QString& base = request.path().base();
+        if (base == QLatin1String("silence"))
+            return;
+        if (base == QLatin1String("later")) {
+            QMetaObject::invokeMethod(
+                this, [request] { request.reply().setValue(request.value()); }, Qt::QueuedConnection);
+            return;
+        }
         const CMRequestContext* const context = CMRequestContext::current();
-        if (request.path().base() == TavoMusicLibraryPrepareItems()) {
+        if (base == TavoMusicLibraryPrepareItems()) {
             while (context && context->mayContinue())
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
