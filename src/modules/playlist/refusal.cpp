@@ -2,6 +2,7 @@
 
 #include "i18n/trstring.h"
 #include "queue.h"
+#include "tavo/tavokeys.h"
 
 #include <QList>
 
@@ -32,6 +33,11 @@ CMError Refusal::nothingToPlay()
     return {QStringLiteral("noSuchItem"), text("There is nothing to play")};
 }
 
+CMError Refusal::outside(const QString& path)
+{
+    return {TavoErrorAccessViolation(), text("'%1' leads out of its worker", {path})};
+}
+
 CMError Refusal::nothingToUndo(int token)
 {
     return {QStringLiteral("noSuchItem"), text("Edit %1 cannot be undone any more", {QString::number(token)})};
@@ -58,6 +64,11 @@ CMError Refusal::notActive(const QString& name)
     return {QStringLiteral("noOutput"), text("Output '%1' is not the active one", {name})};
 }
 
+CMError Refusal::invalidValue(const QString& service, const char* takes)
+{
+    return {QStringLiteral("invalidValue"), text("'%1' takes %2", {service, QString::fromLatin1(takes)})};
+}
+
 CMError Refusal::invalidPosition(qint64 position)
 {
     return {QStringLiteral("invalidValue"), text("%1 is no position", {QString::number(position)})};
@@ -66,6 +77,16 @@ CMError Refusal::invalidPosition(qint64 position)
 CMError Refusal::invalidVolume(int volume)
 {
     return {QStringLiteral("invalidValue"), text("Volume %1 is not between 0 and 100", {QString::number(volume)})};
+}
+
+CMError Refusal::failed(const QString& reason)
+{
+    return {CMError::DefaultName(), text("The request failed: %1", {reason})};
+}
+
+CMError Refusal::ending()
+{
+    return {CMError::DefaultName(), text("The queue ends")};
 }
 
 CMError Refusal::notStored(const QString& reason)

@@ -1,0 +1,208 @@
+#include "itemthread.h"
+
+#include "itemcollector.h"
+#include "itempreparation.h"
+#include "log/dbglog.h"
+#include "model/cmrequestcontext.h"
+#include "refusal.h"
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+constexpr char sourceFile[] = "src/modules/playlist/itemthread";
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("CB_Playlist");
+    return instance;
+}
+
+/// The ids of the entries that an addition made, by its answer.
+std::vector<EntryId> newIds(const QVariantHash& answer)
+{
+    const qint64 first = answer.value(QStringLiteral("first")).toLongLong();
+    const qint64 added = answer.value(QStringLiteral("added")).toLongLong();
+    std::vector<EntryId> ids;
+    for (EntryId id = first; id < first + added; ++id)
+        ids.push_back(id);
+    return ids;
+}
+
+std::vector<EntryId> unpreparedIds(const Queue& queue)
+{
+    std::vector<EntryId> ids;
+    for (int i = 0; i < queue.size(); ++i) {
+        if (!ItemPreparation::isPrepared(queue.at(i).item))
+            ids.push_back(queue.at(i).id);
+    }
+    return ids;
+}
+
+} // namespace
+
+class ItemThread::State : public std::enable_shared_from_this<State>
+{
+public:
+    struct Job
+    {
+        PlaylistEngine::Guard guard;
+        PlaylistCommands::Addition addition;
+        PlaylistEngine::Completion completion;
+    };
+
+    State(PlaylistEngine& engine, QString ownPrefix) : m_engine(engine), m_ownPrefix(std::move(ownPrefix)) {}
+
+    void add(Job job)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+        m_changed.notify_one();
+    }
+
+    void prepare(const std::vector<EntryId>& ids)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_unprepared.insert(m_unprepared.end(), ids.begin(), ids.end());
+        m_changed.notify_one();
+    }
+
+    void prepareAll()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_preparesAll = true;
+        m_changed.notify_one();
+    }
+
+    void end()
+    {
+        m_context.cancel();
+        const std::lock_guard lock(m_mutex);
+        m_isEnding = true;
+        m_changed.notify_one();
+    }
+
+    void run()
+    {
+        const CMRequestContext::Scope scope(m_context);
+        ItemPreparation preparation(m_engine);
+        while (waitForWork(preparation)) {
+            if (const std::optional<Job> job = takeJob())
+                serve(*job);
+            else
+                proceed(preparation);
+        }
+        while (const std::optional<Job> job = takeJob())
+            job->completion({{}, Refusal::ending()});
+    }
+
+private:
+    /// False at the end. Passes on what is to be prepared.
+    [[nodiscard]] bool waitForWork(ItemPreparation& preparation)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] {
+            return m_isEnding || m_preparesAll || !m_jobs.empty() || !m_unprepared.empty() || !preparation.isIdle();
+        });
+        if (m_preparesAll)
+            m_unprepared = unpreparedIds(m_engine.playlist()->queue());
+        m_preparesAll = false;
+        if (!m_unprepared.empty())
+            preparation.add(m_unprepared);
+        m_unprepared.clear();
+        return !m_isEnding;
+    }
+
+    [[nodiscard]] std::optional<Job> takeJob()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_jobs.empty())
+            return std::nullopt;
+        Job job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        return job;
+    }
+
+    void serve(const Job& job)
+    {
+        try {
+            collect(job);
+        } catch (const std::exception& exception) {
+            job.completion({{}, Refusal::failed(QString::fromLocal8Bit(exception.what()))});
+        }
+    }
+
+    /// What cannot be prepared now stays as it is.
+    static void proceed(ItemPreparation& preparation)
+    {
+        try {
+            preparation.proceed();
+        } catch (const std::exception& exception) {
+            DBGLOG(
+                logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{sourceFile, __LINE__, __func__}),
+                "entries were not prepared: " << exception.what());
+        }
+    }
+
+    void collect(const Job& job)
+    {
+        ItemCollector collector(m_ownPrefix);
+        if (const CMError error = collector.collect(job.addition.paths); !error.isEmpty())
+            return job.completion({{}, error});
+        const auto command = [items = collector.takeItems(), add = job.addition.add](Playlist& playlist, qint64 now) {
+            return (playlist.*add)(items, now);
+        };
+        m_engine.post(
+            job.guard, command, [self = shared_from_this(), completion = job.completion](const Outcome& outcome) {
+                completion(outcome);
+                if (outcome)
+                    self->prepare(newIds(outcome.answer));
+            });
+    }
+
+    PlaylistEngine& m_engine;
+    const QString m_ownPrefix;
+    CMRequestContext m_context;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<Job> m_jobs;
+    std::vector<EntryId> m_unprepared;
+    bool m_preparesAll = true;
+    bool m_isEnding = false;
+};
+
+ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
+    : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)),
+      m_thread([state = m_state] { state->run(); })
+{
+}
+
+ItemThread::~ItemThread()
+{
+    m_state->end();
+    m_thread.join();
+}
+
+void ItemThread::add(
+    const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
+    PlaylistEngine::Completion completion)
+{
+    m_state->add({guard, addition, std::move(completion)});
+}
+
+void ItemThread::restore(
+    const PlaylistEngine::Guard& guard, PlaylistCommands::Restoration restoration,
+    PlaylistEngine::Completion completion)
+{
+    const auto complete = [state = m_state, completion = std::move(completion)](const Outcome& outcome) {
+        completion(outcome);
+        if (outcome)
+            state->prepareAll();
+    };
+    m_engine.post(guard, std::move(restoration.command), complete);
+}

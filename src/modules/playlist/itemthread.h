@@ -1,0 +1,38 @@
+#pragma once
+
+#include "playlistcommands.h"
+#include "playlistengine.h"
+
+#include <functional>
+#include <memory>
+#include <thread>
+
+/// Walks containers and prepares entries, in a thread of its own that asks other workers through the root worker.
+class ItemThread
+{
+public:
+    /// Entries that the playlist has already and that lack their tags are prepared. `ownPrefix` is that of the worker
+    /// whose queue it is. The engine must outlive it.
+    ItemThread(PlaylistEngine& engine, const QString& ownPrefix);
+    /// Cancels what is under way; additions that have not reached the engine end in an error. Waits for the request
+    /// that it has made last.
+    ~ItemThread();
+    Q_DISABLE_COPY_MOVE(ItemThread)
+
+    /// Finds the items and has the engine add them. The completion is called once, in any thread. Any thread.
+    void
+    add(const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
+        PlaylistEngine::Completion completion);
+    /// Has the engine run the command, and then prepares all entries that lack their tags. Any thread.
+    void restore(
+        const PlaylistEngine::Guard& guard, PlaylistCommands::Restoration restoration,
+        PlaylistEngine::Completion completion);
+
+private:
+    class State;
+
+    PlaylistEngine& m_engine;
+    /// Completions that the engine still holds share it.
+    const std::shared_ptr<State> m_state;
+    std::thread m_thread;
+};
