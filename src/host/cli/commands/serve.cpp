@@ -1,5 +1,6 @@
 #include "cli/commands/command.h"
 
+#include "cli/queuemount.h"
 #include "exec/workerthread.h"
 #include "http/httpserver.h"
 #include "process/displaytext.h"
@@ -37,6 +38,7 @@ const QLatin1String usualAddress("127.0.0.1:8420");
 
 void addOptions(QCommandLineParser& parser)
 {
+    addQueueOptions(parser);
     parser.addOptions(
         {{listenOption,
           QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
@@ -157,6 +159,7 @@ Result<int> serve(const CommandContext& context, const Services& services, HttpS
     server.value()->stopAccepting();
     const bool haveRequestsEnded = services.executor.stop(Shutdown::requestPatience);
     const bool hasServerEnded = server.value()->stop(Shutdown::connectionPatience);
+    context.host.unmountWorkers();
     // Threads that hang in the kernel are left behind, and all that they use with them.
     if (!haveRequestsEnded || !hasServerEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
         std::_Exit(status);
@@ -172,6 +175,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     Result<HttpServer::Settings> settings = settingsFor(parser, state.value());
     if (!settings)
         return settings.failure();
+    if (const Result<void> mounted = mountQueue(context.host, parser, state.value().path()); !mounted)
+        return mounted.failure();
     SharedRequests sharedRequests;
     RequestExecutor executor;
     return serve(context, {context.host, executor, sharedRequests}, std::move(settings.value()));

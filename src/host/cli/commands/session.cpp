@@ -1,12 +1,16 @@
 #include "cli/commands/command.h"
 
+#include "cli/queuemount.h"
+#include "exec/workerthread.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
+#include "process/statedirectory.h"
 #include "stdio/stdioserver.h"
 
 #include <QCoreApplication>
 
 #include <cstdlib>
+#include <optional>
 #include <thread>
 
 #include <unistd.h>
@@ -19,7 +23,17 @@ Ends with status 0 when the input ends and everything is answered, and on SIGINT
   echo '{"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":"/file/Albums"}}' |
       tavo --root ~/Music session)";
 
-Result<int> run(const CommandContext& context, const QCommandLineParser& /*parser*/)
+const QLatin1String stateOption("state");
+
+void addOptions(QCommandLineParser& parser)
+{
+    addQueueOptions(parser);
+    parser.addOption(
+        {stateOption, QStringLiteral("Directory for what outlives the program. Default: the queue ends with it."),
+         QStringLiteral("DIR")});
+}
+
+Result<int> serve(const CommandContext& context)
 {
     SharedRequests sharedRequests;
     RequestExecutor executor;
@@ -35,11 +49,26 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
     server.stop();
     const bool haveEnded = executor.stop(Shutdown::requestPatience);
     server.finish(Shutdown::outputPatience);
+    context.host.unmountWorkers();
     // Threads that hang in the kernel are left behind, and all that they use with them.
-    if (!haveEnded)
+    if (!haveEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
         std::_Exit(status);
     serving.join();
     return status;
+}
+
+Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
+{
+    std::optional<StateDirectory> state;
+    if (parser.isSet(stateOption)) {
+        Result<StateDirectory> claimed = StateDirectory::claim(parser.value(stateOption));
+        if (!claimed)
+            return claimed.failure();
+        state.emplace(std::move(claimed.value()));
+    }
+    if (const Result<void> mounted = mountQueue(context.host, parser, state ? state->path() : QString()); !mounted)
+        return mounted.failure();
+    return serve(context);
 }
 
 } // namespace
@@ -47,7 +76,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& /*parse
 Command sessionCommand()
 {
     return {
-        "session", "",   "Serve a client that speaks JSON-RPC 2.0 over standard input and output.", manual, {0, 0}, run,
-        nullptr,   true,
+        "session",  "",     "Serve a client that speaks JSON-RPC 2.0 over standard input and output.",
+        manual,     {0, 0}, run,
+        addOptions, true,
     };
 }

@@ -1,0 +1,63 @@
+#include "cli/queuemount.h"
+
+#include <log/dbglog.h>
+#include <tavo/tavokeys.h>
+
+#include <QCoreApplication>
+#include <QFile>
+
+namespace {
+
+const QLatin1String moduleOption("queue-module");
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
+    return instance;
+}
+
+#define LOG(level, pieces)                                                                                             \
+    DBGLOG(logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/cli/queuemount", __LINE__, __func__}), pieces)
+
+QString moduleBesideProgram()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVO_QUEUE_MODULE_FILE);
+}
+
+WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirectory)
+{
+    WorkerSettings settings;
+    settings.moduleFile = moduleFile;
+    settings.title = QStringLiteral("Queue");
+    settings.kind = QStringLiteral("playlist");
+    settings.configuration = {
+        {TavoService_Id(), QStringLiteral("playlist")}, {QStringLiteral("playlistStateDirectory"), stateDirectory}};
+    settings.longServices = QStringList{
+        QStringLiteral("playNow"), QStringLiteral("playNext"), QStringLiteral("addToQueue"),
+        QStringLiteral("replaceQueue")};
+    return settings;
+}
+
+} // namespace
+
+void addQueueOptions(QCommandLineParser& parser)
+{
+    parser.addOption(
+        {moduleOption, QStringLiteral("Module of the queue. Default: the one that comes with this program."),
+         QStringLiteral("FILE")});
+}
+
+Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, const QString& stateDirectory)
+{
+    const bool isNamed = parser.isSet(moduleOption);
+    const QString moduleFile = isNamed ? parser.value(moduleOption) : moduleBesideProgram();
+    if (!isNamed && !QFile::exists(moduleFile)) {
+        LOG(INFO, "there is no queue, since there is no module " << moduleFile);
+        return {};
+    }
+    Result<void> mounted = host.mountWorker(settingsFor(moduleFile, stateDirectory));
+    if (mounted || isNamed)
+        return mounted;
+    LOG(WARN, "there is no queue: " << mounted.failure().message);
+    return {};
+}
