@@ -62,9 +62,10 @@ Names needsOf(const char* file)
     return names;
 }
 
-TEST(Binaries, ModuleExportsTheFactoryAndNothingElse)
+TEST(Binaries, ModulesExportTheFactoryAndNothingElse)
 {
-    EXPECT_THAT(exportsOf(TAVO_MODULE), ElementsAre("worker_create"));
+    for (const char* module : {TAVO_MODULE, TAVO_QUEUE_MODULE})
+        EXPECT_THAT(exportsOf(module), ElementsAre("worker_create")) << module;
 }
 
 TEST(Binaries, ModuleNeedsTheSdkQtCoreAndLog4cplusAlone)
@@ -74,11 +75,20 @@ TEST(Binaries, ModuleNeedsTheSdkQtCoreAndLog4cplusAlone)
         UnorderedElementsAre("libtavo_api", "libtavo_tagreader", "libtavo_playlist", "libQt5Core", "liblog4cplus"));
 }
 
-TEST(Binaries, ModuleLoadsWithAllItsSymbolsBound)
+TEST(Binaries, QueueModuleNeedsTheSdkQtCoreQtSqlAndLog4cplusAlone)
 {
-    void* module = dlopen(TAVO_MODULE, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(module, nullptr) << dlerror();
-    EXPECT_NE(dlsym(module, "worker_create"), nullptr);
+    EXPECT_THAT(
+        needsOf(TAVO_QUEUE_MODULE),
+        UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Sql", "liblog4cplus"));
+}
+
+TEST(Binaries, ModulesLoadWithAllTheirSymbolsBound)
+{
+    for (const char* file : {TAVO_MODULE, TAVO_QUEUE_MODULE}) {
+        void* module = dlopen(file, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(module, nullptr) << dlerror();
+        EXPECT_NE(dlsym(module, "worker_create"), nullptr) << file;
+    }
 }
 
 TEST(Binaries, HostNeedsNoModule)

@@ -22,17 +22,18 @@ const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
 /// The longest first, where one contains another.
 const QStringList rooms = {
-    QStringLiteral("src/api/core/log"), QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
-    QStringLiteral("src/api/playlist"), QStringLiteral("src/modules/file"),  QStringLiteral("src/host/app"),
-    QStringLiteral("src/host/cli"),     QStringLiteral("src/host/content"),  QStringLiteral("src/host/exec"),
-    QStringLiteral("src/host/http"),    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/media"),
-    QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),  QStringLiteral("src/host/rpc"),
-    QStringLiteral("src/host/stdio"),   QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
+    QStringLiteral("src/api/core/log"), QStringLiteral("src/api/core"),     QStringLiteral("src/api/tagreader"),
+    QStringLiteral("src/api/playlist"), QStringLiteral("src/modules/file"), QStringLiteral("src/modules/playlist"),
+    QStringLiteral("src/host/app"),     QStringLiteral("src/host/cli"),     QStringLiteral("src/host/content"),
+    QStringLiteral("src/host/exec"),    QStringLiteral("src/host/http"),    QStringLiteral("src/host/liveness"),
+    QStringLiteral("src/host/media"),   QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),
+    QStringLiteral("src/host/rpc"),     QStringLiteral("src/host/stdio"),   QStringLiteral("src/host/terminal"),
+    QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
-const QStringList includeRoots = {
-    QStringLiteral("src/api/core"), QStringLiteral("src/api"), QStringLiteral("src/modules/file"),
-    QStringLiteral("src/host"), QStringLiteral("tests/support")};
+const QStringList includeRoots = {QStringLiteral("src/api/core"),     QStringLiteral("src/api"),
+                                  QStringLiteral("src/modules/file"), QStringLiteral("src/modules/playlist"),
+                                  QStringLiteral("src/host"),         QStringLiteral("tests/support")};
 
 /// One #include line.
 struct Include
@@ -115,6 +116,8 @@ std::string originOfForeign(const QString& name)
         return "Qt Core";
     if (name.startsWith(QLatin1String("QtGui/")) || liesIn(TAVO_QTGUI_DIR))
         return "Qt Gui";
+    if (name.startsWith(QLatin1String("QtSql/")) || liesIn(TAVO_QTSQL_DIR))
+        return "Qt Sql";
     if (name.startsWith(QLatin1String("log4cplus/")))
         return "log4cplus";
     if (name.startsWith(QLatin1String("taglib/")) || liesIn(TAVO_TAGLIB_DIR))
@@ -211,6 +214,14 @@ const std::vector<Rule> rules = {
      Side::Inner,
      {"std", "dirent.h", "sys/stat.h", "Qt Core", "log4cplus", "src/api/core", "src/api/core/log", "src/api/tagreader",
       "src/api/playlist", "src/modules/file", "moc"}},
+    {"PlaylistModuleHeaders",
+     "src/modules/playlist",
+     Side::Public,
+     {"std", "Qt Core", "src/api/core", "src/modules/playlist"}},
+    {"PlaylistModuleSources",
+     "src/modules/playlist",
+     Side::Inner,
+     {"std", "Qt Core", "Qt Sql", "log4cplus", "src/api/core", "src/api/core/log", "src/modules/playlist", "moc"}},
     {"HostLiveness", "src/host/liveness", Side::Both,
      hostRoom({"log4cplus", "src/api/core/log", "exec/patientcall.h"})},
     {"HostExec", "src/host/exec", Side::Both, hostRoom({"process/guardedcall.h"})},
@@ -230,8 +241,8 @@ const std::vector<Rule> rules = {
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
     {"HostCli", "src/host/cli", Side::Both,
      hostRoom(
-         {"src/host/content", "src/host/exec", "src/host/http", "src/host/prepare", "src/host/process", "src/host/rpc",
-          "src/host/stdio", "src/host/terminal"})},
+         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/http", "src/host/prepare",
+          "src/host/process", "src/host/rpc", "src/host/stdio", "src/host/terminal"})},
     {"HostApp", "src/host/app", Side::Both,
      hostRoom({"src/host/cli", "src/host/content", "src/host/process", "exec/workerthread.h"})}};
 
