@@ -44,7 +44,7 @@ TEST_F(ServeWebSocket, Describes)
     EXPECT_EQ(client.response().field("Server"), "tavo");
     const QJsonObject result = client.call("describe").value(QLatin1String("result")).toObject();
     EXPECT_EQ(result.value(QLatin1String("protocol")).toInt(), 1);
-    EXPECT_EQ(result.value(QLatin1String("roots")).toArray().size(), 1);
+    EXPECT_EQ(result.value(QLatin1String("roots")).toArray().size(), 2);
 }
 
 TEST_F(ServeWebSocket, NotifiesOfChanges)

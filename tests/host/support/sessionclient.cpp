@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-void SessionClient::start(const QStringList& arguments)
+void SessionClient::start(const QStringList& arguments, const QStringList& options)
 {
-    m_program.start(arguments + QStringList{QStringLiteral("session")});
+    m_program.start(arguments + QStringList{QStringLiteral("session")} + options);
 }
 
 int SessionClient::request(const QString& method, const QJsonValue& parameters)

@@ -12,8 +12,8 @@ public:
     SessionClient() = default;
     explicit SessionClient(const QStringList& arguments) { start(arguments); }
 
-    /// `arguments` come before the command.
-    void start(const QStringList& arguments);
+    /// `arguments` come before the command, `options` behind it.
+    void start(const QStringList& arguments, const QStringList& options = {});
 
     [[nodiscard]] Tavo& program() { return m_program; }
 
