@@ -187,6 +187,7 @@ protected:
 
     [[nodiscard]] QStringList sweeping() const { return options() + words("--sweep 1"); }
 
+    /// Without the queue's.
     [[nodiscard]] static QStringList prefixesIn(SessionClient& client)
     {
         const QJsonObject description =
@@ -194,6 +195,7 @@ protected:
         QStringList prefixes;
         for (const QJsonValue root : description.value(QLatin1String("roots")).toArray())
             prefixes.append(root.toObject().value(QLatin1String("prefix")).toString());
+        prefixes.removeAll(QStringLiteral("/playlist"));
         return prefixes;
     }
 };

@@ -69,12 +69,13 @@ protected:
         return answer.value(QLatin1String("result")).toObject();
     }
 
-    /// What describe says of the only root.
+    /// What describe says of the only root, which the queue follows.
     [[nodiscard]] QJsonObject describedRoot() const
     {
         const QJsonObject result = resultOf(client->call(QStringLiteral("describe")));
         const QJsonArray roots = result.value(QLatin1String("roots")).toArray();
-        EXPECT_EQ(roots.size(), 1);
+        EXPECT_EQ(roots.size(), 2);
+        EXPECT_EQ(roots.last()[QStringLiteral("kind")].toString(), QStringLiteral("playlist"));
         return roots.first().toObject();
     }
 
@@ -116,10 +117,10 @@ TEST_F(SessionProgram, DescribeTakesALanguage)
     EXPECT_EQ(errorOf("describe", QJsonArray{QStringLiteral("de")}), 0);
 }
 
-TEST_F(SessionProgram, RowsOfTheTopAreTheRoots)
+TEST_F(SessionProgram, RowsOfTheTopAreTheRootsAndTheQueue)
 {
     const QJsonObject page = resultOf(client->call(QStringLiteral("rows"), path("/")));
-    EXPECT_EQ(page.value(QLatin1String("count")).toInt(), 1);
+    EXPECT_EQ(page.value(QLatin1String("count")).toInt(), 2);
     const QJsonArray row = page.value(QLatin1String("rows")).toArray().first().toArray();
     EXPECT_EQ(row.size(), 7);
     EXPECT_EQ(row.at(0).toString(), QStringLiteral("/file/"));
