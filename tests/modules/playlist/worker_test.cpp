@@ -3,6 +3,7 @@
 #include "support/playlistworkertest.h"
 
 #include "eventloop.h"
+#include "keptlog.h"
 
 #include "model/cmroot.h"
 #include "tavo/tavokeys.h"
@@ -197,13 +198,29 @@ TEST_F(PlaylistAdds, EntriesWithTheTagsThatTheirWorkerReads)
     EXPECT_EQ(music.preparations, 1);
 }
 
+TEST_F(PlaylistAdds, EntriesWhoseTagsCameTooLateBeforeARestart)
+{
+    music.served = [](const CMRequest& request) {
+        if (request.kind() == CMRequest::Kind::SetData)
+            throw std::runtime_error("no memory for the tags");
+    };
+    const KeptLog log("CB_Playlist", log4cplus::WARN_LOG_LEVEL);
+    set("addToQueue", source("album"));
+    worker.reset();
+    music.served = {};
+    restart();
+    EXPECT_TRUE(waitUntilPrepared());
+}
+
 TEST_F(PlaylistAdds, EntriesWhoseTagsComeBackWithTheQueue)
 {
     set("addToQueue", source("album"));
     ASSERT_TRUE(waitUntilPrepared());
     restart();
     EXPECT_EQ(column(TavoRoles::Title()).value(2), QStringLiteral("Tagged 3"));
-    EXPECT_EQ(music.preparations, 1);
+    set("addToQueue", source("single"));
+    ASSERT_TRUE(waitUntilPrepared());
+    EXPECT_EQ(music.preparations, 2);
 }
 
 class PlaylistServices : public PlaylistWorkerTest
