@@ -167,7 +167,7 @@ TEST_F(Roots, AreServedInOneSession)
             .value(QLatin1String("count"))
             .toInt();
     };
-    EXPECT_EQ(count("/"), 2);
+    EXPECT_EQ(count("/"), 3);
     EXPECT_EQ(count("/music/"), 2);
     EXPECT_EQ(count("/disk/b"), 1);
     for (const char* path : {"/", "/music/", "/disk/b"})
