@@ -86,7 +86,7 @@ TEST_F(DeadRoot, IsMissingIfItIsDeadAtTheStart)
     prepare(client.program());
     client.start(options("1"));
     const QJsonObject answer = client.call(QStringLiteral("rows"), QJsonArray{QStringLiteral("/")});
-    EXPECT_EQ(answer.value(QLatin1String("result")).toObject().value(QLatin1String("count")), 1);
+    EXPECT_EQ(answer.value(QLatin1String("result")).toObject().value(QLatin1String("count")), 2);
     EXPECT_TRUE(client.program().readErrorLine().contains("does not answer"));
 }
 
