@@ -12,7 +12,7 @@ namespace {
 
 /// Directories that are linked into themselves have no end.
 constexpr int deepest = 32;
-constexpr int mostContainers = 100'000;
+constexpr int mostContainers = Queue::mostEntries;
 
 /// A page of rows costs a listing of its directory.
 constexpr int pageSize = 10'000;

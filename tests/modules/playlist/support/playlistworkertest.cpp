@@ -15,7 +15,7 @@ QVariantHash configuration(const QString& directory)
     return {{TavoService_Id(), QStringLiteral("playlist")}, {CMPlaylistWorker::StateDirectory(), directory}};
 }
 
-constexpr int patience = 20'000;
+constexpr int patience = 60'000;
 
 } // namespace
 
