@@ -8,6 +8,7 @@
 #include <functional>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -56,9 +57,9 @@ constexpr char nothing[] = "no value";
 
 using Value = const QVariant&;
 
-const std::array<Service, 14> services = {{
+const std::vector<Service> services = {
     {"remove", "a list of ids", [](Value value) { return commandFor(CommandValue::ids(value), &Playlist::remove); }},
-    {"move", "{ids, after: an id or \"head\"}", move},
+    {"move", R"({ids, after: an id or "head"})", move},
     {"clear", nothing, [](Value value) { return commandWithout(value, &Playlist::clear); }},
     {"shuffleQueue", nothing, [](Value value) { return commandWithout(value, &Playlist::shuffleQueue); }},
     {"player/play", "an id or null",
@@ -71,13 +72,13 @@ const std::array<Service, 14> services = {{
      [](Value value) { return commandFor(CommandValue::number(value), &Playlist::seek); }},
     {"player/volume", "a number from 0 to 100",
      [](Value value) { return commandFor(CommandValue::smallNumber(value), &Playlist::setVolume); }},
-    {"player/repeat", "\"off\", \"all\" or \"one\"",
+    {"player/repeat", R"("off", "all" or "one")",
      [](Value value) { return commandFor(CommandValue::repeat(value), &Playlist::setRepeat); }},
     {"player/shuffle", "true or false",
      [](Value value) { return commandFor(CommandValue::truth(value), &Playlist::setShuffle); }},
     {"player/output", "the name of an output or null",
      [](Value value) { return commandFor(CommandValue::outputName(value), &Playlist::setOutput); }},
-}};
+};
 
 using Add = Outcome (Playlist::*)(std::vector<QueueItem> items, qint64 now);
 
