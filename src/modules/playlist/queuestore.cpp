@@ -323,8 +323,12 @@ bool QueueStore::Connection::writeChange(const Queue& queue, const QueueChange& 
             s.describeEntry,
             {notNull(item.title), notNull(item.type), StoredJson::fromValue(item.mediaData), entry->id});
     };
+    // In the order of the file, so that each page of it is written once; the last rank of an entry counts.
+    std::vector<QueuePlace> moved = change.moved;
+    std::stable_sort(
+        moved.begin(), moved.end(), [](const QueuePlace& a, const QueuePlace& b) { return a.entry->id < b.entry->id; });
     return writeRemoved(queue, change) && std::all_of(change.added.cbegin(), change.added.cend(), insert) &&
-           std::all_of(change.moved.cbegin(), change.moved.cend(), rank) &&
+           std::all_of(moved.cbegin(), moved.cend(), rank) &&
            std::all_of(change.described.cbegin(), change.described.cend(), describe);
 }
 
