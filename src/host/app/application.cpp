@@ -92,20 +92,41 @@ int fail(const Failure& failure)
     return exitStatus(failure);
 }
 
-int runCommand(const Command& command, const QCommandLineParser& parser, const GlobalOptions& options, int output)
+int statusOf(const Result<int>& result)
 {
-    const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(options.host);
+    return result ? result.value() : fail(result.failure());
+}
+
+int runWithHost(
+    const Command& command, Command::RunWithHost run, const HostSettings& settings, const QCommandLineParser& parser,
+    int output)
+{
+    const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(settings);
     if (!host)
         return fail(host.failure());
     if (host.value()->mounts().empty() && !command.worksWithoutRoots)
         return fail({Failure::Kind::Refused, host.value()->problems().join(QStringLiteral(", "))});
     host.value()->warnOfProblems();
-    const Result<int> result = command.run({*host.value(), output}, parser);
-    const int status = result ? result.value() : fail(result.failure());
+    const int status = statusOf(run({*host.value(), output}, parser));
     // A worker thread that hangs in the kernel is left behind, and all that it uses with it.
     if (!host.value()->workerThread().answersWithin(Shutdown::workerPatience))
         std::_Exit(status);
     return status;
+}
+
+int runCommand(
+    const Command& command, const QCommandLineParser& program, const QCommandLineParser& parser, int output)
+{
+    const LogOptions logs = logOptions(program, parser);
+    Logging logging;
+    if (const Result<void> configured = logging.configure(logs.level, logs.configFile); !configured)
+        return fail(configured.failure());
+    if (const auto* runAlone = std::get_if<Command::RunAlone>(&command.run))
+        return statusOf((*runAlone)(output, parser));
+    const Result<HostSettings> settings = hostSettings(program, parser);
+    if (!settings)
+        return fail(settings.failure());
+    return runWithHost(command, std::get<Command::RunWithHost>(command.run), settings.value(), parser, output);
 }
 
 int runCommandLine(const Command& command, const QCommandLineParser& program, int output)
@@ -119,15 +140,7 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
         return print(output, helpText(command));
     if (!fitsArguments(command, parser.positionalArguments().size()))
         return refuseUse(QStringLiteral("%1 takes %2").arg(name, QLatin1String(command.arguments)), name);
-
-    const Result<GlobalOptions> options = globalOptions(program, parser);
-    if (!options)
-        return fail(options.failure());
-    Logging logging;
-    if (const Result<void> configured = logging.configure(options.value().logLevel, options.value().logConfig);
-        !configured)
-        return fail(configured.failure());
-    return runCommand(command, parser, options.value(), output);
+    return runCommand(command, program, parser, output);
 }
 
 } // namespace

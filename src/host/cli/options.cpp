@@ -81,35 +81,38 @@ void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flag
     }
 }
 
-Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCommandLineParser& command)
+LogOptions logOptions(const QCommandLineParser& program, const QCommandLineParser& command)
+{
+    return {lastValue(program, command, logLevelOption), lastValue(program, command, logConfigOption)};
+}
+
+Result<HostSettings> hostSettings(const QCommandLineParser& program, const QCommandLineParser& command)
 {
     const auto value = [&](const QString& name) { return lastValue(program, command, name); };
     const Result<std::vector<RootSettings>> roots = rootsFrom(program.values(rootOption) + command.values(rootOption));
     if (!roots)
         return roots.failure();
-    GlobalOptions options;
-    options.host.roots = roots.value();
-    options.host.filter = program.values(filterOption) + command.values(filterOption);
-    if (options.host.filter.isEmpty())
-        options.host.filter = usualPatterns();
+    HostSettings settings;
+    settings.roots = roots.value();
+    settings.filter = program.values(filterOption) + command.values(filterOption);
+    if (settings.filter.isEmpty())
+        settings.filter = usualPatterns();
     const QString module = value(moduleOption);
-    options.host.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
-    options.logLevel = value(logLevelOption);
-    options.logConfig = value(logConfigOption);
+    settings.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
     const auto number = [&](const QString& name, int byDefault, int minimum) {
         return integerOption(command.isSet(name) ? command : program, name, byDefault, minimum);
     };
     const Result<int> sweep = number(sweepOption, defaultSweepSeconds, 0);
     if (!sweep)
         return sweep.failure();
-    options.host.sweepInterval = std::chrono::seconds(sweep.value());
+    settings.sweepInterval = std::chrono::seconds(sweep.value());
     if (value(albumArtWidthOption).isNull())
-        return options;
+        return settings;
     const Result<int> width = number(albumArtWidthOption, 0, 1);
     if (!width)
         return width.failure();
-    options.host.albumArtWidth = width.value();
-    return options;
+    settings.albumArtWidth = width.value();
+    return settings;
 }
 
 Result<int> integerOption(const QCommandLineParser& parser, const QString& name, int byDefault, int minimum)

@@ -5,18 +5,18 @@
 #include <QCommandLineParser>
 #include <QStringList>
 
-/// The options that may stand before the command or behind it.
-struct GlobalOptions
+struct LogOptions
 {
-    HostSettings host;
-    QString logLevel;
-    QString logConfig;
+    QString level;
+    QString configFile;
 };
 
+/// The options that may stand before the command or behind it.
 void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags = {});
 
-/// Takes what both parsers were given; where both have a value, the second's.
-Result<GlobalOptions> globalOptions(const QCommandLineParser& program, const QCommandLineParser& command);
+/// Both functions take what both parsers were given; where both have a value, the second's.
+[[nodiscard]] LogOptions logOptions(const QCommandLineParser& program, const QCommandLineParser& command);
+Result<HostSettings> hostSettings(const QCommandLineParser& program, const QCommandLineParser& command);
 
 /// The value of an option that takes a number from `minimum` up; `byDefault` if it is not given.
 Result<int> integerOption(const QCommandLineParser& parser, const QString& name, int byDefault, int minimum);

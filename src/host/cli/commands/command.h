@@ -5,6 +5,7 @@
 
 #include <QCommandLineParser>
 
+#include <variant>
 #include <vector>
 
 /// The host and the output that a command uses.
@@ -20,6 +21,10 @@ struct Command
 {
     static constexpr int anyNumber = -1;
 
+    /// Give the program's exit status. `output` takes the results.
+    using RunWithHost = Result<int> (*)(const CommandContext& context, const QCommandLineParser& parser);
+    using RunAlone = Result<int> (*)(int output, const QCommandLineParser& parser);
+
     struct ArgumentCount
     {
         int fewest;
@@ -34,11 +39,11 @@ struct Command
     /// Shown by --help: what it is good for, and an example.
     const char* manual;
     ArgumentCount argumentCount;
-    /// Gives the program's exit status.
-    Result<int> (*run)(const CommandContext& context, const QCommandLineParser& parser);
+    /// A command that runs alone needs no root.
+    std::variant<RunWithHost, RunAlone> run;
     /// Null: it has no options of its own.
     void (*addOptions)(QCommandLineParser& parser) = nullptr;
-    /// Whether it works while no root's directory is there, too.
+    /// Whether it works with a host that has no root's directory, too.
     bool worksWithoutRoots = false;
 };
 
