@@ -1,9 +1,8 @@
 #include "prepare/itemsink.h"
 
 #include "rpc/json.h"
-#include "terminal/roletext.h"
+#include "terminal/itemtext.h"
 
-#include <tavo/tavomedia.h>
 #include <tavo/tavoroles.h>
 
 namespace {
@@ -33,33 +32,17 @@ private:
     bool m_isEmpty = true;
 };
 
-QStringList cells(const QVariantHash& item)
-{
-    const TavoMediaData media(item.value(TavoRoles::MediaData()).toHash());
-    const TavoMetaData tags = media.metaData();
-    const TavoList<TavoResource> resources = media.resources();
-    const TavoResource resource = resources.size() > 0 ? resources.at(0) : TavoResource();
-    return {
-        roleText(TavoRoles::Title(), item.value(TavoRoles::Title())),
-        roleText(QStringLiteral("artist"), tags.field(QStringLiteral("artist"))),
-        roleText(QStringLiteral("album"), tags.field(QStringLiteral("album"))),
-        durationText(resource.field(QStringLiteral("duration")))};
-}
-
 class TableSink : public ItemSink
 {
 public:
-    explicit TableSink(int output)
-        : m_output(output),
-          m_table(
-              {QStringLiteral("TITLE"), QStringLiteral("ARTIST"), QStringLiteral("ALBUM"), QStringLiteral("DURATION")})
-    {
-    }
+    explicit TableSink(int output) : m_output(output), m_table(itemHeadings()) {}
 
     Result<Written> add(const QVariantList& items) override
     {
-        for (const QVariant& item : items)
-            m_table.addRow(cells(item.toHash()));
+        for (const QVariant& item : items) {
+            const QVariantHash roles = item.toHash();
+            m_table.addRow(itemCells(roles.value(TavoRoles::Title()), roles.value(TavoRoles::MediaData())));
+        }
         return Written::All;
     }
 

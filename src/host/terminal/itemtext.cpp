@@ -1,0 +1,28 @@
+#include "terminal/itemtext.h"
+
+#include "terminal/roletext.h"
+
+#include <tavo/tavomedia.h>
+#include <tavo/tavoroles.h>
+
+const QStringList& itemHeadings()
+{
+    static const QStringList headings = {
+        QStringLiteral("TITLE"), QStringLiteral("ARTIST"), QStringLiteral("ALBUM"), QStringLiteral("DURATION")};
+    return headings;
+}
+
+QStringList itemCells(const QVariant& title, const QVariant& mediaData)
+{
+    const TavoMetaData tags = TavoMediaData(mediaData.toHash()).metaData();
+    const auto tagText = [&tags](const QString& tag) { return roleText(tag, tags.field(tag)); };
+    return {
+        roleText(TavoRoles::Title(), title), tagText(QStringLiteral("artist")), tagText(QStringLiteral("album")),
+        durationText(itemDuration(mediaData))};
+}
+
+QVariant itemDuration(const QVariant& mediaData)
+{
+    const TavoList<TavoResource> resources = TavoMediaData(mediaData.toHash()).resources();
+    return resources.size() > 0 ? resources.at(0).field(QStringLiteral("duration")) : QVariant();
+}

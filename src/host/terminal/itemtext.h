@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QStringList>
+#include <QVariant>
+
+/// The headings of what people want to know of an item.
+[[nodiscard]] const QStringList& itemHeadings();
+/// The cells below them.
+[[nodiscard]] QStringList itemCells(const QVariant& title, const QVariant& mediaData);
+
+/// Of the item's sound, in milliseconds; invalid if it is not known.
+[[nodiscard]] QVariant itemDuration(const QVariant& mediaData);
