@@ -40,6 +40,19 @@ QByteArray coloured(const QByteArray& text, const char* colour)
 
 } // namespace
 
+const char* Table::colourOf(Style style)
+{
+    switch (style) {
+    case Style::Plain:
+        break;
+    case Style::Container:
+        return "1;34";
+    case Style::Current:
+        return "1";
+    }
+    return nullptr;
+}
+
 Table::Table(const QStringList& headings) : m_headings(headings)
 {
     for (const QString& heading : headings)
@@ -76,8 +89,8 @@ QByteArray Table::toText(const Terminal& terminal) const
     QByteArray text = (terminal.colours ? coloured(heading, "1") : heading) + '\n';
     for (const Row& row : m_rows) {
         const QByteArray cells = line(row.cells, widths).toUtf8();
-        const bool highlighted = terminal.colours && row.style == Style::Container;
-        text += highlighted ? coloured(cells, "1;34") : cells;
+        const char* const colour = terminal.colours ? colourOf(row.style) : nullptr;
+        text += colour ? coloured(cells, colour) : cells;
         text += '\n';
     }
     return text;

@@ -10,7 +10,7 @@
 class Table
 {
 public:
-    enum class Style { Plain, Container };
+    enum class Style { Plain, Container, Current };
 
     explicit Table(const QStringList& headings);
 
@@ -26,6 +26,8 @@ private:
         Style style;
     };
 
+    /// As in the terminal's escape sequence; null: the usual one.
+    [[nodiscard]] static const char* colourOf(Style style);
     [[nodiscard]] QVector<int> columnWidths(int limit) const;
 
     QStringList m_headings;
