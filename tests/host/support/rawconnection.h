@@ -10,6 +10,8 @@ class RawConnection
 public:
     /// A failed attempt ends the test program.
     explicit RawConnection(quint16 port, const char* address = "127.0.0.1");
+    /// Takes a connected socket.
+    [[nodiscard]] static RawConnection adopt(int socket) { return RawConnection(Adopted{socket}); }
     ~RawConnection();
     RawConnection(RawConnection&& other) noexcept;
     RawConnection& operator=(RawConnection&&) = delete;
@@ -33,6 +35,12 @@ public:
     [[nodiscard]] bool isClosedByPeer();
 
 private:
+    struct Adopted
+    {
+        int socket;
+    };
+    explicit RawConnection(Adopted adopted) : m_socket(adopted.socket) {}
+
     /// Waits for more input; false at the end.
     [[nodiscard]] bool fill();
     [[nodiscard]] QByteArray take(int count);
