@@ -57,6 +57,20 @@ TEST(Usage, EveryCommandExplainsItselfWithAnExample)
     }
 }
 
+TEST(Usage, CommandsForARunningServerExplainThemselvesWithoutARoot)
+{
+    const QByteArray list = runTavo({QStringLiteral("--help")}).output;
+    for (const char* command :
+         {"queue", "player", "play", "pause", "stop", "next", "previous", "seek", "volume", "repeat", "shuffle",
+          "output"}) {
+        EXPECT_TRUE(list.contains(QByteArray("\n  ") + command + ' ')) << command;
+        const Outcome outcome = runTavo({QString::fromUtf8(command), QStringLiteral("--help")});
+        EXPECT_EQ(outcome.status, 0) << command;
+        EXPECT_THAT(outcome.output.toStdString(), HasSubstr(std::string("\n  tavo ") + command));
+        EXPECT_THAT(outcome.output.toStdString(), AllOf(HasSubstr("--server"), HasSubstr("--token-file")));
+    }
+}
+
 TEST(Usage, VersionIsPrinted)
 {
     const Outcome outcome = runTavo({QStringLiteral("--version")});

@@ -26,12 +26,21 @@ void addHelpOption(QCommandLineParser& parser)
     parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
 }
 
+bool runsAlone(const Command& command)
+{
+    return std::holds_alternative<Command::RunAlone>(command.run);
+}
+
 QString commandList()
 {
+    const auto line = [](const Command& command) {
+        return QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
+    };
     QString text = QStringLiteral("\nCommands:\n");
+    QString remoteText = QStringLiteral("\nCommands for a server that is running, which need no root:\n");
     for (const Command& command : allCommands())
-        text += QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
-    return text + QStringLiteral("\n'tavo COMMAND --help' describes a command.\n");
+        (runsAlone(command) ? remoteText : text) += line(command);
+    return text + remoteText + QStringLiteral("\n'tavo COMMAND --help' describes a command.\n");
 }
 
 void setUpProgramParser(QCommandLineParser& parser)
@@ -61,10 +70,14 @@ QString helpText(const Command& command)
     QCommandLineParser parser;
     setUpCommandParser(parser, command);
     const QString name = QLatin1String(command.name);
-    parser.addPositionalArgument(name, QLatin1String(command.summary), name + QStringLiteral(" [options]"));
-    if (*command.arguments != '\0')
-        parser.addPositionalArgument(
-            QStringLiteral("PATH"), QStringLiteral("Relative to the root."), QLatin1String(command.arguments));
+    const QString arguments = QLatin1String(command.arguments);
+    const QString usage = name + QStringLiteral(" [options]");
+    const bool hasPaths = !runsAlone(command) && !arguments.isEmpty();
+    parser.addPositionalArgument(
+        name, QLatin1String(command.summary),
+        hasPaths ? usage : QString(usage + QLatin1Char(' ') + arguments).trimmed());
+    if (hasPaths)
+        parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("Relative to the root."), arguments);
     return parser.helpText();
 }
 
@@ -78,12 +91,6 @@ int refuseUse(const QString& message, const QString& command = {})
     const QString subject = command.isEmpty() ? QStringLiteral("tavo") : QStringLiteral("tavo %1").arg(command);
     report(QStringLiteral("%1 (see '%2 --help')").arg(message, subject));
     return WrongUse;
-}
-
-bool fitsArguments(const Command& command, int count)
-{
-    const auto [fewest, most] = command.argumentCount;
-    return count >= fewest && (most == Command::anyNumber || count <= most);
 }
 
 int fail(const Failure& failure)
@@ -114,15 +121,14 @@ int runWithHost(
     return status;
 }
 
-int runCommand(
-    const Command& command, const QCommandLineParser& program, const QCommandLineParser& parser, int output)
+int runCommand(const Command& command, const QCommandLineParser& program, const QCommandLineParser& parser, int output)
 {
     const LogOptions logs = logOptions(program, parser);
     Logging logging;
     if (const Result<void> configured = logging.configure(logs.level, logs.configFile); !configured)
         return fail(configured.failure());
-    if (const auto* runAlone = std::get_if<Command::RunAlone>(&command.run))
-        return statusOf((*runAlone)(output, parser));
+    if (runsAlone(command))
+        return statusOf(std::get<Command::RunAlone>(command.run)(output, parser));
     const Result<HostSettings> settings = hostSettings(program, parser);
     if (!settings)
         return fail(settings.failure());
@@ -138,8 +144,10 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
         return refuseUse(parser.errorText(), name);
     if (parser.isSet(helpOption))
         return print(output, helpText(command));
-    if (!fitsArguments(command, parser.positionalArguments().size()))
-        return refuseUse(QStringLiteral("%1 takes %2").arg(name, QLatin1String(command.arguments)), name);
+    if (!command.argumentCount.fits(parser.positionalArguments().size())) {
+        const QString arguments = *command.arguments ? QLatin1String(command.arguments) : QLatin1String("no arguments");
+        return refuseUse(QStringLiteral("%1 takes %2").arg(name, arguments), name);
+    }
     return runCommand(command, program, parser, output);
 }
 

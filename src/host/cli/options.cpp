@@ -58,8 +58,8 @@ void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flag
 {
     const QList<QCommandLineOption> options = {
         {rootOption,
-         QStringLiteral("Directory tree to serve (required); may be given again, with an ID of its own each. "
-                        "Default ID: file."),
+         QStringLiteral("Directory tree to serve (required, but not for a server that is running); may be given "
+                        "again, with an ID of its own each. Default ID: file."),
          QStringLiteral("[ID=]DIR")},
         {filterOption,
          QStringLiteral("Wildcard of playable names; may be given again. Default: the usual audio and "

@@ -18,18 +18,28 @@ QString cleaned(const QString& argument)
 
 } // namespace
 
+CMPath relativePath(const QString& id, const QString& argument)
+{
+    return {id, cleaned(argument)};
+}
+
+Failure unknownRoot(const QStringList& ids, const QString& argument)
+{
+    return Failure::wrongUse(QStringLiteral("'%1' names no root: write ID:PATH, with one of the ids %2")
+                                 .arg(argument, ids.join(QStringLiteral(", "))));
+}
+
 Result<CMPath> pathFrom(const ContentHost& host, const QString& argument)
 {
     const QStringList& ids = host.rootIds();
     if (ids.size() == 1)
-        return CMPath(ids.first(), cleaned(argument));
+        return relativePath(ids.first(), argument);
     if (argument.isEmpty() || argument.startsWith(u'/'))
         return CMPath::fromEncoded(argument);
     const int end = argument.indexOf(colon);
     if (end > 0 && ids.contains(argument.left(end)))
-        return CMPath(argument.left(end), cleaned(argument.mid(end + 1)));
-    return Failure::wrongUse(QStringLiteral("'%1' names no root: write ID:PATH, with one of the ids %2")
-                                 .arg(argument, ids.join(QStringLiteral(", "))));
+        return relativePath(argument.left(end), argument.mid(end + 1));
+    return unknownRoot(ids, argument);
 }
 
 QString pathText(const ContentHost& host, const CMPath& path)
@@ -38,6 +48,15 @@ QString pathText(const ContentHost& host, const CMPath& path)
         return QStringLiteral("/");
     const QString base = path.base().isEmpty() ? QStringLiteral(".") : path.base();
     return host.rootIds().size() == 1 ? base : path.prefix() + colon + base;
+}
+
+Result<QVariant> entryIdFrom(const QString& argument)
+{
+    bool isNumber = false;
+    const qlonglong id = argument.toLongLong(&isNumber);
+    if (!isNumber || id < 1)
+        return Failure::wrongUse(QStringLiteral("'%1' is no ID of an entry, as 'tavo queue' prints it").arg(argument));
+    return QVariant(id);
 }
 
 void addJsonOption(QCommandLineParser& parser)

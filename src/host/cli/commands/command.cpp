@@ -2,10 +2,23 @@
 
 #include <algorithm>
 
+namespace {
+
+std::vector<Command> makeCommands()
+{
+    std::vector<Command> commands = {browseCommand(),  watchCommand(), sessionCommand(), serveCommand(), infoCommand(),
+                                     prepareCommand(), countCommand(), menuCommand(),    queueCommand()};
+    const std::vector<Command> more = playerCommands();
+    commands.insert(commands.end(), more.cbegin(), more.cend());
+    commands.push_back(outputCommand());
+    return commands;
+}
+
+} // namespace
+
 const std::vector<Command>& allCommands()
 {
-    static const std::vector<Command> commands = {browseCommand(), watchCommand(),   sessionCommand(), serveCommand(),
-                                                  infoCommand(),   prepareCommand(), countCommand(),   menuCommand()};
+    static const std::vector<Command> commands = makeCommands();
     return commands;
 }
 

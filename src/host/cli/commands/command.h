@@ -30,10 +30,15 @@ struct Command
         int fewest;
         /// Or anyNumber.
         int most;
+
+        [[nodiscard]] constexpr bool fits(int count) const
+        {
+            return count >= fewest && (most == anyNumber || count <= most);
+        }
     };
 
     const char* name;
-    /// Its arguments, as in the usage line.
+    /// Its arguments, as in the usage line; empty: none.
     const char* arguments;
     const char* summary;
     /// Shown by --help: what it is good for, and an example.
@@ -59,3 +64,7 @@ struct Command
 [[nodiscard]] Command prepareCommand();
 [[nodiscard]] Command countCommand();
 [[nodiscard]] Command menuCommand();
+[[nodiscard]] Command queueCommand();
+[[nodiscard]] Command outputCommand();
+/// Those that show or steer the player.
+[[nodiscard]] std::vector<Command> playerCommands();
