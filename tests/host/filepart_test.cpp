@@ -111,11 +111,25 @@ TEST_F(FilePartTest, FailsWhenTheClientIsGone)
     EXPECT_EQ(file.send(server.get()), FilePart::Step::Failed);
 }
 
-TEST_F(FilePartTest, ReadsAShortPart)
+TEST_F(FilePartTest, SendsTheHeadFirst)
 {
-    EXPECT_EQ(part("0123456789", 2, 5).read(), "23456");
-    EXPECT_EQ(part("0123456789", 8, 5).read(), "89");
-    EXPECT_EQ(part("", 0, 0).read(), "");
+    FilePart file = part("0123456789", 2, 5);
+    file.setHead("head ");
+    EXPECT_EQ(sendAll(file), FilePart::Step::Done);
+    EXPECT_EQ(received, "head 23456");
+    EXPECT_EQ(file.sent(), 5);
+}
+
+TEST_F(FilePartTest, SendsALongHeadInPieces)
+{
+    const QByteArray head = numbers(600'000);
+    FilePart file = part("0123456789", 2, 5);
+    file.setHead(head);
+    EXPECT_EQ(file.send(server.get()), FilePart::Step::SocketFull);
+    EXPECT_EQ(file.sent(), 0);
+    receive();
+    EXPECT_EQ(sendAll(file), FilePart::Step::Done);
+    EXPECT_TRUE(received == head + "23456");
 }
 
 } // namespace

@@ -12,10 +12,15 @@
 
 #include "printers.h"
 
+#include <QDir>
 #include <QFile>
 #include <QUrl>
 
 #include <gtest/gtest.h>
+
+#include <functional>
+
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -83,8 +88,8 @@ TEST_F(MediaLibraryTest, PlayableFileIsOpened)
     tree.setModified(QStringLiteral("root/song.mp3"), 784111777);
     const std::optional<MediaFile> file = open("song.mp3");
     ASSERT_TRUE(file);
-    EXPECT_EQ(file->size, 5);
-    EXPECT_EQ(file->modified, 784111777);
+    EXPECT_EQ(file->size(), 5);
+    EXPECT_EQ(file->modified(), 784111777);
     EXPECT_EQ(file->mimeType, "audio/mpeg");
     EXPECT_EQ(read("song.mp3"), "sound");
     EXPECT_EQ(read("a/b/deep.mp3"), "deep sound");
@@ -111,6 +116,46 @@ TEST_F(MediaLibraryTest, ETagChangesWithTheFile)
     tree.remove(QStringLiteral("root/song.mp3"));
     tree.rename(QStringLiteral("root/other.mp3"), QStringLiteral("root/song.mp3"));
     EXPECT_NE(open("song.mp3")->etag, second);
+}
+
+TEST_F(MediaLibraryTest, OpenedFileIsCurrentUntilItChanges)
+{
+    const auto change = [this](const std::function<void()>& action) {
+        tree.addFile(QStringLiteral("root/x/y/song.mp3"), "sound");
+        const QString base = QStringLiteral("x/y/song.mp3");
+        const std::optional<MediaFile> file = open(base);
+        EXPECT_TRUE(file);
+        const MediaLibrary library(*host);
+        EXPECT_TRUE(library.isCurrent(*file, QStringLiteral("file"), base));
+        action();
+        EXPECT_FALSE(library.isCurrent(*file, QStringLiteral("file"), base));
+        QDir(path("x")).removeRecursively();
+    };
+    const QString song = QStringLiteral("root/x/y/song.mp3");
+    change([&] { tree.remove(song); });
+    change([&] { tree.addFile(song, "longer sound"); });
+    change([&] { tree.setModified(song, 784111777); });
+    change([&] { ASSERT_EQ(chmod(tree.absolute(song).toUtf8(), 0), 0); });
+    change([&] { tree.rename(QStringLiteral("root/x/y"), QStringLiteral("root/x/.y")); });
+    change([&] {
+        tree.addFile(QStringLiteral("root/x/z/song.mp3"), "sound");
+        ASSERT_EQ(renameat2(AT_FDCWD, path("x/y").toUtf8(), AT_FDCWD, path("x/z").toUtf8(), RENAME_EXCHANGE), 0);
+    });
+    change([&] {
+        tree.rename(QStringLiteral("root/x/y"), QStringLiteral("root/x/z"));
+        link("z", "x/y");
+    });
+    change([&] { tree.rename(QStringLiteral("root"), QStringLiteral("moved")); });
+}
+
+TEST_F(MediaLibraryTest, FileOfAnotherPathIsNotCurrent)
+{
+    const std::optional<MediaFile> file = open("song.mp3");
+    ASSERT_TRUE(file);
+    const MediaLibrary library(*host);
+    for (const char* base : {"a/b/deep.mp3", "a/../song.mp3", "../root/song.mp3", "./song.mp3", "", "notes.txt"})
+        EXPECT_FALSE(library.isCurrent(*file, QStringLiteral("file"), QString::fromUtf8(base))) << base;
+    EXPECT_FALSE(library.isCurrent(*file, QStringLiteral("other"), QStringLiteral("song.mp3")));
 }
 
 TEST_F(MediaLibraryTest, WhatIsNoPlayableFileIsNotOpened)

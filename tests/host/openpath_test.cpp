@@ -39,9 +39,9 @@ protected:
     }
 
     /// Whether a file or directory is found.
-    [[nodiscard]] bool finds(const char* path, Links links) const
+    [[nodiscard]] bool finds(const char* path, Links links, Lookup lookup = Lookup::Complete) const
     {
-        const FileDescriptor found = openPath(root.get(), path, links);
+        const FileDescriptor found = openPath(root.get(), path, links, lookup);
         struct stat status = {};
         return found.isOpen() && fstat(found.get(), &status) == 0 && !S_ISLNK(status.st_mode);
     }
@@ -70,6 +70,15 @@ TEST_F(OpenPath, FollowsLinksAsFarAsItMay)
     EXPECT_FALSE(finds("out/file", Links::Below));
     EXPECT_TRUE(finds("out/file", Links::Followed));
     EXPECT_FALSE(finds("../abroad/file", Links::Below));
+}
+
+TEST_F(OpenPath, FindsWhatTheKernelHasInMemory)
+{
+    EXPECT_TRUE(finds("a/b/file", Links::Refused));
+    EXPECT_TRUE(finds("a/b/file", Links::Refused, Lookup::CachedOnly));
+    EXPECT_FALSE(finds("missing", Links::Refused, Lookup::CachedOnly));
+    EXPECT_FALSE(finds("link", Links::Refused, Lookup::CachedOnly));
+    EXPECT_FALSE(finds("../abroad/file", Links::Below, Lookup::CachedOnly));
 }
 
 /// Runs the function in a thread where openat2() fails with the error, as in a sandbox.
@@ -102,6 +111,13 @@ TEST_F(OpenPath, RefusesAllLinksWhereTheKernelDoesNotCheckThem)
             }
         });
     }
+}
+
+TEST_F(OpenPath, FindsNothingWithoutWaitingWhereTheKernelCannotDoIt)
+{
+    EXPECT_TRUE(finds("a/b/file", Links::Refused));
+    for (const int error : {ENOSYS, EPERM, EINVAL})
+        runWithoutOpenat2(error, [this] { EXPECT_FALSE(finds("a/b/file", Links::Refused, Lookup::CachedOnly)); });
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 #include "http/requesthandler.h"
 
+#include "exec/threadpool.h"
 #include "exec/workerthread.h"
+#include "http/iothread.h"
+#include "http/keptfiles.h"
 
 #include "support/gate.h"
 #include "support/servedcontent.h"
@@ -30,7 +33,10 @@ TEST(RequestHandler, RootThatHangsLeavesAThreadToOtherRequests)
     AccessPolicy access{AccessSettings()};
     Metrics metrics;
     CoverStore covers(*host, {});
-    RequestHandler handler({{*host, executor, sharedRequests}, access, metrics, covers, [] {}});
+    IoThread io;
+    ThreadPool disk(1);
+    KeptFiles files(MediaLibrary(*host), io, disk, {});
+    RequestHandler handler({{*host, executor, sharedRequests}, access, metrics, covers, files, [] {}});
 
     HttpRequest request;
     request.head = {"GET", "/media/file/1.mp3", {}};

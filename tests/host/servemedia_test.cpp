@@ -84,6 +84,27 @@ TEST_F(ServeMedia, SendsARange)
     EXPECT_EQ(client->get(shortTarget, {"Range: bytes=-3"}).body, "789");
 }
 
+TEST_F(ServeMedia, SendsRangesOfTheFileThatIsThere)
+{
+    const QString file = serving.served(QStringLiteral("a b/Nº #1.mp3"));
+    const auto range = [this] { return client->get(shortTarget, {"Range: bytes=2-4"}); };
+    const HttpResponse first = range();
+    EXPECT_EQ(first.body, "234");
+    EXPECT_EQ(range().field("ETag"), first.field("ETag"));
+    serving.tree.addFile(serving.served(QStringLiteral("other.mp3")), "abcdefghij");
+    serving.tree.remove(file);
+    serving.tree.rename(serving.served(QStringLiteral("other.mp3")), file);
+    const HttpResponse second = range();
+    EXPECT_EQ(second.body, "cde");
+    EXPECT_NE(second.field("ETag"), first.field("ETag"));
+    serving.tree.rename(serving.served(QStringLiteral("a b")), serving.served(QStringLiteral(".a b")));
+    EXPECT_EQ(range().status, 404);
+    serving.tree.rename(serving.served(QStringLiteral(".a b")), serving.served(QStringLiteral("a b")));
+    EXPECT_EQ(range().body, "cde");
+    serving.tree.remove(file);
+    EXPECT_EQ(range().status, 404);
+}
+
 TEST_F(ServeMedia, RefusesARangeBehindTheEnd)
 {
     const HttpResponse response = client->get(shortTarget, {"Range: bytes=10-"});

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/sendfile.h>
+#include <sys/socket.h>
 #include <sys/uio.h>
 
 namespace {
@@ -27,6 +28,8 @@ bool isResidentAt(int file, qint64 offset)
 
 FilePart::Step FilePart::send(int socket)
 {
+    if (const std::optional<Step> waiting = sendHead(socket))
+        return *waiting;
     const qint64 turnEnd = std::min(m_next + turn, m_end);
     while (m_next < turnEnd) {
         if (m_next >= m_warmEnd) {
@@ -37,13 +40,26 @@ FilePart::Step FilePart::send(int socket)
         const auto length = static_cast<std::size_t>(std::min(m_warmEnd, turnEnd) - m_next);
         off64_t offset = m_next;
         const ssize_t sent = sendfile64(socket, m_file->descriptor.get(), &offset, length);
-        if (sent < 0 && errno == EAGAIN)
-            return Step::SocketFull;
-        if (sent == 0 || (sent < 0 && errno != EINTR))
+        if (sent == 0)
             return Step::Failed;
+        if (sent < 0 && errno != EINTR)
+            return errno == EAGAIN ? Step::SocketFull : Step::Failed;
         m_next += std::max(sent, ssize_t{0});
     }
     return m_next < m_end ? Step::Again : Step::Done;
+}
+
+std::optional<FilePart::Step> FilePart::sendHead(int socket)
+{
+    while (!m_head.isEmpty()) {
+        // To have one packet with the beginning of the part (MSG_MORE) would make the client read later.
+        const auto length = static_cast<std::size_t>(m_head.size());
+        const ssize_t sent = ::send(socket, m_head.constData(), length, MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR)
+            return errno == EAGAIN ? Step::SocketFull : Step::Failed;
+        m_head.remove(0, static_cast<int>(std::max(sent, ssize_t{0})));
+    }
+    return std::nullopt;
 }
 
 void FilePart::load()
@@ -56,21 +72,6 @@ void FilePart::load()
         static_cast<void>(!pread64(file, &byte, 1, offset));
     static_cast<void>(!pread64(file, &byte, 1, end - 1));
     m_warmEnd = end;
-}
-
-QByteArray FilePart::read() const
-{
-    QByteArray bytes(static_cast<int>(length()), Qt::Uninitialized);
-    qint64 done = 0;
-    while (done < length()) {
-        const auto left = static_cast<std::size_t>(length() - done);
-        const ssize_t count = pread64(m_file->descriptor.get(), bytes.data() + done, left, m_first + done);
-        if (count == 0 || (count < 0 && errno != EINTR))
-            break;
-        done += std::max(count, ssize_t{0});
-    }
-    bytes.truncate(static_cast<int>(done));
-    return bytes;
 }
 
 qint64 FilePart::windowEnd() const

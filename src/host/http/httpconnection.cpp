@@ -404,7 +404,10 @@ void HttpConnection::answer(Answer answer)
         m_answer->file.reset();
         m_answer->body.clear();
     }
-    writeHead();
+    if (!m_answer->file)
+        return writeHead();
+    m_answer->file->setHead(std::move(m_headText));
+    sendFile();
 }
 
 /// With the beginning of the body.
@@ -424,8 +427,6 @@ void HttpConnection::written(const ErrorCode& error)
     if (error)
         return failed();
     m_stream.expires_never();
-    if (m_answer->file)
-        return sendFile();
     const int left = m_answer->body.size() - m_sentBody;
     if (left == 0)
         return answered();

@@ -5,6 +5,7 @@
 #include "http/connectiontable.h"
 #include "http/httpconnection.h"
 #include "http/iothread.h"
+#include "http/keptfiles.h"
 #include "http/metrics.h"
 #include "http/requesthandler.h"
 #include "http/tokenfile.h"
@@ -44,8 +45,9 @@ class HttpServer::State
 public:
     State(const Services& services, const Settings& settings)
         : m_access(settings.access), m_covers(services.host, {coverDirectory(settings.stateDirectory)}),
-          m_handler({services, m_access, m_metrics, m_covers, [this] { checkAccessLater(); }}),
-          m_disk(diskThreads), m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_disk, services}
+          m_files(MediaLibrary(services.host), m_io, m_disk, {}),
+          m_handler({services, m_access, m_metrics, m_covers, m_files, [this] { checkAccessLater(); }}),
+          m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_disk, services}
     {
     }
     ~State()
@@ -73,12 +75,13 @@ private:
     Metrics m_metrics;
     ConnectionTable m_connections{m_metrics};
     IoThread m_io;
+    ThreadPool m_disk{diskThreads};
     CoverStore m_covers;
+    KeptFiles m_files;
     RequestHandler m_handler;
     std::optional<TokenFile> m_tokenFile;
     /// A disk that hangs does not keep a new token from being read.
     ThreadPool m_tokenReading{1};
-    ThreadPool m_disk;
     /// In the I/O thread.
     std::vector<std::unique_ptr<Acceptor>> m_acceptors;
     const ServerParts m_parts;

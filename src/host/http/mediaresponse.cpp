@@ -9,9 +9,6 @@
 
 namespace {
 
-/// Bytes; to read so few of them and to write them with the head takes less time than sendfile does.
-constexpr qint64 shortPart = qint64{64} << 10;
-
 std::string_view view(const QByteArray& text)
 {
     return {text.constData(), static_cast<std::size_t>(text.size())};
@@ -28,14 +25,14 @@ ByteRange rangeOf(const RequestHead& head, const MediaFile& file)
         return {};
     const QByteArray range = head.value("Range");
     const QByteArray ifRange = head.value("If-Range");
-    return requestedRange(field(range), field(ifRange), view(file.etag), file.modified, file.size);
+    return requestedRange(field(range), field(ifRange), view(file.etag), file.modified(), file.size());
 }
 
 ResponseHead headFor(int status, const MediaFile& file)
 {
     ResponseHead head(status);
     head.set("ETag", file.etag)
-        .set("Last-Modified", toHttpDate(file.modified))
+        .set("Last-Modified", toHttpDate(file.modified()))
         .set("Accept-Ranges", "bytes")
         .set("Cache-Control", "no-cache");
     return head;
@@ -43,44 +40,33 @@ ResponseHead headFor(int status, const MediaFile& file)
 
 Response unsatisfiable(const MediaFile& file)
 {
-    return makeResponse(Refusal{416, {{"Content-Range", "bytes */" + QByteArray::number(file.size)}}});
+    return makeResponse(Refusal{416, {{"Content-Range", "bytes */" + QByteArray::number(file.size())}}});
 }
 
 QByteArray contentRange(const ByteRange& range, const MediaFile& file)
 {
     return "bytes " + QByteArray::number(range.first) + '-' + QByteArray::number(range.last) + '/' +
-           QByteArray::number(file.size);
-}
-
-Answer withPart(ResponseHead head, FilePart part)
-{
-    head.setLength(part.length());
-    if (part.length() > shortPart)
-        return {std::move(head), std::move(part)};
-    QByteArray bytes = part.read();
-    // The file has become shorter meanwhile.
-    if (bytes.size() < part.length())
-        return makeResponse(Refusal{503});
-    return Response{std::move(head), std::move(bytes)};
+           QByteArray::number(file.size());
 }
 
 } // namespace
 
-Answer mediaAnswer(const RequestHead& head, std::optional<MediaFile> file)
+Answer mediaAnswer(const RequestHead& head, const SharedMediaFile& file)
 {
     if (!file)
         return makeResponse(Refusal{404});
-    if (isNotModified(head, {file->etag, file->modified}))
+    if (isNotModified(head, {file->etag, file->modified()}))
         return Response{headFor(304, *file)};
     const ByteRange range = rangeOf(head, *file);
     if (range.kind == ByteRange::Kind::Unsatisfiable)
         return unsatisfiable(*file);
     const bool isPart = range.kind == ByteRange::Kind::Part;
+    const qint64 length = isPart ? range.length() : file->size();
     ResponseHead answer = headFor(isPart ? 206 : 200, *file);
-    answer.set("Content-Type", file->mimeType);
+    answer.set("Content-Type", file->mimeType).setLength(length);
     if (isPart)
         answer.set("Content-Range", contentRange(range, *file));
-    const qint64 first = isPart ? range.first : 0;
-    const qint64 length = isPart ? range.length() : file->size;
-    return withPart(std::move(answer), {std::make_shared<const MediaFile>(std::move(*file)), first, length});
+    if (length == 0)
+        return Response{std::move(answer)};
+    return {std::move(answer), {file, isPart ? range.first : 0, length}};
 }

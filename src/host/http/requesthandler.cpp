@@ -1,6 +1,7 @@
 #include "http/requesthandler.h"
 
 #include "http/conditions.h"
+#include "http/keptfiles.h"
 #include "http/mediaresponse.h"
 #include "http/pageassets.h"
 #include "http/rpccall.h"
@@ -42,6 +43,17 @@ std::optional<QByteArray> tokenIn(const QByteArray& body)
     return token.toString().toUtf8();
 }
 
+/// Null if there is none.
+SharedMediaFile openFile(const MediaLibrary& library, KeptFiles& files, const Route& route)
+{
+    std::optional<MediaFile> opened = library.open(route.prefix, route.base);
+    if (!opened)
+        return nullptr;
+    auto file = std::make_shared<const MediaFile>(*std::move(opened));
+    files.keep(route.prefix, route.base, file);
+    return file;
+}
+
 } // namespace
 
 std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, const Receive& receive)
@@ -78,15 +90,20 @@ std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, const R
 
 std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, const Receive& receive)
 {
+    const Route& route = request.route;
+    if (const SharedMediaFile file = m_parts.files.find(route.prefix, route.base)) {
+        receive(mediaAnswer(request.head, file));
+        return nullptr;
+    }
     RequestExecutor::Job job;
     job.context = std::make_shared<CMRequestContext>();
-    const std::shared_ptr<RequestExecutor::Client> client = mediaClient(request.route.prefix);
-    job.run = [library = MediaLibrary(m_parts.services.host), request, receive,
+    const std::shared_ptr<RequestExecutor::Client> client = mediaClient(route.prefix);
+    job.run = [library = MediaLibrary(m_parts.services.host), files = &m_parts.files, request, receive,
                client](const RequestExecutor::Slot& /*slot*/) {
         if (CMRequestContext::current()->isCancelled())
             receive(makeResponse(Refusal{503}));
         else
-            receive(mediaAnswer(request.head, library.open(request.route.prefix, request.route.base)));
+            receive(mediaAnswer(request.head, openFile(library, *files, request.route)));
     };
     job.refuse = [receive](RequestExecutor::Refusal /*reason*/) { receive(makeResponse(Refusal{503})); };
     const std::shared_ptr<CMRequestContext> context = job.context;

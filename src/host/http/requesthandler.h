@@ -10,6 +10,8 @@
 #include <map>
 #include <memory>
 
+class KeptFiles;
+
 /// A request that has been read, and that the server serves.
 struct HttpRequest
 {
@@ -34,6 +36,7 @@ public:
         AccessPolicy& access;
         Metrics& metrics;
         CoverStore& covers;
+        KeptFiles& files;
         /// Called after a session has ended.
         std::function<void()> sessionEnded;
     };

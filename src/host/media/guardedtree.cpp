@@ -12,6 +12,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/sysmacros.h>
 
 namespace {
 
@@ -37,10 +38,16 @@ bool hasVisibleNames(const QByteArray& path)
         names.cbegin(), names.cend(), [](const QByteArray& name) { return !name.isEmpty() && !name.startsWith('.'); });
 }
 
-QByteArray relativeToTop(const QString& absolutePath)
+FileDescriptor openFromTop(const QByteArray& absolutePath, Lookup lookup)
 {
-    const QByteArray path = QFile::encodeName(absolutePath).mid(1);
-    return path.isEmpty() ? "." : path;
+    const FileDescriptor top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const QByteArray path = absolutePath.mid(1);
+    return openPath(top.get(), path.isEmpty() ? "." : path, Links::Refused, lookup);
+}
+
+bool areEqual(const timespec& a, const timespec& b)
+{
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
 } // namespace
@@ -49,8 +56,7 @@ std::optional<GuardedTree> GuardedTree::open(const Mount& mount)
 {
     if (!mount.isTree())
         return std::nullopt;
-    const FileDescriptor top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
-    FileDescriptor directory = openPath(top.get(), relativeToTop(mount.rootDirectory), Links::Refused);
+    FileDescriptor directory = openFromTop(QFile::encodeName(mount.rootDirectory), Lookup::Complete);
     if (!directory.isOpen())
         return std::nullopt;
     return GuardedTree(std::move(directory), mount.followsLinks);
@@ -103,6 +109,32 @@ bool GuardedTree::isShown(const QByteArray& realPath) const
     if (realPath == m_realPath)
         return true;
     return realPath.startsWith(root) ? hasVisibleNames(realPath.mid(root.size())) : m_followsLinks;
+}
+
+std::optional<struct stat> promptStatus(const Mount& mount, const QString& base)
+{
+    const QByteArray path = mount.localPath(base);
+    if (!hasVisibleNames(QFile::encodeName(base)) || path.contains('\0'))
+        return std::nullopt;
+    const FileDescriptor found = openFromTop(path, Lookup::CachedOnly);
+    struct statx known = {};
+    if (!found.isOpen() || statx(found.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_BASIC_STATS, &known) != 0)
+        return std::nullopt;
+    struct stat status = {};
+    status.st_dev = makedev(known.stx_dev_major, known.stx_dev_minor);
+    status.st_ino = known.stx_ino;
+    status.st_mode = known.stx_mode;
+    status.st_size = static_cast<off_t>(known.stx_size);
+    status.st_mtim = {known.stx_mtime.tv_sec, known.stx_mtime.tv_nsec};
+    status.st_ctim = {known.stx_ctime.tv_sec, known.stx_ctime.tv_nsec};
+    return status;
+}
+
+bool isUnchanged(const struct stat& before, const struct stat& now)
+{
+    return before.st_dev == now.st_dev && before.st_ino == now.st_ino && before.st_mode == now.st_mode &&
+           before.st_size == now.st_size && areEqual(before.st_mtim, now.st_mtim) &&
+           areEqual(before.st_ctim, now.st_ctim);
 }
 
 QByteArray identityOf(const struct stat& status)

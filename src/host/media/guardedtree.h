@@ -50,6 +50,13 @@ private:
     bool m_followsLinks;
 };
 
+/// The status of what openFile() would find at the base if no symlink leads there. Does not wait for the disk: nothing,
+/// too, if the kernel would have to.
+[[nodiscard]] std::optional<struct stat> promptStatus(const Mount& mount, const QString& base);
+
+/// Whether both are of the same file, and nothing of it has changed in between, its permissions included.
+[[nodiscard]] bool isUnchanged(const struct stat& before, const struct stat& now);
+
 /// A text of hexadecimal digits that no other file has, and that changes when the file is written. It does not show
 /// what it is made from.
 [[nodiscard]] QByteArray identityOf(const struct stat& status);

@@ -33,7 +33,14 @@ std::optional<MediaFile> MediaLibrary::open(const QString& prefix, const QString
     std::optional<GuardedTree::File> file = tree ? tree->openFile(base) : std::nullopt;
     if (!file)
         return std::nullopt;
-    return MediaFile{
-        std::move(file->descriptor), file->status.st_size, file->status.st_mtim.tv_sec,
-        '"' + identityOf(file->status) + '"', mimeTypeOf(base)};
+    return MediaFile{std::move(file->descriptor), file->status, '"' + identityOf(file->status) + '"', mimeTypeOf(base)};
+}
+
+bool MediaLibrary::isCurrent(const MediaFile& file, const QString& prefix, const QString& base) const
+{
+    const ContentHost::SharedMount mount = m_host->mountAt(prefix);
+    if (!mount || !mount->isPlayable(base))
+        return false;
+    const std::optional<struct stat> now = promptStatus(*mount, base);
+    return now && isUnchanged(file.status, *now);
 }

@@ -24,20 +24,25 @@ quint64 resolutionFor(Links links)
 }
 
 /// Like open(), sets errno.
-int openChecked(int directory, const QByteArray& path, Links links)
+int openChecked(int directory, const QByteArray& path, quint64 resolution)
+{
+    open_how how = {};
+    how.flags = O_PATH | O_CLOEXEC;
+    how.resolve = resolution;
+    return static_cast<int>(syscall(SYS_openat2, directory, path.constData(), &how, sizeof(how)));
+}
+
+int openPatiently(int directory, const QByteArray& path, Links links)
 {
     // The kernel gives up when something is renamed meanwhile; a tree that is never still has no files.
     constexpr int mostAttempts = 100;
-    open_how how = {};
-    how.flags = O_PATH | O_CLOEXEC;
-    how.resolve = resolutionFor(links);
-    long descriptor = -1;
+    int descriptor = -1;
     for (int i = 0; i < mostAttempts; ++i) {
-        descriptor = syscall(SYS_openat2, directory, path.constData(), &how, sizeof(how));
+        descriptor = openChecked(directory, path, resolutionFor(links));
         if (descriptor >= 0 || (errno != EAGAIN && errno != EINTR))
             break;
     }
-    return static_cast<int>(descriptor);
+    return descriptor;
 }
 
 FileDescriptor openStepwise(int directory, const QByteArray& path)
@@ -57,9 +62,11 @@ FileDescriptor openStepwise(int directory, const QByteArray& path)
 
 } // namespace
 
-FileDescriptor openPath(int directory, const QByteArray& path, Links links)
+FileDescriptor openPath(int directory, const QByteArray& path, Links links, Lookup lookup)
 {
-    FileDescriptor found(openChecked(directory, path, links));
+    if (lookup == Lookup::CachedOnly)
+        return FileDescriptor(openChecked(directory, path, resolutionFor(links) | RESOLVE_CACHED));
+    FileDescriptor found(openPatiently(directory, path, links));
     if (!found.isOpen() && (errno == ENOSYS || errno == EPERM))
         return openStepwise(directory, path);
     return found;
