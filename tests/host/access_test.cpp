@@ -71,7 +71,7 @@ protected:
         EXPECT_NE(cookie, nullptr);
         return cookie ? *cookie : QByteArray();
     }
-    Fields withCookie(const QByteArray& cookie) { return {{"Host", "localhost"}, {"Cookie", cookie}}; }
+    Fields withCookie(const QByteArray& cookie) { return {ownHost.front(), {"Cookie", cookie}}; }
     QByteArray logIn() { return setCookie().split(';').first(); }
 
     Credential credentialOf(const Fields& fields)
@@ -216,7 +216,7 @@ TEST_F(AccessByToken, MissingTokenIsAskedFor)
          {"/session", "/metrics", "/media/file/a", "/cover/file/a", "/rpc", "/elsewhere", "*", "/%zz"}) {
         EXPECT_EQ(statusOf(target, ownHost), 401) << target;
         EXPECT_EQ(statusOf(target, {{"Host", "localhost"}, {"Authorization", "Basic YTpi"}}), 401) << target;
-        EXPECT_EQ(statusOf(target, withCookie("tavo=;a=b;tavo")), 401) << target;
+        EXPECT_EQ(statusOf(target, withCookie("tavo-8420=;a=b;tavo-8420")), 401) << target;
     }
     EXPECT_EQ(statusOf("/logout", ownHost, "POST"), 401);
 }
@@ -281,11 +281,9 @@ TEST_F(AccessByToken, AddressesOfOneSiteAreCountedTogether)
 TEST_F(AccessByToken, LoginGivesASession)
 {
     EXPECT_EQ(statusOf("/media/file/a", withCookie(logIn())), 0);
-    EXPECT_EQ(statusOf("/media/file/a", withCookie("a=b; tavo=old; " + logIn() + " ;c")), 0);
-    EXPECT_EQ(
-        statusOf("/media/file/a", {{"Host", "localhost"}, {"Authorization", "Basic YTpi"}, {"Cookie", logIn()}}), 0);
-    EXPECT_EQ(
-        statusOf("/media/file/a", {{"Host", "localhost"}, {"Authorization", "Bearers YTpi"}, {"Cookie", logIn()}}), 0);
+    EXPECT_EQ(statusOf("/media/file/a", withCookie("a=b; tavo-8420=old; " + logIn() + " ;c")), 0);
+    EXPECT_EQ(statusOf("/media/file/a", {ownHost.front(), {"Authorization", "Basic YTpi"}, {"Cookie", logIn()}}), 0);
+    EXPECT_EQ(statusOf("/media/file/a", {ownHost.front(), {"Authorization", "Bearers YTpi"}, {"Cookie", logIn()}}), 0);
     EXPECT_EQ(statusOf("/media/file/a", withCookie("x" + logIn())), 401);
     EXPECT_EQ(statusOf("/media/file/a", withCookie(logIn() + '0')), 401);
 }
@@ -300,10 +298,28 @@ TEST_F(AccessByToken, WrongTokenCountsBesideASession)
 TEST_F(AccessByToken, CookieIsLockedToTheBrowserAndTheSite)
 {
     const std::string cookie = setCookie().toStdString();
-    EXPECT_THAT(cookie, testing::MatchesRegex("tavo=[0-9a-f]{64}; HttpOnly; SameSite=Strict"));
+    EXPECT_THAT(cookie, testing::MatchesRegex("tavo-8420=[0-9a-f]{64}; HttpOnly; SameSite=Strict"));
     EXPECT_THAT(setCookie("http://localhost:8420").toStdString(), Not(HasSubstr("Secure")));
     EXPECT_THAT(setCookie("https://tavo.example.net").toStdString(), testing::EndsWith("; SameSite=Strict; Secure"));
     EXPECT_NE(setCookie(), setCookie());
+}
+
+TEST_F(AccessByToken, EachPortHasACookieOfItsOwn)
+{
+    const auto fieldsOf = [](const QByteArray& host, const QByteArray& cookie) {
+        return Fields{{"Host", host}, {"Cookie", cookie}};
+    };
+    for (const QByteArray host : {"localhost:8420", "[::1]:8420"}) {
+        const RequestHead request{"POST", "/login", {{"Host", host}}};
+        const auto loggedIn = policy.logIn(token, request, connection, now);
+        const QByteArray cookie = std::get<QByteArray>(loggedIn).split(';').first();
+        EXPECT_TRUE(cookie.startsWith("tavo-8420=")) << cookie.toStdString();
+        EXPECT_EQ(statusOf("/media/file/a", fieldsOf(host, "tavo-8421=x; " + cookie)), 0);
+        EXPECT_EQ(statusOf("/media/file/a", fieldsOf("localhost:8421", cookie)), 401);
+        EXPECT_EQ(statusOf("/media/file/a", fieldsOf("localhost", cookie)), 401);
+        EXPECT_TRUE(policy.logOut({"POST", "/logout", fieldsOf(host, cookie)}).startsWith("tavo-8420=; "));
+        EXPECT_EQ(statusOf("/media/file/a", fieldsOf(host, cookie)), 401);
+    }
 }
 
 TEST_F(AccessByToken, LoginNeedsTheToken)
@@ -322,7 +338,7 @@ TEST_F(AccessByToken, LogoutEndsOneSession)
     const Credential credential = credentialOf(withCookie(cookie));
     EXPECT_TRUE(policy.holds(credential));
     const QByteArray forget = policy.logOut({"POST", "/logout", withCookie(cookie)});
-    EXPECT_EQ(forget, QByteArray("tavo=; Max-Age=0; HttpOnly; SameSite=Strict"));
+    EXPECT_EQ(forget, QByteArray("tavo-8420=; Max-Age=0; HttpOnly; SameSite=Strict"));
     EXPECT_FALSE(policy.holds(credential));
     EXPECT_EQ(statusOf("/session", withCookie(cookie)), 401);
     EXPECT_EQ(statusOf("/session", withCookie(other)), 0);

@@ -8,7 +8,6 @@
 
 namespace {
 
-const QByteArray cookieName = "tavo";
 const QByteArray cookieAttributes = "; HttpOnly; SameSite=Strict";
 
 /// As the field Host has it.
@@ -30,15 +29,30 @@ QByteArray normalHost(QByteArray host)
     return host.toLower();
 }
 
+/// Of the colon in front of the port in the value of Host; negative if there is none.
+int portColon(const QByteArray& value)
+{
+    return value.indexOf(':', value.startsWith('[') ? value.indexOf(']') + 1 : 0);
+}
+
 /// The host in the value of Host, in its only form. Empty: it is none.
 QByteArray hostIn(const QByteArray& value)
 {
-    const int colon = value.indexOf(':', value.startsWith('[') ? value.indexOf(']') + 1 : 0);
+    const int colon = portColon(value);
     if (colon < 0)
         return normalHost(value);
     const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
     const bool hasPort = std::all_of(value.cbegin() + colon + 1, value.cend(), isDigit);
     return hasPort ? normalHost(value.left(colon)) : QByteArray();
+}
+
+/// Browsers send a cookie to all ports of a host, so servers beside each other need names of their own. `head`: with a
+/// Host that was checked.
+QByteArray cookieName(const RequestHead& head)
+{
+    const QByteArray host = head.value("Host");
+    const QByteArray port = portColon(host) < 0 ? QByteArray() : host.mid(portColon(host) + 1);
+    return port.isEmpty() ? "tavo" : "tavo-" + port;
 }
 
 /// The value behind the scheme; nothing if another scheme is used, or none.
@@ -165,13 +179,13 @@ AccessPolicy::logIn(const QByteArray& token, const RequestHead& head, const Conn
     if (!isToken(token))
         return refuseToken(connection, now);
     const bool isEncrypted = head.value("Origin").toLower().startsWith("https://");
-    return cookieName + '=' + m_sessions.begin() + cookieAttributes + (isEncrypted ? "; Secure" : "");
+    return cookieName(head) + '=' + m_sessions.begin() + cookieAttributes + (isEncrypted ? "; Secure" : "");
 }
 
 QByteArray AccessPolicy::logOut(const RequestHead& head)
 {
     m_sessions.end(sessionOf(head));
-    return cookieName + "=; Max-Age=0" + cookieAttributes;
+    return cookieName(head) + "=; Max-Age=0" + cookieAttributes;
 }
 
 std::optional<Refusal> AccessPolicy::checkSender(const RequestHead& head, const Connection& connection) const
@@ -219,11 +233,12 @@ AccessPolicy::authenticate(const RequestHead& head, const Connection& connection
 
 QByteArray AccessPolicy::sessionOf(const RequestHead& head) const
 {
+    const QByteArray begin = cookieName(head) + '=';
     for (const QByteArray& pair : head.value("Cookie").replace(',', ';').split(';')) {
         const QByteArray cookie = pair.trimmed();
-        if (!cookie.startsWith(cookieName + '='))
+        if (!cookie.startsWith(begin))
             continue;
-        QByteArray session = m_sessions.keyOf(cookie.mid(cookieName.size() + 1));
+        QByteArray session = m_sessions.keyOf(cookie.mid(begin.size()));
         if (!session.isEmpty())
             return session;
     }

@@ -78,7 +78,8 @@ public:
     /// the connections that were admitted with it.
     [[nodiscard]] bool holds(const Credential& credential) const;
 
-    /// The value of Set-Cookie for a new session, or 401 or 429. `head`: of an admitted request to log in.
+    /// The value of Set-Cookie for a new session, or 401 or 429. `head`: of an admitted request to log in. The cookie
+    /// is for the port that the client has asked only.
     [[nodiscard]] std::variant<QByteArray, Refusal>
     logIn(const QByteArray& token, const RequestHead& head, const Connection& connection, Time now);
     /// Ends the request's session, if it has one. Returns the value of Set-Cookie that makes the browser forget it.
