@@ -1,4 +1,3 @@
-#include "http/metrics.h"
 #include "http/outbox.h"
 
 #include <gtest/gtest.h>
@@ -8,9 +7,8 @@ namespace {
 class OutboxTest : public testing::Test
 {
 protected:
-    Metrics metrics;
     int wakes = 0;
-    Outbox outbox{metrics, [this] { ++wakes; }};
+    Outbox outbox{[this] { ++wakes; }};
     /// The next message, all of its parts.
     [[nodiscard]] std::optional<QByteArray> nextText()
     {

@@ -55,6 +55,21 @@ TEST_F(ServeWebSocket, NotifiesOfChanges)
     EXPECT_EQ(client.nextChange().value(QLatin1String("path")).toString(), QStringLiteral("/file/a"));
 }
 
+TEST_F(ServeWebSocket, CountsOpenPathsAndNotifications)
+{
+    const auto metrics = [this] { return HttpClient(serving.port()).get("/metrics").body.toStdString(); };
+    WebClient client(serving.port());
+    ASSERT_EQ(errorCode(client.call("open", pathParameter("/file/a"))), 0);
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_open_paths 1\n"));
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_changes_total 0\n"));
+    serving.tree.rename(serving.served(QStringLiteral("a")), QStringLiteral("gone"));
+    int notifications = 1;
+    while (!client.nextChange().value(QLatin1String("changes")).toArray().contains(QStringLiteral("close")))
+        ++notifications;
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_open_paths 0\n"));
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_changes_total " + std::to_string(notifications) + '\n'));
+}
+
 TEST_F(ServeWebSocket, NotifiesEveryClientOfAChange)
 {
     std::vector<std::unique_ptr<WebClient>> clients;

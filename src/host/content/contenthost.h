@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <QVariantHash>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -104,6 +105,10 @@ public:
     /// worker. In the worker thread only.
     [[nodiscard]] CMSubscribe* subscribeOf(const QString& prefix) const;
 
+    /// The paths that clients have open; one that several clients have open counts for each.
+    [[nodiscard]] int openPaths() const { return m_openPaths; }
+    void countOpenPaths(int more) { m_openPaths += more; }
+
     /// False if the file system of the root with the prefix does not answer; waits for a second at most. In the worker
     /// thread only.
     [[nodiscard]] bool answers(const QString& prefix) const;
@@ -123,6 +128,8 @@ private:
     std::vector<std::unique_ptr<ServedRoot>> m_roots;
     /// In the worker thread only.
     std::vector<std::unique_ptr<ServedWorker>> m_workers;
+
+    std::atomic<int> m_openPaths = 0;
 
     /// Guards the mounts.
     mutable std::mutex m_mutex;

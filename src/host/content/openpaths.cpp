@@ -54,6 +54,7 @@ OpenPaths::~OpenPaths()
     std::sort(held.begin(), held.end(), [](const CMPath& a, const CMPath& b) { return b < a; });
     for (const CMPath& path : qAsConst(held))
         CMRoot()->disconnectChange(path, this);
+    m_host.countOpenPaths(-m_opened.size());
 }
 
 void OpenPaths::open(const CMPath& path, Completion completion)
@@ -138,6 +139,7 @@ void OpenPaths::count(const CMPath& path, const QVector<CMPath>& users)
     for (const CMPath& user : users)
         m_users[user] += 0;
     m_opened.insert(path);
+    m_host.countOpenPaths(1);
     for (const CMPath& user : users)
         ++m_users[user];
 }
@@ -224,7 +226,7 @@ bool OpenPaths::isHeld(const CMPath& path) const
 
 void OpenPaths::release(const CMPath& path)
 {
-    m_opened.remove(path);
+    m_host.countOpenPaths(m_opened.remove(path) ? -1 : 0);
     QVector<CMPath> paths = lineage(path);
     std::reverse(paths.begin(), paths.end());
     for (const CMPath& user : qAsConst(paths)) {

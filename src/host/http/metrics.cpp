@@ -79,11 +79,9 @@ QByteArray Metrics::toText(const Content& content) const
     appendCounter(text, "messages_sent_total", "Messages to WebSocket clients.", m_sentMessages);
     appendCounter(text, "received_bytes_total", "Bytes of messages from WebSocket clients.", m_receivedBytes);
     appendCounter(text, "sent_bytes_total", "Bytes of bodies and messages that were sent.", m_sentBytes);
-    appendCounter(text, "changes_total", "Changes that clients were notified of.", m_changes);
-    if (content.listings)
-        appendCounter(text, "listings_total", "Listings of containers.", *content.listings);
-    if (content.openPaths)
-        appendGauge(text, "open_paths", "Paths whose changes are watched for clients.", *content.openPaths);
+    appendCounter(text, "changes_total", "Notifications of changes, and of paths that were closed.", m_changes);
+    appendCounter(text, "listings_total", "Listings of containers.", content.listings);
+    appendGauge(text, "open_paths", "Paths that clients have open.", content.openPaths);
     appendRequests(text);
     appendDurations(text);
     return text;

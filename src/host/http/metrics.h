@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <optional>
 
 /// Counts the work of the server since its start. Thread-safe; counting takes a few nanoseconds.
 class Metrics
@@ -13,11 +12,11 @@ class Metrics
 public:
     using Duration = std::chrono::steady_clock::duration;
 
-    /// Counts that are kept elsewhere. Those without a value are left out of the text.
+    /// Counts that are kept elsewhere.
     struct Content
     {
-        std::optional<qint64> listings = {};
-        std::optional<qint64> openPaths = {};
+        qint64 listings = 0;
+        qint64 openPaths = 0;
     };
 
     void connectionOpened() { ++m_connections; }
@@ -32,7 +31,7 @@ public:
     void requestAnswered(const QByteArray& method, int status, qint64 bytes, Duration duration);
     void messageReceived(qint64 bytes);
     void messageSent(qint64 bytes);
-    /// A change that one client was notified of.
+    /// A notification of one client: of a change, or that a path was closed.
     void changeSent() { ++m_changes; }
 
     /// The text of a scrape, in the format of Prometheus.

@@ -1,7 +1,5 @@
 #include "http/outbox.h"
 
-#include "http/metrics.h"
-
 namespace {
 
 /// Bytes; more than the longest answers to all requests that a client may have running.
@@ -16,7 +14,6 @@ void Outbox::send(Message message)
 
 void Outbox::sendLatest(const QString& key, QByteArray message)
 {
-    m_metrics.changeSent();
     add({{std::move(message)}, key});
 }
 

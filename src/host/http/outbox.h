@@ -7,8 +7,6 @@
 #include <optional>
 #include <utility>
 
-class Metrics;
-
 /// The messages to a client that are written elsewhere, one after the other.
 class Outbox : public MessageSink
 {
@@ -17,8 +15,7 @@ public:
 
     /// `wake` is called, in any thread, when the first message comes and whenever one comes after next() has given
     /// nothing, and when the outbox becomes overfull. It must not block.
-    /// The metrics count the changes that the client hears of. They must outlive the outbox.
-    Outbox(Metrics& metrics, Wake wake) : m_metrics(metrics), m_wake(std::move(wake)) {}
+    explicit Outbox(Wake wake) : m_wake(std::move(wake)) {}
 
     void send(Message message) override;
     void sendLatest(const QString& key, QByteArray message) override;
@@ -40,7 +37,6 @@ private:
     [[nodiscard]] bool isOverfullLocked() const;
     [[nodiscard]] bool isFullLocked() const;
 
-    Metrics& m_metrics;
     mutable std::mutex m_mutex;
     Wake m_wake;
     std::function<void()> m_roomHandler;

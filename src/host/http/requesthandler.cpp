@@ -1,5 +1,6 @@
 #include "http/requesthandler.h"
 
+#include "content/contenthost.h"
 #include "http/conditions.h"
 #include "http/keptfiles.h"
 #include "http/mediaresponse.h"
@@ -152,6 +153,7 @@ Response RequestHandler::metrics() const
 {
     Metrics::Content content;
     content.listings = m_parts.services.sharedRequests.computed();
+    content.openPaths = m_parts.services.host.openPaths();
     return makeResponse(200, "text/plain; version=0.0.4; charset=utf-8", m_parts.metrics.toText(content));
 }
 

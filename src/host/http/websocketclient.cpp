@@ -174,13 +174,15 @@ void WebSocketClient::opened(const ErrorCode& error)
     if (error)
         return abort();
     m_parts.metrics.clientConnected();
-    m_outbox = std::make_shared<Outbox>(m_parts.metrics, poster(&WebSocketClient::writeNext));
+    m_outbox = std::make_shared<Outbox>(poster(&WebSocketClient::writeNext));
     // Called after every answer, and seldom needed.
     const auto resume = [this, readLater = poster(&WebSocketClient::readIfReady)] {
         if (m_isPaused)
             readLater();
     };
-    m_client = std::make_unique<RemoteClient>(m_parts.services, Dispatcher::Profile{Reach::Network}, m_outbox, resume);
+    Dispatcher::Profile profile{Reach::Network};
+    profile.notified = [metrics = &m_parts.metrics] { metrics->changeSent(); };
+    m_client = std::make_unique<RemoteClient>(m_parts.services, profile, m_outbox, resume);
     readIfReady();
     waitToPing();
 }

@@ -120,6 +120,7 @@ private:
     const Services m_services;
     const Content m_content;
     const bool m_notifies;
+    const Task m_notified;
     const std::shared_ptr<MessageSink> m_sink;
     const std::shared_ptr<RequestExecutor::Client> m_client;
     /// Null if the client gets no notifications.
@@ -136,7 +137,7 @@ private:
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
     : m_services(services), m_content(services.host, profile.reach, profile.limits), m_notifies(profile.notifies),
-      m_sink(std::move(sink)), m_client(services.executor.addClient()),
+      m_notified(profile.notified), m_sink(std::move(sink)), m_client(services.executor.addClient()),
       m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
 {
 }
@@ -330,6 +331,7 @@ void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, i
     const QByteArray message = changeText(path, changes, version);
     if (m_isStopped)
         return;
+    m_notified();
     if (changes == QStringList{CMSubscribe::RowsChangeReset()}) {
         m_sink->sendLatest(path.toEncoded(), message);
     } else {

@@ -25,15 +25,17 @@ struct Services
 class Dispatcher
 {
 public:
+    using Task = std::function<void()>;
+
     struct Profile
     {
         Reach reach = Reach::Local;
         Limits limits = {};
         /// False: the client gets nothing but answers, so open and close are no methods for it.
         bool notifies = true;
+        /// Called for each notification, in the worker thread. Must not block.
+        Task notified = [] {};
     };
-
-    using Task = std::function<void()>;
 
     /// `readyHandler` is called, in any thread, whenever isReady() or isIdle() may have become true; it must not block,
     /// and it may end the dispatcher. The services must outlive the dispatcher and the requests that it leaves behind.
