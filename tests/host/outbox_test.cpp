@@ -7,8 +7,9 @@ namespace {
 class OutboxTest : public testing::Test
 {
 protected:
+    PendingBudget budget{qint64{1} << 30};
     int wakes = 0;
-    Outbox outbox{[this] { ++wakes; }};
+    Outbox outbox{budget, [this] { ++wakes; }};
     /// The next message, all of its parts.
     [[nodiscard]] std::optional<QByteArray> nextText()
     {
@@ -98,6 +99,47 @@ TEST_F(OutboxTest, IsOverfullWhenNobodyReads)
     for (int i = 0; i < 80; ++i)
         outbox.send({large});
     EXPECT_TRUE(outbox.isOverfull());
+}
+
+TEST(OutboxBudget, ClientAboveItsPartIsOverfullWhenAllHaveTooMuch)
+{
+    constexpr int size = 1000;
+    PendingBudget budget(4 * size);
+    const QByteArray message(size, 'x');
+    int wakes = 0;
+    Outbox greedy(budget, [&wakes] { ++wakes; });
+    Outbox modest(budget, [] {});
+    for (int i = 0; i < 4; ++i)
+        greedy.send({message});
+    EXPECT_FALSE(greedy.isOverfull());
+    modest.send({message});
+    EXPECT_FALSE(modest.isOverfull());
+    EXPECT_EQ(wakes, 1);
+    greedy.send({message});
+    EXPECT_TRUE(greedy.isOverfull());
+    EXPECT_EQ(wakes, 2);
+}
+
+TEST(OutboxBudget, WhatIsWrittenOrDroppedCountsNoMore)
+{
+    constexpr int size = 1000;
+    PendingBudget budget(size);
+    Outbox outbox(budget, [] {});
+    for (int i = 0; i < 3; ++i) {
+        outbox.send({QByteArray(size, 'x')});
+        EXPECT_TRUE(outbox.next());
+        EXPECT_FALSE(outbox.next());
+        Outbox other(budget, [] {});
+        other.send({QByteArray(size / 2, 'x')});
+        EXPECT_FALSE(other.isOverfull());
+    }
+    {
+        Outbox closed(budget, [] {});
+        closed.send({QByteArray(size, 'x')});
+        closed.close();
+    }
+    outbox.send({QByteArray(size, 'x')});
+    EXPECT_FALSE(outbox.isOverfull());
 }
 
 TEST_F(OutboxTest, DropsEverythingWhenItIsClosed)

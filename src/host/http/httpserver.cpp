@@ -7,6 +7,7 @@
 #include "http/iothread.h"
 #include "http/keptfiles.h"
 #include "http/metrics.h"
+#include "http/pendingbudget.h"
 #include "http/requesthandler.h"
 #include "http/tokenfile.h"
 
@@ -21,6 +22,8 @@ namespace {
 
 /// Threads that read ahead what is to be sent.
 constexpr int diskThreads = 4;
+/// Bytes of messages that wait for all WebSockets together.
+constexpr qint64 mostPending = qint64{256} << 20;
 /// Between two looks at the file with the token.
 constexpr std::chrono::seconds tokenInterval(2);
 /// For the I/O thread, which may hang in the kernel when a disk does.
@@ -47,7 +50,7 @@ public:
         : m_access(settings.access), m_covers(services.host, {coverDirectory(settings.stateDirectory)}),
           m_files(MediaLibrary(services.host), m_io, m_disk, {}),
           m_handler({services, m_access, m_metrics, m_covers, m_files, [this] { checkAccessLater(); }}),
-          m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_disk, services}
+          m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_pending, m_disk, services}
     {
     }
     ~State()
@@ -73,6 +76,7 @@ private:
 
     AccessPolicy m_access;
     Metrics m_metrics;
+    const PendingBudget m_pending{mostPending};
     ConnectionTable m_connections{m_metrics};
     IoThread m_io;
     ThreadPool m_disk{diskThreads};

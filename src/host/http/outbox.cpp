@@ -22,11 +22,11 @@ void Outbox::add(PendingMessages::Entry entry)
     Wake wake;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_isClosed || m_pending.replace(entry))
+        if (m_isClosed)
             return;
-        const bool wasOverfull = isOverfullLocked();
-        m_pending.append(std::move(entry));
-        const bool becomesOverfull = isOverfullLocked() && !wasOverfull;
+        if (!m_pending.replace(entry))
+            m_pending.append(std::move(entry));
+        const bool becomesOverfull = becomesOverfullLocked();
         if (std::exchange(m_isAwake, true) && !becomesOverfull)
             return;
         wake = m_wake;
@@ -63,6 +63,7 @@ std::optional<Message> Outbox::next()
         m_isAwake = !m_pending.isEmpty();
         if (m_isAwake)
             message = m_pending.takeFirst();
+        m_part.set(m_pending.heldBytes());
         if (wasFull && !isFullLocked())
             announceRoom = m_roomHandler;
     }
@@ -74,7 +75,7 @@ std::optional<Message> Outbox::next()
 bool Outbox::isOverfull() const
 {
     const std::lock_guard lock(m_mutex);
-    return isOverfullLocked();
+    return m_isOverfull;
 }
 
 void Outbox::close()
@@ -84,11 +85,14 @@ void Outbox::close()
     m_wake = nullptr;
     m_roomHandler = nullptr;
     m_pending.clear();
+    m_part.set(0);
 }
 
-bool Outbox::isOverfullLocked() const
+bool Outbox::becomesOverfullLocked()
 {
-    return m_pending.bytes() > mostPending;
+    m_part.set(m_pending.heldBytes());
+    const bool isOverfull = m_pending.bytes() > mostPending || m_part.isTooLarge();
+    return isOverfull && !std::exchange(m_isOverfull, true);
 }
 
 bool Outbox::isFullLocked() const

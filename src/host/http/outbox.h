@@ -1,5 +1,6 @@
 #pragma once
 
+#include "http/pendingbudget.h"
 #include "rpc/messagesink.h"
 #include "rpc/pendingmessages.h"
 
@@ -15,7 +16,7 @@ public:
 
     /// `wake` is called, in any thread, when the first message comes and whenever one comes after next() has given
     /// nothing, and when the outbox becomes overfull. It must not block.
-    explicit Outbox(Wake wake) : m_wake(std::move(wake)) {}
+    Outbox(const PendingBudget& budget, Wake wake) : m_wake(std::move(wake)), m_part(budget) {}
 
     void send(Message message) override;
     void sendLatest(const QString& key, QByteArray message) override;
@@ -27,20 +28,23 @@ public:
 
     /// The message to be written now; what was given before is written. Nothing: `wake` will be called.
     [[nodiscard]] std::optional<Message> next();
-    /// So much is pending that the client has to go.
+    /// So much was pending, for this client or for all together, that the client has to go.
     [[nodiscard]] bool isOverfull() const;
     /// Drops pending and later messages. Calls no handler any more; one may still be running.
     void close();
 
 private:
     void add(PendingMessages::Entry entry);
-    [[nodiscard]] bool isOverfullLocked() const;
+    /// After a message came. True if the client has to go since then.
+    [[nodiscard]] bool becomesOverfullLocked();
     [[nodiscard]] bool isFullLocked() const;
 
     mutable std::mutex m_mutex;
     Wake m_wake;
     std::function<void()> m_roomHandler;
     PendingMessages m_pending;
+    PendingBudget::Part m_part;
+    bool m_isOverfull = false;
     bool m_isAwake = false;
     bool m_isClosed = false;
 };

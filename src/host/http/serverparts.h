@@ -7,6 +7,7 @@ class ConnectionTable;
 class ThreadPool;
 class IoThread;
 class Metrics;
+class PendingBudget;
 class RequestHandler;
 
 /// What all connections of a server use. It outlives them.
@@ -17,6 +18,7 @@ struct ServerParts
     AccessPolicy& access;
     RequestHandler& handler;
     Metrics& metrics;
+    const PendingBudget& pending;
     /// Reads ahead from the disk.
     ThreadPool& disk;
     Services services;

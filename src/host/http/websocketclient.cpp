@@ -174,7 +174,7 @@ void WebSocketClient::opened(const ErrorCode& error)
     if (error)
         return abort();
     m_parts.metrics.clientConnected();
-    m_outbox = std::make_shared<Outbox>(poster(&WebSocketClient::writeNext));
+    m_outbox = std::make_shared<Outbox>(m_parts.pending, poster(&WebSocketClient::writeNext));
     // Called after every answer, and seldom needed.
     const auto resume = [this, readLater = poster(&WebSocketClient::readIfReady)] {
         if (m_isPaused)

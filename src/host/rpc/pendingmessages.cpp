@@ -49,5 +49,5 @@ void PendingMessages::clear()
 
 bool PendingMessages::isFull() const
 {
-    return m_bytes + m_writtenBytes > muchPending;
+    return heldBytes() > muchPending;
 }

@@ -36,6 +36,8 @@ public:
     [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }
     /// Of all pending messages.
     [[nodiscard]] qint64 bytes() const { return m_bytes; }
+    /// With the message that is being written.
+    [[nodiscard]] qint64 heldBytes() const { return m_bytes + m_writtenBytes; }
     /// With the message that is being written there is enough to keep the client busy.
     [[nodiscard]] bool isFull() const;
 
