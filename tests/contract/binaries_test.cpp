@@ -78,8 +78,7 @@ TEST(Binaries, ModuleNeedsTheSdkQtCoreAndLog4cplusAlone)
 TEST(Binaries, QueueModuleNeedsTheSdkQtCoreQtSqlAndLog4cplusAlone)
 {
     EXPECT_THAT(
-        needsOf(TAVO_QUEUE_MODULE),
-        UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Sql", "liblog4cplus"));
+        needsOf(TAVO_QUEUE_MODULE), UnorderedElementsAre("libtavo_api", "libQt5Core", "libQt5Sql", "liblog4cplus"));
 }
 
 TEST(Binaries, ModulesLoadWithAllTheirSymbolsBound)

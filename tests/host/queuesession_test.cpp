@@ -3,7 +3,11 @@
 #include "support/sessionclient.h"
 #include "support/temporarytree.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
+#include <QProcess>
+#include <QProcessEnvironment>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -79,6 +83,28 @@ TEST_F(QueueSession, KeepsNothingWithoutAStateDirectory)
         EXPECT_EQ(rowsCount(client), 2);
         EXPECT_EQ(client.program().finish().status, 0);
     }
+}
+
+TEST_F(QueueSession, HasNoQueueWithoutItsModule)
+{
+    // The program looks for the module, and for the libraries, beside itself.
+    const QString program = tree.absolute(QStringLiteral("tavo"));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(TAVO_PROGRAM), program));
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString libraries = QFileInfo(QStringLiteral(TAVO_MODULE)).path() + QStringLiteral("/..");
+    environment.insert(QStringLiteral("LD_LIBRARY_PATH"), libraries);
+    process.setProcessEnvironment(environment);
+    process.start(
+        program,
+        root() + QStringList{QStringLiteral("--module"), QStringLiteral(TAVO_MODULE), QStringLiteral("session")});
+    process.write(R"({"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":"/"}})"
+                  "\n");
+    process.closeWriteChannel();
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_THAT(process.readAllStandardOutput().toStdString(), HasSubstr("\"count\":1"));
+    EXPECT_EQ(process.readAllStandardError().toStdString(), "");
 }
 
 TEST_F(QueueSession, ShareNoStateDirectory)

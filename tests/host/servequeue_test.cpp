@@ -209,7 +209,7 @@ TEST_F(ServeQueue, EndsWhileItIsBeingFilled)
     EXPECT_EQ(serving.program().waitForEnd().status, 0);
 }
 
-TEST_F(ServeQueue, IsAbsentWithoutItsModule)
+TEST_F(ServeQueue, NeedsTheModuleThatIsNamed)
 {
     const Outcome outcome =
         runTavo(serving.arguments({QStringLiteral("--queue-module"), QStringLiteral("/nowhere.so")}));
