@@ -381,14 +381,14 @@ TEST_F(MediaLibraryTest, AddressesInAnswersOpenTheirFiles)
 
 TEST_F(MediaLibraryTest, AddressesInAnswersAreRelativeReferences)
 {
-    const auto mount = host->mountAt(QStringLiteral("file"));
+    const MountOfMedium mountOf = [this](const QString& /*id*/) { return host->mountAt(QStringLiteral("file")); };
     for (const QString& name : hostileNames) {
         const QString file = QString::fromUtf8(QUrl::fromLocalFile(root + u'/' + name).toEncoded());
         const QVariantHash media{
             {QStringLiteral("resources"), QVariantList{QVariantHash{{QStringLiteral("uri"), file}}}},
             {QStringLiteral("metaData"),
              QVariantHash{{QStringLiteral("albumArt"), QVariantHash{{QStringLiteral("data"), 1}}}}}};
-        const QVariantHash shown = withNetworkNames(*mount, media).toHash();
+        const QVariantHash shown = withNetworkNames(media, mountOf).toHash();
         const QString uri =
             shown[QStringLiteral("resources")].toList().value(0).toHash()[QStringLiteral("uri")].toString();
         const QString cover = shown[QStringLiteral("metaData")]
