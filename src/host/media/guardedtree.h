@@ -29,8 +29,8 @@ public:
     /// A directory, open for reading, and its status before it was opened.
     using Directory = File;
 
-    /// Opens the root directory, by its path without symlinks; nothing if it is not there, or the mount has none. A tree
-    /// is for one request: an open directory would keep its drive from being unmounted, and stay the old one when
+    /// Opens the root directory, by its path without symlinks; nothing if it is not there, or the mount has none. A
+    /// tree is for one request: an open directory would keep its drive from being unmounted, and stay the old one when
     /// another is mounted.
     [[nodiscard]] static std::optional<GuardedTree> open(const Mount& mount);
 
