@@ -7,16 +7,29 @@
 
 /** @typedef {Name & { type: string, timestamp: number | null }} Row */
 
-/** The roles of a name and of a row, in the order of their values. */
+/** The roles of a name, in the order of its values. */
 export const nameRoles = ['path', 'title'];
-export const roles = [...nameRoles, 'type', 'timestamp'];
+
+/**
+ * What the rows of a path are made of. The first roles are those of a name; where a row cannot be had, there are no others.
+ * @template {Name} Kind
+ * @typedef {{ roles: string[], toRow: (values: any[]) => Kind }} RowKind
+ */
+
+/** Rows of a folder. @type {RowKind<Row>} */
+export const folderRows = {
+    roles: [...nameRoles, 'type', 'timestamp'],
+    toRow: ([path, title, type, timestamp]) => ({ path, title: title ?? '', type: type ?? '', timestamp: timestamp ?? null }),
+};
 
 /**
  * One version of a directory's rows, as far as they have arrived; of some only the names. Rows of two versions never share
  * a listing.
+ * @template {Name} [Kind=Row]
  */
 export class Listing {
-    /** @type {Row[]} with holes */
+    #toRow;
+    /** @type {Kind[]} with holes */
     #rows = [];
     /** @type {Name[]} with holes; those of the rows are among them */
     #names = [];
@@ -29,10 +42,12 @@ export class Listing {
     /**
      * @param {number} version
      * @param {number} total number of all rows
+     * @param {(values: any[]) => Kind} toRow
      */
-    constructor(version, total) {
+    constructor(version, total, toRow) {
         this.version = version;
         this.total = total;
+        this.#toRow = toRow;
     }
 
     /** Number of rows that pass the filter. */
@@ -51,7 +66,7 @@ export class Listing {
 
     /**
      * @param {number} index among those that pass the filter
-     * @returns {Row | undefined} undefined if the row has not arrived
+     * @returns {Kind | undefined} undefined if the row has not arrived
      */
     at(index) {
         return this.#rows[this.#position(index)];
@@ -79,7 +94,7 @@ export class Listing {
      */
     add(first, values) {
         values.forEach((value, offset) => {
-            this.#rows[first + offset] = toRow(value);
+            this.#rows[first + offset] = this.#toRow(value);
             this.#putName(first + offset, this.#rows[first + offset]);
         });
     }
@@ -99,7 +114,7 @@ export class Listing {
      */
     addRow(path, values) {
         const position = this.#indices.get(path);
-        if (position !== undefined) this.#rows[position] = toRow(values);
+        if (position !== undefined) this.#rows[position] = this.#toRow(values);
     }
 
     /**
@@ -159,14 +174,6 @@ export class Listing {
 function firstGap(list, first, last) {
     for (let index = Math.max(0, first); index <= last; ++index) if (!list[index]) return index;
     return -1;
-}
-
-/**
- * @param {any[]} values
- * @returns {Row}
- */
-function toRow([path, title, type, timestamp]) {
-    return { path, title: title ?? '', type: type ?? '', timestamp };
 }
 
 /**

@@ -1,4 +1,4 @@
-import { Listing, nameRoles, roles, wordsMatcher } from './listing.js';
+import { Listing, folderRows, nameRoles, wordsMatcher } from './listing.js';
 import { parent, top } from './paths.js';
 import { SessionError, isBusy, isTooLarge } from './session.js';
 
@@ -37,13 +37,15 @@ const busyDelay = 1000;
  *
  * Events: `state`; `rows` when more rows have arrived; `change` (a RowsChange) when a new version or another filter has
  * replaced them.
+ * @template {Name} [Kind=Row]
  */
 export class Rows extends EventTarget {
     #session;
     #stopped = new AbortController();
     /** @type {RowsState} */
     #state = 'loading';
-    #listing = new Listing(0, 0);
+    #kind;
+    #listing;
     #filter = '';
     /** Rows in view; `eye` is the one that stays where it is, -1 at the head of the list. */
     #view = { first: 0, last: 0, eye: -1 };
@@ -62,10 +64,13 @@ export class Rows extends EventTarget {
     /**
      * @param {Session} session
      * @param {string} path
+     * @param {import('./listing.js').RowKind<Kind>} [kind]
      */
-    constructor(session, path) {
+    constructor(session, path, kind = /** @type {any} */ (folderRows)) {
         super();
         this.#session = session;
+        this.#kind = kind;
+        this.#listing = this.#newListing(0, 0);
         this.path = path;
     }
 
@@ -98,7 +103,7 @@ export class Rows extends EventTarget {
 
     /**
      * @param {number} index
-     * @returns {Row | undefined} undefined as long as the row has not arrived
+     * @returns {Kind | undefined} undefined as long as the row has not arrived
      */
     at(index) {
         return this.#listing.at(index);
@@ -211,13 +216,13 @@ export class Rows extends EventTarget {
 
     /**
      * A listing of the current version with the rows that will be in view.
-     * @returns {Promise<{ listing: Listing, moved: number } | null>} null if it changed meanwhile
+     * @returns {Promise<{ listing: Listing<Kind>, moved: number } | null>} null if it changed meanwhile
      */
     async #load() {
         const { first, last } = this.#view;
         const from = pageOf(Math.max(0, first - margin));
         const answer = await this.#ask({ first: from, last: pageOf(last + margin) + pageSize - 1 });
-        const listing = new Listing(answer.version ?? 0, answer.count);
+        const listing = this.#newListing(answer.version ?? 0, answer.count);
         listing.add(from, answer.rows);
         const matcher = wordsMatcher(this.#filter);
         if (matcher && !(await this.#complete(listing))) return null;
@@ -235,7 +240,7 @@ export class Rows extends EventTarget {
 
     /**
      * How far the row at the eye has moved, or the first one below it that is still there.
-     * @param {Listing} listing the new one
+     * @param {Listing<Kind>} listing the new one
      */
     async #movement(listing) {
         const { eye } = this.#view;
@@ -260,7 +265,7 @@ export class Rows extends EventTarget {
 
     /**
      * The first of some paths that a listing has. What has not arrived is looked up in the list of all paths.
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {string[]} paths
      */
     async #search(listing, paths) {
@@ -269,7 +274,7 @@ export class Rows extends EventTarget {
         return firstKnown(paths, (path) => indices.get(path));
     }
 
-    /** @param {Listing} listing */
+    /** @param {Listing<Kind>} listing */
     async #allPaths(listing) {
         /** @type {Map<string, number>} */
         const indices = new Map();
@@ -282,7 +287,7 @@ export class Rows extends EventTarget {
     }
 
     /**
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {number} moved
      */
     #replace(listing, moved) {
@@ -299,7 +304,7 @@ export class Rows extends EventTarget {
     }
 
     /**
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {number} moved
      */
     #inView(listing, moved) {
@@ -309,7 +314,7 @@ export class Rows extends EventTarget {
         return { first: newFirst, last: newFirst + height, eye: eye < 0 ? -1 : eye + moved };
     }
 
-    /** @param {Listing} before */
+    /** @param {Listing<Kind>} before */
     #fresh(before) {
         const fresh = new Set();
         for (let index = this.#view.first; index <= this.#view.last; ++index) {
@@ -340,7 +345,7 @@ export class Rows extends EventTarget {
     }
 
     /**
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {number} page
      */
     async #fetchPage(listing, page) {
@@ -378,10 +383,11 @@ export class Rows extends EventTarget {
     /**
      * Fetches every name of a listing that is missing: each request costs the host a listing of its own. If one answer has
      * room for whole rows, these are fetched.
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @returns {Promise<boolean>} false if there is a newer version
      */
     async #complete(listing) {
+        const { roles } = this.#kind;
         const wanted = listing.total * roles.length <= valuesAtATime ? roles : nameRoles;
         const size = Math.floor(valuesAtATime / wanted.length);
         try {
@@ -401,7 +407,7 @@ export class Rows extends EventTarget {
 
     /**
      * Fetches the rows between two indices that are missing.
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {number} first
      * @param {number} last
      */
@@ -414,7 +420,7 @@ export class Rows extends EventTarget {
 
     /**
      * The same for rows that pass a filter, which are far from each other: each is asked for alone, without a listing.
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {number} first
      * @param {number} last
      */
@@ -423,31 +429,39 @@ export class Rows extends EventTarget {
     }
 
     /**
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {Name} name
      */
     async #fetchRow(listing, { path, title }) {
         try {
-            listing.addRow(path, await onceNotBusy(() => this.#session.data(path, roles)));
+            listing.addRow(path, await onceNotBusy(() => this.#session.data(path, this.#kind.roles)));
         } catch (error) {
             // A file that was just removed; the host will report it.
             if (!(error instanceof SessionError)) throw error;
-            listing.addRow(path, [path, title, '', null]);
+            listing.addRow(path, [path, title]);
         }
     }
 
     /**
-     * @param {Listing} listing
+     * @param {Listing<Kind>} listing
      * @param {number} first
      * @param {number} last
      * @param {string[]} [wanted] the roles of rows or of names
      * @returns {Promise<number>} how many have come
      */
-    async #fetch(listing, first, last, wanted = roles) {
+    async #fetch(listing, first, last, wanted = this.#kind.roles) {
         const answer = await this.#ask({ first, last, version: listing.version, roles: wanted });
-        if (wanted === roles) listing.add(first, answer.rows);
-        else listing.addNames(first, answer.rows);
+        if (wanted === nameRoles) listing.addNames(first, answer.rows);
+        else listing.add(first, answer.rows);
         return answer.rows.length;
+    }
+
+    /**
+     * @param {number} version
+     * @param {number} total
+     */
+    #newListing(version, total) {
+        return new Listing(version, total, this.#kind.toRow);
     }
 
     /**
@@ -458,7 +472,7 @@ export class Rows extends EventTarget {
     async #ask(range) {
         const { first, last } = range;
         try {
-            return await this.#session.rows(this.path, { roles, ...range }, this.#stopped.signal);
+            return await this.#session.rows(this.path, { roles: this.#kind.roles, ...range }, this.#stopped.signal);
         } catch (error) {
             if (!isTooLarge(error) || last === first) throw error;
             return this.#ask({ ...range, last: Math.floor((first + last) / 2) });
@@ -472,7 +486,7 @@ export class Rows extends EventTarget {
         const gone = error === null || this.#state === 'gone';
         this.error = gone ? null : error;
         this.#session.close(this.path, this.#heard);
-        this.#listing = new Listing(0, 0);
+        this.#listing = this.#newListing(0, 0);
         this.#enter(gone ? 'gone' : 'unreadable');
         if (this.#watched === null) void this.#watch(parent(this.path));
     }
@@ -519,7 +533,7 @@ function pageOf(index) {
 
 /**
  * The names between two indices whose rows have not arrived.
- * @param {Listing} listing
+ * @param {Listing<any>} listing
  * @param {number} first
  * @param {number} last
  */
