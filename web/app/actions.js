@@ -2,6 +2,7 @@ import { isolated, text } from './language.js';
 import { openMenu } from './menu.js';
 import { toast } from './toast.js';
 
+/** @typedef {import('./player.js').Player} Player */
 /** @typedef {import('./queue.js').Queue} Queue */
 /** @typedef {import('./session.js').Session} Session */
 
@@ -12,14 +13,17 @@ const queueActions = /** @type {const} */ (['playNow', 'playNext', 'addToQueue',
 export class Actions {
     #session;
     #queue;
+    #player;
 
     /**
      * @param {Session} session
      * @param {Queue} queue
+     * @param {Player} player
      */
-    constructor(session, queue) {
+    constructor(session, queue, player) {
         this.#session = session;
         this.#queue = queue;
+        this.#player = player;
     }
 
     /** @param {string[]} paths */
@@ -65,10 +69,12 @@ export class Actions {
      * @param {string[]} paths
      */
     async #enqueue(method, paths) {
+        if (this.#queue.missing) return toast(text('noQueue'));
+        const heard = method === 'playNow' || method === 'replaceQueue';
         try {
+            if (heard) await this.#player.findOutput();
             const added = await this.#queue[method](paths);
-            const heard = method === 'playNow' || method === 'replaceQueue';
-            if (added && !heard) toast(text('added', { count: added.added }));
+            if (!heard) toast(text('added', { count: added.added }));
         } catch (error) {
             report(error);
         }
@@ -81,5 +87,7 @@ export class Actions {
  */
 export function report(error) {
     if (error?.name === 'AbortError') return;
-    toast(error?.name === 'ConnectionLost' ? text('connectionLost') : (error?.message ?? text('failed')));
+    if (error?.name === 'ConnectionLost') toast(text('connectionLost'));
+    else if (error?.data?.name === 'conflict') toast(text('conflict'));
+    else toast(error?.message ?? text('failed'));
 }

@@ -12,18 +12,17 @@ export function makeCover() {
     return {
         element: square,
 
-        /** @param {{ path: string } | null} entry @param {number} width in pixels */
-        show(entry, width) {
-            const path = entry?.path ?? '';
+        /** @param {string} path of a file, empty for none @param {number} width in pixels */
+        show(path, width) {
             if (path === shown) return;
             shown = path;
             square.classList.remove('pictured');
             setAttribute(picture, 'src', path && coverAddress(path, width) || null);
         },
 
-        /** Shows no other picture than this file's, and loads none. @param {{ path: string }} entry */
-        leave({ path }) {
-            if (path !== shown) this.show(null, 0);
+        /** Shows no other picture than this file's, and loads none. @param {string} path */
+        leave(path) {
+            if (path !== shown) this.show('', 0);
         },
     };
 }

@@ -18,6 +18,7 @@ import { Thumb } from './thumb.js';
 import { TypeAhead } from './typeahead.js';
 
 /** @typedef {import('./listing.js').Row} Row */
+/** @typedef {import('./player.js').Player} Player */
 /** @typedef {import('./queue.js').Queue} Queue */
 /** @typedef {import('./rows.js').RowsChange} RowsChange */
 /** @typedef {import('./session.js').Session} Session */
@@ -30,7 +31,7 @@ const rowsAhead = 10;
 /** The folder in the address: crumbs, filter, head, and the live list of its entries. */
 export class TavoFolder extends HTMLElement {
     #session;
-    #queue;
+    #player;
     #roots;
     #tags;
     #actions;
@@ -64,16 +65,17 @@ export class TavoFolder extends HTMLElement {
     /**
      * @param {Session} session
      * @param {Queue} queue
+     * @param {Player} player
      * @param {Rows | null} firstRows those of the folder in the address, started already; null if it names none
      */
-    constructor(session, queue, firstRows) {
+    constructor(session, queue, player, firstRows) {
         super();
         this.#firstRows = firstRows;
         this.#session = session;
-        this.#queue = queue;
+        this.#player = player;
         this.#roots = new Roots(session);
         this.#tags = new FolderTags(session);
-        this.#actions = new Actions(session, queue);
+        this.#actions = new Actions(session, queue, player);
         // No folder is open yet.
         this.#rows = new Rows(session, '');
     }
@@ -86,7 +88,7 @@ export class TavoFolder extends HTMLElement {
         listenToPointer(this.#grid, this.#commands());
         document.addEventListener('keydown', (event) => this.#pageKey(event));
         addEventListener('hashchange', () => this.#openPlace());
-        this.#queue.addEventListener('player', () => this.#markPlaying());
+        this.#player.addEventListener('player', () => this.#markPlaying());
         void this.#openFirst();
     }
 
@@ -245,7 +247,7 @@ export class TavoFolder extends HTMLElement {
     }
 
     #markPlaying() {
-        const playing = this.#queue.current?.path ?? '';
+        const playing = this.#player.current?.source ?? '';
         if (playing === this.#playing) return;
         this.#playing = playing;
         this.#list.redraw();

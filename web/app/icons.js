@@ -13,6 +13,7 @@ const paths = {
     more: 'M5 12h.01M12 12h.01M19 12h.01',
     muted: 'M4 10v4h3l5 4V6L7 10zM16 9.5l5 5M21 9.5l-5 5',
     next: 'M18 5v14M5 6l10 6-10 6z',
+    output: 'M7 3h10a1 1 0 0 1 1 1v16a1 1 0 0 1-1 1H7a1 1 0 0 1-1-1V4a1 1 0 0 1 1-1M12 11a3.5 3.5 0 1 0 0 7a3.5 3.5 0 1 0 0-7M12 7h.01',
     pause: 'M9 6v12M15 6v12',
     play: 'M7 5l12 7-12 7z',
     playing: 'M5 10v4M10 6v12M15 9v6M20 5v14',

@@ -2,6 +2,7 @@ import { addSignInView, connectionBar } from './connection.js';
 import { element } from './dom.js';
 import { TavoFolder } from './folder.js';
 import { currentLanguage, useLanguage } from './language.js';
+import { Player } from './player.js';
 import { TavoPlayer } from './playerview.js';
 import { Queue } from './queue.js';
 import { TavoQueue } from './queueview.js';
@@ -16,7 +17,8 @@ await useLanguage(navigator.languages);
 document.documentElement.lang = currentLanguage();
 
 const queue = new Queue(session);
-const player = new TavoPlayer(queue);
+const player = new Player(session, queue);
+const bar = new TavoPlayer(session, queue, player);
 const tabs = tabBar(show);
 
 /** @type {'folder' | 'queue'} what a narrow page shows beneath the player */
@@ -25,7 +27,7 @@ let area = 'folder';
 /** @param {import('./tabs.js').View} view */
 function show(view) {
     if (view === 'playing') {
-        player.openFull();
+        bar.openFull();
     } else {
         area = view;
         document.body.dataset.view = view;
@@ -34,9 +36,11 @@ function show(view) {
 }
 
 const heading = element('h1', { class: 'unseen' }, 'tavo');
-const areas = element('main', {}, heading, new TavoFolder(session, queue, firstRows), new TavoQueue(queue));
-document.body.append(areas, player, tabs, connectionBar(session));
+const areas = element('main', {}, heading, new TavoFolder(session, queue, player, firstRows), new TavoQueue(queue, player));
+document.body.append(areas, bar, tabs, connectionBar(session));
 addSignInView(session);
 show('folder');
-player.addEventListener('full', () => markTab(tabs, player.full ? 'playing' : area));
+bar.addEventListener('full', () => markTab(tabs, bar.full ? 'playing' : area));
 addEventListener('hashchange', () => show('folder'));
+queue.addEventListener('state', () => document.body.classList.toggle('without-queue', queue.missing));
+void queue.start();

@@ -1,32 +1,32 @@
-/** Media keys, the lock screen and the system's own player. */
+/** Media keys, the lock screen and the system's own player: they show and command what plays on this page. */
 
 import { coverAddress } from './paths.js';
 
-/** @typedef {import('./queue.js').Queue} Queue */
+/** @typedef {import('./output.js').Output} Output */
 /** @typedef {import('./player.js').Player} Player */
 
 const coverWidths = [100, 400, 800];
 const states = /** @type {const} */ ({ playing: 'playing', paused: 'paused', stopped: 'none' });
 
-/** @param {Queue} queue @param {Player} player */
-export function connectMediaSession(queue, player) {
+/** @param {Player} player @param {Output} output */
+export function connectMediaSession(player, output) {
     if (!('mediaSession' in navigator)) return;
-    handleActions(queue, player);
-    for (const type of ['player', 'tags']) queue.addEventListener(type, () => describe(queue));
-    player.addEventListener('progress', () => setPosition(player));
+    handleActions(player, output);
+    player.addEventListener('player', () => describe(player, output));
+    output.addEventListener('progress', () => setPosition(output));
 }
 
-/** @param {Queue} queue @param {Player} player */
-function handleActions(queue, player) {
+/** @param {Player} player @param {Output} output */
+function handleActions(player, output) {
     const handlers = /** @type {[MediaSessionAction, MediaSessionActionHandler][]} */ ([
-        ['play', () => queue.play()],
-        ['pause', () => queue.pause()],
-        ['stop', () => queue.stop()],
-        ['previoustrack', () => player.previous()],
-        ['nexttrack', () => queue.next()],
+        ['play', () => player.play()],
+        ['pause', () => player.pause()],
+        ['stop', () => player.stop()],
+        ['previoustrack', () => player.previous(output.position)],
+        ['nexttrack', () => player.next()],
         ['seekto', ({ seekTime }) => player.seek((seekTime ?? 0) * 1000)],
-        ['seekforward', ({ seekOffset }) => player.seek(player.position + (seekOffset ?? 10) * 1000)],
-        ['seekbackward', ({ seekOffset }) => player.seek(player.position - (seekOffset ?? 10) * 1000)],
+        ['seekforward', ({ seekOffset }) => player.seek(output.position + (seekOffset ?? 10) * 1000)],
+        ['seekbackward', ({ seekOffset }) => player.seek(output.position - (seekOffset ?? 10) * 1000)],
     ]);
     for (const [action, handler] of handlers) {
         try {
@@ -37,17 +37,18 @@ function handleActions(queue, player) {
     }
 }
 
-/** @param {Queue} queue */
-function describe({ current, state }) {
+/** @param {Player} player @param {Output} output */
+function describe({ current, state }, output) {
     const { mediaSession } = navigator;
-    mediaSession.playbackState = current ? states[state] : 'none';
-    if (!current) {
+    const shows = current !== null && output.active;
+    mediaSession.playbackState = shows ? states[state] : 'none';
+    if (!shows) {
         mediaSession.metadata = null;
         return;
     }
     const { title, artist, album } = current;
     const shown = mediaSession.metadata;
-    const artwork = coverWidths.map((width) => ({ src: coverAddress(current.path, width), sizes: `${width}x${width}` }));
+    const artwork = coverWidths.map((width) => ({ src: coverAddress(current.source, width), sizes: `${width}x${width}` }));
     const metadata = new MediaMetadata({ title, artist, album, artwork });
     // The system draws anew for each one that is set.
     if (JSON.stringify(plain(shown)) !== JSON.stringify(plain(metadata))) mediaSession.metadata = metadata;
@@ -58,7 +59,7 @@ function plain(metadata) {
     return metadata && [metadata.title, metadata.artist, metadata.album, metadata.artwork[0]?.src];
 }
 
-/** @param {Player} player */
+/** @param {Output} output */
 function setPosition({ position, duration }) {
     if (!(duration > 0)) return;
     navigator.mediaSession.setPositionState({ duration: duration / 1000, position: Math.min(position, duration) / 1000, playbackRate: 1 });

@@ -1,6 +1,6 @@
 import { element } from './dom.js';
 
-/** @typedef {{ label: string, run: () => void }} Action */
+/** An action, or one of several choices. @typedef {{ label: string, run: () => void, checked?: boolean }} Action */
 
 /**
  * Shows a menu at a point of the page. It closes when something is chosen, by Escape, or when the focus leaves it, and
@@ -25,7 +25,8 @@ export function openMenu(label, actions, at) {
     area.append(menu);
     menu.showPopover();
     place(menu, at);
-    items(menu)[0].focus({ preventScroll: true });
+    const [first] = items(menu);
+    (items(menu)[actions.findIndex((action) => action.checked)] ?? first).focus({ preventScroll: true });
 }
 
 /**
@@ -33,7 +34,9 @@ export function openMenu(label, actions, at) {
  * @param {() => void} close
  */
 function itemOf(action, close) {
-    const item = element('button', { type: 'button', role: 'menuitem', tabindex: -1 }, action.label);
+    const isChoice = action.checked !== undefined;
+    const state = isChoice ? { role: 'menuitemradio', 'aria-checked': String(action.checked) } : { role: 'menuitem' };
+    const item = element('button', { type: 'button', tabindex: -1, dir: 'auto', ...state }, action.label);
     item.addEventListener('click', () => {
         close();
         action.run();

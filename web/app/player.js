@@ -1,412 +1,317 @@
 /**
- * Plays what the queue commands. Two audio elements take turns: one is heard, and the other loads what follows, so that
- * the next track begins when the last one ends.
+ * The host's player, for this page as its remote control: what it does, what it can play on, and commands.
  *
- * Emits `progress` when position, length, buffered parts or volume change, and `trouble` (a Trouble) when something
- * cannot be played.
+ * Events: `player` when it does something else or more is known of what it plays; `outputs` when outputs come or go;
+ * `givenUp` when it stops because nothing can be played; `refused` (a Refused) when a command failed.
  */
 
-/** @typedef {import('./queuestate.js').Entry} Entry */
-/** @typedef {import('./queue.js').Queue} Queue */
-/** @typedef {'gone' | 'format' | 'blocked' | 'givenUp'} Reason */
+import { entryPath, entryRows, queuePath } from './entries.js';
+import { Live } from './live.js';
+import { nameOf } from './paths.js';
 
-/** A playing element begins to sound so many ms after it is asked to. */
-const startingTime = 8;
+/** @typedef {import('./entries.js').Entry} Entry */
+/** @typedef {import('./session.js').Session} Session */
+/** @typedef {'playing' | 'paused' | 'stopped'} PlayState as commanded; the output may still be loading */
+/** @typedef {'off' | 'all' | 'one'} Repeat */
 
-/** From so many ms before the end the next track's start is timed. */
-const timedFrom = 1500;
+/**
+ * @typedef {object} PlayerValue
+ * @property {PlayState} state
+ * @property {number | null} current id of the entry that plays, or would if somebody pressed play
+ * @property {number | null} next id of the entry that follows by itself
+ * @property {number} position in ms
+ * @property {number} at when the position was so, in ms by the host's clock
+ * @property {number} now by the host's clock
+ * @property {number} serial rises with each command
+ * @property {string | null} output
+ * @property {number} volume from 0 to 100
+ * @property {Repeat} repeat
+ * @property {boolean} shuffle
+ * @property {number | null} [failed] id of the entry that could not be played last
+ */
 
-/** An element that has handed over falls silent so many ms later, wherever its track ends. */
-const tail = 250;
+export const playerPath = `${queuePath}player`;
+export const outputsPath = `${queuePath}outputs`;
 
-/** The next track is loaded when the current one is, or so many ms before its end. */
-const loadedAhead = 30000;
+/** Behind so many ms of a track, the button for the previous one begins it again. */
+const beginsAgainAfter = 3000;
 
-const firstRetry = 1000;
-const longestRetry = 15000;
-const volumeKey = 'tavo.volume';
+/** @type {PlayerValue} */
+const idle = {
+    state: 'stopped',
+    current: null,
+    next: null,
+    position: 0,
+    at: 0,
+    now: 0,
+    serial: 0,
+    output: null,
+    volume: 100,
+    repeat: 'off',
+    shuffle: false,
+};
 
-/** Why an entry is not heard. */
-export class Trouble extends Event {
-    /** @param {Entry} entry @param {Reason} reason */
-    constructor(entry, reason) {
-        super('trouble');
-        this.entry = entry;
-        this.reason = reason;
-    }
-}
-
-/** One of the two audio elements and what it holds. */
-class Deck {
-    /** @type {Entry | null} */
-    entry = null;
-
-    /** @param {HTMLAudioElement} audio */
-    constructor(audio) {
-        this.audio = audio;
-        audio.preload = 'auto';
-    }
-
-    get ready() {
-        return this.entry !== null && !this.audio.error && this.audio.readyState >= HTMLMediaElement.HAVE_FUTURE_DATA;
-    }
-
-    /** In ms; that of the file counts as soon as it is known. */
-    get duration() {
-        return Number.isFinite(this.audio.duration) ? this.audio.duration * 1000 : (this.entry?.duration ?? 0);
-    }
-
-    get remaining() {
-        return this.duration - this.audio.currentTime * 1000;
-    }
-
-    get loaded() {
-        const { buffered, duration } = this.audio;
-        return buffered.length > 0 && buffered.end(buffered.length - 1) >= duration - 0.5;
-    }
-
-    /** @param {number} id */
-    holds(id) {
-        return this.entry?.id === id && !this.audio.error;
-    }
-
-    /** @param {Entry} entry @param {number} [position] in ms */
-    load(entry, position = 0) {
-        this.entry = entry;
-        this.audio.src = entry.uri;
-        if (position > 0) this.audio.currentTime = position / 1000;
-    }
-
-    unload() {
-        if (!this.entry) return;
-        this.entry = null;
-        this.audio.pause();
-        this.audio.removeAttribute('src');
-        this.audio.load();
-    }
-
-    rewind() {
-        if (this.audio.currentTime > 0) this.audio.currentTime = 0;
+/** A command failed. */
+export class Refused extends Event {
+    /** @param {any} error */
+    constructor(error) {
+        super('refused');
+        this.error = error;
     }
 }
 
 export class Player extends EventTarget {
-    #queue;
+    #session;
+    #clock;
+    #state;
+    #names;
+    #value = idle;
 
-    /** The element that is heard, and the one that waits. */
-    #front;
-    #back;
+    /** When the value came, by this page's clock. */
+    #cameAt = 0;
 
-    #starts = 0;
-    #retries = 0;
-    #volume = storedVolume();
-    #muted = false;
+    /** Of the entries that are current and next. @type {Map<number, Entry>} */
+    #entries = new Map();
+    #outdated = false;
 
-    /** @type {ReturnType<typeof setTimeout> | undefined} */
-    #handover;
-    /** @type {ReturnType<typeof setTimeout> | undefined} */
-    #silence;
-    /** @type {ReturnType<typeof setTimeout> | undefined} */
-    #retry;
+    /** @type {Set<number>} */
+    #failed = new Set();
+
+    /** Where a command seeks that is under way, in ms. @type {number | null} */
+    sought = null;
+
+    /** The volume that was asked for last, until the host has it. @type {number | null} */
+    #volume = null;
+
+    /** @type {string[]} */
+    outputs = [];
+
+    /** Makes an output the active one, where a command to play finds none. */
+    takeOutput = async () => {};
 
     /**
-     * @param {Queue} queue
-     * @param {[HTMLAudioElement, HTMLAudioElement]} elements in the document, where the system finds them
+     * @param {Session} session
+     * @param {import('./queue.js').Queue} queue
+     * @param {() => number} clock in ms
      */
-    constructor(queue, [one, other]) {
+    constructor(session, queue, clock = () => performance.now()) {
         super();
-        this.#queue = queue;
-        this.#front = new Deck(one);
-        this.#back = new Deck(other);
-        for (const deck of [this.#front, this.#back]) this.#watch(deck);
-        this.#setVolume();
-        queue.addEventListener('player', () => this.#follow());
-        window.addEventListener('online', () => this.#reload());
+        this.#session = session;
+        this.#clock = clock;
+        this.#state = new Live(session, playerPath, () => this.#read());
+        this.#names = new Live(session, outputsPath, () => this.#readOutputs());
+        queue.addEventListener('state', () => queue.state === 'ready' && this.#start());
+        queue.addEventListener('change', () => this.#describeAnew());
     }
 
-    /** In ms. */
+    get state() {
+        return this.#value.state;
+    }
+
+    get serial() {
+        return this.#value.serial;
+    }
+
+    get output() {
+        return this.#value.output;
+    }
+
+    get volume() {
+        return this.#volume ?? this.#value.volume;
+    }
+
+    get repeat() {
+        return this.#value.repeat;
+    }
+
+    get shuffle() {
+        return this.#value.shuffle;
+    }
+
+    /** What plays, or would if somebody pressed play. */
+    get current() {
+        return this.#entry(this.#value.current);
+    }
+
+    /** What follows the current entry by itself. */
+    get following() {
+        return this.#entry(this.#value.next);
+    }
+
+    /** In ms, reckoned from the position that was known last. */
     get position() {
-        return this.#front.audio.currentTime * 1000;
+        if (this.sought !== null) return this.sought;
+        const { state, position, at, now } = this.#value;
+        const passed = state === 'playing' ? now - at + this.#clock() - this.#cameAt : 0;
+        return Math.max(0, Math.min(this.duration || Infinity, position + passed));
+    }
+
+    /** The position as it was at `at`, both in ms by the host's clock. */
+    get mark() {
+        const { position, at } = this.#value;
+        return { position, at };
     }
 
     /** In ms, 0 as long as nobody knows it. */
     get duration() {
-        return this.#front.duration;
+        return this.current?.duration ?? 0;
     }
 
-    /** The parts that can be heard without waiting, from and to in ms. @returns {[number, number][]} */
-    get buffered() {
-        const { buffered } = this.#front.audio;
-        return Array.from({ length: buffered.length }, (_, part) => [buffered.start(part) * 1000, buffered.end(part) * 1000]);
+    /** Whether an entry could not be played. @param {number} id */
+    hasFailed(id) {
+        return this.#failed.has(id);
     }
 
-    /** Whether it is to play and waits for sound. */
-    get waiting() {
-        return this.#queue.state === 'playing' && this.#front.audio.readyState < HTMLMediaElement.HAVE_FUTURE_DATA;
+    // Commands
+
+    /** Plays an entry from its beginning; null goes on. @param {number | null} [id] */
+    async play(id = null) {
+        await this.#command('play', id, () => this.findOutput());
     }
 
-    /** From 0 to 100. */
-    get volume() {
-        return this.#volume;
+    pause() {
+        return this.#command('pause');
     }
 
-    set volume(volume) {
-        this.#volume = Math.min(100, Math.max(0, volume));
-        this.#muted = false;
-        this.#setVolume();
-        storeVolume(this.#volume);
+    async toggle() {
+        await (this.state === 'playing' ? this.pause() : this.play());
     }
 
-    get muted() {
-        return this.#muted;
+    stop() {
+        return this.#command('stop');
     }
 
-    set muted(muted) {
-        this.#muted = muted;
-        this.#setVolume();
+    next() {
+        return this.#command('next');
     }
 
-    toggle() {
-        if (this.#queue.state === 'playing') this.#queue.pause();
-        else this.#queue.play();
-    }
-
-    /** Begins the track again, or goes to the previous one from its first seconds. */
-    previous() {
-        if (this.position > 3000) this.seek(0);
-        else this.#queue.previous();
+    /** Begins the track again, or plays the previous one from its first seconds. @param {number} [position] in ms */
+    previous(position = this.position) {
+        return position > beginsAgainAfter ? this.seek(0) : this.#command('previous');
     }
 
     /** @param {number} position in ms */
     seek(position) {
-        if (!this.#front.entry) return;
-        this.#front.audio.currentTime = Math.min(Math.max(0, position), this.duration || Infinity) / 1000;
-        this.#time();
-        this.#progress();
+        this.sought = Math.round(Math.min(Math.max(0, position), this.duration || Infinity));
+        this.#emit('player');
+        return this.#command('seek', this.sought);
     }
 
-    // What the queue commands
-
-    #follow() {
-        const { current, state, starts } = this.#queue;
-        if (!current) {
-            this.#empty();
-        } else if (starts !== this.#starts || this.#front.entry?.id !== current.id) {
-            this.#starts = starts;
-            this.#begin(current);
-        }
-        if (state === 'playing') void this.#sound();
-        else this.#front.audio.pause();
-        if (state === 'stopped') this.#front.rewind();
-        this.#time();
-        this.#loadAhead();
-        this.#progress();
+    /** A slider that is dragged asks often: while the host answers, only the last volume waits. @param {number} volume from 0 to 100 */
+    async setVolume(volume) {
+        const waits = this.#volume !== null;
+        this.#volume = Math.round(Math.min(100, Math.max(0, volume)));
+        this.#emit('player');
+        if (waits) return;
+        for (let sent = -1; sent !== this.#volume; ) await this.#command('volume', (sent = this.#volume));
+        await this.refresh().catch(() => {});
+        this.#volume = null;
+        this.#emit('player');
     }
 
-    #empty() {
-        this.#settle();
-        this.#front.unload();
-        this.#back.unload();
+    /** @param {Repeat} repeat */
+    setRepeat(repeat) {
+        return this.#command('repeat', repeat);
     }
 
-    /** @param {Entry} entry */
-    #begin(entry) {
-        this.#settle();
-        this.#front.audio.pause();
-        if (!this.#front.holds(entry.id) && this.#back.holds(entry.id)) this.#swap();
-        if (this.#front.holds(entry.id)) this.#front.rewind();
-        else this.#front.load(entry);
+    /** @param {boolean} on */
+    setShuffle(on) {
+        return this.#command('shuffle', on);
     }
 
-    /** Ends what belongs to the track before. */
-    #settle() {
-        clearTimeout(this.#handover);
-        clearTimeout(this.#retry);
-        this.#retries = 0;
-        if (this.#silence !== undefined) this.#hush();
+    /** @param {string | null} name @param {() => Promise<void>} [before] */
+    setOutput(name, before) {
+        return this.#command('output', name, before);
     }
 
-    #swap() {
-        [this.#front, this.#back] = [this.#back, this.#front];
+    /** Reads what the host's player does now. */
+    refresh() {
+        return this.#state.refresh();
     }
 
-    async #sound() {
-        const { audio, entry } = this.#front;
+    /** Where no output is chosen, this page becomes it. */
+    async findOutput() {
+        await this.refresh();
+        if (this.output === null) await this.takeOutput();
+    }
+
+    /**
+     * @param {string} name
+     * @param {unknown} [value]
+     * @param {() => Promise<void>} [before]
+     */
+    async #command(name, value = null, before = async () => {}) {
         try {
-            if (audio.paused) await audio.play();
+            await before();
+            await this.#session.set(`${playerPath}/${name}`, value);
         } catch (error) {
-            // Other errors reach the element, too.
-            if (/** @type {Error} */ (error).name !== 'NotAllowedError' || !entry) return;
-            this.#queue.pause();
-            this.dispatchEvent(new Trouble(entry, 'blocked'));
+            this.dispatchEvent(new Refused(error));
+            this.refresh().catch(() => {});
         }
     }
 
-    // From one track to the next
-
-    #loadAhead() {
-        const { following } = this.#queue;
-        if (this.#silence !== undefined) return;
-        if (!following) this.#back.unload();
-        else if (this.#back.entry?.id === following.id) return;
-        else if (this.#front.loaded || this.#front.remaining < loadedAhead) this.#back.load(following);
-        else this.#back.unload();
+    async #start() {
+        // A host whose player cannot be read says so when it is commanded.
+        await Promise.allSettled([this.#state.start(), this.#names.start()]);
     }
 
-    /** Wakes up shortly before the end of the track. */
-    #time() {
-        clearTimeout(this.#handover);
-        const { remaining, audio } = this.#front;
-        if (this.#queue.state !== 'playing' || audio.paused || !Number.isFinite(audio.duration)) return;
-        if (remaining < timedFrom) this.#handover = setTimeout(() => this.#nearEnd(), remaining - startingTime);
+    async #read() {
+        const [value] = await this.#session.data(playerPath, ['value']);
+        const cameAt = this.#clock();
+        const known = this.#outdated ? new Map() : this.#entries;
+        this.#outdated = false;
+        const entries = await this.#entriesOf(value, known);
+        const { state } = this.#value;
+        this.#value = value;
+        this.#cameAt = cameAt;
+        this.sought = null;
+        this.#entries = entries;
+        this.#emit('player');
+        this.#noteFailure(value, state);
     }
 
-    #nearEnd() {
-        // The clock of the sound and that of the timer differ: look again rather than cut the end off.
-        if (this.#front.remaining > startingTime + 4) this.#time();
-        else this.#handOver();
+    /** @param {PlayerValue} value @param {PlayState} before */
+    #noteFailure({ current, failed, state }, before) {
+        if (typeof failed === 'number') this.#failed.add(failed);
+        else if (current !== null) this.#failed.delete(current);
+        if (failed && state === 'stopped' && before === 'playing') this.#emit('givenUp');
     }
 
-    /** The waiting element begins while the other one sounds out. */
-    #handOver() {
-        const ended = this.#front;
-        const { following } = this.#queue;
-        if (!ended.entry || !following || !this.#back.holds(following.id) || !this.#back.ready) return;
-        this.#swap();
-        void this.#sound();
-        this.#silence = setTimeout(() => this.#hush(), tail);
-        this.#queue.ended(ended.entry.id);
+    async #readOutputs() {
+        const { rows } = await this.#session.rows(outputsPath, { roles: ['path'] });
+        this.outputs = rows.map(([path]) => nameOf(path));
+        this.#emit('outputs');
     }
 
-    /** The element that has handed over can load again. */
-    #hush() {
-        clearTimeout(this.#silence);
-        this.#silence = undefined;
-        this.#back.audio.pause();
-        this.#back.rewind();
-        this.#loadAhead();
+    /** The entries may have got their tags. */
+    #describeAnew() {
+        this.#outdated = true;
+        this.refresh().catch(() => {});
     }
 
-    /** @param {Deck} deck */
-    #ended(deck) {
-        if (deck !== this.#front) return;
-        this.#handOver();
-        // Without a successor that is ready, the queue's next entry is loaded now.
-        if (deck === this.#front && deck.entry) this.#queue.ended(deck.entry.id);
+    /** @param {PlayerValue} value @param {Map<number, Entry>} known */
+    async #entriesOf({ current, next }, known) {
+        const ids = [current, next].filter((id) => id !== null);
+        const entries = await Promise.all(ids.map((id) => known.get(id) ?? this.#ask(id)));
+        return new Map(entries.filter((entry) => entry !== null).map((entry) => [entry.id, entry]));
     }
 
-    // What the elements report
-
-    /** @param {Deck} deck */
-    #watch(deck) {
-        /** @param {string[]} types @param {() => void} react */
-        const on = (types, react) => types.forEach((type) => deck.audio.addEventListener(type, react));
-        on(['playing'], () => this.#heard(deck));
-        on(['ended'], () => this.#ended(deck));
-        on(['error'], () => void this.#failed(deck));
-        on(['pause'], () => this.#pausedFromOutside(deck));
-        on(['timeupdate', 'seeked', 'playing', 'durationchange'], () => deck === this.#front && this.#time());
-        on(['timeupdate', 'seeked', 'progress', 'canplay', 'waiting', 'durationchange'], () => {
-            if (deck !== this.#front) return;
-            this.#loadAhead();
-            this.#progress();
-        });
-    }
-
-    /** @param {Deck} deck */
-    #heard(deck) {
-        if (deck !== this.#front || !deck.entry) return;
-        this.#retries = 0;
-        this.#queue.started(deck.entry.id);
-        if (deck.entry.duration === 0 && deck.duration > 0) this.#queue.measured(deck.entry.id, deck.duration);
-    }
-
-    /** Headphones that are pulled out, or another program, pause the element itself. @param {Deck} deck */
-    #pausedFromOutside(deck) {
-        const { audio } = deck;
-        if (deck === this.#front && audio.paused && !audio.ended && !audio.error && deck.ready) this.#queue.pause();
-    }
-
-    /** @param {Deck} deck */
-    async #failed(deck) {
-        const { entry, audio } = deck;
-        if (deck !== this.#front || !entry || !audio.error) return;
-        const position = audio.currentTime * 1000;
-        const reason = await whyUnplayable(entry.uri);
-        if (deck !== this.#front || deck.entry !== entry || !audio.error) return;
-        if (reason === null) this.#retryLater(position);
-        // The host may have come back between the failure and the question.
-        else if (reason === 'format' && this.#retries++ === 0) this.#reload(position);
-        else this.#giveUp(entry, reason);
-    }
-
-    /** @param {Entry} entry @param {Reason} reason */
-    #giveUp(entry, reason) {
-        const { state } = this.#queue;
-        this.#queue.failed(entry.id);
-        const over = state === 'playing' && this.#queue.state === 'stopped' && this.#queue.current?.failed;
-        this.dispatchEvent(new Trouble(entry, over && this.#queue.entries.length > 1 ? 'givenUp' : reason));
-    }
-
-    /** @param {number} position in ms */
-    #retryLater(position) {
-        const delay = Math.min(longestRetry, firstRetry * 2 ** this.#retries++);
-        clearTimeout(this.#retry);
-        this.#retry = setTimeout(() => this.#reload(position), delay);
-    }
-
-    /** @param {number} [position] in ms */
-    #reload(position = this.position) {
-        const { entry, audio } = this.#front;
-        if (!entry || !audio.error) return;
-        clearTimeout(this.#retry);
-        this.#front.load(entry, position);
-        if (this.#queue.state === 'playing') void this.#sound();
-    }
-
-    #setVolume() {
-        // The ear hears loudness in powers: the square makes the slider's middle sound like half.
-        for (const { audio } of [this.#front, this.#back]) {
-            audio.volume = (this.#volume / 100) ** 2;
-            audio.muted = this.#muted;
+    /** @param {number} id @returns {Promise<Entry | null>} null if it has gone meanwhile */
+    async #ask(id) {
+        try {
+            return entryRows.toRow(await this.#session.data(entryPath(id), entryRows.roles));
+        } catch {
+            return null;
         }
-        this.#progress();
     }
 
-    #progress() {
-        this.dispatchEvent(new Event('progress'));
+    /** @param {number | null} id */
+    #entry(id) {
+        return id === null ? null : (this.#entries.get(id) ?? null);
     }
-}
 
-/**
- * Why an address gives no sound. Null if the host cannot be reached, is busy, or wants a sign-in: that passes.
- * @param {string} uri
- * @returns {Promise<Reason | null>}
- */
-async function whyUnplayable(uri) {
-    try {
-        const { ok, status } = await fetch(uri, { method: 'HEAD', cache: 'no-store' });
-        if (ok) return 'format';
-        return status === 401 || status === 429 || status >= 500 ? null : 'gone';
-    } catch {
-        return null;
-    }
-}
-
-function storedVolume() {
-    try {
-        const stored = localStorage.getItem(volumeKey);
-        return stored === null ? 100 : Math.min(100, Math.max(0, Number(stored) || 0));
-    } catch {
-        return 100;
-    }
-}
-
-/** @param {number} volume */
-function storeVolume(volume) {
-    try {
-        localStorage.setItem(volumeKey, String(volume));
-    } catch {
-        // A browser that stores nothing begins at full volume again.
+    /** @param {'player' | 'outputs' | 'givenUp'} type */
+    #emit(type) {
+        this.dispatchEvent(new Event(type));
     }
 }

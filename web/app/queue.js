@@ -1,342 +1,297 @@
 /**
- * The page's own queue. It can give way to a queue that the host keeps: what the page does with it is asynchronous
- * where a host would have to answer, by id, and observed by events alone.
+ * The queue that the host keeps, as this page shows it: entries live and as far as they are needed, and edits by id. A
+ * move shows at once, and is taken back if the host refuses it.
  *
- * Emits `entries` when entries come, go or move, `tags` when more is known of some, `player` when something else is
- * commanded to play, and `busy` when a search for playable files begins or ends.
+ * Events: `state` when the queue can be read or no longer; `rows` when more entries have arrived; `change` (a
+ * RowsChange) when entries came, left, moved or got their tags; `busy` when the host begins or ends to look for playable
+ * files.
  */
 
-import { QueueState } from './queuestate.js';
-import { TagReader } from './tags.js';
-import { findPlayable } from './walk.js';
+import { entryPath, entryRows, queuePath } from './entries.js';
+import { movedBehind } from './reorder.js';
+import { Rows, RowsChange } from './rows.js';
+import { ConnectionLost } from './session.js';
+import { uniqueText } from './unique.js';
 
-/** @typedef {import('./queuestate.js').Entry} Entry */
-/** @typedef {import('./queuestate.js').Source} Source */
+/** @typedef {import('./entries.js').Entry} Entry */
 /** @typedef {import('./session.js').Session} Session */
 /** @typedef {{ added: number, first: number, undo?: number }} Added */
 
-/** The tags of a longer queue are read as its entries come into view. */
-const mostTagsBehind = 2000;
+/**
+ * A move that the rows do not show yet.
+ * @typedef {object} Move
+ * @property {number[]} ids
+ * @property {number | 'head'} after
+ * @property {Promise<number>} version of the rows that show it
+ * @property {number} answered that version once it is known, else 0
+ */
+
+/** An edit that was under way when the connection broke is repeated if the connection is back within so many ms. */
+const repeatWithin = 30000;
 
 export class Queue extends EventTarget {
     #session;
-    #state;
-    #tags;
+    #rows;
 
-    /** @type {Set<number>} */
-    #untagged = new Set();
+    /** @type {Move[]} the oldest first */
+    #moves = [];
 
-    /** @type {Set<number>} */
-    #wanted = new Set();
+    /** What they do to the rows. @type {import('./reorder.js').Reorder[]} */
+    #reorders = [];
 
-    #searches = 0;
-    #plays = new AbortController();
-    #additions = new AbortController();
+    /** The entry at the eye and where it is shown. @type {{ path: string, index: number } | null} */
+    #eye = null;
 
-    /** @type {Promise<unknown>} */
-    #lastAddition = Promise.resolve();
+    #additions = 0;
 
-    /** @param {Session} session @param {{ random?: () => number }} [options] */
-    constructor(session, { random } = {}) {
+    /** @type {import('./rows.js').RowsState} */
+    #state = 'loading';
+
+    /** @param {Session} session */
+    constructor(session) {
         super();
         this.#session = session;
-        this.#state = new QueueState(random);
-        this.#tags = new TagReader(
-            session,
-            (size) => this.#batch(size),
-            (entries, tags) => this.#fill(entries, tags),
-        );
+        this.#rows = new Rows(session, queuePath, entryRows);
+        this.#rows.addEventListener('state', () => this.#enter(this.#rows.state));
+        this.#rows.addEventListener('rows', () => this.#arrived());
+        this.#rows.addEventListener('change', (event) => this.#replaced(/** @type {RowsChange} */ (event)));
     }
 
-    /** In the order shown. @returns {readonly Entry[]} */
-    get entries() {
-        return this.#state.entries;
-    }
-
-    /** What plays, or would if somebody pressed play. */
-    get current() {
-        return this.#state.entry(this.#state.current);
-    }
-
-    /** What follows the current entry by itself. */
-    get following() {
-        return this.#state.entry(this.#state.next);
+    start() {
+        return this.#rows.start();
     }
 
     get state() {
-        return this.#state.state;
+        return this.#state;
     }
 
-    /** Rises with each command to play the current entry from its beginning. */
-    get starts() {
-        return this.#state.starts;
+    /** Whether the host has no queue. */
+    get missing() {
+        return this.state === 'unreadable' || this.state === 'gone';
     }
 
-    get repeat() {
-        return this.#state.repeat;
+    get count() {
+        return this.#rows.total;
     }
 
-    get shuffle() {
-        return this.#state.shuffle;
+    /** Whether every entry has arrived. */
+    get complete() {
+        return this.#rows.complete;
     }
 
-    /** Whether playable files are being searched. */
+    /** Whether the host is looking for playable files. */
     get busy() {
-        return this.#searches > 0;
+        return this.#additions > 0;
     }
 
-    /** @param {number} id */
-    entry(id) {
-        return this.#state.entry(id);
+    /** @param {number} index @returns {Entry | undefined} undefined as long as the entry has not arrived */
+    at(index) {
+        return this.#rows.at(this.#reorders.reduceRight((at, reorder) => reorder.before(at), index));
     }
 
-    /** Index in the order shown, -1 without such an entry. @param {number} id */
-    place(id) {
-        return this.#state.place(id);
+    /** @param {number} id @returns {number | undefined} undefined if the entry has not arrived or does not exist */
+    indexOf(id) {
+        const index = this.#rows.indexOf(entryPath(id));
+        return index === undefined ? undefined : this.#shownAt(index);
+    }
+
+    /** The entries of a range that have arrived. @param {number} first @param {number} last @returns {Entry[]} */
+    known(first, last) {
+        const entries = [];
+        for (let index = first; index <= Math.min(last, this.count - 1); ++index) {
+            const entry = this.at(index);
+            if (entry) entries.push(entry);
+        }
+        return entries;
+    }
+
+    /** The index of an entry, wherever it is. @param {number} id @returns {Promise<number | undefined>} */
+    async find(id) {
+        const index = await this.#rows.find(entryPath(id));
+        return index === undefined ? undefined : this.#shownAt(index);
+    }
+
+    /** Fetches every entry. */
+    all() {
+        return this.#rows.all();
+    }
+
+    /** Says which entries are in view; `eye` is the one that stays where it is. @param {number} first @param {number} last @param {number} eye */
+    show(first, last, eye) {
+        const entry = eye < 0 ? undefined : this.at(eye);
+        this.#eye = entry ? { path: entry.path, index: eye } : null;
+        this.#rows.show(first, last, eye);
     }
 
     // Edits
 
-    /**
-     * Inserts files, and all below folders, behind the current entry and plays them.
-     * @param {readonly string[]} paths encoded
-     * @returns {Promise<Added | null>} null if something else was to be played meanwhile
-     */
-    async playNow(paths) {
-        const sources = await this.#findForPlaying(paths);
-        return sources && this.#edit(() => {
-            const ids = this.#insert(sources);
-            this.#state.play(ids[0]);
-            return { added: ids.length, first: ids[0] };
-        });
+    /** Inserts files, and all below folders, behind the current entry and plays them. @param {readonly string[]} paths */
+    playNow(paths) {
+        return this.#add('playNow', paths);
     }
 
-    /**
-     * Inserts files, and all below folders, behind the current entry.
-     * @param {readonly string[]} paths encoded
-     * @returns {Promise<Added | null>} null if the queue was cleared meanwhile
-     */
+    /** Inserts files, and all below folders, behind the current entry. @param {readonly string[]} paths */
     playNext(paths) {
-        return this.#add(paths, (sources) => this.#insert(sources));
+        return this.#add('playNext', paths);
     }
 
-    /**
-     * @param {readonly string[]} paths encoded
-     * @returns {Promise<Added | null>} null if the queue was cleared meanwhile
-     */
+    /** @param {readonly string[]} paths */
     addToQueue(paths) {
-        return this.#add(paths, (sources) => this.#noted(this.#state.append(sources)));
+        return this.#add('addToQueue', paths);
     }
 
-    /**
-     * Replaces all entries and plays the first of the new ones.
-     * @param {readonly string[]} paths encoded
-     * @returns {Promise<Added | null>} null if something else was to be played meanwhile
-     */
-    async replaceQueue(paths) {
-        const sources = await this.#findForPlaying(paths);
-        if (!sources) return null;
-        this.#additions.abort();
-        return this.#edit(() => {
-            const undo = this.#state.replace(sources);
-            this.#noted(this.entries.map((entry) => entry.id));
-            return { added: sources.length, first: this.entries[0].id, undo };
-        });
+    /** Replaces all entries and plays the first of the new ones. @param {readonly string[]} paths */
+    replaceQueue(paths) {
+        return this.#add('replaceQueue', paths);
     }
 
-    /** @param {Iterable<number>} ids @returns {Promise<number | null>} what `undo` takes; null if nothing was removed */
+    /** @param {readonly number[]} ids @returns {Promise<number>} what `undo` takes */
     async remove(ids) {
-        return this.#edit(() => this.#state.remove(ids));
+        return (await this.#edit('remove', ids)).undo;
     }
 
-    /** @returns {Promise<number | null>} what `undo` takes; null if nothing was removed */
+    /** @returns {Promise<number>} what `undo` takes */
     async clear() {
-        this.#plays.abort();
-        this.#additions.abort();
-        return this.#edit(() => this.#state.clear());
-    }
-
-    /** @param {Iterable<number>} ids @param {number | 'head'} after */
-    async move(ids, after) {
-        this.#edit(() => this.#state.move(ids, after));
+        return (await this.#edit('clear', null)).undo;
     }
 
     /** Brings back what an edit removed. @param {number} edit */
     async undo(edit) {
-        this.#edit(() => this.#state.undo(edit));
-    }
-
-    /** Reads the tags of these entries next. @param {readonly number[]} ids */
-    want(ids) {
-        this.#wanted = new Set(ids.filter((id) => this.#untagged.has(id)));
-        this.#tags.run();
-    }
-
-    // Commands
-
-    /** Plays an entry from its beginning; null goes on. @param {number | null} [id] */
-    play(id = null) {
-        this.#command(() => this.#state.play(id));
-    }
-
-    pause() {
-        this.#command(() => this.#state.pause());
-    }
-
-    stop() {
-        this.#command(() => this.#state.stop());
-    }
-
-    next() {
-        this.#command(() => this.#state.skip());
-    }
-
-    previous() {
-        this.#command(() => this.#state.previous());
-    }
-
-    /** @param {import('./queuestate.js').Repeat} repeat */
-    setRepeat(repeat) {
-        this.#command(() => (this.#state.repeat = repeat));
-    }
-
-    /** @param {boolean} on */
-    setShuffle(on) {
-        this.#command(() => this.#state.setShuffle(on));
-    }
-
-    // Reports of the loudspeaker
-
-    /** An entry is heard. @param {number} id */
-    started(id) {
-        const failed = this.entry(id)?.failed;
-        this.#state.started(id);
-        if (failed) this.#emit('tags');
-    }
-
-    /** The current entry has ended, and the loudspeaker goes on with the following one. @param {number} id */
-    ended(id) {
-        this.#command(() => this.#state.ended(id));
-    }
-
-    /** An entry cannot be played. @param {number} id */
-    failed(id) {
-        this.#command(() => this.#state.failed(id));
-        this.#emit('tags');
-    }
-
-    /** The length of an entry, from who plays it. @param {number} id @param {number} duration in ms */
-    measured(id, duration) {
-        const entry = this.entry(id);
-        if (!entry || Math.round(entry.duration / 1000) === Math.round(duration / 1000)) return;
-        this.#state.update(new Map([[id, { duration }]]));
-        this.#emit('tags');
-    }
-
-    /** The last command to play wins. @param {readonly string[]} paths */
-    async #findForPlaying(paths) {
-        this.#plays.abort();
-        this.#plays = new AbortController();
-        return this.#find(paths, this.#plays.signal);
+        await this.#edit('undo', edit);
     }
 
     /**
-     * Additions take effect in the order of the commands.
-     * @param {readonly string[]} paths
-     * @param {(sources: Source[]) => number[]} insert
+     * Puts entries, in the order given, behind another one. Their neighbours count: the host refuses the move if somebody
+     * else has edited the queue since it was shown here.
+     * @param {readonly number[]} ids
+     * @param {number | 'head'} after
      */
-    #add(paths, insert) {
-        if (this.#additions.signal.aborted) this.#additions = new AbortController();
-        const added = this.#addBehind(this.#lastAddition, this.#find(paths, this.#additions.signal), insert);
-        this.#lastAddition = added.catch(() => {});
-        return added;
-    }
-
-    /**
-     * @param {Promise<unknown>} before
-     * @param {Promise<Source[] | null>} found
-     * @param {(sources: Source[]) => number[]} insert
-     * @returns {Promise<Added | null>}
-     */
-    async #addBehind(before, found, insert) {
-        const { signal } = this.#additions;
-        const sources = await found;
-        await before;
-        if (!sources || signal.aborted) return null;
-        return this.#edit(() => {
-            const ids = insert(sources);
-            return { added: ids.length, first: ids[0] };
-        });
-    }
-
-    /** @param {readonly string[]} paths @param {AbortSignal} signal @returns {Promise<Source[] | null>} null if aborted */
-    async #find(paths, signal) {
-        this.#search(1);
+    async move(ids, after) {
+        const shown = this.#moves.at(-1)?.version ?? Promise.resolve(this.#rows.version);
+        /** @type {Move} */
+        const move = { ids: [...ids], after, version: this.#moved(shown, ids, after), answered: 0 };
+        this.#moves.push(move);
+        this.#arrange();
         try {
-            const sources = await findPlayable(this.#session, paths, signal);
-            return signal.aborted ? null : sources;
+            move.answered = await move.version;
+            if (this.#rows.version >= move.answered) this.#forget(move);
         } catch (error) {
-            if (signal.aborted) return null;
+            this.#forget(move);
             throw error;
+        }
+    }
+
+    /**
+     * @param {Promise<number>} shown the version that the page shows
+     * @param {readonly number[]} ids
+     * @param {number | 'head'} after
+     * @returns {Promise<number>} the version with the move
+     */
+    async #moved(shown, ids, after) {
+        return (await this.#edit('move', { ids, after }, await shown)).version;
+    }
+
+    /** @param {Move} move */
+    #forget(move) {
+        this.#moves = this.#moves.filter((other) => other !== move);
+        this.#arrange();
+    }
+
+    /** Shows the moves that the rows do not have. */
+    #arrange() {
+        this.#reorder();
+        this.dispatchEvent(new RowsChange(0, new Set()));
+    }
+
+    #reorder() {
+        this.#reorders = [];
+        for (const { ids, after } of this.#moves) {
+            const moved = ids.map((id) => this.indexOf(id)).filter((index) => index !== undefined);
+            const anchor = after === 'head' ? -1 : this.indexOf(after);
+            // A move of entries that have not arrived waits for the host.
+            if (moved.length === ids.length && anchor !== undefined) this.#reorders.push(movedBehind(moved, anchor));
+        }
+    }
+
+    /** @param {number} index in the rows */
+    #shownAt(index) {
+        return this.#reorders.reduce((at, reorder) => reorder.after(at), index);
+    }
+
+    /** @param {import('./rows.js').RowsState} state */
+    #enter(state) {
+        if (state === this.#state) return;
+        this.#state = state;
+        this.dispatchEvent(new Event('state'));
+    }
+
+    #arrived() {
+        this.#reorder();
+        this.dispatchEvent(new Event('rows'));
+    }
+
+    /** @param {RowsChange} change */
+    #replaced(change) {
+        this.#moves = this.#moves.filter((move) => move.answered === 0 || move.answered > this.#rows.version);
+        this.#reorder();
+        const index = this.#eye ? this.#rows.indexOf(this.#eye.path) : undefined;
+        const moved = this.#eye && index !== undefined ? this.#shownAt(index) - this.#eye.index : change.moved;
+        this.dispatchEvent(new RowsChange(moved, change.fresh));
+    }
+
+    /**
+     * @param {string} service
+     * @param {readonly string[]} paths
+     * @returns {Promise<Added>}
+     */
+    async #add(service, paths) {
+        this.#count(1);
+        try {
+            return await this.#edit(service, paths);
         } finally {
-            this.#search(-1);
+            this.#count(-1);
         }
     }
 
     /** @param {1 | -1} change */
-    #search(change) {
-        this.#searches += change;
-        this.#emit('busy');
+    #count(change) {
+        this.#additions += change;
+        this.dispatchEvent(new Event('busy'));
     }
 
-    /** @param {Source[]} sources */
-    #insert(sources) {
-        return this.#noted(this.#state.insertNext(sources));
-    }
-
-    /** @param {number[]} ids */
-    #noted(ids) {
-        for (const id of ids) this.#untagged.add(id);
-        return ids;
-    }
-
-    /** @template T @param {() => T} edit @returns {T} */
-    #edit(edit) {
-        const result = edit();
-        this.#emit('entries');
-        this.#emit('player');
-        this.#tags.run();
-        return result;
-    }
-
-    /** @param {() => void} command */
-    #command(command) {
-        command();
-        this.#emit('player');
-        this.#tags.run();
-    }
-
-    /** The entries whose tags are read next. @param {number} size */
-    #batch(size) {
-        const few = this.#untagged.size <= mostTagsBehind;
-        const ids = [this.#state.current, this.#state.next, ...this.#wanted, ...(few ? this.#untagged : [])];
-        const untagged = [...new Set(ids)].filter((id) => id !== null && this.#untagged.has(id));
-        const entries = untagged.map((id) => this.#state.entry(id)).filter((entry) => entry !== null);
-        return entries.slice(0, size);
-    }
-
-    /** @param {Entry[]} entries @param {Map<string, import('./tags.js').Tags>} tags */
-    #fill(entries, tags) {
-        for (const { id } of entries) {
-            this.#untagged.delete(id);
-            this.#wanted.delete(id);
+    /**
+     * The host carries an operation out once, so that an edit whose answer was lost can be repeated.
+     * @param {string} service
+     * @param {unknown} value
+     * @param {number} [version] refuse the edit if somebody else has edited the queue since
+     */
+    async #edit(service, value, version) {
+        const edit = { value, operation: uniqueText(16), ...(version === undefined ? {} : { version }) };
+        const begunOnline = this.#session.state === 'online';
+        for (;;) {
+            try {
+                return await this.#session.set(queuePath + service, edit);
+            } catch (error) {
+                const lost = error instanceof ConnectionLost && begunOnline;
+                if (!lost || !(await this.#online())) throw error;
+            }
         }
-        this.#state.update(new Map(entries.map(({ id, path }) => [id, tags.get(path) ?? {}])));
-        this.#emit('tags');
     }
 
-    /** @param {'entries' | 'tags' | 'player' | 'busy'} type */
-    #emit(type) {
-        this.dispatchEvent(new Event(type));
+    /** Waits for the connection. @returns {Promise<boolean>} false if it takes too long */
+    async #online() {
+        const session = this.#session;
+        const stopped = new AbortController();
+        return new Promise((resolve) => {
+            const settle = () => {
+                stopped.abort();
+                clearTimeout(timer);
+                resolve(session.state === 'online');
+            };
+            const timer = setTimeout(settle, repeatWithin);
+            const changed = () => (session.state === 'online' || session.state === 'closed') && settle();
+            session.addEventListener('state', changed, { signal: stopped.signal });
+            changed();
+        });
     }
 }

@@ -1,26 +1,30 @@
 /** `<tavo-queue>`: the entries of the queue, to be played, moved and removed. */
 
+import { report } from './actions.js';
+import { makeCover } from './cover.js';
 import { element, setAttribute, setText } from './dom.js';
 import { Drag } from './drag.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
 import { icon } from './icons.js';
 import { clock, isolated, spokenDuration, text } from './language.js';
-import { makeCover } from './cover.js';
 import { RowList } from './rowlist.js';
 import { Selection } from './selection.js';
 import { Thumb } from './thumb.js';
 import { toast } from './toast.js';
 
 /** @typedef {import('./queue.js').Queue} Queue */
-/** @typedef {import('./queuestate.js').Entry} Entry */
+/** @typedef {import('./entries.js').Entry} Entry */
+/** @typedef {import('./player.js').Player} Player */
+/** @typedef {import('./rows.js').RowsChange} RowsChange */
 
 /** Covers wait for the list to stand still for so many ms. */
 const settledAfter = 120;
 
 /**
  * @typedef {object} EntryState
- * @property {Entry | undefined} entry
+ * @property {Entry | undefined} entry undefined as long as it has not arrived
  * @property {boolean} current
+ * @property {boolean} failed it could not be played
  * @property {boolean} selected
  * @property {boolean} focused
  * @property {boolean} dragged
@@ -58,9 +62,8 @@ class EntryView {
     }
 
     /** @param {EntryState} state */
-    draw({ entry, current, selected, focused, dragged, settled }) {
-        if (!entry) return;
-        const { title, artist, duration, failed } = entry;
+    draw({ entry, current, failed, selected, focused, dragged, settled }) {
+        const { title = '', artist = '', duration = 0, source = '' } = entry ?? {};
         setText(this.#title, title);
         setText(this.#artist, artist);
         setText(this.#time, duration > 0 ? clock(duration) : '');
@@ -69,9 +72,10 @@ class EntryView {
         setAttribute(this.#lead, 'aria-label', current ? text('playing') : failed ? text('notPlayed') : null);
         setAttribute(this.element, 'aria-selected', String(selected));
         setAttribute(this.element, 'aria-current', current && 'true');
-        if (settled) this.#cover.show(entry, 100);
-        else this.#cover.leave(entry);
+        if (settled) this.#cover.show(source, 100);
+        else this.#cover.leave(source);
         const { classList } = this.element;
+        classList.toggle('pending', !entry);
         classList.toggle('now', current);
         classList.toggle('failed', failed);
         classList.toggle('focused', focused);
@@ -81,6 +85,7 @@ class EntryView {
 
 export class TavoQueue extends HTMLElement {
     #queue;
+    #player;
 
     /** @type {Selection<number>} */
     #selection = new Selection();
@@ -88,9 +93,6 @@ export class TavoQueue extends HTMLElement {
     #selectingByTouch = false;
     #settled = true;
     #shownCurrent = 0;
-
-    /** The entry at the eye, which stays where it is when others come or go above. @type {Entry | undefined} */
-    #eye;
 
     #summary = element('span', { class: 'muted', dir: 'auto' });
     #clear = element('button', { type: 'button', class: 'round', 'aria-label': text('clearQueue'), title: text('clearQueue') }, icon('clear'));
@@ -102,13 +104,14 @@ export class TavoQueue extends HTMLElement {
     #thumb = new Thumb(this.#scroller, () => this.#nameAtEye());
     #drag;
 
-    /** @param {Queue} queue */
-    constructor(queue) {
+    /** @param {Queue} queue @param {Player} player */
+    constructor(queue, player) {
         super();
         this.#queue = queue;
+        this.#player = player;
         this.#drag = new Drag(this.#scroller, this.#grid, {
             begin: (target) => this.#beginDrag(target),
-            drop: (ids, gap) => this.#drop(ids, gap),
+            drop: (ids, gap) => void this.#drop(ids, gap),
             redraw: () => this.#list.redraw(),
             rowHeight: () => this.#list.rowHeight,
             count: () => this.#list.count,
@@ -121,24 +124,24 @@ export class TavoQueue extends HTMLElement {
         const head = element('h2', {}, text('queue'));
         this.append(element('div', { class: 'queue-head' }, head, this.#summary, this.#clear));
         this.append(this.#scroller, this.#thumb.element, this.#announcer);
-        this.#notice.append(icon('list'), element('b', {}, text('queueEmpty')), element('p', {}, text('queueHint')));
         setAttribute(this.#grid, 'aria-description', text('queueKeys'));
         this.#listen();
-        this.#drawEntries();
+        this.#drawState();
     }
 
     #listen() {
-        this.#list.onShow = (first, last) => this.#shown(first, last);
+        this.#list.onShow = (first, last, eye) => this.#shown(first, last, eye);
         this.#clear.addEventListener('click', () => void this.#removeAll());
         this.#grid.addEventListener('keydown', (event) => this.#onKey(event));
         this.#grid.addEventListener('click', (event) => this.#onClick(event));
         listenToKeys(this.#grid, this.#commands());
         listenToPointer(this.#grid, this.#commands());
         this.#settleAfterScrolling();
-        this.#queue.addEventListener('entries', () => this.#drawEntries());
-        this.#queue.addEventListener('tags', () => this.#drawTags());
+        this.#queue.addEventListener('state', () => this.#drawState());
+        this.#queue.addEventListener('rows', () => this.#list.redraw());
+        this.#queue.addEventListener('change', (event) => this.#change(/** @type {RowsChange} */ (event)));
         this.#queue.addEventListener('busy', () => this.#drawSummary());
-        this.#queue.addEventListener('player', () => this.#followCurrent());
+        this.#player.addEventListener('player', () => this.#followCurrent());
     }
 
     #settleAfterScrolling() {
@@ -155,67 +158,71 @@ export class TavoQueue extends HTMLElement {
 
     // Drawing
 
-    #drawEntries() {
-        const { entries } = this.#queue;
-        const eyeBefore = this.#list.firstInView;
-        this.#selection.keep((id) => this.#queue.place(id) >= 0);
-        this.#list.count = entries.length;
-        const eyeNow = this.#eye ? this.#queue.place(this.#eye.id) : -1;
-        if (this.#scroller.scrollTop > 0 && eyeNow >= 0) this.#list.moveBy(eyeNow - eyeBefore);
-        this.#grid.hidden = entries.length === 0;
-        this.#notice.hidden = entries.length > 0;
-        this.#clear.hidden = entries.length === 0;
+    #drawState() {
+        const { count, missing, state } = this.#queue;
+        this.#list.count = count;
+        this.#grid.hidden = count === 0;
+        this.#clear.hidden = count === 0;
+        this.#notice.hidden = count > 0 || state === 'loading';
+        const [head, hint] = missing ? [text('noQueue'), text('noQueueHint')] : [text('queueEmpty'), text('queueHint')];
+        this.#notice.replaceChildren(icon('list'), element('b', {}, head), element('p', {}, hint));
         this.#drawSummary();
         this.#list.draw();
     }
 
-    #drawTags() {
-        this.#drawSummary();
-        this.#list.redraw();
+    /** @param {RowsChange} change */
+    #change({ moved }) {
+        this.#list.count = this.#queue.count;
+        if (moved !== 0) this.#list.moveBy(moved);
+        this.#focusIndex = Math.max(0, this.#focusIndex + moved);
+        if (this.#queue.complete) this.#selection.keep((id) => this.#queue.indexOf(id) !== undefined);
+        this.#drawState();
     }
 
     #drawSummary() {
-        const { entries, busy } = this.#queue;
-        const count = text('tracksCount', { count: entries.length });
-        const known = entries.every((entry) => entry.duration > 0);
+        const { count, complete, busy } = this.#queue;
+        const tracks = text('tracksCount', { count });
+        const entries = complete ? this.#queue.known(0, count - 1) : [];
+        const known = entries.length > 0 && entries.every((entry) => entry.duration > 0);
         const duration = entries.reduce((sum, entry) => sum + entry.duration, 0);
-        const summary = known ? text('queueSummary', { tracks: count, duration: spokenDuration(duration) }) : count;
-        setText(this.#summary, busy ? text('searching') : entries.length > 0 ? summary : '');
+        const summary = known ? text('queueSummary', { tracks, duration: spokenDuration(duration) }) : tracks;
+        setText(this.#summary, busy ? text('searching') : count > 0 ? summary : '');
     }
 
     /** Keeps what plays in view as long as it is there. */
     #followCurrent() {
-        const id = this.#queue.current?.id ?? 0;
-        const before = this.#queue.place(this.#shownCurrent);
-        const wasInView = before >= 0 && this.#list.elementOf(before) !== undefined;
-        if (id !== this.#shownCurrent && wasInView && id !== 0) this.#list.reveal(this.#queue.place(id));
+        const id = this.#player.current?.id ?? 0;
+        const before = this.#queue.indexOf(this.#shownCurrent);
+        const now = this.#queue.indexOf(id);
+        const wasInView = before !== undefined && this.#list.elementOf(before) !== undefined;
+        if (id !== this.#shownCurrent && wasInView && now !== undefined) this.#list.reveal(now);
         this.#shownCurrent = id;
         this.#list.redraw();
     }
 
-    /** @param {number} first @param {number} last */
-    #shown(first, last) {
-        const entries = this.#queue.entries.slice(first, last + 1);
-        this.#eye = entries[0];
-        if (this.#settled) this.#queue.want(entries.map((entry) => entry.id));
+    /** @param {number} first @param {number} last @param {number} eye */
+    #shown(first, last, eye) {
+        if (this.#queue.state !== 'ready') return;
+        this.#queue.show(first, last, eye);
         this.#thumb.update();
         this.#drawActive();
     }
 
     #drawActive() {
         const { focus } = this.#selection;
-        const index = focus === null ? -1 : this.#queue.place(focus);
-        if (index >= 0) this.#focusIndex = index;
-        setAttribute(this.#grid, 'aria-activedescendant', index >= 0 && this.#list.elementOf(index)?.id);
+        const index = focus === null ? undefined : this.#queue.indexOf(focus);
+        if (index !== undefined) this.#focusIndex = index;
+        setAttribute(this.#grid, 'aria-activedescendant', index !== undefined && this.#list.elementOf(index)?.id);
     }
 
     /** @param {number} index @returns {EntryState} */
     #stateOf(index) {
-        const entry = this.#queue.entries[index];
+        const entry = this.#queue.at(index);
         const id = entry?.id ?? 0;
         return {
             entry,
-            current: id === this.#queue.current?.id,
+            current: id === this.#player.current?.id,
+            failed: this.#player.hasFailed(id),
             selected: this.#selection.has(id),
             focused: this.#selection.focus === id,
             dragged: this.#drag.ids.has(id),
@@ -224,8 +231,10 @@ export class TavoQueue extends HTMLElement {
     }
 
     #nameAtEye() {
-        const values = { index: this.#list.firstInView + 1, count: this.#list.count };
-        return this.#eye ? text('position', { name: this.#eye.title, ...values }) : text('index', values);
+        const index = this.#list.firstInView;
+        const entry = this.#queue.at(index);
+        const values = { index: index + 1, count: this.#list.count };
+        return entry ? text('position', { name: entry.title, ...values }) : text('index', values);
     }
 
     // Commands
@@ -234,11 +243,11 @@ export class TavoQueue extends HTMLElement {
     #commands() {
         return {
             indexAt: (target) => this.#list.indexAt(target),
-            select: (index) => this.#select(index, false),
+            select: (index) => this.#select(index),
             toggle: (index) => this.#toggle(index),
-            extend: (index) => this.#select(index, true),
-            selectAll: () => this.#selectAll(),
-            move: (step, extend) => this.#moveFocus(step, extend),
+            extend: (index) => void this.#extend(index),
+            selectAll: () => void this.#selectAll(),
+            move: (step, extend) => void this.#moveFocus(step, extend),
             activate: (index) => this.#play(index),
             activateFocus: () => this.#play(this.#focusIndex),
             toggleFocus: () => this.#toggle(this.#focusIndex),
@@ -267,7 +276,7 @@ export class TavoQueue extends HTMLElement {
     /** @param {MouseEvent} event */
     #onClick(event) {
         const removing = event.target instanceof Element && event.target.closest('.remove');
-        const entry = removing && this.#queue.entries[this.#list.indexAt(event.target)];
+        const entry = removing && this.#queue.at(this.#list.indexAt(event.target));
         if (!entry) return;
         event.stopImmediatePropagation();
         void this.#remove(this.#selection.concernedBy(entry.id));
@@ -279,34 +288,44 @@ export class TavoQueue extends HTMLElement {
         return size > 0 ? keys : focus === null ? [] : [focus];
     }
 
-    /** @param {number} index @param {boolean} extend */
-    #select(index, extend) {
-        const id = this.#queue.entries[index]?.id;
-        if (id === undefined) return;
-        if (extend) this.#selection.range(this.#idsUpTo(index), id);
-        else this.#selection.only(id);
+    /** @param {number} index */
+    #select(index) {
+        const entry = this.#queue.at(index);
+        if (!entry) return;
+        this.#selection.only(entry.id);
         this.#focus(index);
     }
 
-    /** From the anchor of the selection to an index. @param {number} index */
-    #idsUpTo(index) {
+    /** Selects from the anchor of the selection to an index. @param {number} index */
+    async #extend(index) {
         const { anchor } = this.#selection;
-        const from = anchor === null ? -1 : this.#queue.place(anchor);
-        const [first, last] = from < 0 ? [index, index] : from < index ? [from, index] : [index, from];
-        return this.#queue.entries.slice(first, last + 1).map((entry) => entry.id);
+        const from = anchor === null ? index : ((await this.#queue.find(anchor)) ?? index);
+        const [first, last] = from < index ? [from, index] : [index, from];
+        if (last - first > this.#list.rowsInView) await this.#queue.all();
+        const focus = this.#queue.at(index)?.id;
+        if (focus === undefined) return;
+        this.#selection.anchor ??= focus;
+        this.#selection.range(this.#idsOf(first, last), focus);
+        this.#focus(index);
     }
 
-    #selectAll() {
-        const ids = this.#queue.entries.map((entry) => entry.id);
+    async #selectAll() {
+        await this.#queue.all();
+        const ids = this.#idsOf(0, this.#queue.count - 1);
         if (ids.length > 0) this.#selection.range(ids, this.#selection.focus ?? ids[0]);
         this.#list.draw();
     }
 
+    /** @param {number} first @param {number} last */
+    #idsOf(first, last) {
+        return this.#queue.known(first, last).map((entry) => entry.id);
+    }
+
     /** @param {number} index */
     #toggle(index) {
-        const id = this.#queue.entries[index]?.id;
-        if (id === undefined) return;
-        this.#selection.toggle(id);
+        const entry = this.#queue.at(index);
+        if (!entry) return;
+        this.#selection.toggle(entry.id);
         this.#selectingByTouch &&= this.#selection.size > 0;
         this.#focus(index);
     }
@@ -336,41 +355,69 @@ export class TavoQueue extends HTMLElement {
      * @param {Parameters<import('./folderinput.js').FolderCommands['move']>[0]} step
      * @param {boolean} extend
      */
-    #moveFocus(step, extend) {
+    async #moveFocus(step, extend) {
         const last = this.#list.count - 1;
         const page = this.#list.rowsInView;
         const at = this.#selection.focus === null ? -1 : this.#focusIndex;
         const targets = { up: at - 1, down: at + 1, pageUp: at - page, pageDown: at + page, first: 0, last };
-        this.#select(Math.max(0, Math.min(last, targets[step])), extend);
+        const index = Math.max(0, Math.min(last, targets[step]));
+        this.#list.reveal(index);
+        this.#list.draw();
+        if (await this.#arrived(index)) return extend ? this.#extend(index) : this.#select(index);
+    }
+
+    /** Waits for a row in view. @param {number} index */
+    async #arrived(index) {
+        while (!this.#queue.at(index) && index < this.#queue.count) {
+            await new Promise((resolve) => this.#queue.addEventListener('rows', resolve, { once: true }));
+        }
+        return this.#queue.at(index) !== undefined;
     }
 
     /** @param {number} index */
     #play(index) {
-        const entry = this.#queue.entries[index];
-        if (entry) this.#queue.play(entry.id);
+        const entry = this.#queue.at(index);
+        if (entry) void this.#player.play(entry.id);
     }
 
     /** @param {number[]} ids */
     async #remove(ids) {
-        const at = ids.reduce((least, id) => Math.min(least, this.#queue.place(id)), Infinity);
-        this.#offerUndo(ids.length, await this.#queue.remove(ids));
+        if (ids.length === 0) return;
+        const heir = this.#heirOf(ids);
+        try {
+            this.#offerUndo(ids.length, await this.#queue.remove(ids));
+        } catch (error) {
+            return report(error);
+        }
         this.#selectingByTouch = false;
-        const heir = this.#queue.entries[Math.min(at, this.#list.count - 1)];
         this.#selection.clear();
-        this.#selection.focus = heir?.id ?? null;
+        this.#selection.focus = heir;
         this.#list.draw();
     }
 
+    /** The entry that takes the focus when others go: the one behind the first of them, at the end the one before. @param {number[]} ids */
+    #heirOf(ids) {
+        const gone = new Set(ids);
+        const first = Math.min(...ids.map((id) => this.#queue.indexOf(id) ?? Infinity));
+        let index = first;
+        while (index < this.#list.count && gone.has(this.#queue.at(index)?.id ?? 0)) ++index;
+        return this.#queue.at(index)?.id ?? this.#queue.at(first - 1)?.id ?? null;
+    }
+
     async #removeAll() {
-        const { length } = this.#queue.entries;
-        this.#offerUndo(length, await this.#queue.clear());
+        const { count } = this.#queue;
+        try {
+            this.#offerUndo(count, await this.#queue.clear());
+        } catch (error) {
+            report(error);
+        }
         this.#scroller.scrollTop = 0;
     }
 
-    /** @param {number} count @param {number | null} edit */
+    /** @param {number} count @param {number} edit */
     #offerUndo(count, edit) {
-        if (edit === null) return;
-        toast(text('removedCount', { count }), { label: text('undo'), run: () => void this.#queue.undo(edit) });
+        const run = () => void this.#queue.undo(edit).catch(report);
+        toast(text('removedCount', { count }), { label: text('undo'), run });
     }
 
     // Moving
@@ -379,21 +426,26 @@ export class TavoQueue extends HTMLElement {
     async #moveBy(step) {
         const ids = this.#inOrder(this.#concerned());
         if (ids.length === 0) return;
-        const { entries } = this.#queue;
-        const [first, last] = [this.#queue.place(ids[0]), this.#queue.place(ids[ids.length - 1])];
-        const gap = step < 0 ? Math.max(0, first + step) : Math.min(entries.length, last + 1 + step);
+        const [first, last] = [this.#indexOf(ids[0]), this.#indexOf(ids[ids.length - 1])];
+        const { count } = this.#queue;
+        const gap = step < 0 ? Math.max(0, first + step) : Math.min(count, last + 1 + step);
+        if (gap > 0 && !this.#queue.at(gap - 1)) await this.#queue.all();
         await this.#drop(ids, gap);
-        if (this.#selection.focus !== null) this.#focus(this.#queue.place(this.#selection.focus));
     }
 
     /** @param {Iterable<number>} ids */
     #inOrder(ids) {
-        return [...ids].sort((one, other) => this.#queue.place(one) - this.#queue.place(other));
+        return [...ids].sort((one, other) => this.#indexOf(one) - this.#indexOf(other));
+    }
+
+    /** @param {number} id */
+    #indexOf(id) {
+        return this.#queue.indexOf(id) ?? -1;
     }
 
     /** @param {EventTarget | null} target */
     #beginDrag(target) {
-        const entry = this.#queue.entries[this.#list.indexAt(target)];
+        const entry = this.#queue.at(this.#list.indexAt(target));
         if (!entry) return null;
         const ids = this.#inOrder(this.#selection.concernedBy(entry.id));
         return { ids, label: ids.length > 1 ? text('tracksCount', { count: ids.length }) : entry.title };
@@ -402,11 +454,20 @@ export class TavoQueue extends HTMLElement {
     /** Puts entries between the rows `gap - 1` and `gap`. @param {number[]} ids @param {number} gap */
     async #drop(ids, gap) {
         const moved = new Set(ids);
-        const anchor = this.#queue.entries.slice(0, gap).findLast((entry) => !moved.has(entry.id));
-        await this.#queue.move(ids, anchor?.id ?? 'head');
-        const entry = this.#queue.entry(ids[0]);
-        if (!entry) return;
-        const values = { index: this.#queue.place(entry.id) + 1, count: this.#list.count };
+        let before = gap - 1;
+        while (before >= 0 && moved.has(this.#queue.at(before)?.id ?? 0)) --before;
+        const moving = this.#queue.move(ids, this.#queue.at(before)?.id ?? 'head');
+        this.#announceMove(ids[0]);
+        if (this.#selection.focus !== null && moved.has(this.#selection.focus)) this.#focus(this.#indexOf(this.#selection.focus));
+        await moving.catch(report);
+    }
+
+    /** @param {number} id */
+    #announceMove(id) {
+        const index = this.#queue.indexOf(id);
+        const entry = index === undefined ? undefined : this.#queue.at(index);
+        if (index === undefined || !entry) return;
+        const values = { index: index + 1, count: this.#list.count };
         setText(this.#announcer, text('movedTo', { title: isolated(entry.title), ...values }));
     }
 }

@@ -20,19 +20,21 @@ after(async () => {
 
 const letters = ['a', 'b', 'c', 'd', 'e'];
 
-/** The file names in the queue, without their endings. @param {Page} page */
+/** The file names in the queue as the page shows it. @param {Page} page */
 function order(page) {
     return page.evaluate(() => {
-        const { entries } = /** @type {any} */ (globalThis).queue;
-        return entries.map((/** @type {any} */ entry) => decodeURIComponent(entry.path.slice('/file/'.length))).join('');
+        const { queue } = /** @type {any} */ (globalThis);
+        return queue.known(0, queue.count - 1).map((/** @type {any} */ entry) => entry.source.slice('/file/'.length)).join('');
     });
 }
 
-/** @param {Page} page @param {string} wanted */
+/** Waits until the host and the page have the files in this order. @param {Page} page @param {string} wanted */
 function ordered(page, wanted) {
     return page.waitForFunction((text) => {
-        const { entries } = /** @type {any} */ (globalThis).queue;
-        return entries.map((/** @type {any} */ entry) => entry.path.slice('/file/'.length)).join('') === text;
+        const { queue, playlist } = /** @type {any} */ (globalThis);
+        const shown = queue.known(0, queue.count - 1).map((/** @type {any} */ entry) => entry.source);
+        const kept = playlist.rows.map((/** @type {any} */ { value }) => value);
+        return [shown, kept].every((paths) => paths.map((/** @type {string} */ path) => path.slice('/file/'.length)).join('') === text);
     }, wanted);
 }
 
@@ -51,8 +53,8 @@ async function middleOf(page, index, part = '.name') {
 /** @param {Page} page @param {number} count */
 function fill(page, count) {
     return page.evaluate(async (files) => {
-        const { queue, session } = /** @type {any} */ (globalThis);
-        session.root.Many = Object.fromEntries(Array.from({ length: files }, (_, index) => [`${index}.wav`, '']));
+        const { queue, playlist } = /** @type {any} */ (globalThis);
+        playlist.filesAt = () => Array.from({ length: files }, (_, index) => `/file/${index}.wav`);
         await queue.addToQueue(['/file/Many']);
     }, count);
 }
@@ -200,7 +202,7 @@ test('the list scrolls while an entry is dragged at its edge', async () => {
     await page.mouse.move(from.x, box.y + box.height - 4, { steps: 4 });
     await row(page, 60).waitFor();
     await page.mouse.up();
-    await page.waitForFunction(() => /** @type {any} */ (globalThis).queue.place(1) > 30);
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).playlist.rows.findIndex((/** @type {any} */ entry) => entry.path === '/playlist/queue/1') > 30);
 });
 
 test('a finger drags an entry at its grip', async () => {
@@ -221,7 +223,7 @@ test('a finger drags an entry at its grip', async () => {
 test('a tap plays', async () => {
     const { page } = await openPlayer(server, letters, { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true });
     await row(page, 2).locator('.name').tap();
-    await page.waitForFunction(() => /** @type {any} */ (globalThis).queue.starts > 0);
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).playlist.reports.some((/** @type {any} */ report) => report.id === 3));
 });
 
 test('rows at the eye stay where they are when entries above go', async () => {
@@ -250,15 +252,53 @@ test('names are text, whatever they contain', async () => {
 test('what is being searched is said', async () => {
     const { page } = await openPlayer(server, letters);
     await page.evaluate(() => {
-        const { queue, session } = /** @type {any} */ (globalThis);
-        session.before = () => new Promise((resolve) => Object.assign(globalThis, { release: resolve }));
+        const { host, queue } = /** @type {any} */ (globalThis);
+        host.before = () => new Promise((resolve) => Object.assign(globalThis, { release: resolve }));
         void queue.addToQueue(['/file/a']);
     });
     await page.getByText('Looking for tracks').waitFor();
     await page.evaluate(() => {
-        const { session, release } = /** @type {any} */ (globalThis);
-        session.before = () => {};
+        const { host, release } = /** @type {any} */ (globalThis);
+        host.before = () => {};
         release();
     });
     await page.getByText('6 tracks').waitFor();
+});
+
+test('a move that the host refuses is taken back and said', async () => {
+    const { page } = await openPlayer(server, letters);
+    await page.evaluate(() => {
+        const { host } = /** @type {any} */ (globalThis);
+        const held = new Promise((resolve) => Object.assign(globalThis, { release: resolve }));
+        host.before = (/** @type {any} */ request) => request.params.path === '/playlist/move' && held;
+    });
+    await row(page, 1).click();
+    await list(page).press('Alt+End');
+    await page.locator('#queue-row-4.focused').waitFor();
+    assert.equal(await order(page), 'acdeb');
+    await page.evaluate(() => {
+        const { host, release } = /** @type {any} */ (globalThis);
+        host.services.get('/playlist/remove')([5]);
+        release();
+    });
+    await page.locator('.toast', { hasText: 'Somebody else has changed the queue' }).waitFor();
+    await ordered(page, 'abcd');
+    await page.locator('#queue-row-1.focused').waitFor();
+});
+
+test('what could not be played is marked', async () => {
+    const { page } = await openPlayer(server, ['broken.wav', '440 Hz 60000 ms.wav']);
+    await row(page, 0).dblclick();
+    await page.locator('#queue-row-0.failed').waitFor();
+    await page.locator('#queue-row-0 [aria-label="Could not be played"]').waitFor();
+});
+
+test('a host without a queue says so, once', async () => {
+    const { page } = await openPlayer(server, []);
+    await page.evaluate(() => {
+        const { host } = /** @type {any} */ (globalThis);
+        host.remove('/playlist/');
+    });
+    await page.getByText('This server keeps no queue').waitFor();
+    assert.equal(await page.getByText('This server keeps no queue').count(), 1);
 });

@@ -1,3 +1,8 @@
+import { webcrypto } from 'node:crypto';
+
+// Browsers have it, and Node.js from version 19.
+globalThis.crypto ??= /** @type {any} */ (webcrypto);
+
 /**
  * Resolves with the first event of a type that satisfies a condition; at once if nothing but the condition is needed.
  * @param {EventTarget} target

@@ -1,6 +1,7 @@
 /** A host in memory that speaks the session protocol, for tests of what a real one does only by chance. */
 
-/** @typedef {{ path: string, title?: string, type?: string, containerPlayable?: boolean, timestamp?: number }} FakeRow */
+/** @typedef {{ path: string, title?: string, type?: string, containerPlayable?: boolean, timestamp?: number, value?: any }} FakeRow */
+/** @typedef {{ covers: (path: string) => boolean, opened: (path: string) => void, closed: (path: string) => void }} Presence */
 /** @typedef {{ id?: number, method: string, params: any }} Request */
 /** @typedef {(text: string) => void} Send */
 
@@ -31,6 +32,9 @@ export class FakeHost {
     valuesAtATime = 100000;
     /** The most characters in an answer. */
     textAtATime = Infinity;
+    /** What happens when paths that are no directories are opened and closed. @type {Presence | null} */
+    presence = null;
+    /** @type {any[]} */
     roots = [root('/file', 'Music')];
 
     #nextVersion = 1;
@@ -52,13 +56,13 @@ export class FakeHost {
      */
     change(path, names) {
         this.addDirectory(path, names);
-        this.#notify(path, ['reset']);
+        this.notify(path, ['reset']);
     }
 
     /** @param {string} path */
     remove(path) {
         this.directories.delete(path);
-        this.#notify(path, ['close']);
+        this.notify(path, ['close']);
     }
 
     /**
@@ -78,7 +82,9 @@ export class FakeHost {
 
     /** @param {Send} send */
     removeClient(send) {
+        const open = this.#clients.get(send) ?? [];
         this.#clients.delete(send);
+        for (const path of open) if (this.presence?.covers(path)) this.presence.closed(path);
     }
 
     /**
@@ -113,16 +119,23 @@ export class FakeHost {
             case 'data':
                 return this.#data(params);
             case 'open':
-                this.#directory(params.path);
+                this.#open(params.path);
                 this.#clients.get(send)?.add(params.path);
                 return true;
             case 'close':
+                if (this.presence?.covers(params.path)) this.presence.closed(params.path);
                 return this.#clients.get(send)?.delete(params.path);
             case 'menu':
                 return menuOf(params.path);
             default:
                 return this.services.get(params.path)?.(params.value) ?? null;
         }
+    }
+
+    /** @param {string} path */
+    #open(path) {
+        if (this.presence?.covers(path)) this.presence.opened(path);
+        else this.#directory(path);
     }
 
     /** @param {{ path: string, first?: number, last?: number, version?: number, roles: string[] }} params */
@@ -155,9 +168,10 @@ export class FakeHost {
     /**
      * @param {string} path
      * @param {string[]} changes
+     * @param {number} [version]
      */
-    #notify(path, changes) {
-        const params = { path, changes, version: this.#nextVersion };
+    notify(path, changes, version = this.#nextVersion) {
+        const params = { path, changes, version };
         for (const [send, open] of this.#clients) {
             if (open.has(path)) send(JSON.stringify({ jsonrpc: '2.0', method: 'rowsChanged', params }));
             if (changes.includes('close')) open.delete(path);

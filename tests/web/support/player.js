@@ -1,15 +1,25 @@
-/** The player and the queue over a tree in memory, for tests. */
+/** The player and the queue of a host in memory, for tests. */
 
+import { Player } from '../../../web/app/player.js';
 import { Queue } from '../../../web/app/queue.js';
 import { TavoPlayer } from '../../../web/app/playerview.js';
 import { TavoQueue } from '../../../web/app/queueview.js';
-import { TreeSession } from './tree_session.js';
+import { Session } from '../../../web/app/session.js';
+import { FakeHost, FakeNetwork } from './fake_host.js';
+import { FakePlaylist } from './fake_playlist.js';
 
 customElements.define('tavo-queue', TavoQueue);
 customElements.define('tavo-player', TavoPlayer);
 
-const session = new TreeSession({});
-const queue = new Queue(/** @type {any} */ (session));
-document.querySelector('main')?.append(new TavoQueue(queue));
-document.body.append(new TavoPlayer(queue));
-Object.assign(window, { session, queue });
+const host = new FakeHost();
+host.addDirectory('/', []);
+const playlist = new FakePlaylist(host);
+const network = new FakeNetwork(host);
+const session = new Session({ connect: network.connect });
+const queue = new Queue(session);
+const player = new Player(session, queue);
+document.querySelector('main')?.append(new TavoQueue(queue, player));
+document.body.append(new TavoPlayer(session, queue, player));
+session.start();
+await queue.start();
+Object.assign(window, { host, playlist, network, session, queue, player });

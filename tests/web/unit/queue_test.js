@@ -1,218 +1,261 @@
 import assert from 'node:assert/strict';
-import { test } from 'node:test';
+import { beforeEach, test } from 'node:test';
 
 import { Queue } from '../../../web/app/queue.js';
-import { TreeSession } from '../support/tree_session.js';
+import { Session } from '../../../web/app/session.js';
+import { ManualTimer, next } from '../support/events.js';
+import { FakeHost, FakeNetwork } from '../support/fake_host.js';
+import { FakePlaylist } from '../support/fake_playlist.js';
 
-const tree = {
-    Albums: {
-        Blue: { '01.opus': 'Ann', '02.opus': 'Ann' },
-        Red: { 'cover.jpg': '', '03.opus': 'Bo', 'all.m3u': '' },
-        '04.opus': 'Cy',
-    },
-    Empty: {},
-    Locked: null,
-    '05.opus': 'Di',
-};
+/** @type {FakeHost} */
+let host;
+/** @type {FakePlaylist} */
+let playlist;
+/** @type {FakeNetwork} */
+let network;
+/** @type {ManualTimer} */
+let timer;
+/** @type {Session} */
+let session;
+/** @type {Queue} */
+let queue;
 
-/** @param {import('../support/tree_session.js').Folder} [root] */
-function setUp(root = tree) {
-    const session = new TreeSession(root);
-    return { session, queue: new Queue(/** @type {any} */ (session)) };
-}
-
-/** @param {Queue} queue */
-function paths(queue) {
-    return queue.entries.map((entry) => entry.path);
-}
-
-/** @param {EventTarget} target @param {string} type @param {() => boolean} holds */
-async function until(target, type, holds) {
-    while (!holds()) await new Promise((resolve) => target.addEventListener(type, resolve, { once: true }));
-}
-
-test('a folder gives its playable files, depth first, in the order of its rows', async () => {
-    const { queue } = setUp();
-    await queue.addToQueue(['/file/05.opus', '/file/Albums']);
-    assert.deepEqual(paths(queue), [
-        '/file/05.opus',
-        '/file/Albums/Blue/01.opus',
-        '/file/Albums/Blue/02.opus',
-        '/file/Albums/Red/03.opus',
-        '/file/Albums/04.opus',
-    ]);
+beforeEach(() => {
+    host = new FakeHost();
+    host.addDirectory('/', []);
+    playlist = new FakePlaylist(host);
+    ({ network, timer, session, queue } = newClient());
 });
 
-test('a folder below that cannot be read is skipped, one that was asked for is an error', async () => {
-    const { queue } = setUp();
-    await queue.addToQueue(['/file/']);
-    assert.equal(queue.entries.length, 5);
-    await assert.rejects(queue.addToQueue(['/file/Locked']), { data: { name: 'error' } });
-    await assert.rejects(queue.addToQueue(['/file/Nowhere']), { data: { name: 'invalidPath' } });
+/** A page of its own with the queue of the host. */
+function newClient() {
+    const client = { network: new FakeNetwork(host), timer: new ManualTimer() };
+    const made = new Session({ connect: client.network.connect, timer: client.timer });
+    made.start();
+    return { ...client, session: made, queue: new Queue(made) };
+}
+
+/** A queue with a letter for each entry. @param {string} letters */
+async function start(letters) {
+    host.services.get('/playlist/addToQueue')?.([...letters].map((letter) => `/file/${letter}`));
+    await queue.start();
+}
+
+/** @param {Queue} [shown] */
+function order(shown = queue) {
+    const entries = shown.known(0, shown.count - 1);
+    return entries.map(({ source }) => source.slice('/file/'.length)).join('');
+}
+
+/** @param {string} wanted @param {Queue} [shown] */
+async function ordered(wanted, shown = queue) {
+    while (order(shown) !== wanted) await next(shown, 'change');
+}
+
+/** Holds the answers to a service back until the function is called. @param {string} service */
+function hold(service) {
+    /** @type {() => void} */
+    let release = () => {};
+    const released = new Promise((resolve) => (release = () => resolve(null)));
+    host.before = async ({ method, params }) => {
+        if (method === 'set' && params.path === `/playlist/${service}`) await released;
+    };
+    return release;
+}
+
+/** @param {string} name */
+function isNamed(name) {
+    return (/** @type {any} */ error) => error.data.name === name;
+}
+
+test('entries have what their rows say', async () => {
+    await start('a');
+    const { id, title, artist, album, duration, source, uri } = queue.at(0) ?? {};
+    assert.deepEqual([id, title, artist, album], [1, 'Title of a', 'Ann', 'Blue']);
+    assert.deepEqual([duration, source, uri], [1500, '/file/a', 'media/file/a']);
+});
+
+test('an entry without tags has the name of its row, and its bytes are beside the page', async () => {
+    host.services.get('/playlist/addToQueue')?.(['/file/a%20b']);
+    playlist.describe((row) => Object.assign(row, { title: 'a b', mediaData: null }));
+    await queue.start();
+    const { title, artist, duration, uri } = queue.at(0) ?? {};
+    assert.deepEqual([title, artist, duration, uri], ['a b', '', 0, 'media/file/a%20b']);
+});
+
+test('only the entries in view are fetched', async () => {
+    playlist.filesAt = () => Array.from({ length: 5000 }, (_, index) => `/file/${index}`);
+    await start('x');
+    assert.equal(queue.count, 5000);
+    assert.equal(queue.at(4000), undefined);
+    queue.show(4000, 4020, 4000);
+    while (!queue.at(4000)) await next(queue, 'rows');
+    assert.equal(queue.at(4000)?.id, 4001);
+    assert.equal(queue.at(2000), undefined);
+    assert.equal(await queue.find(2001), 2000);
+});
+
+test('edits change the queue of every page', async () => {
+    await start('abc');
+    const other = newClient().queue;
+    await other.start();
+    await queue.playNext(['/file/d']);
+    await ordered('dabc');
+    await ordered('dabc', other);
+    const undo = await queue.remove([2, 3]);
+    await ordered('da', other);
+    await queue.undo(undo);
+    await ordered('abcd', other);
+    await queue.clear();
+    await ordered('', other);
+});
+
+test('adding answers what was added', async () => {
+    await start('a');
+    const added = await queue.addToQueue(['/file/b', '/file/c']);
+    assert.deepEqual([added.added, added.first], [2, 2]);
+    assert.equal(typeof (await queue.replaceQueue(['/file/d'])).undo, 'number');
+});
+
+test('what the host refuses is an error', async () => {
+    await start('a');
+    playlist.filesAt = () => [];
+    await assert.rejects(queue.playNow(['/file/x']), isNamed('noSuchItem'));
     assert.equal(queue.busy, false);
 });
 
-test('nothing playable is an error', async () => {
-    const { queue } = setUp();
-    await assert.rejects(queue.playNow(['/file/Empty', '/file/Albums/Red/all.m3u']), { name: 'noSuchItem' });
-    assert.equal(queue.state, 'stopped');
-});
-
-test('a folder that contains itself is entered 32 levels deep', async () => {
-    /** @type {import('../support/tree_session.js').Folder} */
-    const loop = { 'a.opus': '' };
-    loop.again = loop;
-    const { queue } = setUp({ loop });
-    await queue.addToQueue(['/file/loop']);
-    assert.equal(queue.entries.length, 32);
-});
-
-test('the pages of a large folder are of one version, which begins anew when it changes', async () => {
-    const { session, queue } = setUp({ Large: Object.fromEntries(Array.from({ length: 25 }, (_, n) => [`${n}x.opus`, ''])) });
-    session.pageSize = 10;
-    let changes = 2;
-    session.before = (request) => {
-        if (request === 'rows /file/Large 20' && changes-- > 0) session.change('/file/Large');
-    };
-    await queue.addToQueue(['/file/Large']);
-    assert.equal(new Set(paths(queue)).size, 25);
-    assert.equal(session.requests.filter((request) => request === 'rows /file/Large 0').length, 4);
-    assert.deepEqual(session.openPaths, []);
-});
-
-test('a small folder is not opened', async () => {
-    const { session, queue } = setUp();
-    await queue.addToQueue(['/file/Albums']);
-    assert.deepEqual(session.requests.filter((request) => request.startsWith('open')), []);
-});
-
-test('play now inserts behind the current entry and plays', async () => {
-    const { queue } = setUp();
-    await queue.addToQueue(['/file/Albums/Blue']);
-    queue.play();
-    const added = await queue.playNow(['/file/Albums/Red']);
-    assert.deepEqual(added, { added: 1, first: 3 });
-    assert.deepEqual([queue.place(3), queue.current?.id, queue.following?.id, queue.state], [1, 3, 2, 'playing']);
-});
-
-test('play next and add to queue leave what plays alone', async () => {
-    const { queue } = setUp();
-    await queue.playNow(['/file/05.opus']);
-    const { starts } = queue;
-    await queue.addToQueue(['/file/Albums/04.opus']);
-    await queue.playNext(['/file/Albums/Red']);
-    assert.deepEqual(paths(queue), ['/file/05.opus', '/file/Albums/Red/03.opus', '/file/Albums/04.opus']);
-    assert.equal(queue.starts, starts);
-});
-
-test('replacing can be taken back', async () => {
-    const { queue } = setUp();
-    await queue.playNow(['/file/05.opus']);
-    const replaced = await queue.replaceQueue(['/file/Albums/Blue']);
-    assert.equal(queue.current?.path, '/file/Albums/Blue/01.opus');
-    await queue.undo(Number(replaced?.undo));
-    assert.deepEqual(paths(queue), ['/file/05.opus']);
-});
-
-test('the last of two commands to play wins, however long the first one takes', async () => {
-    const { session, queue } = setUp();
-    /** @type {(value?: unknown) => void} */
-    let release = () => {};
-    const held = new Promise((resolve) => (release = resolve));
-    session.before = (request) => (request.startsWith('rows /file/Albums') ? held : null);
-    const first = queue.playNow(['/file/Albums']);
-    await queue.playNow(['/file/05.opus']);
-    release();
-    assert.equal(await first, null);
-    assert.deepEqual(paths(queue), ['/file/05.opus']);
-});
-
-test('additions keep the order of the commands, however long the first one takes', async () => {
-    const { session, queue } = setUp();
-    session.before = (request) => (request.startsWith('rows') ? new Promise((resolve) => setImmediate(resolve)) : null);
-    await Promise.all([queue.addToQueue(['/file/Albums/Blue']), queue.addToQueue(['/file/05.opus'])]);
-    assert.deepEqual(paths(queue), ['/file/Albums/Blue/01.opus', '/file/Albums/Blue/02.opus', '/file/05.opus']);
-});
-
-test('an addition that fails does not stop those behind it', async () => {
-    const { queue } = setUp();
-    const results = await Promise.allSettled([queue.addToQueue(['/file/Nowhere']), queue.addToQueue(['/file/05.opus'])]);
-    assert.deepEqual(results.map((result) => result.status), ['rejected', 'fulfilled']);
-    assert.equal(queue.entries.length, 1);
-});
-
-test('what is being added when the queue is cleared does not arrive', async () => {
-    const { queue } = setUp();
-    const adding = queue.addToQueue(['/file/Albums']);
+test('the queue is busy while the host looks for files', async () => {
+    await start('a');
+    const release = hold('addToQueue');
+    const adding = queue.addToQueue(['/file/b']);
     assert.equal(queue.busy, true);
-    await queue.clear();
-    assert.equal(await adding, null);
-    assert.equal(queue.entries.length, 0);
-    await queue.addToQueue(['/file/05.opus']);
-    assert.equal(queue.entries.length, 1);
+    release();
+    await adding;
+    assert.equal(queue.busy, false);
 });
 
-test('entries appear at once and get their tags behind', async () => {
-    const { queue } = setUp();
-    await queue.addToQueue(['/file/Albums/Blue']);
-    assert.deepEqual([queue.entries[0].title, queue.entries[0].duration], ['01.opus', 0]);
-    await until(queue, 'tags', () => queue.entries[1].duration > 0);
-    assert.deepEqual([queue.entries[0].title, queue.entries[0].artist, queue.entries[0].album], ['Title of 01.opus', 'Ann', '']);
+test('a move shows at once', async () => {
+    await start('abcd');
+    const release = hold('move');
+    const moving = queue.move([1], 3);
+    assert.equal(order(), 'bcad');
+    assert.equal(queue.indexOf(1), 2);
+    assert.equal(queue.indexOf(4), 3);
+    release();
+    await moving;
+    await ordered('bcad');
+    assert.deepEqual(playlist.rows.map((row) => row.value.at(-1)).join(''), 'bcad');
 });
 
-test('tags that are refused together are asked for one by one', async () => {
-    const { session, queue } = setUp();
-    session.before = (request) => {
-        if (/^set .* [2-9]/.test(request)) throw Object.assign(new Error('refused'), { code: -32000 });
-    };
-    await queue.addToQueue(['/file/Albums']);
-    await until(queue, 'tags', () => queue.entries.every((entry) => entry.duration > 0));
-});
-
-test('tags wait for a lost connection to come back', async () => {
-    const { session, queue } = setUp();
-    session.state = 'lost';
-    await queue.addToQueue(['/file/05.opus']);
-    assert.equal(session.requests.filter((request) => request.startsWith('set')).length, 0);
-    session.state = 'online';
-    session.dispatchEvent(new Event('state'));
-    await until(queue, 'tags', () => queue.entries[0].duration > 0);
-});
-
-test('the tags of a long queue are read for what plays and what is in view', async () => {
-    const { session, queue } = setUp({ Long: Object.fromEntries(Array.from({ length: 3000 }, (_, n) => [`${n}x.opus`, ''])) });
-    await queue.addToQueue(['/file/Long']);
-    queue.play(2000);
-    queue.want([2500, 2501]);
-    await until(queue, 'tags', () => queue.entries[2500].duration > 0);
-    await new Promise((resolve) => setImmediate(resolve));
-    const known = queue.entries.filter((entry) => entry.duration > 0).map((entry) => entry.id);
-    assert.deepEqual(known, [2000, 2001, 2500, 2501]);
-    assert.ok(session.requests.filter((request) => request.startsWith('set')).length <= 2);
-});
-
-test('events say what changed', async () => {
-    const { queue } = setUp();
+test('a move stays shown from its answer until the rows have it', async () => {
+    await start('abc');
     /** @type {string[]} */
-    const heard = [];
-    for (const type of ['entries', 'player', 'tags', 'busy']) queue.addEventListener(type, () => heard.push(type));
-    await queue.playNow(['/file/05.opus']);
-    assert.deepEqual(heard, ['busy', 'busy', 'entries', 'player']);
-    heard.length = 0;
-    queue.pause();
-    assert.deepEqual(heard, ['player']);
-    heard.length = 0;
-    queue.failed(1);
-    assert.deepEqual(heard, ['player', 'tags']);
-    heard.length = 0;
-    await queue.move([1], 'head');
-    await queue.remove([1]);
-    assert.deepEqual(heard, ['entries', 'player', 'entries', 'player']);
+    const shown = [];
+    queue.addEventListener('change', () => shown.push(order()));
+    await queue.move([3], 'head');
+    while (playlist.rows.map((row) => row.value).join() !== queue.known(0, 2).map(({ source }) => source).join()) await next(queue, 'change');
+    await new Promise((resolve) => setImmediate(resolve));
+    assert.deepEqual([...new Set(shown)], ['cab']);
 });
 
-test('the length that the loudspeaker finds is shown', async () => {
-    const { queue } = setUp();
-    await queue.addToQueue(['/file/05.opus']);
-    queue.measured(1, 61000);
-    assert.equal(queue.entry(1)?.duration, 61000);
+test('a second move builds on the first, before that is answered', async () => {
+    await start('abcd');
+    const release = hold('move');
+    const moves = [queue.move([1], 4), queue.move([2], 3)];
+    assert.equal(order(), 'cbda');
+    release();
+    await Promise.all(moves);
+    await ordered('cbda');
+});
+
+test('a move is taken back if somebody else has edited the queue', async () => {
+    await start('abcd');
+    const release = hold('move');
+    const moving = queue.move([1], 4);
+    assert.equal(order(), 'bcda');
+    host.services.get('/playlist/remove')?.([3]);
+    release();
+    await assert.rejects(moving, isNamed('conflict'));
+    await ordered('abd');
+});
+
+test('what is built on a move that is taken back is taken back, too', async () => {
+    await start('abcd');
+    const release = hold('move');
+    const moves = [queue.move([1], 4), queue.move([2], 'head')];
+    host.services.get('/playlist/remove')?.([3]);
+    release();
+    const outcomes = await Promise.allSettled(moves);
+    assert.deepEqual(outcomes.map(({ status }) => status), ['rejected', 'rejected']);
+    await ordered('abd');
+});
+
+test('tags that arrive do not stand in the way of a move', async () => {
+    await start('abc');
+    playlist.describe((row) => (row.title = 'Other'));
+    await queue.move([1], 3);
+    await ordered('bca');
+});
+
+test('a move of entries that have not arrived waits for the host', async () => {
+    playlist.filesAt = () => Array.from({ length: 3000 }, (_, index) => `/file/${index}`);
+    await start('x');
+    await queue.move([2500], 'head');
+    while (queue.at(0)?.id !== 2500) await next(queue, 'change');
+});
+
+test('the entry at the eye stays where it is when entries above it go', async () => {
+    await start('abcdefgh');
+    queue.show(4, 6, 4);
+    const changed = next(queue, 'change');
+    await queue.remove([1, 2]);
+    assert.equal((await changed).moved, -2);
+});
+
+test('the rows that a move brings do not move the entry at the eye again', async () => {
+    await start('abcdefgh');
+    const changes = [next(queue, 'change', ({ moved }) => moved !== 0)];
+    queue.show(4, 6, 4);
+    const moving = queue.move([8], 'head');
+    queue.show(4, 6, 4);
+    await moving;
+    await ordered('habcdefg');
+    assert.equal(await Promise.race([...changes, new Promise((resolve) => setTimeout(resolve, 20, 'still'))]), 'still');
+});
+
+test('an edit whose answer was lost is repeated, and carried out once', async () => {
+    await start('a');
+    host.before = async ({ method }) => {
+        if (method !== 'set') return;
+        host.before = async () => {};
+        // Carried out, but not answered.
+        network.up = false;
+        queueMicrotask(() => network.break());
+    };
+    const adding = queue.addToQueue(['/file/b']);
+    await next(session, 'state', () => session.state === 'lost');
+    network.up = true;
+    timer.fire();
+    assert.equal((await adding).added, 1);
+    await ordered('ab');
+    const [first, second] = host.asked('set').slice(-2);
+    assert.deepEqual(first, second);
+});
+
+test('an edit without a connection fails at once', async () => {
+    await start('a');
+    network.up = false;
+    network.break();
+    await next(session, 'state', () => session.state === 'lost');
+    await assert.rejects(queue.clear(), { name: 'ConnectionLost' });
+});
+
+test('a host without a queue is known', async () => {
+    host.directories.delete('/playlist/');
+    await queue.start();
+    assert.equal(queue.missing, true);
+    host.directories.set('/playlist/', { rows: [], version: 1 });
+    host.notify('/', ['reset']);
+    await next(queue, 'state', () => queue.state === 'ready');
+    assert.equal(queue.missing, false);
 });
