@@ -1,5 +1,6 @@
 import { Actions, report } from './actions.js';
 import { element, setAttribute, setText } from './dom.js';
+import { queuePath } from './entries.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
 import { FolderTags } from './foldertags.js';
 import { Hero } from './hero.js';
@@ -28,7 +29,7 @@ const freshFor = 1500;
 const mostSummarised = 200;
 const rowsAhead = 10;
 
-/** The folder in the address: crumbs, filter, head, and the live list of its entries. */
+/** The folder in the address: crumbs, filter, head, and the live list of its entries. Emits `queue` to show the queue. */
 export class TavoFolder extends HTMLElement {
     #session;
     #player;
@@ -506,7 +507,8 @@ export class TavoFolder extends HTMLElement {
         const row = this.#rows.at(index);
         if (!row) return;
         this.#selection.focus = row.path;
-        if (row.type === 'container') go(row.path);
+        if (row.path === queuePath) this.dispatchEvent(new Event('queue'));
+        else if (row.type === 'container') go(row.path);
         else if (row.type !== 'playlist') this.#actions.play([row.path]);
     }
 

@@ -36,11 +36,17 @@ function show(view) {
 }
 
 const heading = element('h1', { class: 'unseen' }, 'tavo');
-const areas = element('main', {}, heading, new TavoFolder(session, queue, player, firstRows), new TavoQueue(queue, player));
+const folder = new TavoFolder(session, queue, player, firstRows);
+const queueView = new TavoQueue(queue, player);
+const areas = element('main', {}, heading, folder, queueView);
 document.body.append(areas, bar, tabs, connectionBar(session));
 addSignInView(session);
 show('folder');
 bar.addEventListener('full', () => markTab(tabs, bar.full ? 'playing' : area));
+folder.addEventListener('queue', () => {
+    show('queue');
+    queueView.focus();
+});
 addEventListener('hashchange', () => show('folder'));
 queue.addEventListener('state', () => document.body.classList.toggle('without-queue', queue.missing));
 void queue.start();

@@ -39,7 +39,7 @@ export class OutputChoice {
             checked: name === this.#player.output,
             run: () => void this.#choose(name),
         }));
-        openMenu(text('outputs'), actions, { x: left, y: top - 44 * actions.length });
+        openMenu(text('outputs'), actions, { x: left, y: top - 40 * actions.length - 22 });
     }
 
     /** @param {string} name */

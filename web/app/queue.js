@@ -123,6 +123,16 @@ export class Queue extends EventTarget {
         this.#rows.show(first, last, eye);
     }
 
+    /** What the host offers for an entry: titles, paths of services or of a folder, and values. @param {number} id */
+    async menu(id) {
+        return (await this.#session.menu(entryPath(id), ['title', 'path', 'value'])).rows;
+    }
+
+    /** Asks a service that the menu of an entry names. @param {string} path @param {unknown} value */
+    ask(path, value) {
+        return this.#session.set(path, value);
+    }
+
     // Edits
 
     /** Inserts files, and all below folders, behind the current entry and plays them. @param {readonly string[]} paths */

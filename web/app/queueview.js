@@ -4,9 +4,13 @@ import { report } from './actions.js';
 import { makeCover } from './cover.js';
 import { element, setAttribute, setText } from './dom.js';
 import { Drag } from './drag.js';
+import { queuePath } from './entries.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
 import { icon } from './icons.js';
 import { clock, isolated, spokenDuration, text } from './language.js';
+import { openMenu } from './menu.js';
+import { go } from './place.js';
+import { playerPath } from './player.js';
 import { RowList } from './rowlist.js';
 import { Selection } from './selection.js';
 import { Thumb } from './thumb.js';
@@ -127,6 +131,11 @@ export class TavoQueue extends HTMLElement {
         setAttribute(this.#grid, 'aria-description', text('queueKeys'));
         this.#listen();
         this.#drawState();
+    }
+
+    /** Gives the list the focus. */
+    focus() {
+        this.#grid.focus({ preventScroll: true });
     }
 
     #listen() {
@@ -255,8 +264,8 @@ export class TavoQueue extends HTMLElement {
             escape: () => this.#escape(),
             typeAhead: () => {},
             typing: () => false,
-            openMenu: () => {},
-            openFocusMenu: () => {},
+            openMenu: (index, at) => void this.#openMenu(index, at),
+            openFocusMenu: () => this.#openFocusMenu(),
             press: (index) => this.#press(index),
             selecting: () => this.#selectingByTouch,
         };
@@ -378,6 +387,41 @@ export class TavoQueue extends HTMLElement {
     #play(index) {
         const entry = this.#queue.at(index);
         if (entry) void this.#player.play(entry.id);
+    }
+
+    /** @param {number} index @param {{ x: number, y: number }} at */
+    async #openMenu(index, at) {
+        const entry = this.#queue.at(index);
+        if (!entry) return;
+        if (!this.#selection.has(entry.id)) this.#select(index);
+        try {
+            const rows = await this.#queue.menu(entry.id);
+            const actions = rows.map(([title, path, value]) => this.#action(entry, title, path, value));
+            if (actions.length > 0) openMenu(text('menuFor', { name: isolated(entry.title) }), actions, at);
+        } catch (error) {
+            report(error);
+        }
+    }
+
+    /** @param {Entry} entry @param {string} title @param {string} path @param {unknown} value null for a folder */
+    #action(entry, title, path, value) {
+        const ids = this.#inOrder(this.#selection.concernedBy(entry.id));
+        if (value === null) return { label: text('showFolder'), run: () => go(path) };
+        if (path === `${playerPath}/play`) return { label: text('play'), run: () => void this.#player.play(entry.id) };
+        if (path === `${queuePath}move`) return { label: text('playNext'), run: () => void this.#playNext(ids) };
+        if (path === `${queuePath}remove`) return { label: text('remove'), run: () => void this.#remove(ids) };
+        return { label: title, run: () => void this.#queue.ask(path, value).catch(report) };
+    }
+
+    #openFocusMenu() {
+        const box = this.#list.elementOf(this.#focusIndex)?.getBoundingClientRect();
+        if (box) void this.#openMenu(this.#focusIndex, { x: box.left + 48, y: box.bottom });
+    }
+
+    /** @param {number[]} ids */
+    async #playNext(ids) {
+        const moved = ids.filter((id) => id !== this.#player.current?.id);
+        await this.#queue.move(moved, this.#player.current?.id ?? 'head').catch(report);
     }
 
     /** @param {number[]} ids */

@@ -286,6 +286,31 @@ test('a move that the host refuses is taken back and said', async () => {
     await page.locator('#queue-row-1.focused').waitFor();
 });
 
+test('the menu of an entry moves and removes what is selected', async () => {
+    const { page } = await openPlayer(server, letters);
+    await page.evaluate(() => {
+        const { host } = /** @type {any} */ (globalThis);
+        host.menuOf = () => [
+            ['Play', '/playlist/player/play', 3],
+            ['Play Next', '/playlist/move', { ids: [3], after: 'head' }],
+            ['Remove', '/playlist/remove', [3]],
+            ['Show Folder', '/file/Blue', null],
+        ];
+    });
+    await row(page, 2).click();
+    await row(page, 3).click({ modifiers: ['Control'] });
+    await row(page, 2).click({ button: 'right' });
+    await page.getByRole('menuitem', { name: 'Play next' }).click();
+    await ordered(page, 'cdabe');
+    await list(page).focus();
+    await list(page).press('Shift+F10');
+    await page.getByRole('menuitem', { name: 'Remove' }).click();
+    await ordered(page, 'abe');
+    await row(page, 0).click({ button: 'right' });
+    await page.getByRole('menuitem', { name: 'Show folder' }).click();
+    await page.waitForFunction(() => location.hash === '#/file/Blue');
+});
+
 test('what could not be played is marked', async () => {
     const { page } = await openPlayer(server, ['broken.wav', '440 Hz 60000 ms.wav']);
     await row(page, 0).dblclick();

@@ -32,6 +32,12 @@ export class FakeHost {
     valuesAtATime = 100000;
     /** The most characters in an answer. */
     textAtATime = Infinity;
+    /** The actions of an item's menu: title, path and value of each. @type {(path: string) => any[][]} */
+    menuOf = (path) => [
+        ['Play Now', '/playlist/playNow', path],
+        ['Add to Queue', '/playlist/addToQueue', path],
+        ['Rate', '/file/rate', path],
+    ];
     /** What happens when paths that are no directories are opened and closed. @type {Presence | null} */
     presence = null;
     /** @type {any[]} */
@@ -126,7 +132,7 @@ export class FakeHost {
                 if (this.presence?.covers(params.path)) this.presence.closed(params.path);
                 return this.#clients.get(send)?.delete(params.path);
             case 'menu':
-                return menuOf(params.path);
+                return menuWith(this.menuOf(params.path), params.roles);
             default:
                 return this.services.get(params.path)?.(params.value) ?? null;
         }
@@ -246,10 +252,9 @@ function rowOf(directory, name) {
     return { path, title: bare, type: container ? 'container' : 'audio', containerPlayable: container, timestamp: 1 };
 }
 
-/** @param {string} path */
-function menuOf(path) {
-    const actions = { 'Play Now': '/playlist/playNow', 'Add to Queue': '/playlist/addToQueue', 'Rate': '/file/rate' };
-    const rows = Object.entries(actions).map(([title, action]) => [title, action, path]);
+/** @param {any[][]} actions title, path and value of each @param {string[]} roles */
+function menuWith(actions, roles) {
+    const rows = actions.map(([title, path, value]) => roles.map((role) => /** @type {any} */ ({ title, path, value })[role] ?? null));
     return { count: rows.length, rows, title: 'File Context Menu', containerType: 100 };
 }
 

@@ -110,6 +110,8 @@ export default {
     removedCount: { one: '{count} Titel entfernt', other: '{count} Titel entfernt' },
     notPlayed: 'Ließ sich nicht abspielen',
     undo: 'Rückgängig',
+    remove: 'Entfernen',
+    showFolder: 'Ordner zeigen',
     removeEntry: '{title} entfernen',
     movedTo: '{title} ist jetzt {index} von {count}',
     keyPlay: 'Abspielen oder anhalten',

@@ -109,6 +109,8 @@ export default {
     removedCount: { one: 'Removed {count} track', other: 'Removed {count} tracks' },
     notPlayed: 'Could not be played',
     undo: 'Undo',
+    remove: 'Remove',
+    showFolder: 'Show folder',
     removeEntry: 'Remove {title}',
     movedTo: '{title} moved to {index} of {count}',
     keyPlay: 'Play or pause',
