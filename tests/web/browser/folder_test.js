@@ -3,6 +3,7 @@ import { after, before, describe, test } from 'node:test';
 
 import { accessibilityViolations, base, openPage, showsRows, startBrowser, stopBrowser } from '../support/browser.js';
 import { FakeHost } from '../support/fake_host.js';
+import { FakePlaylist } from '../support/fake_playlist.js';
 
 /** @typedef {import('playwright-core').Page} Page */
 
@@ -23,6 +24,7 @@ function house() {
     host.addDirectory('/file/Empty', []);
     host.addDirectory(many, manyNames(100000));
     host.services.set('/file/playList/prepareItems', (paths) => paths.map(itemOf));
+    void new FakePlaylist(host);
     return host;
 }
 
@@ -156,7 +158,8 @@ describe('rows', () => {
         await page.locator('.folder .row', { hasText: '000000.opus' }).waitFor();
         await page.keyboard.press('End');
         await page.locator('.folder .row.focused', { hasText: '099999.opus' }).waitFor();
-        const asked = host.asked('rows').reduce((sum, { first = 0, last }) => sum + last - first + 1, 0);
+        const ofFolder = host.asked('rows').filter(({ path }) => path === many);
+        const asked = ofFolder.reduce((sum, { first = 0, last }) => sum + last - first + 1, 0);
         assert(asked < 2000, `${asked} rows`);
         const prepared = host.asked('set').flatMap(({ value }) => value);
         assert(prepared.length < 200, `${prepared.length} tags`);
@@ -363,6 +366,19 @@ describe('the mouse', () => {
         assert(await page.locator('.folder .scroller').evaluate((scroller) => scroller.scrollTop) > 1000000);
     });
 
+    test('is there to be browsed where the host keeps no queue', async () => {
+        const host = house();
+        host.directories.delete('/playlist/');
+        const { page } = await openPage(host, { place: blue });
+        await showsRows(page, tagged);
+        await page.getByText('This server keeps no queue').waitFor();
+        assert.equal(await page.getByRole('button', { name: 'Add to queue' }).count(), 0);
+        assert.deepEqual(await accessibilityViolations(page), []);
+        await page.keyboard.press('ArrowDown');
+        await page.keyboard.press('Enter');
+        await page.locator('.toast', { hasText: 'This server keeps no queue' }).waitFor();
+    });
+
     test('adds the whole folder', async () => {
         const { page } = await openPage(house(), { place: blue });
         await page.getByRole('button', { name: 'Add to queue' }).click();
@@ -413,7 +429,7 @@ describe('states', () => {
         const host = house();
         /** @type {() => void} */
         let answer = () => {};
-        host.before = (request) => (request.method === 'rows' ? new Promise((resolve) => (answer = resolve)) : Promise.resolve());
+        host.before = ({ method, params }) => (method === 'rows' && params.path === blue ? new Promise((resolve) => (answer = resolve)) : Promise.resolve());
         const { page } = await openPage(host, { place: blue });
         await page.locator('.skeleton').waitFor();
         answer();

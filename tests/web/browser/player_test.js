@@ -169,6 +169,78 @@ test('a browser that allows no sound yet is said to wait', async () => {
     await page.locator('.player-bar').getByRole('button', { name: 'Play', exact: true }).waitFor();
 });
 
+test('a page offers itself after the first gesture, under the name of the browser', async () => {
+    const { page } = await openPlayer(server, [long]);
+    assert.deepEqual(await page.evaluate(() => /** @type {any} */ (globalThis).playlist.outputs), []);
+    await page.mouse.click(200, 400);
+    await page.waitForFunction(() => /^Chrome on Linux \w{4}$/.test(/** @type {any} */ (globalThis).playlist.outputs[0]));
+});
+
+test('a stream that breaks is loaded again at the place where it broke', async () => {
+    const { page } = await openPlayer(server, [tone(600000, 330)]);
+    await press(page, 'Play');
+    await plays(page, '330 Hz');
+    server.reachable = false;
+    await page.evaluate(() => void /** @type {any} */ (globalThis).player.seek(400000));
+    await page.waitForFunction(() => [...document.querySelectorAll('audio')].some((audio) => audio.error));
+    server.reachable = true;
+    await page.waitForFunction(() => [...document.querySelectorAll('audio')].some((audio) => !audio.paused && audio.currentTime > 400));
+    const reports = await page.evaluate(() => /** @type {any} */ (globalThis).playlist.reports);
+    assert.deepEqual(reports.filter((/** @type {any} */ { state }) => state === 'error'), []);
+});
+
+test('the host hears what is played, and where', async () => {
+    const { page } = await openPlayer(server, [tone(1500, 340), tone(60000, 350), 'missing.wav']);
+    await press(page, 'Play');
+    await plays(page, '350 Hz');
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).playlist.player.current === 2);
+    await press(page, 'Pause');
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).playlist.reports.at(-1).state === 'paused');
+    await press(page, 'Next track');
+    await press(page, 'Play');
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).playlist.reports.at(-1).state === 'error');
+    const reports = await page.evaluate(() => /** @type {any} */ (globalThis).playlist.reports);
+    const heard = reports.map((/** @type {any} */ { id, state }) => `${id} ${state}`);
+    assert.deepEqual([...new Set(heard)], ['1 playing', '2 playing', '2 paused', '3 error']);
+    assert.equal(reports.at(-1).error, 'gone');
+    assert.equal(Math.round(reports[0].duration), 1500);
+});
+
+test('the page falls silent where another output is chosen, and goes on where it is chosen again', async () => {
+    const { page } = await openPlayer(server, [long]);
+    await press(page, 'Play');
+    await plays(page, '60000 ms');
+    await page.evaluate(async () => {
+        const { host, player } = /** @type {any} */ (globalThis);
+        const send = () => {};
+        host.addClient(send);
+        await host.receive(send, JSON.stringify({ id: 1, method: 'open', params: { path: '/playlist/outputs/Kitchen' } }));
+        await player.seek(20000);
+    });
+    await page.locator('.player-bar .player-output').click();
+    await page.getByRole('menuitemradio', { name: 'This browser', checked: true }).waitFor();
+    assert.deepEqual(await accessibilityViolations(page), []);
+    await page.getByRole('menuitemradio', { name: 'Kitchen' }).click();
+    await page.waitForFunction(() => [...document.querySelectorAll('audio')].every((audio) => audio.paused));
+    await page.locator('.player-bar .player-output', { hasText: 'Kitchen' }).click();
+    await page.getByRole('menuitemradio', { name: 'This browser' }).click();
+    await page.waitForFunction(() => [...document.querySelectorAll('audio')].some((audio) => !audio.paused && audio.currentTime > 20));
+});
+
+test('a page that lost the connection can play again when it is back', async () => {
+    const { page } = await openPlayer(server, [long]);
+    await press(page, 'Play');
+    await plays(page, '60000 ms');
+    await page.evaluate(async () => {
+        const { player, network } = /** @type {any} */ (globalThis);
+        await player.seek(20000);
+        network.break();
+    });
+    await page.waitForFunction(() => [...document.querySelectorAll('audio')].every((audio) => audio.paused));
+    await press(page, 'Play');
+    await page.waitForFunction(() => [...document.querySelectorAll('audio')].some((audio) => !audio.paused && audio.currentTime > 20));
+});
+
 test('the slider seeks by mouse and keyboard, and shows what is loaded', async () => {
     const { page } = await openPlayer(server, [long]);
     await press(page, 'Play');

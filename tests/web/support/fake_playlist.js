@@ -28,7 +28,7 @@ export class FakePlaylist {
     reports = [];
 
     /** The files at and below a path. @type {(path: string) => string[]} */
-    filesAt = (path) => [path];
+    filesAt = (path) => this.#host.directories.get(path)?.rows.map((row) => row.path) ?? [path];
 
     /** The time of the host, in ms. */
     clock = () => Date.now();
