@@ -26,6 +26,9 @@ import { uniqueText } from './unique.js';
  * @property {number} answered that version once it is known, else 0
  */
 
+/** The host takes so many paths at a time. */
+const mostPaths = 1000;
+
 /** An edit that was under way when the connection broke is repeated if the connection is back within so many ms. */
 const repeatWithin = 30000;
 
@@ -257,10 +260,26 @@ export class Queue extends EventTarget {
     async #add(service, paths) {
         this.#count(1);
         try {
-            return await this.#edit(service, paths);
+            return await this.#addParts(service, paths);
         } finally {
             this.#count(-1);
         }
+    }
+
+    /**
+     * Behind the current entry the last part comes first, so that the first one ends up in front.
+     * @param {string} service
+     * @param {readonly string[]} paths
+     * @returns {Promise<Added>}
+     */
+    async #addParts(service, paths) {
+        const [first, ...others] = partsOf(paths);
+        const atTheEnd = service === 'addToQueue' || service === 'replaceQueue';
+        let added = 0;
+        if (!atTheEnd) for (const part of others.reverse()) added += (await this.#edit('playNext', part)).added;
+        const answer = await this.#edit(service, first);
+        if (atTheEnd) for (const part of others) added += (await this.#edit('addToQueue', part)).added;
+        return { ...answer, added: answer.added + added };
     }
 
     /** @param {1 | -1} change */
@@ -304,4 +323,11 @@ export class Queue extends EventTarget {
             changed();
         });
     }
+}
+
+/** @param {readonly string[]} paths */
+function partsOf(paths) {
+    const parts = [paths.slice(0, mostPaths)];
+    for (let from = mostPaths; from < paths.length; from += mostPaths) parts.push(paths.slice(from, from + mostPaths));
+    return parts;
 }

@@ -117,6 +117,17 @@ test('adding answers what was added', async () => {
     assert.equal(typeof (await queue.replaceQueue(['/file/d'])).undo, 'number');
 });
 
+for (const service of /** @type {const} */ (['playNow', 'playNext', 'addToQueue', 'replaceQueue'])) {
+    test(`more paths than the host takes at a time keep their order: ${service}`, async () => {
+        await start('a');
+        const paths = Array.from({ length: 2500 }, (_, index) => `/file/${index}`);
+        const { added } = await queue[service](paths);
+        assert.equal(added, 2500);
+        assert.deepEqual(playlist.rows.map(({ value }) => value).filter((value) => value !== '/file/a'), paths);
+        for (const { path, value } of host.asked('set')) assert(value.value.length <= 1000, `${value.value.length} to ${path}`);
+    });
+}
+
 test('what the host refuses is an error', async () => {
     await start('a');
     playlist.filesAt = () => [];
