@@ -14,10 +14,11 @@ const looks = {
     'page-phone': { viewport: { width: 390, height: 720 }, hasTouch: true, isMobile: true },
 };
 
-const tree = await temporaryTree();
-const host = await serve(tree);
 await startBrowser();
 for (const [name, options] of Object.entries(looks)) {
+    // All pages of a host have the same queue.
+    const tree = await temporaryTree();
+    const host = await serve(tree);
     const { page } = await newPage(options);
     await page.goto(host.address + place);
     await page.locator('.hero .cover img').waitFor();
@@ -27,7 +28,7 @@ for (const [name, options] of Object.entries(looks)) {
     await page.locator('.player-open img').waitFor();
     await page.waitForFunction(() => [...document.images].every((image) => image.complete));
     await page.screenshot({ path: join(folder, `${name}.png`) });
+    await host.stop();
+    await tree.remove();
 }
 await stopBrowser();
-await host.stop();
-await tree.remove();
