@@ -312,17 +312,16 @@ TEST_F(PlaylistServices, MoveAndRemoveById)
 TEST_F(PlaylistServices, AreAnsweredAfterTheWorkerHasReturned)
 {
     // Commands never run in the thread of the request.
-    std::atomic<bool> mayServe{false};
-    music.served = [&](const CMRequest& /*request*/) {
-        while (!mayServe)
+    const auto mayServe = std::make_shared<std::atomic<bool>>(false);
+    music.served = [mayServe](const CMRequest& /*request*/) {
+        while (!*mayServe)
             std::this_thread::yield();
     };
     const CMReply<QVariant> addition = send(QStringLiteral("addToQueue"), source("single"));
     set("player/volume", 50);
     EXPECT_FALSE(addition.isFinished());
-    mayServe = true;
+    *mayServe = true;
     EXPECT_TRUE(addition.waitForFinished(20'000));
-    music.served = {};
 }
 
 TEST_F(PlaylistServices, EndWithTheWorker)
