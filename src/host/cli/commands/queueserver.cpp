@@ -126,7 +126,7 @@ Result<CMPath> QueueServer::pathFrom(const QString& argument) const
 Result<QVariant> QueueServer::set(const QString& base, const QVariant& value, const char* missing) const
 {
     const CMPath path(m_queueId, base);
-    const Result<QVariant> answer = m_client.call(
+    Result<QVariant> answer = m_client.call(
         QStringLiteral("set"), {{QStringLiteral("path"), path.toEncoded()}, {QStringLiteral("value"), value}});
     if (!answer)
         return inWords(answer.failure(), missing);
