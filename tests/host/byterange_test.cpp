@@ -95,12 +95,30 @@ TEST(ByteRange, SeveralRangesAreTheWholeFile)
 
 TEST(ByteRange, MalformedRangeIsTheWholeFile)
 {
-    for (const char* header : {"",           "bytes",       "bytes=",      "bytes=-",
-                               "bytes=--1",  "bytes=5",     "bytes=2-1",   "bytes=999-0",
-                               "bytes=a-b",  "bytes=0x1-2", "bytes=1-2-3", "bytes=+1-2",
-                               "bytes=1 -2", "bytes=1- 2",  "bytes 0-1",   "bytes =0-1",
-                               "items=0-1",  "=0-1",        "bytes=1.0-2", "bytes=\xd9\xa1-2",
-                               "bytes=-5-"})
+    for (const char* header :
+         {"",
+          "bytes",
+          "bytes=",
+          "bytes=-",
+          "bytes=--1",
+          "bytes=5",
+          "bytes=2-1",
+          "bytes=999-0",
+          "bytes=a-b",
+          "bytes=0x1-2",
+          "bytes=1-2-3",
+          "bytes=+1-2",
+          "bytes=1 -2",
+          "bytes=1- 2",
+          "bytes 0-1",
+          "bytes =0-1",
+          "items=0-1",
+          "bytes\x1d"
+          "0-1=0-1",
+          "=0-1",
+          "bytes=1.0-2",
+          "bytes=\xd9\xa1-2",
+          "bytes=-5-"})
         EXPECT_EQ(textOf(parseRange(header, fileSize)), "whole") << header;
 }
 

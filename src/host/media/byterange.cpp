@@ -3,6 +3,7 @@
 #include "media/httpdate.h"
 
 #include <algorithm>
+#include <cctype>
 #include <limits>
 
 namespace {
@@ -17,11 +18,12 @@ std::string_view trimmed(std::string_view text)
     return text.substr(start, text.find_last_not_of(blanks) - start + 1);
 }
 
-bool startsWithBytesUnit(std::string_view text)
+constexpr std::string_view unit = "bytes=";
+
+bool startsWithUnit(std::string_view text)
 {
-    constexpr std::string_view unit = "bytes=";
     return text.size() >= unit.size() && std::equal(unit.begin(), unit.end(), text.begin(), [](char lower, char c) {
-               return (c | 0x20) == lower || c == lower;
+               return std::tolower(static_cast<unsigned char>(c)) == lower;
            });
 }
 
@@ -64,9 +66,9 @@ ByteRange partFrom(qint64 first, qint64 last, qint64 size)
 ByteRange parseRange(std::string_view header, qint64 size)
 {
     const std::string_view value = trimmed(header);
-    if (!startsWithBytesUnit(value) || size <= 0)
+    if (!startsWithUnit(value) || size <= 0)
         return {};
-    const std::string_view range = trimmed(value.substr(value.find('=') + 1));
+    const std::string_view range = trimmed(value.substr(unit.size()));
     const size_t dash = range.find('-');
     if (dash == std::string_view::npos)
         return {};
