@@ -3,6 +3,7 @@
 #include "commandvalue.h"
 #include "model/cmconnect.h"
 #include "model/cmversion.h"
+#include "playlisttext.h"
 #include "refusal.h"
 #include "tavo/tavokeys.h"
 #include "tavo/tavoroles.h"
@@ -51,11 +52,6 @@ QVariantList pageOf(const CMGetRowsRequest& request, int count, const Row& row)
     for (int i = std::max(request.first(), 0); i <= last; ++i)
         rows.append(QVariant(row(i)));
     return rows;
-}
-
-TrString text(const char* sourceText)
-{
-    return {TrCharData{"Playlist", sourceText}, QList<TrArg>()};
 }
 
 } // namespace
@@ -234,10 +230,10 @@ void CMPlaylistWorker::sendMenu(const CMGetRowsRequest& request) const
         item.prefix() == prefix() ? PlaylistRows::entryAt(item.base()) : std::optional<EntryId>();
     const QueueEntry* const entry = id ? playlist->queue().find(*id) : nullptr;
     if (!entry)
-        return request.reply().setError({CMError::DefaultName(), text("Invalid context menu request")});
+        return request.reply().setError({CMError::DefaultName(), playlistText("Invalid context menu request")});
     const QVariantList rows = m_rows.menu(*playlist, *entry, request.roles());
     TavoRoles roles;
-    roles.setTitle(text("Queue Context Menu"));
+    roles.setTitle(playlistText("Queue Context Menu"));
     roles.setContainerType(TavoRolesContainerType::ContextMenu);
     TavoRowsRoles answer;
     answer.setRowsCount(rows.size());

@@ -1,7 +1,7 @@
 #include "playlistrows.h"
 
 #include "commandvalue.h"
-#include "i18n/trstring.h"
+#include "playlisttext.h"
 #include "tavo/tavoroles.h"
 
 #include <QHash>
@@ -9,11 +9,6 @@
 namespace {
 
 const QLatin1Char slash('/');
-
-TrString text(const char* sourceText)
-{
-    return {TrCharData{"Playlist", sourceText}, QList<TrArg>()};
-}
 
 QVariantList values(const QVariantHash& row, const QStringList& roles)
 {
@@ -82,7 +77,7 @@ QVariantHash action(const char* title, const QString& path, const QVariant& valu
 {
     return {
         {TavoRoles::Path(), path},
-        {TavoRoles::Title(), text(title)},
+        {TavoRoles::Title(), playlistText(title)},
         {TavoRoles::Type(), TavoRolesType::toString(TavoRolesType::Enum::Action)},
         {TavoRoles::ContainerPlayable(), false},
         {TavoRoles::Value(), value}};
@@ -100,7 +95,7 @@ QVariantHash folderRow(const QString& source)
 {
     return {
         {TavoRoles::Path(), folderOf(source)},
-        {TavoRoles::Title(), text("Show Folder")},
+        {TavoRoles::Title(), playlistText("Show Folder")},
         {TavoRoles::Type(), TavoRolesType::Container()},
         {TavoRoles::ContainerPlayable(), false}};
 }
@@ -178,14 +173,14 @@ QVariantList PlaylistRows::player(const PlayerState& state, qint64 now, const QS
 {
     return values(
         {{TavoRoles::Path(), encoded(QStringLiteral("player"))},
-         {TavoRoles::Title(), text("Player")},
+         {TavoRoles::Title(), playlistText("Player")},
          {TavoRoles::Value(), playerValue(state, now)}},
         roles);
 }
 
 QVariantList PlaylistRows::container(const QString& base, const QStringList& roles) const
 {
-    const TrString title = base.isEmpty() ? text("Queue") : text("Outputs");
+    const TrString title = base.isEmpty() ? playlistText("Queue") : playlistText("Outputs");
     return values(
         {{TavoRoles::Path(), encoded(base)},
          {TavoRoles::Title(), title},
