@@ -24,11 +24,6 @@ QStringList usualPatterns()
         .split(QLatin1Char(' '));
 }
 
-QString moduleBesideProgram()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVO_MODULE_FILE);
-}
-
 QString lastValue(const QCommandLineParser& first, const QCommandLineParser& second, const QString& name)
 {
     return second.isSet(name) ? second.value(name) : first.value(name);
@@ -53,6 +48,11 @@ Result<std::vector<RootSettings>> rootsFrom(const QStringList& texts)
 }
 
 } // namespace
+
+QString besideProgram(const char* path)
+{
+    return QCoreApplication::applicationDirPath() + u'/' + QString::fromUtf8(path);
+}
 
 void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags)
 {
@@ -98,7 +98,7 @@ Result<HostSettings> hostSettings(const QCommandLineParser& program, const QComm
     if (settings.filter.isEmpty())
         settings.filter = usualPatterns();
     const QString module = value(moduleOption);
-    settings.moduleFile = module.isEmpty() ? moduleBesideProgram() : module;
+    settings.moduleFile = module.isEmpty() ? besideProgram(TAVO_MODULE_FILE) : module;
     const auto number = [&](const QString& name, int byDefault, int minimum) {
         return integerOption(command.isSet(name) ? command : program, name, byDefault, minimum);
     };

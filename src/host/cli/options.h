@@ -11,6 +11,9 @@ struct LogOptions
     QString configFile;
 };
 
+/// The file at a path that is relative to the program's own directory.
+[[nodiscard]] QString besideProgram(const char* path);
+
 /// The options that may stand before the command or behind it.
 void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags = {});
 

@@ -1,9 +1,10 @@
 #include "cli/queuemount.h"
 
+#include "cli/options.h"
+
 #include <log/dbglog.h>
 #include <tavo/tavokeys.h>
 
-#include <QCoreApplication>
 #include <QFile>
 
 namespace {
@@ -18,11 +19,6 @@ const log4cplus::Logger& logger()
 
 #define LOG(level, pieces)                                                                                             \
     DBGLOG(logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/cli/queuemount", __LINE__, __func__}), pieces)
-
-QString moduleBesideProgram()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/" TAVO_QUEUE_MODULE_FILE);
-}
 
 WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirectory)
 {
@@ -50,7 +46,7 @@ void addQueueOptions(QCommandLineParser& parser)
 Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, const QString& stateDirectory)
 {
     const bool isNamed = parser.isSet(moduleOption);
-    const QString moduleFile = isNamed ? parser.value(moduleOption) : moduleBesideProgram();
+    const QString moduleFile = isNamed ? parser.value(moduleOption) : besideProgram(TAVO_QUEUE_MODULE_FILE);
     if (!isNamed && !QFile::exists(moduleFile)) {
         LOG(INFO, "there is no queue, since there is no module " << moduleFile);
         return {};
