@@ -2,6 +2,7 @@
 #include "support/tavo.h"
 #include "support/temporarytree.h"
 #include "support/terminal.h"
+#include "support/words.h"
 
 #include "printers.h"
 
@@ -26,11 +27,6 @@ using testing::Not;
 QStringList demo(const QStringList& rest)
 {
     return QStringList{QStringLiteral("--root"), QStringLiteral(TAVO_DEMO)} + rest;
-}
-
-QStringList words(const char* text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '));
 }
 
 QJsonArray itemsOf(const Outcome& outcome)

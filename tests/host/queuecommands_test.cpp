@@ -1,5 +1,6 @@
 #include "support/scriptedserver.h"
 #include "support/tavo.h"
+#include "support/words.h"
 
 #include "printers.h"
 
@@ -18,11 +19,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-QStringList words(const char* text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 
 QJsonValue json(const QByteArray& text)
 {

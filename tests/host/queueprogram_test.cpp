@@ -1,6 +1,7 @@
 #include "support/serving.h"
 #include "support/tavo.h"
 #include "support/webclient.h"
+#include "support/words.h"
 
 #include "printers.h"
 
@@ -15,11 +16,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-QStringList words(const char* text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 
 /// Commands for a server of the program.
 class QueueProgram : public testing::Test

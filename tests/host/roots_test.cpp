@@ -3,6 +3,7 @@
 #include "support/sessionclient.h"
 #include "support/tavo.h"
 #include "support/temporarytree.h"
+#include "support/words.h"
 
 #include "printers.h"
 
@@ -18,11 +19,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-QStringList words(const char* text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 
 /// Two roots, "music" and "disk".
 class Roots : public testing::Test

@@ -1,5 +1,6 @@
 #include "support/tavo.h"
 #include "support/temporarytree.h"
+#include "support/words.h"
 
 #include "printers.h"
 
@@ -11,11 +12,6 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-QStringList words(const char* text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 
 /// The one line that says why the program ends with this status.
 std::string messageOf(const QStringList& arguments, int status)
