@@ -1,27 +1,15 @@
 import assert from 'node:assert/strict';
 import { rename, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { after, before, test } from 'node:test';
 
 import { newPage, startBrowser, stopBrowser } from '../support/browser.js';
-import { serve, temporaryTree } from '../support/served.js';
+import { serve, servedForEachTest } from '../support/served.js';
 
 before(startBrowser);
 after(stopBrowser);
 
-/** @type {Awaited<ReturnType<typeof temporaryTree>>} */
-let tree;
-/** @type {Awaited<ReturnType<typeof serve>>} */
-let host;
-
-beforeEach(async () => {
-    tree = await temporaryTree();
-    host = await serve(tree);
-});
-afterEach(async () => {
-    await host.stop();
-    await tree.remove();
-});
+const served = servedForEachTest();
 
 const album = '#/file/Kettle%20%26%20Crane/Songs%20for%20Rainy%20Windows';
 
@@ -32,7 +20,7 @@ function row(page, title) {
 
 test('the page browses the tree that the host serves', async () => {
     const { page, problems } = await newPage();
-    await page.goto(host.address);
+    await page.goto(served.host.address);
     await row(page, 'Kettle & Crane').dblclick();
     await row(page, 'Songs for Rainy Windows').dblclick();
     const track = row(page, 'Half a Lantern');
@@ -44,7 +32,7 @@ test('the page browses the tree that the host serves', async () => {
 
 test('the scripts are small', async () => {
     const { page } = await newPage();
-    await page.goto(host.address);
+    await page.goto(served.host.address);
     await row(page, 'Sketches').waitFor();
     const bytes = await page.evaluate(() => {
         const resources = /** @type {PerformanceResourceTiming[]} */ (performance.getEntriesByType('resource'));
@@ -56,16 +44,16 @@ test('the scripts are small', async () => {
 
 test('what happens on the disk is seen', async () => {
     const { page } = await newPage();
-    await page.goto(host.address);
+    await page.goto(served.host.address);
     await row(page, 'Sketches').waitFor();
-    await rename(join(tree.music, 'Sketches'), join(tree.music, 'Drafts'));
+    await rename(join(served.tree.music, 'Sketches'), join(served.tree.music, 'Drafts'));
     await row(page, 'Drafts').waitFor();
     await row(page, 'Sketches').waitFor({ state: 'detached' });
 });
 
 test('the menu of an entry adds it to the queue', async () => {
     const { page } = await newPage();
-    await page.goto(host.address + album);
+    await page.goto(served.host.address + album);
     await row(page, 'Half a Lantern').click({ button: 'right' });
     await page.locator('[role=menuitem]', { hasText: 'Add to queue' }).click();
     await page.locator('.toast', { hasText: 'Added 1 entry' }).waitFor();
@@ -73,25 +61,25 @@ test('the menu of an entry adds it to the queue', async () => {
 
 test('the page comes back after the host was killed and started again', async () => {
     const { page } = await newPage();
-    await page.goto(host.address + album);
+    await page.goto(served.host.address + album);
     await row(page, 'Half a Lantern').click();
-    await host.stop('SIGKILL');
+    await served.host.stop('SIGKILL');
     await page.locator('.connection.shown').waitFor();
     await row(page, 'Half a Lantern').waitFor();
-    await rename(join(tree.music, 'Sketches/Door chime.wav'), join(tree.music, 'Kettle & Crane/Songs for Rainy Windows/00 Door chime.wav'));
-    host = await serve(tree, { port: host.port });
+    await rename(join(served.tree.music, 'Sketches/Door chime.wav'), join(served.tree.music, 'Kettle & Crane/Songs for Rainy Windows/00 Door chime.wav'));
+    served.host = await serve(served.tree, { port: served.host.port });
     await row(page, 'Door chime').waitFor();
     await page.locator('.connection.shown').waitFor({ state: 'detached' });
     assert.deepEqual(await page.locator('.folder .row[aria-selected=true] .title').allTextContents(), ['Half a Lantern']);
 });
 
 test('a host that wants a token lets in who has it', async () => {
-    await host.stop();
-    const tokenFile = join(tree.directory, 'token');
+    await served.host.stop();
+    const tokenFile = join(served.tree.directory, 'token');
     await writeFile(tokenFile, 'correct horse battery staple\n', { mode: 0o600 });
-    host = await serve(tree, { options: ['--token-file', tokenFile] });
+    served.host = await serve(served.tree, { options: ['--token-file', tokenFile] });
     const { page } = await newPage();
-    await page.goto(host.address + album);
+    await page.goto(served.host.address + album);
     await page.getByLabel('Token').fill('correct horse battery');
     await page.keyboard.press('Enter');
     await page.locator('.problem', { hasText: 'This token is not right.' }).waitFor();

@@ -1,8 +1,8 @@
 import assert from 'node:assert/strict';
-import { after, afterEach, before, beforeEach, test } from 'node:test';
+import { after, before, test } from 'node:test';
 
 import { newPage, startBrowser, stopBrowser } from '../support/browser.js';
-import { serve, temporaryTree } from '../support/served.js';
+import { serve, servedForEachTest } from '../support/served.js';
 
 /** @typedef {import('playwright-core').Page} Page */
 
@@ -11,25 +11,13 @@ import { serve, temporaryTree } from '../support/served.js';
 before(startBrowser);
 after(stopBrowser);
 
-/** @type {Awaited<ReturnType<typeof temporaryTree>>} */
-let tree;
-/** @type {Awaited<ReturnType<typeof serve>>} */
-let host;
-
-beforeEach(async () => {
-    tree = await temporaryTree();
-    host = await serve(tree);
-});
-afterEach(async () => {
-    await host.stop();
-    await tree.remove();
-});
+const served = servedForEachTest();
 
 const album = '#/file/Kettle%20%26%20Crane/Songs%20for%20Rainy%20Windows';
 
 async function openAlbum() {
     const { page } = await newPage();
-    await page.goto(host.address + album);
+    await page.goto(served.host.address + album);
     await page.locator('.hero .primary').click({ trial: true });
     return page;
 }
@@ -79,7 +67,7 @@ async function outputs(page) {
 async function openOutput(/** @type {string} */ name) {
     const { page } = await newPage();
     // A page of the same origin, so that the host lets it connect.
-    await page.goto(`${host.address}app/images/icon.svg`);
+    await page.goto(`${served.host.address}app/images/icon.svg`);
     await page.evaluate(async (path) => {
         const { Session } = await import(new URL('../session.js', location.href).href);
         const address = new URL('../../session', location.href);
@@ -165,9 +153,9 @@ test('after the host was killed and started again the queue is as it was', async
     await page.locator('#queue-row-2').hover();
     await page.locator('#queue-row-2').getByRole('button', { name: 'Remove' }).click();
     await showsQueue(page, titles.slice(0, 2));
-    await host.stop('SIGKILL');
+    await served.host.stop('SIGKILL');
     await page.locator('.connection.shown').waitFor();
-    host = await serve(tree, { port: host.port });
+    served.host = await serve(served.tree, { port: served.host.port });
     await page.locator('.connection.shown').waitFor({ state: 'detached' });
     await page.locator('.player-bar').getByRole('button', { name: 'Play', exact: true }).waitFor();
     await showsQueue(page, titles.slice(0, 2));

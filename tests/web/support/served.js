@@ -2,6 +2,7 @@ import { spawn } from 'node:child_process';
 import { cp, mkdtemp, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { afterEach, beforeEach } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 /** The host as a process, over a directory of its own. */
@@ -28,6 +29,20 @@ export async function serve(tree, { port = 0, options = [] } = {}) {
     const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'] });
     const address = await addressOf(child);
     return { address, port: Number(new URL(address).port), stop: (/** @type {NodeJS.Signals} */ signal = 'SIGTERM') => stop(child, signal) };
+}
+
+/** A temporary tree and a host that serves it, new for each test of the file. A test may replace the host. */
+export function servedForEachTest() {
+    const served = /** @type {{ tree: Awaited<ReturnType<typeof temporaryTree>>, host: Awaited<ReturnType<typeof serve>> }} */ ({});
+    beforeEach(async () => {
+        served.tree = await temporaryTree();
+        served.host = await serve(served.tree);
+    });
+    afterEach(async () => {
+        await served.host.stop();
+        await served.tree.remove();
+    });
+    return served;
 }
 
 /**
