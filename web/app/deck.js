@@ -5,6 +5,9 @@ export class Deck {
     /** @type {Entry | null} */
     entry = null;
 
+    /** Whether the page wants it to sound, whatever the element does. */
+    #wanted = false;
+
     /** @param {HTMLAudioElement} audio */
     constructor(audio) {
         this.audio = audio;
@@ -21,6 +24,8 @@ export class Deck {
     }
 
     set position(position) {
+        // An end pauses the element, and nobody wants what is over to sound.
+        if (this.audio.ended) this.#wanted = false;
         this.audio.currentTime = position / 1000;
     }
 
@@ -44,6 +49,27 @@ export class Deck {
         return Array.from({ length: buffered.length }, (_, part) => [buffered.start(part) * 1000, buffered.end(part) * 1000]);
     }
 
+    /** Whether somebody else paused it: pulled headphones, the system or another program. */
+    get pausedFromOutside() {
+        return this.#wanted && this.audio.paused && !this.audio.ended && !this.audio.error;
+    }
+
+    /** Fails with a NotAllowedError where the browser wants a gesture first. */
+    async play() {
+        this.#wanted = true;
+        try {
+            await this.audio.play();
+        } catch (error) {
+            if (/** @type {Error} */ (error).name === 'NotAllowedError') this.#wanted = false;
+            throw error;
+        }
+    }
+
+    pause() {
+        this.#wanted = false;
+        this.audio.pause();
+    }
+
     /** @param {number} id */
     holds(id) {
         return this.entry?.id === id && !this.audio.error;
@@ -52,6 +78,7 @@ export class Deck {
     /** @param {Entry} entry @param {number} position in ms */
     load(entry, position) {
         this.entry = entry;
+        this.#wanted = false;
         this.audio.src = entry.uri;
         if (position > 0) this.position = position;
     }
@@ -59,7 +86,7 @@ export class Deck {
     unload() {
         if (!this.entry) return;
         this.entry = null;
-        this.audio.pause();
+        this.pause();
         this.audio.removeAttribute('src');
         this.audio.load();
     }

@@ -217,7 +217,7 @@ export class Output extends EventTarget {
     #begin(entry, position) {
         this.#settle();
         this.#broken = null;
-        this.#front.audio.pause();
+        this.#front.pause();
         if (!this.#front.holds(entry.id) && this.#back.holds(entry.id)) this.#swap();
         if (!this.#front.holds(entry.id)) this.#front.load(entry, position);
         else if (Math.abs(this.position - position) > samePosition) this.#front.position = position;
@@ -236,10 +236,11 @@ export class Output extends EventTarget {
     }
 
     async #sound() {
-        const { audio, entry } = this.#front;
+        const { audio, entry, pausedFromOutside } = this.#front;
+        if (pausedFromOutside) return this.#pauseToo();
         this.#reports ??= setInterval(() => void this.#report('playing'), reportEvery);
         try {
-            if (audio.paused) await audio.play();
+            if (audio.paused) await this.#front.play();
         } catch (error) {
             // Other errors reach the element, too.
             if (/** @type {Error} */ (error).name !== 'NotAllowedError' || !entry) return;
@@ -249,11 +250,10 @@ export class Output extends EventTarget {
     }
 
     #hold() {
-        const { audio } = this.#front;
-        const sounded = !audio.paused;
+        const sounded = !this.#front.audio.paused;
         clearInterval(this.#reports);
         this.#reports = undefined;
-        audio.pause();
+        this.#front.pause();
         if (sounded && this.#player.state === 'paused') void this.#report('paused');
     }
 
@@ -332,7 +332,7 @@ export class Output extends EventTarget {
     #hush() {
         clearTimeout(this.#silence);
         this.#silence = undefined;
-        this.#back.audio.pause();
+        this.#back.pause();
         this.#back.rewind();
         this.#loadAhead();
     }
@@ -348,7 +348,7 @@ export class Output extends EventTarget {
         on(['playing'], () => void this.#report('playing'));
         on(['ended'], () => this.#ended());
         on(['error'], () => void this.#failed());
-        on(['pause'], () => this.#pausedFromOutside());
+        on(['pause'], () => this.#pauseToo());
         on(['timeupdate', 'seeked', 'playing', 'durationchange'], () => this.#time());
         on(['timeupdate', 'seeked', 'progress', 'canplay', 'waiting', 'durationchange'], () => {
             this.#loadAhead();
@@ -360,10 +360,9 @@ export class Output extends EventTarget {
         if (!this.#handOver()) void this.#report('ended');
     }
 
-    /** Headphones that are pulled out, or another program, pause the element itself. */
-    #pausedFromOutside() {
-        const { audio, ready } = this.#front;
-        if (this.#plays && audio.paused && !audio.ended && ready) void this.#player.pause();
+    /** Pauses everybody's player where somebody else paused the element. */
+    #pauseToo() {
+        if (this.#plays && this.#front.pausedFromOutside) void this.#player.pause();
     }
 
     async #failed() {

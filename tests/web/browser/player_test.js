@@ -370,6 +370,30 @@ test('pausing the element itself, as pulled headphones do, pauses the player', a
     await page.waitForFunction(() => /** @type {any} */ (globalThis).player.state === 'paused');
 });
 
+test('an element that is paused while it waits for data pauses the player', async () => {
+    const { page } = await openPlayer(server, [long]);
+    await press(page, 'Play');
+    await plays(page, '60000 ms');
+    await page.evaluate(() => {
+        for (const audio of document.querySelectorAll('audio')) {
+            Object.defineProperty(audio, 'readyState', { value: HTMLMediaElement.HAVE_CURRENT_DATA });
+            audio.pause();
+        }
+    });
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).player.state === 'paused');
+});
+
+test('news that arrives before the event of such a pause starts nothing again', async () => {
+    const { page } = await openPlayer(server, [long]);
+    await press(page, 'Play');
+    await plays(page, '60000 ms');
+    await page.evaluate(() => {
+        document.querySelectorAll('audio').forEach((audio) => audio.pause());
+        /** @type {any} */ (globalThis).player.dispatchEvent(new Event('player'));
+    });
+    await page.waitForFunction(() => /** @type {any} */ (globalThis).player.state === 'paused');
+});
+
 for (const colorScheme of /** @type {const} */ (['light', 'dark'])) {
     test(`player and queue have no accessibility violation, ${colorScheme}`, async () => {
         const { page, problems } = await openPlayer(server, [long, 'broken.wav', tone(60000, 500)], { colorScheme });
