@@ -1,5 +1,6 @@
 #pragma once
 
+#include "i18n/trlanguage.h"
 #include "i18n/trstring.h"
 #include "model/cmconnect.h"
 #include "model/cmerror.h"

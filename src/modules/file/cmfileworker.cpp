@@ -343,14 +343,16 @@ QString CMFileWorker::relativePath(const QString& absolutePath) const
 CMError CMFileWorker::errorAccessViolation(const QString& path) const
 {
     LOG(Signature::errorAccessViolation, TRACE, entering(Signature::errorAccessViolation));
+    const TrCharData text{"File", QT_TRANSLATE_NOOP("File", "Access violation: path '%1' is outside '%2'")};
     const QList<TrArg> arguments = {path, m_rootPath};
-    return {TavoErrorAccessViolation(), TrString({"File", "Access violation: path '%1' is outside '%2'"}, arguments)};
+    return {TavoErrorAccessViolation(), TrString(text, arguments)};
 }
 
 CMError CMFileWorker::errorNoReadPermission(const QString& path) const
 {
     LOG(Signature::errorNoReadPermission, TRACE, entering(Signature::errorNoReadPermission));
-    return {TavoErrorAccessViolation(), TrString({"File", "No permission to read directory '%1'"}, path)};
+    const TrCharData text{"File", QT_TRANSLATE_NOOP("File", "No permission to read directory '%1'")};
+    return {TavoErrorAccessViolation(), TrString(text, path)};
 }
 
 QStringList CMFileWorker::entryList(CMVoidReply& reply, const QString& path)
@@ -567,9 +569,11 @@ void CMFileWorker::sendContextMenu(const CMGetRowsRequest& request)
     LOG_AT(Site::contextMenuRequested, TRACE, "Context request path: " << request.path());
     const QVariantList rows = PlayListHelper::playListRows(request);
     if (rows.isEmpty())
-        request.reply().setError({CMError::DefaultName(), rowsRequestText("Invalid context menu request")});
+        request.reply().setError(
+            {CMError::DefaultName(),
+             rowsRequestText(QT_TRANSLATE_NOOP("CMFileWorker", "Invalid context menu request"))});
     else
-        sendRowsReply(rows, rowsRequestText("File Context Menu"), request);
+        sendRowsReply(rows, rowsRequestText(QT_TRANSLATE_NOOP("CMFileWorker", "File Context Menu")), request);
 }
 
 void CMFileWorker::sendRowsReply(const QVariantList& rows, const TrString& title, CMGetRowsRequest request)

@@ -1,5 +1,7 @@
 #include "i18n/trstring.h"
 
+#include "i18n/trlanguage.h"
+
 #include <QCoreApplication>
 
 #include <algorithm>
@@ -37,12 +39,20 @@ Place placeAt(const QString& text, int index)
     return place;
 }
 
+QString translated(const TrCharData& text)
+{
+    if (text.context.isNull())
+        return QString::fromUtf8(text.sourceText);
+    if (const TrLanguage* const language = TrLanguage::current())
+        return language->translate(text);
+    return QCoreApplication::translate(text.context, text.sourceText, text.comment, text.n);
+}
+
 } // namespace
 
 QString TrString::toString() const
 {
-    const QString text = QCoreApplication::translate(
-        m_text.context.constData(), m_text.sourceText.constData(), m_text.comment.constData(), m_text.n);
+    const QString text = translated(m_text);
     QString result;
     for (int i = 0; i < text.size();) {
         const Place place = text.at(i) == QLatin1Char('%') ? placeAt(text, i) : Place();

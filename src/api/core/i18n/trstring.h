@@ -65,13 +65,16 @@ public:
     TrString(const TrCharData& text, const TrArg& argument) : TrString(text, QList<TrArg>{argument}) {}
     /// A text with any number of place markers: the first argument replaces %1.
     TrString(const TrCharData& text, const QList<TrArg>& arguments) : m_text(text), m_arguments(arguments) {}
+    /// A text that is the same in every language, such as a name.
+    TrString(const QString& text) : m_text{{}, text.toUtf8()} {}
 
+    [[nodiscard]] bool isEmpty() const { return m_text.sourceText.isEmpty(); }
     /// The untranslated text. The reference is valid while this object is.
     [[nodiscard]] const TrCharData& charData() const { return m_text; }
     /// In the order of their numbers. The reference is valid while this object is.
     [[nodiscard]] const QList<TrArg>& arguments() const { return m_arguments; }
 
-    /// The text in the application's language, with %1 to %99 replaced by the arguments.
+    /// The text in the thread's language (TrLanguage::current()), with %1 to %99 replaced by the arguments.
     ///
     /// A place marker inside an argument is not replaced, nor is one that has no argument. Thread-safe.
     [[nodiscard]] QString toString() const;

@@ -29,12 +29,15 @@ QVariant CMAbstractWorker::getValue(const CMPath& path)
 
 CMError CMAbstractWorker::createErrorInvalidPath(const CMPath& path)
 {
-    return {TavoErrorInvalidPath(), TrString({"CMAbstractWorker", "Invalid path '%1'"}, path.toEncoded())};
+    static const TrCharData text{"CMAbstractWorker", QT_TRANSLATE_NOOP("CMAbstractWorker", "Invalid path '%1'")};
+    return {TavoErrorInvalidPath(), TrString(text, path.toEncoded())};
 }
 
 CMError CMAbstractWorker::createErrorInvalidRowsVersion(const CMPath& path, int requested, int current)
 {
-    static const TrCharData text{"CMAbstractWorker", "Rows version %2 of '%1' is not current, the current one is %3"};
+    static const TrCharData text{
+        "CMAbstractWorker",
+        QT_TRANSLATE_NOOP("CMAbstractWorker", "Rows version %2 of '%1' is not current, the current one is %3")};
     const QList<TrArg> arguments = {path.toEncoded(), QString::number(requested), QString::number(current)};
     return {TavoErrorInvalidRowsVersion(), TrString(text, arguments)};
 }

@@ -18,5 +18,5 @@ CMError::CMError(const QString& name, const TrString& message)
 
 TrString CMError::DefaultTitle()
 {
-    return {TrCharData{"CMError", "Error"}, QList<TrArg>()};
+    return {TrCharData{"CMError", QT_TRANSLATE_NOOP("CMError", "Error")}, QList<TrArg>()};
 }

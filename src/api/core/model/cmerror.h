@@ -33,9 +33,9 @@ public:
 
     /// Empty if absent.
     [[nodiscard]] QString name() const { return value(Name()).toString(); }
-    /// In the application's language; empty if absent.
+    /// In the thread's language; empty if absent.
     [[nodiscard]] QString message() const { return value(Message()).toString(); }
-    /// In the application's language; empty if absent.
+    /// In the thread's language; empty if absent.
     [[nodiscard]] QString title() const { return value(Title()).toString(); }
 };
 

@@ -20,14 +20,14 @@ bool isOwnPrefix(const QString& prefix)
     return prefix.isEmpty() || prefix == settingsPrefix();
 }
 
-QVariantList rowOf(const QString& prefix, const QString& title, const QStringList& roles)
+QVariantList rowOf(const QString& prefix, const TrString& title, const QStringList& roles)
 {
     QVariantList row;
     for (const QString& role : roles) {
         if (role == TavoRoles::Path())
             row.append(CMPath(prefix, QString()).toEncoded());
         else if (role == TavoRoles::Title())
-            row.append(title);
+            row.append(title.toString());
         else if (role == TavoRoles::Type())
             row.append(TavoRolesType::Container());
         else
@@ -54,7 +54,7 @@ CMAbstractWorker* CMRoot()
     return &CMRootWorker::instance();
 }
 
-bool CMRootWorker::mount(CMWorker* worker, const QString& title, int position)
+bool CMRootWorker::mount(CMWorker* worker, const TrString& title, int position)
 {
     const QMutexLocker lock(&m_mutex);
     const QString& prefix = worker->prefix();
@@ -65,7 +65,7 @@ bool CMRootWorker::mount(CMWorker* worker, const QString& title, int position)
     CMSubscribe* const subscribe = worker->subscribe();
     m_mounts.insert(
         std::find_if(m_mounts.begin(), m_mounts.end(), isBehind),
-        {worker, subscribe, prefix, title.isEmpty() ? prefix : title, position, subscribe->m_underWay});
+        {worker, subscribe, prefix, title.isEmpty() ? TrString(prefix) : title, position, subscribe->m_underWay});
     subscribe->m_underWay->mount();
     // The worker may have taken the largest version.
     CMVersion::raise(0);

@@ -30,7 +30,7 @@ public:
     /// Adds a worker under `title`, or under its prefix if the title is empty. Rows are in the order of the positions,
     /// and at one position in the order of mounting. The worker stays the caller's; its destruction unmounts it. False
     /// if its prefix is taken.
-    [[nodiscard]] bool mount(CMWorker* worker, const QString& title = {}, int position = 0);
+    [[nodiscard]] bool mount(CMWorker* worker, const TrString& title = {}, int position = 0);
     /// Takes a worker out: no new request or opening reaches it, and what clients have open there is closed; they
     /// receive the close through their event loops. Does nothing to a worker that is not mounted.
     ///
@@ -63,7 +63,7 @@ private:
         CMWorker* worker = nullptr;
         CMSubscribe* subscribe = nullptr;
         QString prefix;
-        QString title;
+        TrString title;
         int position = 0;
         std::shared_ptr<CMUnderWay> underWay;
     };

@@ -62,7 +62,7 @@ public:
 
     /// Sets the value of Title().
     void setTitle(const TrString& title);
-    /// The title in the application's language; empty if absent.
+    /// The title in the thread's language; empty if absent.
     [[nodiscard]] QString title() const;
     /// Sets the value of ContainerType().
     void setContainerType(TavoRolesContainerType::Enum type);

@@ -1,0 +1,122 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de">
+<context>
+    <name>CMAbstractWorker</name>
+    <message>
+        <source>Invalid path &apos;%1&apos;</source>
+        <translation>Ungültiger Pfad „%1“</translation>
+    </message>
+    <message>
+        <source>Rows version %2 of &apos;%1&apos; is not current, the current one is %3</source>
+        <translation>Die Zeilenversion %2 von „%1“ ist nicht aktuell; aktuell ist %3</translation>
+    </message>
+</context>
+<context>
+    <name>CMError</name>
+    <message>
+        <source>Error</source>
+        <translation>Fehler</translation>
+    </message>
+</context>
+<context>
+    <name>CMFileWorker</name>
+    <message>
+        <source>Invalid context menu request</source>
+        <translation>Ungültige Anfrage nach einem Kontextmenü</translation>
+    </message>
+    <message>
+        <source>File Context Menu</source>
+        <translation>Kontextmenü der Datei</translation>
+    </message>
+</context>
+<context>
+    <name>File</name>
+    <message>
+        <source>Access violation: path &apos;%1&apos; is outside &apos;%2&apos;</source>
+        <translation>Zugriffsverletzung: Der Pfad „%1“ liegt außerhalb von „%2“</translation>
+    </message>
+    <message>
+        <source>No permission to read directory &apos;%1&apos;</source>
+        <translation>Keine Berechtigung, das Verzeichnis „%1“ zu lesen</translation>
+    </message>
+</context>
+<context>
+    <name>Host</name>
+    <message>
+        <source>Queue</source>
+        <translation>Warteschlange</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is not open</source>
+        <translation>„%1“ ist nicht geöffnet</translation>
+    </message>
+    <message>
+        <source>Access violation: path &apos;%1&apos; is outside &apos;%2&apos;</source>
+        <translation>Zugriffsverletzung: Der Pfad „%1“ liegt außerhalb von „%2“</translation>
+    </message>
+    <message>
+        <source>No permission to read directory &apos;%1&apos;</source>
+        <translation>Keine Berechtigung, das Verzeichnis „%1“ zu lesen</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be read: %2</source>
+        <translation>„%1“ kann nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>No more than %1 paths can be open</source>
+        <translation>Mehr als %1 Pfade können nicht geöffnet sein</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; gives no answer</source>
+        <translation>„%1“ antwortet nicht</translation>
+    </message>
+    <message>
+        <source>the request was cancelled</source>
+        <translation>Die Anfrage wurde abgebrochen</translation>
+    </message>
+    <message>
+        <source>the request took too long</source>
+        <translation>Die Anfrage hat zu lange gedauert</translation>
+    </message>
+    <message>
+        <source>the host is stopping</source>
+        <translation>Der Host wird gerade beendet</translation>
+    </message>
+    <message>
+        <source>the answer would be too large</source>
+        <translation>Die Antwort wäre zu groß</translation>
+    </message>
+    <message>
+        <source>the host has too much under way</source>
+        <translation>Der Host ist überlastet</translation>
+    </message>
+    <message>
+        <source>The request failed: %1</source>
+        <translation>Die Anfrage ist fehlgeschlagen: %1</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is refused: %2</source>
+        <translation>„%1“ wird abgelehnt: %2</translation>
+    </message>
+</context>
+<context>
+    <name>PlayListHelper</name>
+    <message>
+        <source>Play Now</source>
+        <translation>Jetzt abspielen</translation>
+    </message>
+    <message>
+        <source>Play Next</source>
+        <translation>Als Nächstes abspielen</translation>
+    </message>
+    <message>
+        <source>Add to Queue</source>
+        <translation>Zur Warteschlange hinzufügen</translation>
+    </message>
+    <message>
+        <source>Replace Queue</source>
+        <translation>Warteschlange ersetzen</translation>
+    </message>
+</context>
+</TS>
