@@ -40,7 +40,7 @@ QString failureOf(const Result<Value>& result)
 template<typename Value>
 std::string messageOf(const Result<Value>& result)
 {
-    return result ? "done" : result.failure().message.toStdString();
+    return result ? "done" : result.failure().message.toString().toStdString();
 }
 
 /// The value as a client reads it.
@@ -378,7 +378,7 @@ TEST_F(ContentLimits, PreparationTakesOnlySoManyPaths)
         const Result<QVariant> items = limited.set(service, ids);
         ASSERT_FALSE(items);
         EXPECT_EQ(items.failure().kind, Failure::Kind::WrongUse);
-        EXPECT_EQ(items.failure().message, QStringLiteral("there are more than 1000 paths"));
+        EXPECT_EQ(items.failure().message.toString(), QStringLiteral("there are more than 1000 paths"));
         EXPECT_TRUE(content().set(service, ids)) << "nothing limits the person who started the program";
     }
 }
@@ -550,7 +550,7 @@ TEST_F(ContentReach, MessagesToTheNetworkNameTheErrorAndTheEncodedPath)
     for (const char* base : {"../x", ".hidden", "out.mp3"}) {
         const Result<Content::Page> page = network().rows({path(base)});
         EXPECT_EQ(
-            page.failure().message,
+            page.failure().message.toString(),
             QStringLiteral("'%1' is refused: %2").arg(path(base).toEncoded(), TavoErrorAccessViolation()));
         EXPECT_THAT(messageOf(content().data(path("../x"), {})), HasSubstr(tree.root().toStdString()));
     }

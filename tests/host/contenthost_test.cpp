@@ -57,7 +57,7 @@ protected:
         if (started)
             return "started";
         EXPECT_EQ(started.failure().kind, Failure::Kind::WrongUse);
-        return started.failure().message.toStdString();
+        return started.failure().message.toString().toStdString();
     }
 
     [[nodiscard]] QStringList prefixes() const

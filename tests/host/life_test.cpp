@@ -316,7 +316,7 @@ void liveThrough(unsigned seed, int operations)
     settings.filter = QStringList(QStringLiteral("*.mp3"));
     settings.sweepInterval = sweepInterval;
     const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(settings);
-    ASSERT_TRUE(host) << host.failure().message.toStdString();
+    ASSERT_TRUE(host) << host.failure().message.toString().toStdString();
 
     Mutator mutator(root, seed);
     {

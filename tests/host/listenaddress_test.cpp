@@ -43,7 +43,8 @@ TEST(ListeningSocket, NamesTheAddressThatIsTaken)
     const Result<ListeningSocket> second = ListeningSocket::open(first.value().address);
     ASSERT_FALSE(second);
     const QString address = QString::fromLatin1(first.value().address.toText());
-    EXPECT_TRUE(second.failure().message.contains(address)) << second.failure().message.toStdString();
+    EXPECT_TRUE(second.failure().message.toString().contains(address))
+        << second.failure().message.toString().toStdString();
 }
 
 TEST(ListeningSocket, TakesNoOtherDescriptor)

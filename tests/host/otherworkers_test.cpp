@@ -87,7 +87,7 @@ TEST_F(OtherWorkers, NeedAPrefixOfTheirOwn)
 {
     const Result<void> mounted = host->mountWorker(settings);
     ASSERT_FALSE(mounted);
-    EXPECT_EQ(mounted.failure().message, QStringLiteral("the id 'other' is taken"));
+    EXPECT_EQ(mounted.failure().message.toString(), QStringLiteral("the id 'other' is taken"));
 }
 
 TEST_F(OtherWorkers, AreGoneOnceTheyAreUnmounted)

@@ -37,7 +37,7 @@ Result<QVariant> callAnsweredWithStatus(const QByteArray& status, const QByteArr
 std::string messageOf(const Result<QVariant>& result)
 {
     EXPECT_FALSE(result);
-    return result ? std::string() : result.failure().message.toStdString();
+    return result ? std::string() : result.failure().message.toString().toStdString();
 }
 
 /// What a server below the folder receives from the call.
@@ -86,7 +86,7 @@ TEST(RpcClientTest, WhatTheServerRefusesIsAFailureOfItsWords)
     EXPECT_EQ(messageOf(result), "No such item");
     EXPECT_EQ(result.failure().kind, Failure::Kind::Refused);
     EXPECT_EQ(result.failure().name, QStringLiteral("noSuchItem"));
-    EXPECT_EQ(result.failure().title, QStringLiteral("Error"));
+    EXPECT_EQ(result.failure().title.toString(), QStringLiteral("Error"));
 }
 
 TEST(RpcClientTest, StatusesOfTheServerAreExplained)
@@ -142,7 +142,7 @@ TEST(HttpPostTest, WaitsNoLongerThanItsPatience)
     const Result<HttpPost::Reply> reply = post.send(std::chrono::milliseconds(50));
     end.set_value();
     ASSERT_FALSE(reply);
-    EXPECT_THAT(reply.failure().message.toStdString(), HasSubstr("timed out"));
+    EXPECT_THAT(reply.failure().message.toString().toStdString(), HasSubstr("timed out"));
 }
 
 } // namespace

@@ -75,7 +75,7 @@ TEST(ServerAddress, SaysThatHttpsIsNotSpoken)
 {
     const Result<ServerAddress> address = ServerAddress::fromUrl(QStringLiteral("https://home.example/"));
     ASSERT_FALSE(address);
-    EXPECT_TRUE(address.failure().message.contains(QStringLiteral("needs https")));
+    EXPECT_TRUE(address.failure().message.toString().contains(QStringLiteral("needs https")));
 }
 
 } // namespace

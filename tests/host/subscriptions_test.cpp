@@ -253,7 +253,7 @@ TEST_F(SubscriptionsTest, WorkerThatThrowsFailsTheOpeningOnly)
     for (int round = 0; round < 2; ++round) {
         const Result<void> opened = client->open(path("throw"));
         ASSERT_FALSE(opened);
-        EXPECT_EQ(opened.failure().message, QStringLiteral("The request failed: no memory for it"));
+        EXPECT_EQ(opened.failure().message.toString(), QStringLiteral("The request failed: no memory for it"));
         EXPECT_THAT(tracked(), IsEmpty());
     }
     EXPECT_FALSE(close("throw"));
@@ -316,7 +316,7 @@ TEST_F(SubscriptionsTest, WhatIsNotOpenCannotBeClosed)
     EXPECT_FALSE(close(""));
     const Result<void> closing = client->close(path("a"));
     EXPECT_EQ(closing.failure().kind, Failure::Kind::Refused);
-    EXPECT_EQ(closing.failure().message, QStringLiteral("'/file/a' is not open"));
+    EXPECT_EQ(closing.failure().message.toString(), QStringLiteral("'/file/a' is not open"));
     EXPECT_EQ(tracked().size(), 3);
 }
 
@@ -441,7 +441,7 @@ TEST_F(SubscriptionsTest, OneClientOpensOnlySoManyPaths)
     EXPECT_TRUE(limited.open(path("a"))) << "it is open already";
     const Result<void> third = limited.open(path(""));
     ASSERT_FALSE(third);
-    EXPECT_EQ(third.failure().message, QStringLiteral("No more than 2 paths can be open"));
+    EXPECT_EQ(third.failure().message.toString(), QStringLiteral("No more than 2 paths can be open"));
     EXPECT_FALSE(limited.open(CMPath()));
     EXPECT_TRUE(open("")) << "each client has its own limit";
     ASSERT_TRUE(limited.close(path("a")));

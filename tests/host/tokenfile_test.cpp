@@ -31,7 +31,7 @@ protected:
     {
         const Result<QByteArray> read = TokenFile(name).read();
         EXPECT_FALSE(read);
-        return read ? std::string() : read.failure().message.toStdString();
+        return read ? std::string() : read.failure().message.toString().toStdString();
     }
 
     TemporaryTree tree;

@@ -16,25 +16,25 @@ using testing::HasSubstr;
 std::string loadFailure(const char* file)
 {
     const Result<WorkerModule> module = WorkerModule::load(QString::fromUtf8(file));
-    return module ? std::string() : module.failure().message.toStdString();
+    return module ? std::string() : module.failure().message.toString().toStdString();
 }
 
 std::string createFailure(const char* file, const QString& serviceId = QStringLiteral("file"))
 {
     const Result<WorkerModule> module = WorkerModule::load(QString::fromUtf8(file));
-    EXPECT_TRUE(module) << module.failure().message.toStdString();
+    EXPECT_TRUE(module) << module.failure().message.toString().toStdString();
     const auto worker = module.value().createWorker({{TavoService_Id(), serviceId}});
-    return worker ? std::string() : worker.failure().message.toStdString();
+    return worker ? std::string() : worker.failure().message.toString().toStdString();
 }
 
 TEST(WorkerModule, MakesWorkersFromTheConfiguration)
 {
     const TemporaryTree tree;
     const Result<WorkerModule> module = WorkerModule::load(QStringLiteral(TAVO_MODULE));
-    ASSERT_TRUE(module) << module.failure().message.toStdString();
+    ASSERT_TRUE(module) << module.failure().message.toString().toStdString();
     const auto worker =
         module.value().createWorker({{TavoService_Id(), QStringLiteral("disk")}, {TavoFilesystem_Path(), tree.root()}});
-    ASSERT_TRUE(worker) << worker.failure().message.toStdString();
+    ASSERT_TRUE(worker) << worker.failure().message.toString().toStdString();
     EXPECT_EQ(worker.value()->prefix(), QStringLiteral("disk"));
 }
 

@@ -95,7 +95,7 @@ int refuseUse(const QString& message, const QString& command = {})
 
 int fail(const Failure& failure)
 {
-    report(failure.message);
+    report(failure.message.toString());
     return exitStatus(failure);
 }
 

@@ -6,7 +6,11 @@
 #include "process/output.h"
 #include "process/standardstreams.h"
 
+#include <i18n/trlanguage.h>
+
+#include <QLocale>
 #include <QTextCodec>
+#include <QTranslator>
 
 #include <csignal>
 
@@ -14,7 +18,7 @@ int main(int argc, char** argv)
 {
     openStandardStreams();
     if (const Result<void> claimed = claimDescriptors(); !claimed) {
-        report(claimed.failure().message);
+        report(claimed.failure().message.toString());
         return exitStatus(claimed.failure());
     }
     limitFreeMemory();
@@ -24,6 +28,11 @@ int main(int argc, char** argv)
     const HostApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVO_VERSION));
+    const QString translations = QCoreApplication::applicationDirPath() + QLatin1String("/" TAVO_TRANSLATION_DIR);
+    TrLanguage::setCatalogues(translations);
+    QTranslator translator;
+    if (translator.load(QLocale(), QCoreApplication::applicationName(), QStringLiteral("_"), translations))
+        QCoreApplication::installTranslator(&translator);
     // File names are UTF-8 for the worker, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     return runApplication(QCoreApplication::arguments(), output);

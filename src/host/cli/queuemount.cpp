@@ -24,7 +24,7 @@ WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirect
 {
     WorkerSettings settings;
     settings.moduleFile = moduleFile;
-    settings.title = QStringLiteral("Queue");
+    settings.title = TrString(TrCharData{"Host", QT_TRANSLATE_NOOP("Host", "Queue")}, QList<TrArg>());
     settings.kind = QStringLiteral("playlist");
     settings.configuration = {
         {TavoService_Id(), QStringLiteral("playlist")}, {QStringLiteral("playlistStateDirectory"), stateDirectory}};
@@ -54,6 +54,6 @@ Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, con
     Result<void> mounted = host.mountWorker(settingsFor(moduleFile, stateDirectory));
     if (mounted || isNamed)
         return mounted;
-    LOG(WARN, "there is no queue: " << mounted.failure().message);
+    LOG(WARN, "there is no queue: " << mounted.failure().message.toString());
     return {};
 }

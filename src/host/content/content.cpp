@@ -114,7 +114,7 @@ QVariantHash description(const Mount& mount)
     prefix.chop(1);
     QVariantHash fields{
         {QStringLiteral("prefix"), prefix},
-        {QStringLiteral("title"), mount.title},
+        {QStringLiteral("title"), mount.title.toString()},
         {QStringLiteral("kind"), mount.kind},
         {QStringLiteral("contextMenu"), mount.contextMenu().toEncoded()}};
     if (mount.isTree())

@@ -54,7 +54,7 @@ struct WorkerSettings
     /// Has the prefix of its paths.
     QVariantHash configuration;
     /// For people.
-    QString title;
+    TrString title;
     /// What clients know it for.
     QString kind;
     /// Bases of its services that may take long.

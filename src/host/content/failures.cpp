@@ -7,7 +7,16 @@
 
 namespace {
 
-constexpr char context[] = "Host";
+TrString text(const char* sourceText, const QList<TrArg>& arguments = {})
+{
+    return {TrCharData{"Host", sourceText}, arguments};
+}
+
+/// A worker may have put in a text without translations, too.
+TrString textOf(const QVariant& value)
+{
+    return value.userType() == qMetaTypeId<TrString>() ? value.value<TrString>() : TrString(value.toString());
+}
 
 QString reasonOfException()
 {
@@ -24,7 +33,8 @@ QString reasonOfException()
 
 Failure Failures::refused(const CMError& error)
 {
-    return {Failure::Kind::Refused, error.message(), error.name(), error.title()};
+    const TrString message = textOf(error.value(CMError::Message()));
+    return {Failure::Kind::Refused, message, error.name(), textOf(error.value(CMError::Title()))};
 }
 
 Failure Failures::invalidPath(const CMPath& path)
@@ -34,72 +44,72 @@ Failure Failures::invalidPath(const CMPath& path)
 
 Failure Failures::notOpen(const CMPath& path)
 {
-    return refused({TavoErrorInvalidPath(), TrString({context, "'%1' is not open"}, path.toEncoded())});
+    return refused({TavoErrorInvalidPath(), text(QT_TRANSLATE_NOOP("Host", "'%1' is not open"), {path.toEncoded()})});
 }
 
 Failure Failures::accessViolation(const QString& base, const QString& directory)
 {
-    const QList<TrArg> arguments = {base, directory};
-    return refused(
-        {TavoErrorAccessViolation(), TrString({context, "Access violation: path '%1' is outside '%2'"}, arguments)});
+    const char* const outside = QT_TRANSLATE_NOOP("Host", "Access violation: path '%1' is outside '%2'");
+    return refused({TavoErrorAccessViolation(), text(outside, {base, directory})});
 }
 
 Failure Failures::noReadPermission(const QString& base)
 {
-    return refused({TavoErrorAccessViolation(), TrString({context, "No permission to read directory '%1'"}, base)});
+    return refused(
+        {TavoErrorAccessViolation(), text(QT_TRANSLATE_NOOP("Host", "No permission to read directory '%1'"), {base})});
 }
 
 Failure Failures::unreadable(const CMPath& path, int errorNumber)
 {
-    const QList<TrArg> arguments = {path.toEncoded(), qt_error_string(errorNumber)};
-    return refused({CMError::DefaultName(), TrString({context, "'%1' cannot be read: %2"}, arguments)});
+    const char* const sourceText = QT_TRANSLATE_NOOP("Host", "'%1' cannot be read: %2");
+    return refused({CMError::DefaultName(), text(sourceText, {path.toEncoded(), qt_error_string(errorNumber)})});
 }
 
 Failure Failures::tooManyOpen(int limit)
 {
-    return refused(
-        {CMError::DefaultName(), TrString({context, "No more than %1 paths can be open"}, QString::number(limit))});
+    const char* const sourceText = QT_TRANSLATE_NOOP("Host", "No more than %1 paths can be open");
+    return refused({CMError::DefaultName(), text(sourceText, {QString::number(limit)})});
 }
 
 Failure Failures::unanswered(const CMPath& path)
 {
-    return {Failure::Kind::Unanswered, QStringLiteral("'%1' gives no answer").arg(path.toEncoded())};
+    return {Failure::Kind::Unanswered, text(QT_TRANSLATE_NOOP("Host", "'%1' gives no answer"), {path.toEncoded()})};
 }
 
 Failure Failures::cancelled()
 {
-    return {Failure::Kind::Cancelled, QStringLiteral("the request was cancelled")};
+    return {Failure::Kind::Cancelled, text(QT_TRANSLATE_NOOP("Host", "the request was cancelled"))};
 }
 
 Failure Failures::timedOut()
 {
-    return {Failure::Kind::Cancelled, QStringLiteral("the request took too long")};
+    return {Failure::Kind::Cancelled, text(QT_TRANSLATE_NOOP("Host", "the request took too long"))};
 }
 
 Failure Failures::stopping()
 {
-    return {Failure::Kind::Cancelled, QStringLiteral("the host is stopping")};
+    return {Failure::Kind::Cancelled, text(QT_TRANSLATE_NOOP("Host", "the host is stopping"))};
 }
 
 Failure Failures::tooLarge()
 {
-    return {Failure::Kind::TooLarge, QStringLiteral("the answer would be too large")};
+    return {Failure::Kind::TooLarge, text(QT_TRANSLATE_NOOP("Host", "the answer would be too large"))};
 }
 
 Failure Failures::busy()
 {
-    return {Failure::Kind::Busy, QStringLiteral("the host has too much under way")};
+    return {Failure::Kind::Busy, text(QT_TRANSLATE_NOOP("Host", "the host has too much under way"))};
 }
 
 Failure Failures::fromException()
 {
     const QString reason = reasonOfException();
-    return refused({CMError::DefaultName(), TrString({context, "The request failed: %1"}, reason)});
+    return refused({CMError::DefaultName(), text(QT_TRANSLATE_NOOP("Host", "The request failed: %1"), {reason})});
 }
 
 Failure Failures::shownTo(Reach reach, Failure failure, const CMPath& path)
 {
     if (reach == Reach::Network && failure.kind == Failure::Kind::Refused)
-        failure.message = QStringLiteral("'%1' is refused: %2").arg(path.toEncoded(), failure.name);
+        failure.message = text(QT_TRANSLATE_NOOP("Host", "'%1' is refused: %2"), {path.toEncoded(), failure.name});
     return failure;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <i18n/trstring.h>
 #include <model/cmpath.h>
 
 #include <QByteArray>
@@ -12,7 +13,7 @@ struct Mount
     /// Of all its paths.
     QString prefix;
     /// For people.
-    QString title;
+    TrString title;
     /// Canonical; empty if the worker serves no directory tree.
     QString rootDirectory;
     /// Wildcard patterns of playable names.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <i18n/trstring.h>
+
 #include <QString>
 
 #include <optional>
@@ -25,13 +27,13 @@ struct Failure
     };
 
     Kind kind;
-    /// For people, in their language.
-    QString message;
+    /// For people.
+    TrString message;
     /// Of a refusal: the error's name, for programs, and its title, for people.
     QString name = {};
-    QString title = {};
+    TrString title = {};
 
-    [[nodiscard]] static Failure wrongUse(const QString& message) { return {Kind::WrongUse, message}; }
+    [[nodiscard]] static Failure wrongUse(const TrString& message) { return {Kind::WrongUse, message}; }
 };
 
 /// A value, or why there is none.

@@ -75,7 +75,7 @@ QString ServedRoot::problemOf(const Found& found) const
 {
     if (!found)
         return QStringLiteral("the root directory %1 does not answer").arg(m_root.directory);
-    return *found ? QString() : found->failure().message;
+    return *found ? QString() : found->failure().message.toString();
 }
 
 Result<void> ServedRoot::check(std::chrono::milliseconds patience)
@@ -86,7 +86,7 @@ Result<void> ServedRoot::check(std::chrono::milliseconds patience)
     if (found && *found && !m_mount) {
         Result<void> mounted = mount(found->value(), patience);
         if (!mounted)
-            m_problem = mounted.failure().message;
+            m_problem = mounted.failure().message.toString();
         return mounted;
     }
     if (found && !*found && m_mount)

@@ -1,6 +1,7 @@
 #include "http/httpconnection.h"
 
 #include "exec/threadpool.h"
+#include "http/acceptlanguage.h"
 #include "http/accesslog.h"
 #include "http/answer.h"
 #include "http/iothread.h"
@@ -338,7 +339,8 @@ void HttpConnection::upgrade()
     m_stream.expires_never();
     FileDescriptor socket(m_stream.socket().release());
     const QByteArray key = m_request.head.value("Sec-WebSocket-Key");
-    serveWebSocket(m_parts, {std::move(socket), m_isV4, key, m_credential}, m_place);
+    const TrLanguage* const language = acceptedLanguage(m_request.head);
+    serveWebSocket(m_parts, {std::move(socket), m_isV4, key, m_credential, language}, m_place);
     log(101, 0);
 }
 

@@ -137,7 +137,7 @@ void HttpServer::State::setToken(const Result<QByteArray>& token)
     if (!token)
         DBGLOG(
             logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/host/http/httpserver", __LINE__, __func__}),
-            token.failure().message << "; nobody is served until it is right");
+            token.failure().message.toString() << "; nobody is served until it is right");
     m_access.setToken(token ? token.value() : QByteArray());
     m_connections.checkAccess();
 }

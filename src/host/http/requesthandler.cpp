@@ -1,6 +1,7 @@
 #include "http/requesthandler.h"
 
 #include "content/contenthost.h"
+#include "http/acceptlanguage.h"
 #include "http/conditions.h"
 #include "http/keptfiles.h"
 #include "http/mediaresponse.h"
@@ -129,9 +130,10 @@ std::shared_ptr<void> RequestHandler::handleRpc(const HttpRequest& request, cons
         receive(makeResponse(Refusal{415}));
         return nullptr;
     }
-    return RpcCall::start(m_parts.services, request.body, [receive](const std::optional<QByteArray>& answer) {
+    const auto respond = [receive](const std::optional<QByteArray>& answer) {
         receive(answer ? makeResponse(200, jsonType, *answer) : makeEmptyResponse());
-    });
+    };
+    return RpcCall::start(m_parts.services, acceptedLanguage(request.head), request.body, respond);
 }
 
 void RequestHandler::handleCover(const HttpRequest& request, const Receive& receive)

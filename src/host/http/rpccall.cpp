@@ -41,9 +41,9 @@ private:
 class Call : public std::enable_shared_from_this<Call>
 {
 public:
-    Call(const Services& services, RpcCall::Receive receive)
+    Call(const Services& services, const TrLanguage* language, RpcCall::Receive receive)
         : m_sink(std::make_shared<AnswerSink>(std::move(receive))),
-          m_client(services, {Reach::Network, {}, false}, m_sink, [this] { check(); })
+          m_client(services, {Reach::Network, {}, false, language}, m_sink, [this] { check(); })
     {
     }
 
@@ -71,9 +71,10 @@ private:
 
 } // namespace
 
-std::shared_ptr<void> RpcCall::start(const Services& services, const QByteArray& message, Receive receive)
+std::shared_ptr<void>
+RpcCall::start(const Services& services, const TrLanguage* language, const QByteArray& message, Receive receive)
 {
-    const auto call = std::make_shared<Call>(services, std::move(receive));
+    const auto call = std::make_shared<Call>(services, language, std::move(receive));
     call->start(message);
     return call;
 }

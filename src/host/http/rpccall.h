@@ -15,7 +15,8 @@ namespace RpcCall {
 using Receive = std::function<void(const std::optional<QByteArray>& answer)>;
 
 /// Calls `receive` once, in any thread, perhaps before it returns, unless what it returns is destroyed before: that
-/// cancels the call. `receive` must not block. From one thread at a time.
-[[nodiscard]] std::shared_ptr<void> start(const Services& services, const QByteArray& message, Receive receive);
+/// cancels the call. `receive` must not block. From one thread at a time. `language`: as in Dispatcher::Profile.
+[[nodiscard]] std::shared_ptr<void>
+start(const Services& services, const TrLanguage* language, const QByteArray& message, Receive receive);
 
 } // namespace RpcCall

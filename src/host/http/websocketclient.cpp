@@ -114,6 +114,7 @@ private:
     ServerParts m_parts;
     const ConnectionTable::Place m_place;
     const Credential m_credential;
+    const TrLanguage* const m_language;
     websocket::stream<Stream, false> m_stream;
     asio::steady_timer m_timer;
     asio::steady_timer m_closeTimer;
@@ -137,7 +138,7 @@ private:
 
 WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening opening, ConnectionTable::Place place)
     : ServedConnection(parts.connections), m_parts(parts), m_place(std::move(place)),
-      m_credential(std::move(opening.credential)),
+      m_credential(std::move(opening.credential)), m_language(opening.language),
       m_stream(Tcp::socket::rebind_executor<Executor>::other(
           parts.io.context(), opening.isV4 ? Tcp::v4() : Tcp::v6(), opening.socket.release())),
       m_timer(parts.io.context()), m_closeTimer(parts.io.context())
@@ -181,6 +182,7 @@ void WebSocketClient::opened(const ErrorCode& error)
             readLater();
     };
     Dispatcher::Profile profile{Reach::Network};
+    profile.language = m_language;
     profile.notified = [metrics = &m_parts.metrics] { metrics->changeSent(); };
     m_client = std::make_unique<RemoteClient>(m_parts.services, profile, m_outbox, resume);
     readIfReady();

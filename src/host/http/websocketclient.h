@@ -5,6 +5,8 @@
 #include "http/serverparts.h"
 #include "process/filedescriptor.h"
 
+class TrLanguage;
+
 /// A request for a WebSocket that has been checked, but not answered.
 struct WebSocketOpening
 {
@@ -14,6 +16,8 @@ struct WebSocketOpening
     /// The value of Sec-WebSocket-Key.
     QByteArray key;
     Credential credential;
+    /// In which the client reads texts; null: the application's.
+    const TrLanguage* language = nullptr;
 };
 
 /// Accepts the WebSocket and serves its client, which speaks the session's protocol, until it ends. In the I/O thread.

@@ -5,6 +5,7 @@
 #include "rpc/jsonrpc.h"
 #include "rpc/methods.h"
 
+#include <i18n/trlanguage.h>
 #include <model/cmerror.h>
 #include <model/cmrequestcontext.h>
 
@@ -20,24 +21,25 @@ constexpr int mostUnderWay = 64;
 
 JsonRpc::Error errorFrom(const Failure& failure)
 {
+    const QString message = failure.message.toString();
     switch (failure.kind) {
     case Failure::Kind::WrongUse:
-        return {JsonRpc::InvalidParameters, failure.message};
+        return {JsonRpc::InvalidParameters, message};
     case Failure::Kind::Unanswered:
-        return {JsonRpc::WorkerUnanswered, failure.message};
+        return {JsonRpc::WorkerUnanswered, message};
     case Failure::Kind::Cancelled:
-        return {JsonRpc::Cancelled, failure.message};
+        return {JsonRpc::Cancelled, message};
     case Failure::Kind::TooLarge:
-        return {JsonRpc::AnswerTooLarge, failure.message};
+        return {JsonRpc::AnswerTooLarge, message};
     case Failure::Kind::Busy:
-        return {JsonRpc::Overloaded, failure.message};
+        return {JsonRpc::Overloaded, message};
     case Failure::Kind::Refused:
         break;
     }
     return {
         JsonRpc::WorkerRefused,
-        failure.message,
-        {{CMError::Name(), failure.name}, {CMError::Message(), failure.message}, {CMError::Title(), failure.title}}};
+        message,
+        {{CMError::Name(), failure.name}, {CMError::Message(), message}, {CMError::Title(), failure.title.toString()}}};
 }
 
 Failure failureFrom(RequestExecutor::Refusal refusal)
@@ -94,6 +96,8 @@ private:
         /// Null until the message is parsed.
         std::optional<QVariant> id = QVariant::fromValue(nullptr);
         std::atomic_flag isAnswered = ATOMIC_FLAG_INIT;
+        /// The client's when the request came.
+        const TrLanguage* language = nullptr;
     };
     using SharedPending = std::shared_ptr<Pending>;
 
@@ -119,6 +123,8 @@ private:
 
     const Services m_services;
     const Content m_content;
+    /// Null: the application's. Only accept() uses it.
+    const TrLanguage* m_language;
     const bool m_notifies;
     const Task m_notified;
     const std::shared_ptr<MessageSink> m_sink;
@@ -136,9 +142,9 @@ private:
 
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
-    : m_services(services), m_content(services.host, profile.reach, profile.limits), m_notifies(profile.notifies),
-      m_notified(profile.notified), m_sink(std::move(sink)), m_client(services.executor.addClient()),
-      m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
+    : m_services(services), m_content(services.host, profile.reach, profile.limits), m_language(profile.language),
+      m_notifies(profile.notifies), m_notified(profile.notified), m_sink(std::move(sink)),
+      m_client(services.executor.addClient()), m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
 {
 }
 
@@ -176,6 +182,8 @@ template<typename Serve>
 Dispatcher::Task Dispatcher::State::accept(const QByteArray& message, const Serve& serve)
 {
     const auto pending = std::make_shared<Pending>();
+    pending->language = m_language;
+    const TrLanguage::Scope scope(pending->language);
     ++m_underWay;
     try {
         return serveMessage(message, serve, pending);
@@ -218,6 +226,8 @@ Dispatcher::State::serveMessage(const QByteArray& message, const Serve& serve, c
         serveSubscription(call, pending);
         return {};
     }
+    if (call.language)
+        m_language = pending->language = call.language;
     if (join(call, pending))
         return {};
     return serve(runningJobFor(std::move(call), pending));
@@ -239,6 +249,7 @@ RequestExecutor::Job Dispatcher::State::runningJobFor(Call call, const SharedPen
 {
     RequestExecutor::Job job = jobFor(call, pending);
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
+        const TrLanguage::Scope scope(pending->language);
         const auto compute = [&call, &state] { return Failures::guarded([&] { return call.run(state->m_content); }); };
         try {
             SharedRequests::Receive receive = state->receiverFor(pending, std::move(slot));
@@ -284,8 +295,10 @@ void Dispatcher::State::serveSubscription(const Call& call, const SharedPending&
 
 void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteArray>& result)
 {
-    if (!result)
+    if (!result) {
+        const TrLanguage::Scope scope(pending->language);
         return refuse(pending, errorFrom(result.failure()));
+    }
     finish(pending, [&] { return JsonRpc::result(*pending->id, result.value()); });
 }
 
@@ -308,6 +321,7 @@ void Dispatcher::State::finish(const SharedPending& pending, const MakeMessage& 
     };
     if (const Result<void> sent = trySend(makeMessage); !sent) {
         // There may be memory for a shorter answer.
+        const TrLanguage::Scope scope(pending->language);
         static_cast<void>(trySend([&] { return Message{JsonRpc::error(*pending->id, errorFrom(sent.failure()))}; }));
     }
     --m_underWay;

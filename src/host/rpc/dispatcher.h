@@ -9,6 +9,7 @@
 #include <memory>
 
 class ContentHost;
+class TrLanguage;
 
 /// Shared by the dispatchers of all clients.
 struct Services
@@ -33,6 +34,8 @@ public:
         Limits limits = {};
         /// False: the client gets nothing but answers, so open and close are no methods for it.
         bool notifies = true;
+        /// In which the client reads texts until it asks for another one; null: the application's.
+        const TrLanguage* language = nullptr;
         /// Called for each notification, in the worker thread. Must not block.
         Task notified = [] {};
     };

@@ -3,6 +3,7 @@
 #include "content/failures.h"
 #include "rpc/json.h"
 
+#include <i18n/trlanguage.h>
 #include <tavo/tavoroles.h>
 
 #include <algorithm>
@@ -63,9 +64,8 @@ Result<QByteArray> rowsText(const Content::RowsQuery& query, const Content& cont
 
 Call describe(Parameters& parameters, const Content& /*content*/)
 {
-    // All texts are English so far.
-    static_cast<void>(parameters.text(languageName));
     Call call;
+    call.language = TrLanguage::find(parameters.text(languageName));
     call.run = [](const Content& served) { return toText(QVariant(served.describe()), served); };
     return call;
 }
@@ -98,6 +98,8 @@ QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
     append(key, static_cast<int>(content.reach()));
     append(key, content.limits().values);
     append(key, content.limits().answer);
+    const TrLanguage* const language = TrLanguage::current();
+    append(key, language ? language->tag() : QString());
     return key;
 }
 

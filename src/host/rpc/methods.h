@@ -6,6 +6,8 @@
 
 #include <functional>
 
+class TrLanguage;
+
 /// A call of a method, its parameters read.
 struct Call
 {
@@ -22,6 +24,8 @@ struct Call
     RequestExecutor::Lane lane = RequestExecutor::Lane::Quick;
     /// Of a request: equal keys, equal answers at the same moment. Empty: the answer is not to be shared.
     QByteArray key = {};
+    /// In which the client reads texts from this call on; null: as before.
+    const TrLanguage* language = nullptr;
     /// Gives the result as JSON. May throw what a worker, or a lack of memory, throws.
     std::function<Result<QByteArray>(const Content&)> run = {};
 };

@@ -33,7 +33,7 @@ HostSettings settingsFor(const QString& directory)
 std::unique_ptr<ContentHost> startHost(const HostSettings& settings)
 {
     Result<std::unique_ptr<ContentHost>> host = ContentHost::start(settings);
-    EXPECT_TRUE(host) << host.failure().message.toStdString();
+    EXPECT_TRUE(host) << host.failure().message.toString().toStdString();
     return host ? std::move(host.value()) : nullptr;
 }
 
