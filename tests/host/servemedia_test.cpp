@@ -2,7 +2,10 @@
 
 #include "support/rpcrequest.h"
 #include "support/serving.h"
+#include "support/swapper.h"
 #include "support/webclient.h"
+
+#include <QHash>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -103,6 +106,24 @@ TEST_F(ServeMedia, SendsRangesOfTheFileThatIsThere)
     EXPECT_EQ(range().body, "cde");
     serving.tree.remove(file);
     EXPECT_EQ(range().status, 404);
+}
+
+TEST_F(ServeMedia, SendsTheETagOfTheBytesWhileTheFileIsReplaced)
+{
+    serving.tree.addFile(serving.served(QStringLiteral("other.mp3")), "another sound");
+    QHash<QByteArray, QByteArray> contents;
+    const Swapper swapper(
+        serving.tree.absolute(serving.served(QStringLiteral("a b/Nº #1.mp3"))),
+        serving.tree.absolute(serving.served(QStringLiteral("other.mp3"))));
+    constexpr int rounds = 300;
+    for (int i = 0; i < rounds || contents.size() < 2; ++i) {
+        const HttpResponse response = client->get(shortTarget, {"Range: bytes=0-"});
+        ASSERT_EQ(response.status, 206);
+        QByteArray& content = contents[response.field("ETag")];
+        ASSERT_TRUE(content.isEmpty() || content == response.body);
+        content = response.body;
+    }
+    EXPECT_EQ(contents.size(), 2);
 }
 
 TEST_F(ServeMedia, RefusesARangeBehindTheEnd)

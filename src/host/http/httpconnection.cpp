@@ -45,13 +45,6 @@ using Parser = http::request_parser<http::string_body>;
 using ErrorCode = boost::system::error_code;
 using Clock = std::chrono::steady_clock;
 
-/// Until a request begins, and between two steps of a response.
-constexpr std::chrono::seconds idleLimit(60);
-constexpr std::chrono::seconds headLimit(10);
-constexpr std::chrono::seconds bodyLimit(30);
-/// For the client to close its end after the last response.
-constexpr std::chrono::seconds closeLimit(2);
-
 constexpr std::uint32_t longestHead = 16 * 1024;
 /// Of a message of JSON-RPC.
 constexpr std::uint64_t longestBody = std::uint64_t{1024} * 1024;
@@ -255,7 +248,7 @@ void HttpConnection::awaitRequest()
     m_parser->body_limit(longestBody);
     if (m_buffer.size() > 0)
         return readHead();
-    m_stream.expires_after(idleLimit);
+    m_stream.expires_after(m_parts.times.idle);
     m_stream.async_read_some(m_buffer.prepare(readingStep), [self = self()](const ErrorCode& error, std::size_t size) {
         self->m_buffer.commit(size);
         if (!error)
@@ -269,7 +262,7 @@ void HttpConnection::readHead()
     m_request.ends = m_ends;
     m_credential = {};
     m_staysOpen = false;
-    m_stream.expires_after(headLimit);
+    m_stream.expires_after(m_parts.times.head);
     http::async_read_header(m_stream, m_buffer, *m_parser, handler(&HttpConnection::headRead));
 }
 
@@ -307,7 +300,7 @@ void HttpConnection::admitted(Admission admission)
 
 void HttpConnection::readBody()
 {
-    m_stream.expires_after(bodyLimit);
+    m_stream.expires_after(m_parts.times.body);
     if (m_request.head.value("Expect").toLower() != "100-continue")
         return http::async_read(m_stream, m_buffer, *m_parser, handler(&HttpConnection::bodyRead));
     static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -420,7 +413,7 @@ void HttpConnection::writeHead()
         asio::buffer(m_headText.constData(), static_cast<std::size_t>(m_headText.size())),
         asio::buffer(m_answer->body.constData(), static_cast<std::size_t>(size))};
     m_sentBody = size;
-    m_stream.expires_after(idleLimit);
+    m_stream.expires_after(m_parts.times.idle);
     asio::async_write(m_stream, buffers, handler(&HttpConnection::written));
 }
 
@@ -435,7 +428,7 @@ void HttpConnection::written(const ErrorCode& error)
     const int size = std::min(left, writingStep);
     const auto buffer = asio::buffer(m_answer->body.constData() + m_sentBody, static_cast<std::size_t>(size));
     m_sentBody += size;
-    m_stream.expires_after(idleLimit);
+    m_stream.expires_after(m_parts.times.idle);
     asio::async_write(m_stream, buffer, handler(&HttpConnection::written));
 }
 
@@ -485,7 +478,7 @@ void HttpConnection::awaitDisk()
 
 void HttpConnection::limitWaiting()
 {
-    m_timer.expires_after(idleLimit);
+    m_timer.expires_after(m_parts.times.idle);
     m_timer.async_wait([self = self()](const ErrorCode& error) {
         if (!error)
             self->abort();
@@ -529,7 +522,7 @@ void HttpConnection::awaitClose()
 {
     ErrorCode ignored;
     m_stream.socket().shutdown(Tcp::socket::shutdown_send, ignored);
-    m_stream.expires_after(closeLimit);
+    m_stream.expires_after(m_parts.times.lastResponse);
     drain({});
 }
 

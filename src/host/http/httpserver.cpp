@@ -24,8 +24,6 @@ namespace {
 constexpr int diskThreads = 4;
 /// Bytes of messages that wait for all WebSockets together.
 constexpr qint64 mostPending = qint64{256} << 20;
-/// Between two looks at the file with the token.
-constexpr std::chrono::seconds tokenInterval(2);
 /// For the I/O thread, which may hang in the kernel when a disk does.
 constexpr std::chrono::milliseconds ioPatience(500);
 
@@ -47,10 +45,11 @@ class HttpServer::State
 {
 public:
     State(const Services& services, const Settings& settings)
-        : m_access(settings.access), m_covers(services.host, {coverDirectory(settings.stateDirectory)}),
+        : m_times(settings.times), m_access(settings.access),
+          m_covers(services.host, {coverDirectory(settings.stateDirectory)}),
           m_files(MediaLibrary(services.host), m_io, m_disk, {}),
           m_handler({services, m_access, m_metrics, m_covers, m_files, [this] { checkAccessLater(); }}),
-          m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_pending, m_disk, services}
+          m_parts{m_io, m_connections, m_access, m_handler, m_metrics, m_pending, m_disk, services, m_times}
     {
     }
     ~State()
@@ -74,6 +73,7 @@ private:
     /// Calls the function in the I/O thread and waits for it; false if the thread hangs.
     [[nodiscard]] bool runInIoThread(std::function<void()> function);
 
+    const ServerTimes m_times;
     AccessPolicy m_access;
     Metrics m_metrics;
     const PendingBudget m_pending{mostPending};
@@ -123,7 +123,7 @@ void HttpServer::State::checkAccessLater()
 
 void HttpServer::State::checkTokenLater()
 {
-    m_io.after(tokenInterval, [this] {
+    m_io.after(m_times.token, [this] {
         m_tokenReading.post([this] {
             if (const std::optional<Result<QByteArray>> token = m_tokenFile->readIfChanged())
                 m_io.post([this, token = *token] { setToken(token); });

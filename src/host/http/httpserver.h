@@ -3,6 +3,7 @@
 #include "content/result.h"
 #include "http/access.h"
 #include "http/listeningsocket.h"
+#include "http/servertimes.h"
 #include "rpc/dispatcher.h"
 
 #include <chrono>
@@ -22,6 +23,7 @@ public:
         QString tokenFile = {};
         /// For scaled covers.
         QString stateDirectory = {};
+        ServerTimes times = {};
     };
 
     /// Fails if the token cannot be read. The services must outlive the server.

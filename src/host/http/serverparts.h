@@ -1,5 +1,6 @@
 #pragma once
 
+#include "http/servertimes.h"
 #include "rpc/dispatcher.h"
 
 class AccessPolicy;
@@ -22,4 +23,5 @@ struct ServerParts
     /// Reads ahead from the disk.
     ThreadPool& disk;
     Services services;
+    const ServerTimes& times;
 };

@@ -31,12 +31,6 @@ using Tcp = asio::ip::tcp;
 using Executor = asio::io_context::executor_type;
 using ErrorCode = boost::system::error_code;
 
-constexpr std::chrono::seconds handshakeLimit(10);
-constexpr std::chrono::seconds pingInterval(20);
-/// For the answer to a ping.
-constexpr std::chrono::seconds pongLimit(10);
-/// For what is being written, and for the client's own close.
-constexpr std::chrono::seconds closeLimit(10);
 /// Bytes; a buffer that a long message has made larger is given back.
 constexpr std::size_t usualBuffer = 4096;
 
@@ -103,13 +97,13 @@ private:
     void close(websocket::close_code code);
     void sendClose();
 
-    void waitToPing() { callAfter(pingInterval, &WebSocketClient::ping); }
+    void waitToPing() { callAfter(m_parts.times.ping, &WebSocketClient::ping); }
     void ping();
-    void waitForPong() { callAfter(pongLimit, &WebSocketClient::checkPong); }
+    void waitForPong() { callAfter(m_parts.times.pong, &WebSocketClient::checkPong); }
     void checkPong();
     void noteTraffic();
     /// Replaces the call that waits; the client must still be open then.
-    void callAfter(std::chrono::seconds time, void (WebSocketClient::*function)());
+    void callAfter(ServerTimes::Time time, void (WebSocketClient::*function)());
 
     ServerParts m_parts;
     const ConnectionTable::Place m_place;
@@ -143,7 +137,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
           parts.io.context(), opening.isV4 ? Tcp::v4() : Tcp::v6(), opening.socket.release())),
       m_timer(parts.io.context()), m_closeTimer(parts.io.context())
 {
-    const websocket::stream_base::timeout limits = {handshakeLimit, websocket::stream_base::none(), false};
+    const websocket::stream_base::timeout limits = {parts.times.handshake, websocket::stream_base::none(), false};
     m_stream.set_option(limits);
     m_stream.read_message_max(static_cast<std::size_t>(Limits().message));
     m_stream.auto_fragment(false);
@@ -277,7 +271,7 @@ void WebSocketClient::close(websocket::close_code code)
         return abort();
     m_closeCode = code;
     m_outbox->close();
-    m_closeTimer.expires_after(closeLimit);
+    m_closeTimer.expires_after(m_parts.times.close);
     m_closeTimer.async_wait([self = self()](const ErrorCode& error) {
         if (!error)
             self->abort();
@@ -322,7 +316,7 @@ void WebSocketClient::ping()
     waitForPong();
 }
 
-void WebSocketClient::callAfter(std::chrono::seconds time, void (WebSocketClient::*function)())
+void WebSocketClient::callAfter(ServerTimes::Time time, void (WebSocketClient::*function)())
 {
     m_timer.expires_after(time);
     m_timer.async_wait([self = self(), function](const ErrorCode& error) {
