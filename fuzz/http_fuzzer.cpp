@@ -98,8 +98,9 @@ bool namesOwnHost(const RequestHead& head)
 bool comesFromOwnPage(const RequestHead& head)
 {
     const QByteArray origin = head.value("Origin").toLower();
+    const QByteArray host = head.value("Host").toLower();
     return head.count("Origin") == 0 || origin == "https://tavo.example.net" ||
-           origin == "http://" + head.value("Host").toLower();
+           (origin == "http://" + host && !host.startsWith("tavo.example.net"));
 }
 
 void checkAccess(const RequestHead& head)

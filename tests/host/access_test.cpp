@@ -186,6 +186,23 @@ TEST_F(Access, ForeignOriginsAreForbidden)
     EXPECT_EQ(statusOf("/session", {ownHost.front(), own, own}), 403);
 }
 
+TEST_F(Access, OtherOriginsOfTheHostOfAnOriginAreForbidden)
+{
+    EXPECT_EQ(statusOfHost("tavo.example.net"), 0);
+    EXPECT_EQ(statusOfOrigin("http://tavo.example.net", "tavo.example.net"), 403);
+    EXPECT_EQ(statusOfOrigin("http://tavo.example.net:8420", "tavo.example.net:8420"), 403);
+    EXPECT_EQ(statusOfOrigin("http://proxy.example", "proxy.example"), 403);
+}
+
+TEST_F(Access, OriginsMayHaveANamedHostToo)
+{
+    AccessPolicy named({{"tavo.example.net"}, {"https://tavo.example.net"}, false});
+    for (const char* origin : {"https://tavo.example.net", "http://tavo.example.net:8420"}) {
+        const RequestHead head{"GET", "/session", {{"Host", "tavo.example.net:8420"}, {"Origin", origin}}};
+        EXPECT_TRUE(std::holds_alternative<Admission>(named.admit(head, connection, now))) << origin;
+    }
+}
+
 TEST_F(Access, HostIsCheckedFirstThenOriginThenRoute)
 {
     EXPECT_EQ(statusOf("*", {{"Host", "evil.example"}, {"Origin", "null"}}), 421);

@@ -197,6 +197,7 @@ TEST(ServeAccessOptions, ServesNamesAndOriginsThatAreGiven)
     EXPECT_EQ(client.get("/health", {"Host: music.example.org.evil.tld"}).status, 421);
     EXPECT_EQ(client.get("/health", {"Host: home.example.org", "Origin: https://home.example.org"}).status, 200);
     EXPECT_EQ(client.get("/health", {"Host: home.example.org", "Origin: https://evil.tld"}).status, 403);
+    EXPECT_EQ(client.get("/health", {"Host: home.example.org", "Origin: http://home.example.org"}).status, 403);
 }
 
 } // namespace

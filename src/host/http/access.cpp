@@ -46,6 +46,12 @@ QByteArray hostIn(const QByteArray& value)
     return hasPort ? normalHost(value.left(colon)) : QByteArray();
 }
 
+/// `origin`: as browsers write it.
+QByteArray hostOf(const QByteArray& origin)
+{
+    return hostIn(origin.mid(origin.indexOf("://") + 3));
+}
+
 /// Browsers send a cookie to all ports of a host, so servers beside each other need names of their own. `head`: with a
 /// Host that was checked.
 QByteArray cookieName(const RequestHead& head)
@@ -134,8 +140,6 @@ AccessPolicy::AccessPolicy(const AccessSettings& settings)
     : m_hosts(settings.hosts), m_origins(settings.origins), m_needsToken(settings.needsToken)
 {
     m_hosts.insert(m_hosts.end(), {"localhost", "127.0.0.1", "[::1]"});
-    for (const QByteArray& origin : m_origins)
-        m_hosts.push_back(hostIn(origin.mid(origin.indexOf("://") + 3)));
 }
 
 void AccessPolicy::setToken(const QByteArray& token)
@@ -192,28 +196,34 @@ std::optional<Refusal> AccessPolicy::checkSender(const RequestHead& head, const 
 {
     if (head.count("Host") != 1)
         return Refusal{400};
-    if (!isOwnHost(head, connection))
+    const QByteArray host = hostIn(head.value("Host"));
+    if (!isOwnHost(host, connection) && !isHostOfOrigin(host))
         return Refusal{421};
-    if (!isOwnOrigin(head))
+    if (!isOwnOrigin(head, connection))
         return Refusal{403};
     return std::nullopt;
 }
 
-bool AccessPolicy::isOwnHost(const RequestHead& head, const Connection& connection) const
+bool AccessPolicy::isOwnHost(const QByteArray& host, const Connection& connection) const
 {
-    const QByteArray host = hostIn(head.value("Host"));
-    if (host.isEmpty())
-        return false;
     return host == hostText(connection.local) || std::find(m_hosts.cbegin(), m_hosts.cend(), host) != m_hosts.cend();
 }
 
-bool AccessPolicy::isOwnOrigin(const RequestHead& head) const
+bool AccessPolicy::isHostOfOrigin(const QByteArray& host) const
+{
+    return std::any_of(
+        m_origins.cbegin(), m_origins.cend(), [&host](const QByteArray& origin) { return hostOf(origin) == host; });
+}
+
+bool AccessPolicy::isOwnOrigin(const RequestHead& head, const Connection& connection) const
 {
     if (head.count("Origin") == 0)
         return true;
     const QByteArray origin = head.value("Origin").toLower();
-    return origin == "http://" + head.value("Host").toLower() ||
-           std::find(m_origins.cbegin(), m_origins.cend(), origin) != m_origins.cend();
+    if (std::find(m_origins.cbegin(), m_origins.cend(), origin) != m_origins.cend())
+        return true;
+    const QByteArray host = head.value("Host");
+    return origin == "http://" + host.toLower() && isOwnHost(hostIn(host), connection);
 }
 
 std::variant<Credential, Refusal>

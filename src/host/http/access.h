@@ -36,7 +36,8 @@ struct AccessSettings
 {
     /// Made by readHostName(). Loopback names and the socket's own addresses need not be named.
     std::vector<QByteArray> hosts = {};
-    /// Made by readOrigin(). Their hosts need not be named.
+    /// Made by readOrigin(). A request may be for their hosts, too, but a page that a browser got from such a host
+    /// under another origin is foreign: what comes without TLS may be anybody's.
     std::vector<QByteArray> origins = {};
     /// Then nobody is admitted before setToken().
     bool needsToken = false;
@@ -86,8 +87,10 @@ public:
     [[nodiscard]] QByteArray logOut(const RequestHead& head);
 
 private:
-    [[nodiscard]] bool isOwnHost(const RequestHead& head, const Connection& connection) const;
-    [[nodiscard]] bool isOwnOrigin(const RequestHead& head) const;
+    /// Whether the host has the server's address, or one of its names. `host`: in its only form.
+    [[nodiscard]] bool isOwnHost(const QByteArray& host, const Connection& connection) const;
+    [[nodiscard]] bool isHostOfOrigin(const QByteArray& host) const;
+    [[nodiscard]] bool isOwnOrigin(const RequestHead& head, const Connection& connection) const;
     /// The refusal of the request's Host or Origin, if they are foreign.
     [[nodiscard]] std::optional<Refusal> checkSender(const RequestHead& head, const Connection& connection) const;
     [[nodiscard]] std::variant<Credential, Refusal>
