@@ -4,7 +4,7 @@ import { queuePath } from './entries.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
 import { FolderTags } from './foldertags.js';
 import { Hero } from './hero.js';
-import { icon } from './icons.js';
+import { icon, iconButton } from './icons.js';
 import { showKeys } from './keys.js';
 import { isolated, text } from './language.js';
 import { button, emptyNotice, failureNotice, loadingNotice, noHitNotice } from './notices.js';
@@ -100,9 +100,7 @@ export class TavoFolder extends HTMLElement {
         label.append(element('span', { class: 'unseen' }, text('filterFolder')), this.#filter, element('kbd', {}, '/'));
         setAttribute(this.#filter, 'placeholder', text('filterFolder'));
         const nav = element('nav', { 'aria-label': text('path') }, this.#crumbs);
-        const keys = element('button', { type: 'button', class: 'round hint', 'aria-label': text('keysHint'), title: text('keysHint') });
-        keys.append(icon('keyboard'));
-        keys.addEventListener('click', showKeys);
+        const keys = iconButton('keyboard', text('keysHint'), showKeys, 'round hint');
         return element('header', {}, element('span', { class: 'brand' }, 'tavo'), nav, label, keys);
     }
 
@@ -581,8 +579,7 @@ export class TavoFolder extends HTMLElement {
         if (this.#selected.hidden) return;
         const play = button('play', () => this.#actions.play(this.#selection.keys));
         const add = button('addToQueue', () => this.#actions.add(this.#selection.keys));
-        const close = element('button', { type: 'button', class: 'round', 'aria-label': text('close') }, icon('close'));
-        close.addEventListener('click', () => this.#escape());
+        const close = iconButton('close', text('close'), () => this.#escape(), 'round');
         this.#selected.replaceChildren(element('span', {}, text('selectedCount', { count: size })), play, add, close);
     }
 }

@@ -1,3 +1,5 @@
+import { element } from './dom.js';
+
 /** The page's own icons: strokes on a field of 24 × 24. */
 
 /** @type {Record<string, string>} */
@@ -44,4 +46,18 @@ export function icon(name) {
     path.setAttribute('d', paths[name]);
     svg.append(path);
     return svg;
+}
+
+/**
+ * A button that shows nothing but an icon.
+ * @param {string} name of the icon
+ * @param {string} label what the button does
+ * @param {() => void} run
+ * @param {string} [classes]
+ */
+export function iconButton(name, label, run, classes) {
+    const attributes = { type: 'button', class: classes, 'aria-label': label, title: label, 'data-icon': name };
+    const made = element('button', attributes, icon(name));
+    made.addEventListener('click', run);
+    return made;
 }

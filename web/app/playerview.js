@@ -4,7 +4,7 @@ import { report } from './actions.js';
 import { makeCover } from './cover.js';
 import { deviceName } from './device.js';
 import { element, setAttribute, setText } from './dom.js';
-import { icon } from './icons.js';
+import { icon, iconButton } from './icons.js';
 import { clock, isolated, text } from './language.js';
 import { connectMediaSession } from './mediasession.js';
 import { Output } from './output.js';
@@ -112,7 +112,7 @@ export class TavoPlayer extends HTMLElement {
 
     #makeFull() {
         const player = this.#player;
-        const close = button('down', text('closePlayer'), () => this.closeFull());
+        const close = iconButton('down', text('closePlayer'), () => this.closeFull());
         const title = element('h2', { id: `player-title-${++serial}`, dir: 'auto' });
         const artist = element('p', { dir: 'auto' });
         const album = element('p', { dir: 'auto' });
@@ -153,11 +153,11 @@ export class TavoPlayer extends HTMLElement {
 
     #makeButtons() {
         const player = this.#player;
-        const shuffle = button('shuffle', text('shuffle'), () => player.setShuffle(!player.shuffle));
-        const previous = button('previous', text('previous'), () => player.previous(this.#position));
-        const play = button('play', text('play'), () => player.toggle());
-        const next = button('next', text('next'), () => player.next());
-        const repeat = button('repeat', text('repeatOff'), () => player.setRepeat(afterRepeat[player.repeat]));
+        const shuffle = iconButton('shuffle', text('shuffle'), () => player.setShuffle(!player.shuffle));
+        const previous = iconButton('previous', text('previous'), () => player.previous(this.#position));
+        const play = iconButton('play', text('play'), () => player.toggle());
+        const next = iconButton('next', text('next'), () => player.next());
+        const repeat = iconButton('repeat', text('repeatOff'), () => player.setRepeat(afterRepeat[player.repeat]));
         play.classList.add('player-play');
         this.#updates.push(() => {
             setAttribute(shuffle, 'aria-pressed', String(player.shuffle));
@@ -192,7 +192,7 @@ export class TavoPlayer extends HTMLElement {
 
     #makeVolume() {
         const player = this.#player;
-        const mute = button('volume', text('mute'), () => this.#toggleSound());
+        const mute = iconButton('volume', text('mute'), () => this.#toggleSound());
         const slider = new Slider(text('volume'), 5);
         slider.max = 100;
         slider.input.addEventListener('input', () => void player.setVolume(slider.value));
@@ -269,13 +269,6 @@ const troubles = { gone: 'troubleGone', format: 'troubleFormat', unreachable: 't
 /** @param {import('./output.js').Trouble} trouble */
 function showTrouble({ entry, reason }) {
     toast(text(troubles[reason], { title: isolated(entry.title) }));
-}
-
-/** @param {string} name @param {string} label @param {() => void} run */
-function button(name, label, run) {
-    const made = element('button', { type: 'button', 'aria-label': label, title: label, 'data-icon': name }, icon(name));
-    made.addEventListener('click', run);
-    return made;
 }
 
 /** @param {HTMLButtonElement} worn @param {string} name @param {string} label */

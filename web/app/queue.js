@@ -169,6 +169,10 @@ export class Queue extends EventTarget {
     }
 
     /** Brings back what an edit removed. @param {number} edit */
+    async shuffle() {
+        await this.#edit('shuffleQueue', null);
+    }
+
     async undo(edit) {
         await this.#edit('undo', edit);
     }

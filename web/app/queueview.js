@@ -6,7 +6,7 @@ import { element, setAttribute, setText } from './dom.js';
 import { Drag } from './drag.js';
 import { queuePath } from './entries.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
-import { icon } from './icons.js';
+import { icon, iconButton } from './icons.js';
 import { clock, isolated, spokenDuration, text } from './language.js';
 import { openMenu } from './menu.js';
 import { go } from './place.js';
@@ -99,7 +99,8 @@ export class TavoQueue extends HTMLElement {
     #shownCurrent = 0;
 
     #summary = element('span', { class: 'muted', dir: 'auto' });
-    #clear = element('button', { type: 'button', class: 'round', 'aria-label': text('clearQueue'), title: text('clearQueue') }, icon('clear'));
+    #shuffle = iconButton('shuffle', text('shuffleQueue'), () => void this.#queue.shuffle().catch(report), 'round');
+    #clear = iconButton('clear', text('clearQueue'), () => void this.#removeAll(), 'round');
     #grid = element('div', { class: 'rows', role: 'grid', tabindex: 0, 'aria-multiselectable': 'true', 'aria-label': text('queue') });
     #notice = element('div', { class: 'queue-empty' });
     #announcer = element('div', { class: 'unseen', role: 'status' });
@@ -126,7 +127,7 @@ export class TavoQueue extends HTMLElement {
         setAttribute(this, 'role', 'region');
         setAttribute(this, 'aria-label', text('queue'));
         const head = element('h2', {}, text('queue'));
-        this.append(element('div', { class: 'queue-head' }, head, this.#summary, this.#clear));
+        this.append(element('div', { class: 'queue-head' }, head, this.#summary, this.#shuffle, this.#clear));
         this.append(this.#scroller, this.#thumb.element, this.#announcer);
         setAttribute(this.#grid, 'aria-description', text('queueKeys'));
         this.#listen();
@@ -140,7 +141,6 @@ export class TavoQueue extends HTMLElement {
 
     #listen() {
         this.#list.onShow = (first, last, eye) => this.#shown(first, last, eye);
-        this.#clear.addEventListener('click', () => void this.#removeAll());
         this.#grid.addEventListener('keydown', (event) => this.#onKey(event));
         this.#grid.addEventListener('click', (event) => this.#onClick(event));
         listenToKeys(this.#grid, this.#commands());
@@ -170,6 +170,7 @@ export class TavoQueue extends HTMLElement {
     #drawState() {
         const { count, missing, state } = this.#queue;
         this.#list.count = count;
+        this.#shuffle.hidden = count < 2;
         this.#grid.hidden = count === 0;
         this.#clear.hidden = count === 0;
         this.#notice.hidden = count > 0 || state === 'loading';

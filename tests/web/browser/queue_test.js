@@ -165,6 +165,12 @@ test('the queue is cleared, and undo brings all back', async () => {
     await ordered(page, 'abcde');
 });
 
+test('the queue is shuffled', async () => {
+    const { page } = await openPlayer(server, letters);
+    await page.getByRole('button', { name: 'Shuffle the queue' }).click();
+    await ordered(page, 'edcba');
+});
+
 test('the mouse drags an entry to another place', async () => {
     const { page } = await openPlayer(server, letters);
     const from = await middleOf(page, 0);

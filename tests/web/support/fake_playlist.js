@@ -1,4 +1,5 @@
-/** A queue and a player in memory, for tests of what a real one does only by chance: without walks, shuffle and a store. */
+/** A queue and a player in memory, for tests of what a real one does only by chance: without walks and a store,
+ * and with a shuffle that nobody has to guess: it reverses the queue. */
 
 import { nameOf } from '../../../web/app/paths.js';
 
@@ -78,6 +79,10 @@ export class FakePlaylist {
         this.#edit('remove', (ids) => this.#remove(ids));
         this.#edit('clear', () => this.#remove(this.rows.map(idOf)));
         this.#edit('move', ({ ids, after }) => this.#move(ids, after));
+        this.#edit('shuffleQueue', () => {
+            this.rows = this.rows.slice().reverse();
+            return {};
+        });
         this.#edit('undo', (number) => {
             const gone = new Set(this.#undos[number]);
             this.rows = [...this.rows.filter((row) => !gone.has(row)), ...gone].sort((one, other) => idOf(one) - idOf(other));

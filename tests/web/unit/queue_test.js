@@ -106,6 +106,8 @@ test('edits change the queue of every page', async () => {
     await ordered('da', other);
     await queue.undo(undo);
     await ordered('abcd', other);
+    await queue.shuffle();
+    await ordered('dcba', other);
     await queue.clear();
     await ordered('', other);
 });

@@ -106,6 +106,7 @@ export default {
     minutes: '{minutes} Min.',
     hoursMinutes: '{hours} Std. {minutes} Min.',
     searching: 'Titel werden gesucht …',
+    shuffleQueue: 'Warteschlange mischen',
     clearQueue: 'Warteschlange leeren',
     removedCount: { one: '{count} Titel entfernt', other: '{count} Titel entfernt' },
     notPlayed: 'Ließ sich nicht abspielen',

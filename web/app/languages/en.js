@@ -105,6 +105,7 @@ export default {
     minutes: '{minutes} min',
     hoursMinutes: '{hours} h {minutes} min',
     searching: 'Looking for tracks …',
+    shuffleQueue: 'Shuffle the queue',
     clearQueue: 'Clear the queue',
     removedCount: { one: 'Removed {count} track', other: 'Removed {count} tracks' },
     notPlayed: 'Could not be played',
