@@ -71,14 +71,27 @@ export class Actions {
     async #enqueue(method, paths) {
         if (this.#queue.missing) return toast(text('noQueue'));
         const heard = method === 'playNow' || method === 'replaceQueue';
+        const { count } = this.#queue;
         try {
             if (heard) await this.#player.findOutput();
             const added = await this.#queue[method](paths);
             if (!heard) toast(text('added', { count: added.added }));
+            else if (added.undo !== undefined && count > 0) offerUndo(this.#queue, count, added.undo);
         } catch (error) {
             report(error);
         }
     }
+}
+
+/**
+ * Says that entries left the queue, and offers to bring them back.
+ * @param {Queue} queue
+ * @param {number} count
+ * @param {number} edit that removed them
+ */
+export function offerUndo(queue, count, edit) {
+    const run = () => void queue.undo(edit).catch(report);
+    toast(text('removedCount', { count }), { label: text('undo'), run });
 }
 
 /**

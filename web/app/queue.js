@@ -271,7 +271,8 @@ export class Queue extends EventTarget {
     }
 
     /**
-     * Behind the current entry the last part comes first, so that the first one ends up in front.
+     * Behind the current entry the last part comes first, so that the first one ends up in front. What several edits
+     * have added, none of them undoes.
      * @param {string} service
      * @param {readonly string[]} paths
      * @returns {Promise<Added>}
@@ -283,7 +284,7 @@ export class Queue extends EventTarget {
         if (!atTheEnd) for (const part of others.reverse()) added += (await this.#edit('playNext', part)).added;
         const answer = await this.#edit(service, first);
         if (atTheEnd) for (const part of others) added += (await this.#edit('addToQueue', part)).added;
-        return { ...answer, added: answer.added + added };
+        return { ...answer, added: answer.added + added, undo: others.length > 0 ? undefined : answer.undo };
     }
 
     /** @param {1 | -1} change */

@@ -1,6 +1,6 @@
 /** `<tavo-queue>`: the entries of the queue, to be played, moved and removed. */
 
-import { report } from './actions.js';
+import { offerUndo, report } from './actions.js';
 import { makeCover } from './cover.js';
 import { element, setAttribute, setText } from './dom.js';
 import { Drag } from './drag.js';
@@ -14,7 +14,6 @@ import { playerPath } from './player.js';
 import { RowList } from './rowlist.js';
 import { Selection } from './selection.js';
 import { Thumb } from './thumb.js';
-import { toast } from './toast.js';
 
 /** @typedef {import('./queue.js').Queue} Queue */
 /** @typedef {import('./entries.js').Entry} Entry */
@@ -430,7 +429,7 @@ export class TavoQueue extends HTMLElement {
         if (ids.length === 0) return;
         const heir = this.#heirOf(ids);
         try {
-            this.#offerUndo(ids.length, await this.#queue.remove(ids));
+            offerUndo(this.#queue, ids.length, await this.#queue.remove(ids));
         } catch (error) {
             return report(error);
         }
@@ -452,17 +451,11 @@ export class TavoQueue extends HTMLElement {
     async #removeAll() {
         const { count } = this.#queue;
         try {
-            this.#offerUndo(count, await this.#queue.clear());
+            offerUndo(this.#queue, count, await this.#queue.clear());
         } catch (error) {
             report(error);
         }
         this.#scroller.scrollTop = 0;
-    }
-
-    /** @param {number} count @param {number} edit */
-    #offerUndo(count, edit) {
-        const run = () => void this.#queue.undo(edit).catch(report);
-        toast(text('removedCount', { count }), { label: text('undo'), run });
     }
 
     // Moving

@@ -59,6 +59,22 @@ test('the menu of an entry adds it to the queue', async () => {
     await page.locator('.toast', { hasText: 'Added 1 entry' }).waitFor();
 });
 
+test('what has replaced the queue can be undone', async () => {
+    const { page } = await newPage();
+    await page.goto(served.host.address + album);
+    await row(page, 'Half a Lantern').click({ button: 'right' });
+    await page.getByRole('menuitem', { name: 'Add to queue' }).click();
+    const entries = page.locator('tavo-queue .row .title');
+    await entries.filter({ hasText: 'Half a Lantern' }).waitFor();
+    await row(page, 'Half a Lantern').locator('~ .row').first().click({ button: 'right' });
+    await page.getByRole('menuitem', { name: 'Replace queue' }).click();
+    await page.locator('.toast', { hasText: 'Removed 1 track' }).waitFor();
+    await entries.filter({ hasText: 'Half a Lantern' }).waitFor({ state: 'detached' });
+    await page.getByRole('button', { name: 'Undo' }).click();
+    await entries.filter({ hasText: 'Half a Lantern' }).waitFor();
+    assert.equal(await entries.count(), 1);
+});
+
 test('the page comes back after the host was killed and started again', async () => {
     const { page } = await newPage();
     await page.goto(served.host.address + album);

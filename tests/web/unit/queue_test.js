@@ -123,8 +123,9 @@ for (const service of /** @type {const} */ (['playNow', 'playNext', 'addToQueue'
     test(`more paths than the host takes at a time keep their order: ${service}`, async () => {
         await start('a');
         const paths = Array.from({ length: 2500 }, (_, index) => `/file/${index}`);
-        const { added } = await queue[service](paths);
+        const { added, undo } = await queue[service](paths);
         assert.equal(added, 2500);
+        assert.equal(undo, undefined);
         assert.deepEqual(playlist.rows.map(({ value }) => value).filter((value) => value !== '/file/a'), paths);
         for (const { path, value } of host.asked('set')) assert(value.value.length <= 1000, `${value.value.length} to ${path}`);
     });
