@@ -1,4 +1,4 @@
-import { mediaAddress, nameOf } from './paths.js';
+import { mediaAddress, nameOf, queuePath } from './paths.js';
 
 /**
  * @typedef {object} EntryFields
@@ -11,9 +11,6 @@ import { mediaAddress, nameOf } from './paths.js';
  */
 
 /** An entry of the queue. @typedef {import('./listing.js').Row & EntryFields} Entry */
-
-/** The queue's own path; its rows are the entries. */
-export const queuePath = '/playlist/';
 
 /** @type {import('./listing.js').RowKind<Entry>} */
 export const entryRows = {

@@ -1,6 +1,5 @@
 import { Actions, report } from './actions.js';
 import { element, setAttribute, setText } from './dom.js';
-import { queuePath } from './entries.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
 import { FolderTags } from './foldertags.js';
 import { Hero } from './hero.js';
@@ -8,8 +7,8 @@ import { icon, iconButton } from './icons.js';
 import { showKeys } from './keys.js';
 import { isolated, text } from './language.js';
 import { button, emptyNotice, failureNotice, loadingNotice, noHitNotice } from './notices.js';
-import { parent, top } from './paths.js';
-import { addressOf, currentPath, go, replacePlace } from './place.js';
+import { parent, queuePath, top } from './paths.js';
+import { addressOf, currentPath, go, isQueueOpen, replacePlace } from './place.js';
 import { Roots } from './roots.js';
 import { RowList } from './rowlist.js';
 import { Rows } from './rows.js';
@@ -121,7 +120,8 @@ export class TavoFolder extends HTMLElement {
 
     #openPlace() {
         const path = currentPath();
-        if (this.#rows.path === path) return;
+        // Beside the queue the folder stays open.
+        if (this.#rows.path === path || (isQueueOpen() && this.#rows.path !== '')) return;
         const cameFrom = this.#rows.path;
         if (cameFrom !== '') this.#leaveFolder(cameFrom);
         this.#selection = new Selection();
@@ -204,7 +204,7 @@ export class TavoFolder extends HTMLElement {
     /** @param {string} path */
     async #drawName(path) {
         const line = await this.#roots.line(path, text('folders')).catch(() => null);
-        if (!line || currentPath() !== path) return;
+        if (!line || this.#rows.path !== path) return;
         const { name } = line[line.length - 1];
         document.title = `${name} · tavo`;
         setAttribute(this.#grid, 'aria-label', name);

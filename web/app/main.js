@@ -2,6 +2,7 @@ import { addSignInView, connectionBar } from './connection.js';
 import { element } from './dom.js';
 import { TavoFolder } from './folder.js';
 import { currentLanguage, useLanguage } from './language.js';
+import { isQueueOpen } from './place.js';
 import { Player } from './player.js';
 import { TavoPlayer } from './playerview.js';
 import { Queue } from './queue.js';
@@ -35,18 +36,25 @@ function show(view) {
     markTab(tabs, view);
 }
 
+function showQueue() {
+    show('queue');
+    queueView.focus();
+}
+
+function showPlace() {
+    if (isQueueOpen()) showQueue();
+    else show('folder');
+}
+
 const heading = element('h1', { class: 'unseen' }, 'tavo');
 const folder = new TavoFolder(session, queue, player, firstRows);
 const queueView = new TavoQueue(queue, player);
 const areas = element('main', {}, heading, folder, queueView);
 document.body.append(areas, bar, tabs, connectionBar(session));
 addSignInView(session);
-show('folder');
+showPlace();
 bar.addEventListener('full', () => markTab(tabs, bar.full ? 'playing' : area));
-folder.addEventListener('queue', () => {
-    show('queue');
-    queueView.focus();
-});
-addEventListener('hashchange', () => show('folder'));
+folder.addEventListener('queue', showQueue);
+addEventListener('hashchange', showPlace);
 queue.addEventListener('state', () => document.body.classList.toggle('without-queue', queue.missing));
 void queue.start();

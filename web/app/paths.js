@@ -5,6 +5,9 @@
 
 export const top = '/';
 
+/** The queue's own path; its rows are the entries. */
+export const queuePath = '/playlist/';
+
 /**
  * What contains a path; the top contains itself.
  * @param {string} path

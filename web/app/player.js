@@ -5,9 +5,9 @@
  * `givenUp` when it stops because nothing can be played; `refused` (a Refused) when a command failed.
  */
 
-import { entryPath, entryRows, queuePath } from './entries.js';
+import { entryPath, entryRows } from './entries.js';
 import { Live } from './live.js';
-import { nameOf } from './paths.js';
+import { nameOf, queuePath } from './paths.js';
 
 /** @typedef {import('./entries.js').Entry} Entry */
 /** @typedef {import('./session.js').Session} Session */

@@ -7,7 +7,8 @@
  * files.
  */
 
-import { entryPath, entryRows, queuePath } from './entries.js';
+import { entryPath, entryRows } from './entries.js';
+import { queuePath } from './paths.js';
 import { movedBehind } from './reorder.js';
 import { Rows, RowsChange } from './rows.js';
 import { ConnectionLost } from './session.js';
@@ -168,11 +169,11 @@ export class Queue extends EventTarget {
         return (await this.#edit('clear', null)).undo;
     }
 
-    /** Brings back what an edit removed. @param {number} edit */
     async shuffle() {
         await this.#edit('shuffleQueue', null);
     }
 
+    /** Brings back what an edit removed. @param {number} edit */
     async undo(edit) {
         await this.#edit('undo', edit);
     }

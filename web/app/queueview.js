@@ -4,11 +4,11 @@ import { offerUndo, report } from './actions.js';
 import { makeCover } from './cover.js';
 import { element, setAttribute, setText } from './dom.js';
 import { Drag } from './drag.js';
-import { queuePath } from './entries.js';
 import { listenToKeys, listenToPointer } from './folderinput.js';
 import { icon, iconButton } from './icons.js';
 import { clock, isolated, spokenDuration, text } from './language.js';
 import { openMenu } from './menu.js';
+import { queuePath } from './paths.js';
 import { go } from './place.js';
 import { playerPath } from './player.js';
 import { RowList } from './rowlist.js';
@@ -169,8 +169,8 @@ export class TavoQueue extends HTMLElement {
     #drawState() {
         const { count, missing, state } = this.#queue;
         this.#list.count = count;
-        this.#shuffle.hidden = count < 2;
         this.#grid.hidden = count === 0;
+        this.#shuffle.hidden = count < 2;
         this.#clear.hidden = count === 0;
         this.#notice.hidden = count > 0 || state === 'loading';
         const [head, hint] = missing ? [text('noQueue'), text('noQueueHint')] : [text('queueEmpty'), text('queueHint')];

@@ -419,6 +419,33 @@ describe('a phone', () => {
     });
 });
 
+describe('the address of the queue', () => {
+    const options = { viewport: { width: 390, height: 760 } };
+
+    test('opens the queue', async () => {
+        const host = house();
+        host.addDirectory('/', ['file/']);
+        const { page, problems } = await openPage(host, { place: '/playlist/', options });
+        await page.getByText('Nothing in the queue').waitFor();
+        await page.getByRole('button', { name: 'Folders' }).click();
+        await showsRows(page, ['file']);
+        assert.deepEqual(problems, []);
+    });
+
+    test('leaves the folder open', async () => {
+        const { page } = await openPage(house(), { place: blue, options });
+        await showsRows(page, tagged);
+        await page.evaluate(() => (location.hash = '/playlist/'));
+        await page.getByText('Nothing in the queue').waitFor();
+        await page.getByRole('button', { name: 'Folders' }).click();
+        await showsRows(page, tagged);
+        await page.evaluate(() => (location.hash = '/file/Albums'));
+        await showsRows(page, ['Blue', 'Green', 'Red']);
+        await page.goBack();
+        await page.getByText('Nothing in the queue').waitFor();
+    });
+});
+
 describe('states', () => {
     test('an empty folder says so', async () => {
         const { page } = await openPage(house(), { place: '/file/Empty' });
