@@ -63,7 +63,9 @@ constexpr std::array<Change, 8> changes = {{
 ChangingTree::ChangingTree()
 {
     FUZZ_CHECK(m_folder.isValid());
-    FUZZ_CHECK(mkdir(absolute("root").constData(), S_IRWXU) == 0);
+    for (const char* directory : {"root", "outside"})
+        FUZZ_CHECK(mkdir(absolute(directory).constData(), S_IRWXU) == 0);
+    FUZZ_CHECK(addFile(absolute("outside/secret.mp3")));
     fill();
 }
 
@@ -94,12 +96,15 @@ void ChangingTree::reset()
 
 void ChangingTree::fill() const
 {
-    for (const char* directory : {"root/a", "root/a/b"})
+    for (const char* directory : {"root/a", "root/a/b", "root/.hidden"})
         FUZZ_CHECK(mkdir(absolute(directory).constData(), S_IRWXU) == 0);
     for (const char* file :
-         {"top.mp3", "Blåbär #1 & 100%.mp3", ".hidden.mp3", "a/list.m3u", "a/notes.txt", "a/b/song.mp3"})
+         {"top.mp3", "Blåbär #1 & 100%.mp3", ".hidden.mp3", ".hidden/secret.mp3", "a/list.m3u", "a/notes.txt",
+          "a/b/song.mp3"})
         FUZZ_CHECK(addFile(absolute("root/") + file));
     FUZZ_CHECK(symlink("a", absolute("root/link").constData()) == 0);
+    FUZZ_CHECK(symlink("../outside", absolute("root/out").constData()) == 0);
+    FUZZ_CHECK(symlink("../.hidden", absolute("root/a/shown").constData()) == 0);
 }
 
 QByteArray ChangingTree::absolute(const char* path) const

@@ -1,5 +1,6 @@
 // Messages to a host with live workers, over a real tree that changes between them: every request is answered once,
-// everything put out is a message of JSON-RPC, a client that leaves has nothing open, and the process never ends.
+// everything put out is a message of JSON-RPC, a client that leaves has nothing open, and the process never ends. A
+// client on a network hears nothing of local paths, nor of what is hidden or outside the root.
 //
 // A line that starts with '!' changes the tree, once for each of its other bytes. At one that is a '?' the client
 // leaves, and another one comes.
@@ -19,6 +20,7 @@
 #include <model/cmroot.h>
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -37,6 +39,7 @@
 
 namespace {
 
+constexpr Reach reach = TAVO_REACH;
 constexpr int longestLine = 1024;
 constexpr int mostChanges = 8;
 
@@ -60,6 +63,7 @@ public:
     /// The client leaves, and another one comes.
     void changeClient();
     [[nodiscard]] bool isAnythingOpen() const;
+    [[nodiscard]] QString folder() const { return m_tree.folder(); }
     /// Delivers what has happened to the workers.
     void settle();
 
@@ -112,7 +116,7 @@ void World::addClient()
     };
     m_output = std::make_shared<OutputQueue>(m_outputFile.descriptor(), abort);
     m_client = std::make_unique<Dispatcher>(
-        Services{*m_host, m_executor, m_sharedRequests}, Dispatcher::Profile(), m_output, notify);
+        Services{*m_host, m_executor, m_sharedRequests}, Dispatcher::Profile{reach}, m_output, notify);
 }
 
 void World::waitForAnswers()
@@ -251,12 +255,32 @@ void serve(int input, DueAnswers& due)
     world->waitForAnswers();
 }
 
+void checkTextIsPublic(const QString& text)
+{
+    FUZZ_CHECK(!text.startsWith(QLatin1String("file:")));
+    FUZZ_CHECK(!text.contains(world->folder()));
+    FUZZ_CHECK(!text.contains(QLatin1String("secret.mp3")));
+}
+
+void checkIsPublic(const QJsonValue& value)
+{
+    if (value.isString())
+        checkTextIsPublic(value.toString());
+    for (const QJsonValue& item : value.toArray())
+        checkIsPublic(item);
+    for (const QJsonValue& member : value.toObject())
+        checkIsPublic(member);
+}
+
 void checkAnswer(const QJsonObject& answer)
 {
     const QJsonValue error = answer.value(QLatin1String("error"));
     FUZZ_CHECK(error.isUndefined() == answer.contains(QLatin1String("result")));
     FUZZ_CHECK(error.isUndefined() || error[QLatin1String("code")].toInt() < 0);
     FUZZ_CHECK(error.isUndefined() || !error[QLatin1String("message")].toString().isEmpty());
+    // What a client has sent comes back in errors.
+    if (reach == Reach::Network)
+        checkIsPublic(answer.value(QLatin1String("result")));
 }
 
 void checkNotification(const QJsonObject& notification)
@@ -274,6 +298,7 @@ void checkNotification(const QJsonObject& notification)
 void checkLine(const QByteArray& line, DueAnswers& due)
 {
     FUZZ_CHECK(std::none_of(line.cbegin(), line.cend(), [](char c) { return c >= '\0' && c < ' '; }));
+    FUZZ_CHECK(reach == Reach::Local || !line.contains(QFile::encodeName(world->folder())));
     const QJsonObject message = QJsonDocument::fromJson(line).object();
     FUZZ_CHECK(message.value(QLatin1String("jsonrpc")) == QLatin1String("2.0"));
     if (message.contains(QLatin1String("method")))
