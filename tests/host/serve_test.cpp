@@ -1,5 +1,6 @@
 // How "tavo serve" starts, ends, and what it serves. All through sockets of the tests' own.
 
+#include "support/pipe.h"
 #include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/sessionclient.h"
@@ -267,6 +268,22 @@ TEST_F(Serve, LogsEachAccessOnALine)
     EXPECT_THAT(
         serving.program().readErrorLine().toStdString(),
         MatchesRegex(".* INFO tavo\\.http: GET /media/file/a/song\\.mp3 200 10 [0-9]+ms 127\\.0\\.0\\.1"));
+}
+
+TEST_F(Serve, GoesOnAndEndsWhileNobodyReadsItsLog)
+{
+    const Pipe log;
+    log.fill();
+    serving.program().setStandardErrorFile(log.writingFileName());
+    serving.program().start(
+        QStringList{QStringLiteral("--log-level"), QStringLiteral("INFO")} +
+        serving.arguments({QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0")}));
+    HttpClient client(portIn(serving.program().readLine()));
+    // More than may wait.
+    constexpr int requests = 1200;
+    for (int i = 0; i < requests; ++i)
+        ASSERT_EQ(client.get("/health").status, 200);
+    EXPECT_LT(end(), longestEnd);
 }
 
 } // namespace

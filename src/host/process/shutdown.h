@@ -8,10 +8,11 @@
 namespace Shutdown {
 
 /// How long the requests under way may take after they were cancelled, the pending output after that, and the worker
-/// thread after both.
+/// thread and the log after both.
 constexpr std::chrono::milliseconds requestPatience{1200};
 constexpr std::chrono::milliseconds outputPatience{500};
 constexpr std::chrono::milliseconds workerPatience{200};
+constexpr std::chrono::milliseconds logPatience{100};
 /// How long the clients of a network may take to read what is on its way.
 constexpr std::chrono::milliseconds connectionPatience{200};
 

@@ -5,6 +5,7 @@
 #include "http/httpserver.h"
 #include "process/displaytext.h"
 #include "process/output.h"
+#include "process/queuedlog.h"
 #include "process/servicemanager.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
@@ -146,6 +147,8 @@ QByteArray announcement(const ContentHost& host, const std::vector<ListeningSock
 /// Serves until a signal comes. Returns the program's exit status.
 Result<int> serve(const CommandContext& context, const Services& services, HttpServer::Settings settings)
 {
+    // A log that nobody reads must not hold up the clients.
+    QueuedLog log;
     const QByteArray where = announcement(context.host, settings.sockets);
     const Result<std::unique_ptr<HttpServer>> server = HttpServer::start(services, std::move(settings));
     if (!server)
@@ -161,7 +164,8 @@ Result<int> serve(const CommandContext& context, const Services& services, HttpS
     const bool hasServerEnded = server.value()->stop(Shutdown::connectionPatience);
     context.host.unmountWorkers();
     // Threads that hang in the kernel are left behind, and all that they use with them.
-    if (!haveRequestsEnded || !hasServerEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience))
+    if (!haveRequestsEnded || !hasServerEnded || !context.host.workerThread().answersWithin(Shutdown::workerPatience) ||
+        !log.isWrittenWithin(Shutdown::logPatience))
         std::_Exit(status);
     return status;
 }
