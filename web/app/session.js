@@ -104,6 +104,7 @@ export class Session extends EventTarget {
     #connect;
     /** @type {() => Promise<boolean>} */
     #signInNeeded;
+    #language;
     #random;
     /** @type {(run: () => void, milliseconds: number) => any} */
     #startTimer;
@@ -129,13 +130,15 @@ export class Session extends EventTarget {
      * @param {object} options
      * @param {() => Socket} options.connect begins a connection
      * @param {() => Promise<boolean>} [options.signInNeeded] asked after a connection that was refused
+     * @param {string} [options.language] in which the server is to answer, for example `de`; without one it decides
      * @param {() => number} [options.random] as `Math.random`
      * @param {{ start: (run: () => void, milliseconds: number) => any, stop: (timer: any) => void }} [options.timer]
      */
-    constructor({ connect, signInNeeded, random, timer }) {
+    constructor({ connect, signInNeeded, language, random, timer }) {
         super();
         this.#connect = connect;
         this.#signInNeeded = signInNeeded ?? (async () => false);
+        this.#language = language;
         this.#random = random ?? Math.random;
         this.#startTimer = timer?.start ?? ((run, milliseconds) => setTimeout(run, milliseconds));
         this.#stopTimer = timer?.stop ?? ((id) => clearTimeout(id));
@@ -213,7 +216,7 @@ export class Session extends EventTarget {
 
     /** @returns {Promise<Description>} */
     describe() {
-        return this.request('describe');
+        return this.request('describe', { language: this.#language });
     }
 
     /**
@@ -339,6 +342,8 @@ export class Session extends EventTarget {
     #goOnline() {
         this.#failures = 0;
         const restored = [...this.#subscriptions].filter(([, subscription]) => !subscription.opening);
+        // The language holds for one connection, from this request on. Nobody waits for the answer.
+        if (this.#language) this.#write(this.#nextId++, 'describe', { language: this.#language });
         this.#enter('online');
         // Opened before anything else is asked, so that no change falls between an answer and its subscription.
         for (const [path, subscription] of restored) void this.#restore(path, subscription);
@@ -411,7 +416,16 @@ export class Session extends EventTarget {
     #send(id) {
         const pending = /** @type {Pending} */ (this.#pending.get(id));
         pending.sent = true;
-        this.#socket?.send(JSON.stringify({ jsonrpc: '2.0', id, method: pending.method, params: pending.params }));
+        this.#write(id, pending.method, pending.params);
+    }
+
+    /**
+     * @param {number} id
+     * @param {string} method
+     * @param {object} params
+     */
+    #write(id, method, params) {
+        this.#socket?.send(JSON.stringify({ jsonrpc: '2.0', id, method, params }));
     }
 
     /** @param {any} message */

@@ -6,7 +6,7 @@ import { ConnectionLost, Session, SessionError } from '../../../web/app/session.
 import { ManualTimer, next } from '../support/events.js';
 import { FakeHost, FakeNetwork } from '../support/fake_host.js';
 
-/** @param {{ signInNeeded?: () => Promise<boolean> }} [options] */
+/** @param {{ signInNeeded?: () => Promise<boolean>, language?: string }} [options] */
 async function online(options = {}) {
     const host = new FakeHost();
     host.addDirectory('/file/', ['a.opus', 'b.opus']);
@@ -39,6 +39,28 @@ test('a request before the connection waits for it', async () => {
     const described = session.describe();
     session.start();
     assert.equal((await described).protocol, 1);
+});
+
+test('each connection names the language first', async () => {
+    const { host, network, session, timer } = await online({ language: 'de' });
+    await session.open('/file/', () => {});
+    await session.describe();
+    network.break();
+    await reached(session, 'lost');
+    timer.fire();
+    await session.describe();
+    assert.deepEqual(host.requests.map(({ method }) => method), ['describe', 'open', 'describe', 'describe', 'open', 'describe']);
+    assert.deepEqual(host.asked('describe'), Array(4).fill({ language: 'de' }));
+});
+
+test('what waits for the connection is asked in the language', async () => {
+    const host = new FakeHost();
+    host.addDirectory('/file/', []);
+    const session = new Session({ connect: new FakeNetwork(host).connect, language: 'de' });
+    const rows = session.rows('/file/', { roles: ['title'] });
+    session.start();
+    await rows;
+    assert.deepEqual(host.requests.map(({ method }) => method), ['describe', 'rows']);
 });
 
 test('a refusal is an error with code and data', async () => {
