@@ -2,11 +2,17 @@
 
 import english from './languages/en.js';
 
-/** @typedef {typeof english} Texts */
-/** @typedef {keyof Texts} Key */
+/** @typedef {keyof typeof english} Key */
 
-/** @type {Record<string, () => Promise<{ default: Texts }>>} */
-const others = { de: () => import('./languages/de.js') };
+/**
+ * A text that depends on the number `count`, in the forms that its language has.
+ * @typedef {Partial<Record<Intl.LDMLPluralRule, string>> & { other: string }} Forms
+ */
+
+/**
+ * All texts in one language.
+ * @typedef {{ [Each in Key]: (typeof english)[Each] extends string ? string : Forms }} Texts
+ */
 
 /** @type {Texts} */
 let texts = english;
@@ -15,13 +21,13 @@ let plurals = new Intl.PluralRules(language);
 let numbers = new Intl.NumberFormat(language);
 
 /**
- * Loads the first of the languages that the page has. Without one it stays English.
- * @param {readonly string[]} wanted in the order of preference, for example `navigator.languages`
+ * Gives the texts that are made from now on in another language. Until then they are English.
+ * @param {string} tag of the language, for example `de`
+ * @param {Texts} translated
  */
-export async function useLanguage(wanted) {
-    const bare = wanted.map((tag) => tag.toLowerCase().split('-')[0]);
-    language = bare.find((tag) => tag === 'en' || tag in others) ?? 'en';
-    texts = language === 'en' ? english : (await others[language]()).default;
+export function useLanguage(tag, translated) {
+    language = tag;
+    texts = translated;
     plurals = new Intl.PluralRules(language);
     numbers = new Intl.NumberFormat(language);
 }
@@ -33,14 +39,14 @@ export function currentLanguage() {
 
 /**
  * The text of a key, with `{name}` replaced by the value of that name. Numbers are written in the language's way. A text
- * with the forms `one` and `other` takes the one that the value `count` asks for.
+ * with several forms takes the one that the value `count` asks for. Names of files and devices come `isolated`.
  * @param {Key} key
  * @param {Record<string, string | number>} [values]
  * @returns {string}
  */
 export function text(key, values = {}) {
     const entry = texts[key];
-    const form = typeof entry === 'string' ? entry : plurals.select(Number(values.count)) === 'one' ? entry.one : entry.other;
+    const form = typeof entry === 'string' ? entry : (entry[plurals.select(Number(values.count))] ?? entry.other);
     return form.replace(/\{(\w+)\}/g, (_, name) => written(values[name]));
 }
 

@@ -7,14 +7,15 @@ import { Player } from './player.js';
 import { TavoPlayer } from './playerview.js';
 import { Queue } from './queue.js';
 import { TavoQueue } from './queueview.js';
-import { firstRows, session } from './start.js';
+import { firstRows, language, session, translation } from './start.js';
 import { markTab, tabBar } from './tabs.js';
 
 customElements.define('tavo-folder', TavoFolder);
 customElements.define('tavo-player', TavoPlayer);
 customElements.define('tavo-queue', TavoQueue);
 
-await useLanguage(navigator.languages);
+const texts = await translation;
+if (texts) useLanguage(language, texts);
 document.documentElement.lang = currentLanguage();
 
 const queue = new Queue(session);

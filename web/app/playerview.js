@@ -200,7 +200,7 @@ export class TavoPlayer extends HTMLElement {
             const silent = player.volume === 0;
             dress(mute, silent ? 'muted' : 'volume', text(silent ? 'unmute' : 'mute'));
             slider.value = player.volume;
-            slider.describe(`${player.volume} %`);
+            slider.describe(text('percent', { percent: player.volume }));
         });
         return element('div', { class: 'player-volume' }, mute, slider.element);
     }

@@ -15,12 +15,13 @@ import { clock, isolated, text } from './language.js';
  * @property {boolean} fresh
  */
 
-/** @type {Map<string, { icon: string, name: import('./language.js').Key }>} */
-const types = new Map([
-    ['container', { icon: 'folder', name: 'folder' }],
-    ['video', { icon: 'video', name: 'video' }],
-    ['playlist', { icon: 'list', name: 'playlistFile' }],
-]);
+const types = new Map(
+    /** @type {[string, { icon: string, name: import('./language.js').Key }][]} */ ([
+        ['container', { icon: 'folder', name: 'folder' }],
+        ['video', { icon: 'video', name: 'video' }],
+        ['playlist', { icon: 'list', name: 'playlistFile' }],
+    ]),
+);
 
 /** One row on the screen; it shows one entry after the other as the list is scrolled. */
 export class RowView {
@@ -111,7 +112,7 @@ function leadOf(row, tags, playing) {
     const type = types.get(row.type);
     if (type) return { icon: type.icon, label: text(type.name) };
     const number = /^0*(\d{1,3})(?=[\s._-])/.exec(row.title)?.[1];
-    return number ? { number, label: `${text('track')} ${number}` } : { icon: 'track', label: text('track') };
+    return number ? { number, label: text('trackNumber', { number }) } : { icon: 'track', label: text('track') };
 }
 
 /** @type {Map<string, boolean>} */

@@ -1,7 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { clock, text, useLanguage } from '../../../web/app/language.js';
 import { fold, wordsMatcher } from '../../../web/app/listing.js';
 import { coverAddress, lineage, mediaAddress, nameOf, parent } from '../../../web/app/paths.js';
 import { Selection } from '../../../web/app/selection.js';
@@ -90,16 +89,4 @@ test('letters find names with accents, and nothing without such a name', () => {
     const other = new TypeAhead();
     other.type('x');
     assert.equal(find(other, -1), -1);
-});
-
-test('a duration reads as on a clock', () => {
-    assert.deepEqual([0, 59499, 245000, 3723000].map(clock), ['0:00', '0:59', '4:05', '1:02:03']);
-});
-
-test('texts follow the first language that the page has', async () => {
-    await useLanguage(['fr-FR', 'de-AT', 'en']);
-    assert.equal(text('tracksCount', { count: 1234 }), '1.234 Titel');
-    await useLanguage(['fr']);
-    assert.equal(text('foldersCount', { count: 1 }), '1 folder');
-    assert.equal(text('foldersCount', { count: 2000 }), '2,000 folders');
 });
