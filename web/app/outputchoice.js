@@ -1,6 +1,6 @@
 import { element, setAttribute, setText } from './dom.js';
 import { icon } from './icons.js';
-import { text } from './language.js';
+import { isolated, text } from './language.js';
 import { openMenu } from './menu.js';
 
 /** @typedef {import('./output.js').Output} Output */
@@ -24,7 +24,7 @@ export class OutputChoice {
     draw() {
         const { output } = this.#player;
         const name = output === null ? text('noOutput') : this.#labelOf(output);
-        const label = text('playsOn', { name });
+        const label = text('playsOn', { name: isolated(name) });
         setText(this.#name, name);
         setAttribute(this.element, 'aria-label', label);
         setAttribute(this.element, 'title', label);

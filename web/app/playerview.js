@@ -240,7 +240,7 @@ export class TavoPlayer extends HTMLElement {
         const said = current && state === 'playing' ? [current.title, current.artist].filter(Boolean).join(', ') : '';
         if (!said || said === this.#announced) return;
         this.#announced = said;
-        setText(this.#status, text('nowPlays', { title: said }));
+        setText(this.#status, text('nowPlays', { title: isolated(said) }));
     }
 
     /** The space bar plays and pauses where it means nothing else, and with Ctrl everywhere. @param {KeyboardEvent} event */

@@ -243,7 +243,7 @@ export class TavoQueue extends HTMLElement {
         const index = this.#list.firstInView;
         const entry = this.#queue.at(index);
         const values = { index: index + 1, count: this.#list.count };
-        return entry ? text('position', { name: entry.title, ...values }) : text('index', values);
+        return entry ? text('position', { name: isolated(entry.title), ...values }) : text('index', values);
     }
 
     // Commands
