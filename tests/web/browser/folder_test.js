@@ -530,7 +530,7 @@ describe('everybody', () => {
         await showsRows(page, tagged);
         assert.equal(await page.getAttribute('html', 'lang'), 'de');
         await page.locator('.hero .primary', { hasText: 'Abspielen' }).waitFor();
-        assert.equal(await page.locator('.sub').textContent(), 'Low Orbit Choir · 3 Titel · 6 Min.');
+        assert.equal(await page.locator('.sub').textContent(), 'Low Orbit Choir · 3 Titel · 6\u00a0Min.');
     });
 
     test('sees it dark where the system is', async () => {

@@ -55,7 +55,7 @@ test('a duration reads as on a clock', () => {
 
 test('a duration is said in hours and minutes', () => {
     useLanguage('de', german);
-    assert.deepEqual([20000, 3900000].map(spokenDuration), ['1 Min.', '1 Std. 5 Min.']);
+    assert.deepEqual([20000, 3900000].map(spokenDuration), ['1\u00a0Min.', '1\u00a0Std. 5\u00a0Min.']);
 });
 
 test('every language has every text, and no others', async () => {
@@ -85,7 +85,7 @@ test('a text that depends on a number has the forms of its language', async () =
 
 test('a translation is no copy of the English text but where the word is the same', () => {
     /** @type {(keyof typeof english)[]} */
-    const alike = ['browser', 'capAlt', 'capEscape', 'pause', 'percent', 'queueSummary', 'seek', 'token', 'video'];
+    const alike = ['browser', 'capAlt', 'capEscape', 'pause', 'queueSummary', 'seek', 'token', 'video'];
     const copied = Object.entries(german).filter(([key, entry]) => entry === english[/** @type {keyof typeof english} */ (key)]);
     assert.deepEqual(copied.map(([key]) => key).sort(), alike);
 });
