@@ -30,16 +30,30 @@ test('the page browses the tree that the host serves', async () => {
     assert.deepEqual(problems, []);
 });
 
-test('the scripts are small', async () => {
-    const { page } = await newPage();
+/**
+ * Bytes of the scripts that a page of the host has loaded.
+ * @param {string} ending of their addresses
+ * @param {import('playwright-core').BrowserContextOptions} [options]
+ */
+async function loaded(ending, options) {
+    const { page } = await newPage(options);
     await page.goto(served.host.address);
     await row(page, 'Sketches').waitFor();
-    const bytes = await page.evaluate(() => {
+    return page.evaluate((wanted) => {
         const resources = /** @type {PerformanceResourceTiming[]} */ (performance.getEntriesByType('resource'));
-        const scripts = resources.filter(({ name }) => name.endsWith('.js'));
+        const scripts = resources.filter(({ name }) => name.endsWith(wanted));
         return scripts.reduce((sum, { encodedBodySize }) => sum + encodedBodySize, 0);
-    });
+    }, ending);
+}
+
+test('the scripts are small', async () => {
+    const bytes = await loaded('.js');
     assert(bytes > 10000 && bytes <= 60000, `${bytes} bytes`);
+});
+
+test('the texts of another language are small', async () => {
+    const bytes = await loaded('/languages/de.js', { locale: 'de-DE' });
+    assert(bytes > 1000 && bytes <= 4000, `${bytes} bytes`);
 });
 
 test('what happens on the disk is seen', async () => {

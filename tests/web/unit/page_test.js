@@ -40,3 +40,11 @@ test('the browser fetches all scripts at once instead of one import after the ot
     const others = scripts.filter((name) => !/app\/(main|start)\.js$|languages\/(?!en)/.test(name));
     assert.deepEqual(ahead.sort(), others.sort());
 });
+
+test('the page offers every language that it has texts in', async () => {
+    const scripts = await shipped('.js');
+    const start = scripts.find(({ name }) => name === 'app/start.js')?.content ?? '';
+    const offered = [...start.matchAll(/import\('\.\/(languages\/\w+\.js)'\)/g)].map(([, file]) => `app/${file}`);
+    const translated = scripts.map(({ name }) => name).filter((name) => /languages\/(?!en\.)/.test(name));
+    assert.deepEqual(offered.sort(), translated.sort());
+});
