@@ -275,7 +275,8 @@ export class Session extends EventTarget {
         const subscription = { listeners: new Set([listener]), id: 0, opening: null };
         this.#subscriptions.set(path, subscription);
         try {
-            await this.#askToOpen(path, subscription);
+            subscription.opening = this.#askToOpen(path, subscription);
+            await subscription.opening;
         } catch (error) {
             if (this.#subscriptions.get(path) === subscription) this.#subscriptions.delete(path);
             throw error;
@@ -305,8 +306,7 @@ export class Session extends EventTarget {
      */
     #askToOpen(path, subscription) {
         subscription.id = this.#nextId++;
-        subscription.opening = this.#ask(subscription.id, 'open', { path });
-        return subscription.opening;
+        return this.#ask(subscription.id, 'open', { path });
     }
 
     /**
@@ -355,14 +355,29 @@ export class Session extends EventTarget {
      * @param {Subscription} subscription
      */
     async #restore(path, subscription) {
-        let changes = ['reset'];
+        const reopening = this.#reopen(path, subscription);
+        subscription.opening = reopening;
+        const isOpen = await reopening;
+        if (this.#subscriptions.get(path) !== subscription) return;
+        subscription.opening = null;
+        this.#announce({ path, changes: [isOpen ? 'reset' : 'close'], version: 0, restored: true });
+    }
+
+    /**
+     * A server that is busy is asked again.
+     * @param {string} path
+     * @param {Subscription} subscription
+     * @returns {Promise<boolean>} false if the path can no longer be open
+     */
+    async #reopen(path, subscription) {
         try {
             await this.#askToOpen(path, subscription);
-        } catch {
-            changes = ['close'];
+            return true;
+        } catch (error) {
+            if (!isBusy(error) || this.#subscriptions.get(path) !== subscription) return false;
         }
-        subscription.opening = null;
-        if (this.#subscriptions.get(path) === subscription) this.#announce({ path, changes, version: 0, restored: true });
+        await new Promise((resolve) => this.#startTimer(() => resolve(undefined), this.#delay()));
+        return this.#subscriptions.get(path) === subscription && this.#reopen(path, subscription);
     }
 
     /** @param {boolean} opened */

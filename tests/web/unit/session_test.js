@@ -181,6 +181,22 @@ test('a path that is gone after a lost connection is closed', async () => {
     assert.deepEqual((/** @type {any} */ (await restored)).changes, ['close']);
 });
 
+test('a host that is busy after a lost connection is asked to open again', async () => {
+    const { host, network, session, timer } = await online();
+    /** @type {any} */
+    let heard;
+    const restored = new Promise((resolve) => (heard = resolve));
+    await session.open('/file/', heard);
+    host.faults.set('/file/', { code: -32004, name: 'busy', message: 'the host has too much under way' });
+    network.break();
+    await reached(session, 'lost');
+    timer.fire();
+    while (timer.waiting.length === 0) await new Promise(setImmediate);
+    host.faults.clear();
+    timer.fire();
+    assert.deepEqual((/** @type {any} */ (await restored)).changes, ['reset']);
+});
+
 test('what only reads is asked again after a lost connection', async () => {
     const { host, network, session, timer } = await online();
     host.before = () => new Promise(() => {});
