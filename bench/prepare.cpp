@@ -21,16 +21,6 @@ QStringList audioPatterns()
     return playablePatterns() + QStringList{QStringLiteral("*.opus")};
 }
 
-/// Calls a service of the worker; an error ends the program.
-QVariant setData(CMWorker& worker, const QString& service, const QVariant& value)
-{
-    const CMSetDataRequest request(worker.addPrefix(service), value);
-    worker.setDataRequest(request);
-    const CMReply<QVariant> reply = request.reply();
-    require(reply.isFinished() && !reply.isError(), "a set-data request was refused");
-    return reply.value();
-}
-
 /// Absolute paths, in the worker's order.
 QStringList filesBelow(const QString& directory, const QStringList& patterns)
 {

@@ -22,7 +22,14 @@ void Client::waitForChanges(int count) const
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-void Client::rowsChanged(const CMPath& /*path*/, const QStringList& /*changes*/, int /*version*/)
+void Client::waitForVersion(int version) const
+{
+    while (m_version < version)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void Client::rowsChanged(const CMPath& /*path*/, const QStringList& /*changes*/, int version)
 {
     ++m_changes;
+    m_version = version;
 }

@@ -19,10 +19,13 @@ public:
     /// Runs the event loop until the client has received so many changes since its construction.
     void waitForChanges(int count) const;
     [[nodiscard]] int changes() const { return m_changes; }
+    /// The same until it has heard of this version or a later one.
+    void waitForVersion(int version) const;
 
     void rowsChanged(const CMPath& path, const QStringList& changes, int version) override;
 
 private:
     CMWorker& m_worker;
     int m_changes = 0;
+    int m_version = 0;
 };

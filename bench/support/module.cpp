@@ -8,6 +8,19 @@
 
 #include <dlfcn.h>
 
+namespace {
+
+std::unique_ptr<CMWorker> load(const char* module, const QVariantHash& configuration)
+{
+    void* const library = dlopen(module, RTLD_NOW | RTLD_LOCAL);
+    require(library, "cannot load the worker's module");
+    const auto create = reinterpret_cast<CMWorkerCreate>(dlsym(library, "worker_create"));
+    require(create, "the module has no worker_create");
+    return std::unique_ptr<CMWorker>(create(nullptr, configuration));
+}
+
+} // namespace
+
 QString shippedModule()
 {
     return QStringLiteral(TAVO_MODULE);
@@ -15,18 +28,22 @@ QString shippedModule()
 
 std::unique_ptr<CMWorker> loadWorker(const char* module, const QString& root, const QStringList& patterns)
 {
-    void* const library = dlopen(module, RTLD_NOW | RTLD_LOCAL);
-    require(library, "cannot load the worker's module");
-    const auto create = reinterpret_cast<CMWorkerCreate>(dlsym(library, "worker_create"));
-    require(create, "the module has no worker_create");
-    const QVariantHash configuration = {
-        {TavoService_Id(), QStringLiteral("file")}, {TavoFilesystem_Path(), root}, {TavoFilesystem_Filter(), patterns}};
-    return std::unique_ptr<CMWorker>(create(nullptr, configuration));
+    return load(
+        module, {{TavoService_Id(), QStringLiteral("file")},
+                 {TavoFilesystem_Path(), root},
+                 {TavoFilesystem_Filter(), patterns}});
 }
 
 std::unique_ptr<CMWorker> loadWorker(const QString& root, const QStringList& patterns)
 {
     return loadWorker(TAVO_MODULE, root, patterns);
+}
+
+std::unique_ptr<CMWorker> loadQueue(const QString& stateDirectory)
+{
+    return load(
+        TAVO_QUEUE_MODULE,
+        {{TavoService_Id(), QStringLiteral("playlist")}, {QStringLiteral("playlistStateDirectory"), stateDirectory}});
 }
 
 QStringList playablePatterns()
@@ -55,5 +72,14 @@ TavoRowsRoles requestRows(CMWorker& worker, const QString& directory, int first,
     worker.getRowsRequest(request);
     const CMReply<TavoRowsRoles> reply = request.reply();
     require(reply.isFinished() && !reply.isError(), "a rows request was refused");
+    return reply.value();
+}
+
+QVariant setData(CMWorker& worker, const QString& service, const QVariant& value)
+{
+    const CMSetDataRequest request(worker.addPrefix(service), value);
+    worker.setDataRequest(request);
+    const CMReply<QVariant> reply = request.reply();
+    require(reply.waitForFinished() && !reply.isError(), "a set-data request was refused");
     return reply.value();
 }
