@@ -19,17 +19,6 @@ qint64 timeOf(const std::function<qint64()>& clock)
     return clock ? clock() : QDateTime::currentMSecsSinceEpoch();
 }
 
-/// The player as the store keeps it: two that are equal need not be stored again.
-PlayerState storedPart(PlayerState state)
-{
-    state.state = PlayState::Stopped;
-    state.next.reset();
-    state.output.clear();
-    state.failed.reset();
-    state.failure.clear();
-    return state;
-}
-
 void warn(const QString& text)
 {
     static const log4cplus::Logger logger = log4cplus::Logger::getInstance("tavo.playlist");
@@ -82,16 +71,12 @@ public:
     Outcome run(const Guard& guard, const Command& command);
 
 private:
-    /// Why it could not be stored; empty: it is.
-    [[nodiscard]] QString
-    save(const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation);
     void warnOnce(const QString& failure);
 
     const std::function<qint64()> m_clock;
     QueueStore m_store;
     std::shared_ptr<const Playlist> m_playlist;
     Answers m_answers;
-    PlayerState m_stored;
     bool m_hasWarned = false;
 };
 
@@ -103,7 +88,6 @@ PlaylistEngine::Runner::Runner(const Settings& settings) : m_clock(settings.cloc
     m_playlist =
         std::make_shared<const Playlist>(std::move(content.queue), content.player, version, lastEdit, settings.seed);
     m_answers = Answers(std::move(content.operations));
-    m_stored = storedPart(m_playlist->player());
 }
 
 Outcome PlaylistEngine::Runner::run(const Guard& guard, const Command& command)
@@ -121,7 +105,7 @@ Outcome PlaylistEngine::Runner::run(const Guard& guard, const Command& command)
     std::optional<Operation> operation;
     if (!guard.operation.isEmpty())
         operation = {guard.operation, outcome.answer};
-    const QString failure = save(*playlist, change, operation);
+    const QString failure = m_store.save(*playlist, change, operation);
     if (!failure.isEmpty() && !change.isEmpty())
         return {QVariantHash(), Refusal::notStored(failure)};
     warnOnce(failure);
@@ -129,18 +113,6 @@ Outcome PlaylistEngine::Runner::run(const Guard& guard, const Command& command)
         m_answers.add(*operation);
     m_playlist = playlist;
     return outcome;
-}
-
-QString PlaylistEngine::Runner::save(
-    const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation)
-{
-    const PlayerState player = storedPart(playlist.player());
-    if (change.isEmpty() && !operation && player == m_stored)
-        return {};
-    QString failure = m_store.save(playlist, change, operation);
-    if (failure.isEmpty())
-        m_stored = player;
-    return failure;
 }
 
 void PlaylistEngine::Runner::warnOnce(const QString& failure)

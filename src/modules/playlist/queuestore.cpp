@@ -86,6 +86,17 @@ QString notNull(const QString& text)
     return text.isNull() ? QStringLiteral("") : text;
 }
 
+/// What the file keeps of the player.
+PlayerState storedPart(PlayerState state)
+{
+    state.state = PlayState::Stopped;
+    state.next.reset();
+    state.output.clear();
+    state.failed.reset();
+    state.failure.clear();
+    return state;
+}
+
 Repeat repeatOf(int number)
 {
     return number == 1 ? Repeat::All : number == 2 ? Repeat::One : Repeat::Off;
@@ -114,12 +125,15 @@ private:
     {
         explicit Statements(const QSqlDatabase& database);
 
+        QSqlQuery begin;
+        QSqlQuery commit;
         QSqlQuery insertEntry;
         QSqlQuery deleteEntry;
         QSqlQuery deleteEntries;
         QSqlQuery rankEntry;
         QSqlQuery describeEntry;
-        QSqlQuery writeState;
+        QSqlQuery writeVersion;
+        QSqlQuery writePlayer;
         QSqlQuery insertOperation;
         QSqlQuery deleteOperations;
     };
@@ -136,22 +150,25 @@ private:
     [[nodiscard]] bool loadEntries(Content& content, EntryId lastId);
     [[nodiscard]] bool loadOperations(Content& content);
 
-    [[nodiscard]] bool write(const Playlist& playlist, const QueueChange& change);
     [[nodiscard]] bool writeChange(const Queue& queue, const QueueChange& change);
     [[nodiscard]] bool writeRemoved(const Queue& queue, const QueueChange& change);
-    [[nodiscard]] bool writeState(const Playlist& playlist);
+    [[nodiscard]] bool writeVersion(const Playlist& playlist);
+    [[nodiscard]] bool writePlayer(const PlayerState& player);
     [[nodiscard]] bool writeOperation(const Operation& operation);
 
     const QString m_name = QUuid::createUuid().toString();
     QSqlDatabase m_database;
     std::unique_ptr<Statements> m_statements;
+    /// As the file has it.
+    PlayerState m_player;
     qint64 m_lastOperation = 0;
     Problem m_problem = {};
 };
 
 QueueStore::Connection::Statements::Statements(const QSqlDatabase& database)
-    : insertEntry(database), deleteEntry(database), deleteEntries(database), rankEntry(database),
-      describeEntry(database), writeState(database), insertOperation(database), deleteOperations(database)
+    : begin(database), commit(database), insertEntry(database), deleteEntry(database), deleteEntries(database),
+      rankEntry(database), describeEntry(database), writeVersion(database), writePlayer(database),
+      insertOperation(database), deleteOperations(database)
 {
 }
 
@@ -213,12 +230,16 @@ bool QueueStore::Connection::prepare()
     m_statements = std::make_unique<Statements>(m_database);
     Statements& s = *m_statements;
     const std::vector<std::pair<QSqlQuery*, QString>> texts = {
+        {&s.begin, QStringLiteral("BEGIN")},
+        {&s.commit, QStringLiteral("COMMIT")},
         {&s.insertEntry, QStringLiteral("INSERT INTO entries VALUES (?, ?, ?, ?, ?, ?)")},
         {&s.deleteEntry, QStringLiteral("DELETE FROM entries WHERE id = ?")},
         {&s.deleteEntries, QStringLiteral("DELETE FROM entries")},
         {&s.rankEntry, QStringLiteral("UPDATE entries SET rank = ? WHERE id = ?")},
         {&s.describeEntry, QStringLiteral("UPDATE entries SET title = ?, type = ?, media = ? WHERE id = ?")},
-        {&s.writeState, QStringLiteral("INSERT OR REPLACE INTO state VALUES (1, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")},
+        {&s.writeVersion, QStringLiteral("UPDATE state SET last_id = ?, version = ?, last_edit = ?")},
+        {&s.writePlayer, QStringLiteral("UPDATE state SET current = ?, position = ?, at = ?, serial = ?, volume = ?,"
+                                        " repeat = ?, shuffle = ?")},
         {&s.insertOperation, QStringLiteral("INSERT INTO operations VALUES (?, ?, ?)")},
         {&s.deleteOperations, QStringLiteral("DELETE FROM operations WHERE number <= ?")}};
     return std::all_of(texts.cbegin(), texts.cend(), [this](const auto& text) {
@@ -247,6 +268,7 @@ bool QueueStore::Connection::load(Content& content)
     player.volume = std::clamp(query.value(7).toInt(), 0, 100);
     player.repeat = repeatOf(query.value(8).toInt());
     player.shuffle = query.value(9).toBool();
+    m_player = storedPart(player);
     return loadEntries(content, lastId) && loadOperations(content);
 }
 
@@ -288,23 +310,24 @@ bool QueueStore::Connection::loadOperations(Content& content)
 bool QueueStore::Connection::save(
     const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation)
 {
-    if (!m_database.transaction())
-        return fails(problemOf(m_database.lastError()));
-    const bool isWritten = write(playlist, change) && (!operation || writeOperation(*operation));
-    if (isWritten && m_database.commit()) {
-        m_lastOperation += operation ? 1 : 0;
+    const PlayerState player = storedPart(playlist.player());
+    const bool hasNewPlayer = player != m_player;
+    if (change.isEmpty() && !operation && !hasNewPlayer)
         return true;
+    const auto write = [&] {
+        return writeChange(playlist.queue(), change) && writeVersion(playlist) &&
+               (!hasNewPlayer || writePlayer(player)) && (!operation || writeOperation(*operation));
+    };
+    if (!run(m_statements->begin, {}))
+        return false;
+    if (!write() || !run(m_statements->commit, {})) {
+        // SQLite has rolled back by itself after some errors.
+        QSqlQuery(m_database).exec(QStringLiteral("ROLLBACK"));
+        return false;
     }
-    if (isWritten)
-        m_problem = problemOf(m_database.lastError());
-    // SQLite has rolled back by itself after some errors.
-    (void)m_database.rollback();
-    return false;
-}
-
-bool QueueStore::Connection::write(const Playlist& playlist, const QueueChange& change)
-{
-    return writeChange(playlist.queue(), change) && writeState(playlist);
+    m_player = player;
+    m_lastOperation += operation ? 1 : 0;
+    return true;
 }
 
 bool QueueStore::Connection::writeChange(const Queue& queue, const QueueChange& change)
@@ -342,13 +365,16 @@ bool QueueStore::Connection::writeRemoved(const Queue& queue, const QueueChange&
     });
 }
 
-bool QueueStore::Connection::writeState(const Playlist& playlist)
+bool QueueStore::Connection::writeVersion(const Playlist& playlist)
 {
-    const PlayerState& player = playlist.player();
+    return run(m_statements->writeVersion, {playlist.queue().lastId(), playlist.version(), playlist.lastEdit()});
+}
+
+bool QueueStore::Connection::writePlayer(const PlayerState& player)
+{
     return run(
-        m_statements->writeState,
-        {playlist.queue().lastId(), playlist.version(), playlist.lastEdit(), idOrNull(player.current), player.position,
-         player.at, player.serial, player.volume, static_cast<int>(player.repeat), static_cast<int>(player.shuffle)});
+        m_statements->writePlayer, {idOrNull(player.current), player.position, player.at, player.serial, player.volume,
+                                    static_cast<int>(player.repeat), static_cast<int>(player.shuffle)});
 }
 
 bool QueueStore::Connection::writeOperation(const Operation& operation)

@@ -55,8 +55,9 @@ public:
     /// What was stored when the store was made; to be called once.
     [[nodiscard]] Content takeContent();
 
-    /// Stores in one transaction what `change` has made of the queue, and the rest of the playlist. Returns why it
-    /// failed, after which the file is as it was; an empty text stands for success.
+    /// Stores in one transaction what `change` has made of the queue, and the rest of the playlist; writes
+    /// nothing if nothing of it is new. Returns why it failed, after which the file is as it was; an empty text stands
+    /// for success.
     [[nodiscard]] QString
     save(const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation);
 
