@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t mostInChunk = 256;
 constexpr std::size_t fewInChunk = 64;
+constexpr std::size_t fewIds = 8;
 
 /// Between the ranks of entries that are appended.
 constexpr qint64 rankGap = qint64{1} << 32;
@@ -91,10 +92,22 @@ struct Queue::Chunk
         highest = *high;
     }
 
+    /// The index of the entry; -1: it is in another chunk.
+    [[nodiscard]] int indexOf(EntryId id) const
+    {
+        if (id < lowest || id > highest)
+            return -1;
+        const auto found = std::find(ids.cbegin(), ids.cend(), id);
+        return found == ids.cend() ? -1 : static_cast<int>(found - ids.cbegin());
+    }
+
     /// `wanted` are sorted.
     [[nodiscard]] bool hasOneOf(const std::vector<EntryId>& wanted) const
     {
-        return !wanted.empty() && wanted.front() <= highest && wanted.back() >= lowest &&
+        // It takes much longer to look at each id of the chunk than to search it for a few others.
+        if (wanted.size() <= fewIds)
+            return std::any_of(wanted.cbegin(), wanted.cend(), [this](EntryId id) { return indexOf(id) >= 0; });
+        return wanted.front() <= highest && wanted.back() >= lowest &&
                std::any_of(ids.cbegin(), ids.cend(), [&wanted](EntryId id) { return isOneOf(wanted, id); });
     }
 
@@ -124,12 +137,8 @@ int Queue::indexOf(EntryId id) const
 {
     int begin = 0;
     for (const Part& part : m_parts) {
-        const Chunk& chunk = *part.chunk;
-        const std::vector<EntryId>& ids = chunk.ids;
-        const bool isPossible = id >= chunk.lowest && id <= chunk.highest;
-        const auto found = isPossible ? std::find(ids.cbegin(), ids.cend(), id) : ids.cend();
-        if (found != ids.cend())
-            return begin + static_cast<int>(found - ids.cbegin());
+        if (const int index = part.chunk->indexOf(id); index >= 0)
+            return begin + index;
         begin = part.end;
     }
     return -1;
@@ -375,7 +384,9 @@ void Queue::replaceRange(int begin, int end, const Places& places)
     }
     const Places& head = first->chunk->places;
     const Places& tail = last->chunk->places;
-    Places region(head.cbegin(), head.cbegin() + (begin - size()));
+    Places region;
+    region.reserve(head.size() + places.size() + tail.size());
+    region.assign(head.cbegin(), head.cbegin() + (begin - size()));
     region.insert(region.end(), places.cbegin(), places.cend());
     region.insert(region.end(), tail.cend() - (last->end - end), tail.cend());
     appendParts(std::move(region));
@@ -386,11 +397,12 @@ std::optional<std::vector<QueueEntryPointer>> Queue::take(const std::vector<Entr
 {
     std::vector<QueueEntryPointer> taken;
     for (const Part& part : std::exchange(m_parts, {})) {
-        if (!part.chunk->hasOneOf(ids)) {
+        if (taken.size() == ids.size() || !part.chunk->hasOneOf(ids)) {
             appendPart(part.chunk);
             continue;
         }
         Places kept;
+        kept.reserve(part.chunk->places.size());
         for (const QueuePlace& place : part.chunk->places) {
             if (isOneOf(ids, place.entry->id))
                 taken.push_back(place.entry);
