@@ -149,10 +149,10 @@ Race adding(const Workshop& workshop, int albums)
         QStringLiteral("tagged"), [albums](const std::string& path) { fillWithTaggedFiles(path, albums); });
     const auto filling = std::make_shared<Filling>(workshop, directory, albums * tracksPerAlbum);
     return {
-        {{"rows requests", [=] { return timingOf([=] { filling->listAll(); }); }, Clock::Wall},
-         {"answer", [=] { return filling->answer(); }, Clock::Wall},
-         {"preparing alone", [=] { return timingOf([=] { filling->prepareAll(); }); }, Clock::Wall},
-         {"all tags", [=] { return filling->allTags(); }, Clock::Wall}},
+        {{"rows requests", [=] { return timingOf([=] { filling->listAll(); }); }},
+         {"answer", [=] { return filling->answer(); }},
+         {"preparing alone", [=] { return timingOf([=] { filling->prepareAll(); }); }},
+         {"all tags", [=] { return filling->allTags(); }}},
         {{"answer", "rows requests"}, {"all tags", "preparing alone", 1.3}},
         {{"answer / 200 ms", [=] { return filling->answer().wall / allowedAnswer; }, 1.0}}};
 }
@@ -188,8 +188,8 @@ Race oneEdit(const Workshop& workshop, int entries)
     const auto sqlite = bareSqlite(workshop, entries);
     const auto mover = std::make_shared<Mover>(1, entries);
     return {
-        {{"floor", repeating([=] { sqlite->moveOne(); }), Clock::Wall},
-         {"stored and notified", repeating([=] { host->edit(QStringLiteral("move"), mover->next()); }), Clock::Wall}},
+        {{"floor", repeating([=] { sqlite->moveOne(); })},
+         {"stored and notified", repeating([=] { host->edit(QStringLiteral("move"), mover->next()); })}},
         {{"stored and notified", "floor", 3.0}}};
 }
 
@@ -242,8 +242,8 @@ Race manyClients(const Workshop& workshop, int entries, int edits)
     const auto sqlite = bareSqlite(workshop, entries);
     const int all = clientCount * edits;
     return {
-        {{"floor", repeating([=] { sqlite->moveOne(); }), Clock::Wall},
-         {"an edit of 8 clients", perPart([=] { return editTogether(*host, edits, entries); }, all), Clock::Wall}},
+        {{"floor", repeating([=] { sqlite->moveOne(); })},
+         {"an edit of 8 clients", perPart([=] { return editTogether(*host, edits, entries); }, all)}},
         {{"an edit of 8 clients", "floor"}}};
 }
 
