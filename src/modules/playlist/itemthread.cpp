@@ -192,6 +192,8 @@ void ItemThread::add(
     const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
     PlaylistEngine::Completion completion)
 {
+    if (const std::optional<QVariantHash> answer = m_engine.answerTo(guard.operation))
+        return completion({*answer, CMError()});
     m_state->add({guard, addition, std::move(completion)});
 }
 

@@ -5,7 +5,6 @@
 #include "refusal.h"
 
 #include <QDateTime>
-#include <QHash>
 
 #include <log4cplus/logger.h>
 
@@ -27,45 +26,13 @@ void warn(const QString& text)
         text);
 }
 
-/// The answers to the last operations.
-class Answers
-{
-public:
-    Answers() = default;
-    explicit Answers(std::deque<Operation> operations) : m_operations(std::move(operations))
-    {
-        for (const Operation& operation : m_operations)
-            m_answers.insert(operation.text, operation.answer);
-    }
-
-    [[nodiscard]] std::optional<QVariantHash> find(const QString& text) const
-    {
-        const auto found = m_answers.constFind(text);
-        return found == m_answers.cend() ? std::nullopt : std::optional<QVariantHash>(*found);
-    }
-
-    void add(const Operation& operation)
-    {
-        m_operations.push_back(operation);
-        m_answers.insert(operation.text, operation.answer);
-        if (m_operations.size() <= QueueStore::mostOperations)
-            return;
-        m_answers.remove(m_operations.front().text);
-        m_operations.pop_front();
-    }
-
-private:
-    std::deque<Operation> m_operations;
-    QHash<QString, QVariantHash> m_answers;
-};
-
 } // namespace
 
 /// Runs single commands. Belongs to the engine's thread.
 class PlaylistEngine::Runner
 {
 public:
-    explicit Runner(const Settings& settings);
+    Runner(const Settings& settings, OperationAnswers& answers);
 
     [[nodiscard]] const std::shared_ptr<const Playlist>& playlist() const { return m_playlist; }
     Outcome run(const Guard& guard, const Command& command);
@@ -76,18 +43,19 @@ private:
     const std::function<qint64()> m_clock;
     QueueStore m_store;
     std::shared_ptr<const Playlist> m_playlist;
-    Answers m_answers;
+    OperationAnswers& m_answers;
     bool m_hasWarned = false;
 };
 
-PlaylistEngine::Runner::Runner(const Settings& settings) : m_clock(settings.clock), m_store(settings.directory)
+PlaylistEngine::Runner::Runner(const Settings& settings, OperationAnswers& answers)
+    : m_clock(settings.clock), m_store(settings.directory), m_answers(answers)
 {
     QueueStore::Content content = m_store.takeContent();
     const int version = std::max(content.version, settings.firstVersion);
     const int lastEdit = content.version == 0 ? version : content.lastEdit;
     m_playlist =
         std::make_shared<const Playlist>(std::move(content.queue), content.player, version, lastEdit, settings.seed);
-    m_answers = Answers(std::move(content.operations));
+    m_answers.set(std::move(content.operations));
 }
 
 Outcome PlaylistEngine::Runner::run(const Guard& guard, const Command& command)
@@ -150,6 +118,11 @@ void PlaylistEngine::post(Guard guard, Command command, Completion completion)
     m_hasTask.notify_one();
 }
 
+std::optional<QVariantHash> PlaylistEngine::answerTo(const QString& operation) const
+{
+    return m_answers.find(operation);
+}
+
 std::shared_ptr<const Playlist> PlaylistEngine::playlist() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
@@ -158,7 +131,7 @@ std::shared_ptr<const Playlist> PlaylistEngine::playlist() const
 
 void PlaylistEngine::run(std::promise<void>& isLoaded)
 {
-    Runner runner(m_settings);
+    Runner runner(m_settings, m_answers);
     m_playlist = runner.playlist();
     isLoaded.set_value();
     while (const std::optional<Task> task = nextTask()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "operationanswers.h"
 #include "playlist.h"
 
 #include <QString>
@@ -66,6 +67,9 @@ public:
     /// everything is stored and published; it must not wait for the engine, and may be empty. Any thread.
     void post(Guard guard, Command command, Completion completion);
 
+    /// The answer to an operation that was made before; none: it is unknown. Any thread; never waits for a command.
+    [[nodiscard]] std::optional<QVariantHash> answerTo(const QString& operation) const;
+
     /// The playlist as published last; it does not change any more. Any thread; never waits for a command.
     [[nodiscard]] std::shared_ptr<const Playlist> playlist() const;
 
@@ -85,6 +89,7 @@ private:
 
     const Settings m_settings;
     const Listener m_listener;
+    OperationAnswers m_answers;
 
     mutable std::mutex m_mutex;
     std::condition_variable m_hasTask;

@@ -295,6 +295,20 @@ TEST_F(PlaylistServices, TakeValuesInAWrap)
     EXPECT_EQ(rows().rowsCount(), 0);
 }
 
+TEST_F(PlaylistServices, AnswerARepeatedAdditionWithoutLookingForItsItems)
+{
+    const QVariantHash wrap{
+        {QStringLiteral("value"), source("single")}, {QStringLiteral("operation"), QStringLiteral("once")}};
+    const QVariantHash answer = set("addToQueue", wrap);
+    ASSERT_TRUE(waitUntilPrepared());
+    restart();
+    music.served = [](const CMRequest& request) { ADD_FAILURE() << request.path().toEncoded().toStdString(); };
+    const CMReply<QVariant> again = send(QStringLiteral("addToQueue"), wrap);
+    EXPECT_TRUE(again.isFinished());
+    EXPECT_EQ(again.value().toHash(), answer);
+    EXPECT_EQ(rows().rowsCount(), 1);
+}
+
 TEST_F(PlaylistServices, MoveAndRemoveById)
 {
     set("addToQueue", source("album"));
