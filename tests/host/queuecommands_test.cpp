@@ -240,6 +240,18 @@ TEST_F(QueueCommands, EditsSayWhatTheyHaveDone)
     EXPECT_EQ(run("queue add a --json").output, "{\"added\":1,\"first\":9,\"version\":5}\n");
 }
 
+TEST_F(QueueCommands, PathsWithNothingToPlayAreWarnedOf)
+{
+    answer(
+        "set /playlist/addToQueue", result(R"({"added":1,"first":9,"missing":["/file/a%20b","/file/c"],"version":5})"));
+    const Outcome outcome = run({"queue", "add", "a b", "d", "./c"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "added 1 entry\n");
+    EXPECT_EQ(
+        outcome.errors, "tavo: there is nothing to play at 'a b'\n"
+                        "tavo: there is nothing to play at './c'\n");
+}
+
 TEST_F(QueueCommands, PlayingWithoutAnOutputIsNoted)
 {
     answer("data /playlist/player", result(R"([{"output":null}])"));

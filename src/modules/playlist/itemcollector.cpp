@@ -14,6 +14,8 @@ namespace {
 constexpr int deepest = 32;
 constexpr int mostContainers = Queue::mostEntries;
 
+constexpr int mostMissingCharacters = 16'384;
+
 /// A page of rows costs a listing of its directory.
 constexpr int pageSize = 10'000;
 
@@ -70,19 +72,36 @@ bool ItemCollector::isInside(const CMPath& path)
 CMError ItemCollector::collect(const QStringList& paths)
 {
     m_items.clear();
+    m_missing.clear();
+    m_missingCharacters = 0;
     m_containers = 0;
     for (const QString& text : paths) {
         const CMPath path = CMPath::fromEncoded(text);
         if (!isInside(path))
             return Refusal::outside(text);
-        if (isForeign(path) && mayGoOn())
-            takeRow(rowOf(path), 0);
+        const std::size_t before = m_items.size();
+        takePath(path);
+        if (m_items.size() == before)
+            addMissing(text);
     }
     if (isCancelled())
         return Refusal::ending();
     if (!mayGoOn())
         return Refusal::queueFull();
     return m_items.empty() ? Refusal::nothingToPlay() : CMError();
+}
+
+void ItemCollector::takePath(const CMPath& path)
+{
+    if (isForeign(path) && mayGoOn())
+        takeRow(rowOf(path), 0);
+}
+
+void ItemCollector::addMissing(const QString& text)
+{
+    m_missingCharacters += text.size();
+    if (m_missingCharacters <= mostMissingCharacters)
+        m_missing.append(text);
 }
 
 bool ItemCollector::mayGoOn() const

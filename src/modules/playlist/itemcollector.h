@@ -21,7 +21,7 @@ public:
     explicit ItemCollector(QString ownPrefix) : m_ownPrefix(std::move(ownPrefix)) {}
 
     /// Finds all playable items of the paths, in their order; those of a container depth first, in the order of its
-    /// rows. What does not exist is left out.
+    /// rows. The path "/" contains all other workers. What does not exist is left out.
     ///
     /// Errors: accessViolation for a path that leads out of its worker, noSuchItem if nothing is playable, queueFull
     /// beyond what a queue takes.
@@ -29,12 +29,18 @@ public:
     /// What the last search found.
     [[nodiscard]] std::vector<QueueItem> takeItems() { return std::move(m_items); }
 
+    /// Those of the paths of the last search at which there is nothing playable, as they were given. The list ends
+    /// where it would have more than 16,384 characters: answers are kept.
+    [[nodiscard]] QStringList missing() const { return m_missing; }
+
     /// Whether the path names something inside its worker: relative, and without "..".
     [[nodiscard]] static bool isInside(const CMPath& path);
 
 private:
     /// False if the search ends here: it is cancelled, or has found too much.
     [[nodiscard]] bool mayGoOn() const;
+    void takePath(const CMPath& path);
+    void addMissing(const QString& text);
     /// `row` has the values of the roles that the collector asks for.
     void takeRow(const QVariantList& row, int depth);
     void takeContainer(const CMPath& path, int depth);
@@ -42,5 +48,7 @@ private:
 
     QString m_ownPrefix;
     std::vector<QueueItem> m_items;
+    QStringList m_missing;
+    int m_missingCharacters = 0;
     int m_containers = 0;
 };

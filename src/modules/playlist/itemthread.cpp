@@ -153,8 +153,12 @@ private:
         ItemCollector collector(m_ownPrefix);
         if (const CMError error = collector.collect(job.addition.paths); !error.isEmpty())
             return job.completion({{}, error});
-        const auto command = [items = collector.takeItems(), add = job.addition.add](Playlist& playlist, qint64 now) {
-            return (playlist.*add)(items, now);
+        const auto command = [items = collector.takeItems(), missing = collector.missing(),
+                              add = job.addition.add](Playlist& playlist, qint64 now) {
+            Outcome outcome = (playlist.*add)(items, now);
+            if (outcome && !missing.isEmpty())
+                outcome.answer.insert(QStringLiteral("missing"), QVariant(missing).toList());
+            return outcome;
         };
         m_engine.post(
             job.guard, command, [self = shared_from_this(), completion = job.completion](const Outcome& outcome) {

@@ -140,9 +140,22 @@ TEST_F(PlaylistAdds, NothingThatLeadsOutOfItsWorker)
     EXPECT_EQ(rows().rowsCount(), 0);
 }
 
-TEST_F(PlaylistAdds, WhatExistsOfAListOfPaths)
+TEST_F(PlaylistAdds, WhatExistsOfAListOfPathsAndNamesTheRest)
 {
-    EXPECT_EQ(set("addToQueue", QStringList{source("gone"), source("single")}).value(QStringLiteral("added")), 1);
+    const QVariantList paths{source("gone"), source("single"), source("notes"), QStringLiteral("/nowhere/1")};
+    const QVariantHash answer = set("addToQueue", paths);
+    EXPECT_EQ(answer.value(QStringLiteral("added")), 1);
+    const QVariantList missing{source("gone"), source("notes"), QStringLiteral("/nowhere/1")};
+    EXPECT_EQ(answer.value(QStringLiteral("missing")), missing);
+    EXPECT_FALSE(set("addToQueue", source("single")).contains(QStringLiteral("missing")));
+}
+
+TEST_F(PlaylistAdds, WithoutNamingMoreThanAnAnswerTakes)
+{
+    QVariantList paths{source("single")};
+    while (paths.size() <= 10)
+        paths.append(source(QByteArray(5000, 'x').constData()));
+    EXPECT_EQ(set("addToQueue", paths).value(QStringLiteral("missing")).toList().size(), 3);
 }
 
 TEST_F(PlaylistAdds, EndlessContainersToADepth)

@@ -197,6 +197,16 @@ QByteArray textOf(const QVariantMap& answer)
     return text.toUtf8();
 }
 
+/// `paths` are those of the arguments.
+void warnOfMissing(const QVariantMap& answer, const QStringList& arguments, const QStringList& paths)
+{
+    for (const QVariant& missing : answer.value(QStringLiteral("missing")).toList()) {
+        const int index = paths.indexOf(missing.toString());
+        if (index >= 0)
+            report(QStringLiteral("there is nothing to play at '%1'").arg(arguments.at(index)));
+    }
+}
+
 /// Without an output the player is paused, whatever it was asked to play.
 void warnIfSilent(const QueueServer& server)
 {
@@ -220,6 +230,7 @@ Result<int> runEdit(const Edit& edit, const QStringList& arguments, int output, 
     const Result<QVariant> answer = server.value().set(QLatin1String(edit.base), value.value(), edit.missing);
     if (!answer)
         return answer.failure();
+    warnOfMissing(answer.value().toMap(), arguments, value.value().toStringList());
     if (edit.plays)
         warnIfSilent(server.value());
     return wantsJson(parser) ? printJson(output, answer.value()) : print(output, textOf(answer.value().toMap()));
