@@ -85,6 +85,12 @@ TEST_F(QueueProgram, AddedFilesAreInTheQueue)
                            "   2   2.mp3  -       -      -\n");
 }
 
+TEST_F(QueueProgram, SlashAddsTheWholeRoot)
+{
+    serving.start();
+    EXPECT_EQ(outputOf("queue add /"), "added 3 entries\n");
+}
+
 TEST_F(QueueProgram, EntriesMoveLeaveAndComeBack)
 {
     serving.start();

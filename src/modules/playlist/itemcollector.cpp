@@ -80,7 +80,10 @@ CMError ItemCollector::collect(const QStringList& paths)
         if (!isInside(path))
             return Refusal::outside(text);
         const std::size_t before = m_items.size();
-        takePath(path);
+        if (text == QLatin1String("/"))
+            takeRows(path, 0);
+        else if (isForeign(path) && mayGoOn())
+            takeRow(rowOf(path), 0);
         if (m_items.size() == before)
             addMissing(text);
     }
@@ -89,12 +92,6 @@ CMError ItemCollector::collect(const QStringList& paths)
     if (!mayGoOn())
         return Refusal::queueFull();
     return m_items.empty() ? Refusal::nothingToPlay() : CMError();
-}
-
-void ItemCollector::takePath(const CMPath& path)
-{
-    if (isForeign(path) && mayGoOn())
-        takeRow(rowOf(path), 0);
 }
 
 void ItemCollector::addMissing(const QString& text)
@@ -130,13 +127,19 @@ void ItemCollector::takeContainer(const CMPath& path, int depth)
     if (depth >= deepest || !isForeign(path) || !isInside(path))
         return;
     ++m_containers;
+    takeRows(path, depth + 1);
+}
+
+// NOLINTNEXTLINE(misc-no-recursion): as deep as `deepest`
+void ItemCollector::takeRows(const CMPath& path, int depth)
+{
     int count = 1;
     for (int first = 0; first < count && mayGoOn(); first += pageSize) {
         const TavoRowsRoles page = pageOf(path, first);
         count = page.rowsCount();
         for (const QVariant& row : page.rows()) {
             if (mayGoOn())
-                takeRow(row.toList(), depth + 1);
+                takeRow(row.toList(), depth);
         }
     }
 }

@@ -39,11 +39,12 @@ public:
 private:
     /// False if the search ends here: it is cancelled, or has found too much.
     [[nodiscard]] bool mayGoOn() const;
-    void takePath(const CMPath& path);
     void addMissing(const QString& text);
     /// `row` has the values of the roles that the collector asks for.
     void takeRow(const QVariantList& row, int depth);
     void takeContainer(const CMPath& path, int depth);
+    /// `depth` is that of the rows.
+    void takeRows(const CMPath& path, int depth);
     [[nodiscard]] bool isForeign(const CMPath& path) const;
 
     QString m_ownPrefix;

@@ -122,11 +122,25 @@ TEST_F(PlaylistAdds, TheWholeTreeDepthFirstWithoutPlaylistsAndFiles)
     EXPECT_EQ(sources(), (QStringList{source("album/1"), source("album/2"), source("album/3"), source("single")}));
 }
 
+TEST_F(PlaylistAdds, AllTreesForTheRootOfAllButNotTheQueueItself)
+{
+    ScriptedTree drive(QStringLiteral("drive"));
+    drive.addItem({}, QStringLiteral("song"));
+    ASSERT_TRUE(CMRootWorker::instance().mount(&drive));
+    set("addToQueue", source("single"));
+    set("replaceQueue", QStringLiteral("/"));
+    EXPECT_EQ(
+        sources(), (QStringList{
+                       source("album/1"), source("album/2"), source("album/3"), source("single"),
+                       QStringLiteral("/drive/song")}));
+    EXPECT_TRUE(waitUntilPrepared()) << "nobody asks the second tree any more";
+}
+
 TEST_F(PlaylistAdds, NothingThatCannotBePlayed)
 {
     for (const char* base : {"list", "notes", "gone", "album/gone"})
         EXPECT_EQ(errorOf(QStringLiteral("addToQueue"), source(base)), "noSuchItem") << base;
-    for (const char* encoded : {"/gone/1", "/playlist/", "/playlist/queue/1", "/", "", "single"})
+    for (const char* encoded : {"/gone/1", "/playlist/", "/playlist/queue/1", "//", "", "single"})
         EXPECT_EQ(errorOf(QStringLiteral("addToQueue"), QString::fromUtf8(encoded)), "noSuchItem") << encoded;
     EXPECT_EQ(rows().rowsCount(), 0);
 }
