@@ -7,7 +7,6 @@
 #include "refusal.h"
 
 #include <condition_variable>
-#include <deque>
 #include <exception>
 #include <mutex>
 #include <utility>
@@ -21,6 +20,9 @@ const log4cplus::Logger& logger()
     static const log4cplus::Logger instance = log4cplus::Logger::getInstance("CB_Playlist");
     return instance;
 }
+
+/// Each may wait for a dead mount, and holds what it has found.
+constexpr int mostWalks = 4;
 
 /// The ids of the entries that an addition made, by its answer.
 std::vector<EntryId> newIds(const QVariantHash& answer)
@@ -57,11 +59,15 @@ public:
 
     State(PlaylistEngine& engine, QString ownPrefix) : m_engine(engine), m_ownPrefix(std::move(ownPrefix)) {}
 
-    void add(Job job)
+    /// In a thread for walks.
+    void walk(const Job& job)
     {
-        const std::lock_guard lock(m_mutex);
-        m_jobs.push_back(std::move(job));
-        m_changed.notify_one();
+        const CMRequestContext::Scope scope(m_context);
+        try {
+            collect(job);
+        } catch (const std::exception& exception) {
+            job.completion({{}, Refusal::failed(QString::fromLocal8Bit(exception.what()))});
+        }
     }
 
     void prepare(const std::vector<EntryId>& ids)
@@ -86,18 +92,13 @@ public:
         m_changed.notify_one();
     }
 
+    /// In the thread that prepares.
     void run()
     {
         const CMRequestContext::Scope scope(m_context);
         ItemPreparation preparation(m_engine);
-        while (waitForWork(preparation)) {
-            if (const std::optional<Job> job = takeJob())
-                serve(*job);
-            else
-                proceed(preparation);
-        }
-        while (const std::optional<Job> job = takeJob())
-            job->completion({{}, Refusal::ending()});
+        while (waitForWork(preparation))
+            proceed(preparation);
     }
 
 private:
@@ -105,9 +106,8 @@ private:
     [[nodiscard]] bool waitForWork(ItemPreparation& preparation)
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] {
-            return m_isEnding || m_preparesAll || !m_jobs.empty() || !m_unprepared.empty() || !preparation.isIdle();
-        });
+        m_changed.wait(
+            lock, [&] { return m_isEnding || m_preparesAll || !m_unprepared.empty() || !preparation.isIdle(); });
         if (m_preparesAll)
             m_unprepared = unpreparedIds(m_engine.playlist()->queue());
         m_preparesAll = false;
@@ -115,25 +115,6 @@ private:
             preparation.add(m_unprepared);
         m_unprepared.clear();
         return !m_isEnding;
-    }
-
-    [[nodiscard]] std::optional<Job> takeJob()
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_jobs.empty())
-            return std::nullopt;
-        Job job = std::move(m_jobs.front());
-        m_jobs.pop_front();
-        return job;
-    }
-
-    void serve(const Job& job)
-    {
-        try {
-            collect(job);
-        } catch (const std::exception& exception) {
-            job.completion({{}, Refusal::failed(QString::fromLocal8Bit(exception.what()))});
-        }
     }
 
     /// What cannot be prepared now stays as it is.
@@ -174,7 +155,6 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Job> m_jobs;
     std::vector<EntryId> m_unprepared;
     bool m_preparesAll = true;
     bool m_isEnding = false;
@@ -184,11 +164,13 @@ ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
     : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)),
       m_thread([state = m_state] { state->run(); })
 {
+    m_walks.setMaxThreadCount(mostWalks);
 }
 
 ItemThread::~ItemThread()
 {
     m_state->end();
+    m_walks.waitForDone();
     m_thread.join();
 }
 
@@ -198,7 +180,7 @@ void ItemThread::add(
 {
     if (const std::optional<QVariantHash> answer = m_engine.answerTo(guard.operation))
         return completion({*answer, CMError()});
-    m_state->add({guard, addition, std::move(completion)});
+    m_walks.start([state = m_state, job = State::Job{guard, addition, std::move(completion)}] { state->walk(job); });
 }
 
 void ItemThread::restore(

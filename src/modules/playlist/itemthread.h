@@ -3,18 +3,22 @@
 #include "playlistcommands.h"
 #include "playlistengine.h"
 
-#include <functional>
+#include <QThreadPool>
+
 #include <memory>
 #include <thread>
 
-/// Walks containers and prepares entries, in a thread of its own that asks other workers through the root worker.
+/// Walks containers and prepares entries, in threads of its own that ask other workers through the root worker.
+///
+/// One thread prepares. Several additions are walked at once, so that one that waits for a dead mount does not hold up
+/// the others; what they find is added in the order in which the walks end.
 class ItemThread
 {
 public:
     /// Entries that the playlist has already and that lack their tags are prepared. `ownPrefix` is that of the worker
     /// whose queue it is. The engine must outlive it.
     ItemThread(PlaylistEngine& engine, const QString& ownPrefix);
-    /// Cancels what is under way; additions that have not reached the engine end in an error. Waits for the request
+    /// Cancels what is under way; additions that have not reached the engine end in an error. Waits for the requests
     /// that it has made last.
     ~ItemThread();
     Q_DISABLE_COPY_MOVE(ItemThread)
@@ -35,5 +39,6 @@ private:
     PlaylistEngine& m_engine;
     /// Completions that the engine still holds share it.
     const std::shared_ptr<State> m_state;
+    QThreadPool m_walks;
     std::thread m_thread;
 };
