@@ -119,4 +119,103 @@
         <translation>Warteschlange ersetzen</translation>
     </message>
 </context>
+<context>
+    <name>Playlist</name>
+    <message>
+        <source>Invalid context menu request</source>
+        <translation>Ungültige Anfrage nach einem Kontextmenü</translation>
+    </message>
+    <message>
+        <source>Queue Context Menu</source>
+        <translation>Kontextmenü der Warteschlange</translation>
+    </message>
+    <message>
+        <source>Show Folder</source>
+        <translation>Ordner anzeigen</translation>
+    </message>
+    <message>
+        <source>Player</source>
+        <translation>Wiedergabe</translation>
+    </message>
+    <message>
+        <source>Queue</source>
+        <translation>Warteschlange</translation>
+    </message>
+    <message>
+        <source>Outputs</source>
+        <translation>Ausgaben</translation>
+    </message>
+    <message>
+        <source>Play</source>
+        <translation>Abspielen</translation>
+    </message>
+    <message>
+        <source>Play Next</source>
+        <translation>Als Nächstes abspielen</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <source>The queue has changed: version %1 was given, the last edit made version %2</source>
+        <translation>Die Warteschlange hat sich geändert: Angegeben war Version %1, die letzte Änderung ergab Version %2</translation>
+    </message>
+    <message>
+        <source>The queue has no entry %1</source>
+        <translation>Die Warteschlange hat keinen Eintrag %1</translation>
+    </message>
+    <message>
+        <source>There is nothing to play</source>
+        <translation>Es gibt nichts abzuspielen</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; leads out of its worker</source>
+        <translation>„%1“ führt aus seinem Worker hinaus</translation>
+    </message>
+    <message>
+        <source>Edit %1 cannot be undone any more</source>
+        <translation>Änderung %1 kann nicht mehr rückgängig gemacht werden</translation>
+    </message>
+    <message>
+        <source>The queue takes %1 entries at most</source>
+        <translation>Die Warteschlange fasst höchstens %1 Einträge</translation>
+    </message>
+    <message>
+        <source>There is no output to play on</source>
+        <translation>Es gibt keine Ausgabe zum Abspielen</translation>
+    </message>
+    <message>
+        <source>Nobody offers the output &apos;%1&apos;</source>
+        <translation>Niemand bietet die Ausgabe „%1“ an</translation>
+    </message>
+    <message>
+        <source>Output &apos;%1&apos; is not the active one</source>
+        <translation>Die Ausgabe „%1“ ist nicht die aktive</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; takes %2</source>
+        <translation>„%1“ erwartet: %2</translation>
+    </message>
+    <message>
+        <source>%1 is no position</source>
+        <translation>%1 ist keine Position</translation>
+    </message>
+    <message>
+        <source>Volume %1 is not between 0 and 100</source>
+        <translation>Die Lautstärke %1 liegt nicht zwischen 0 und 100</translation>
+    </message>
+    <message>
+        <source>The request failed: %1</source>
+        <translation>Die Anfrage ist fehlgeschlagen: %1</translation>
+    </message>
+    <message>
+        <source>The queue ends</source>
+        <translation>Die Warteschlange wird gerade beendet</translation>
+    </message>
+    <message>
+        <source>The queue could not be stored: %1</source>
+        <translation>Die Warteschlange konnte nicht gespeichert werden: %1</translation>
+    </message>
+</context>
 </TS>

@@ -230,10 +230,11 @@ void CMPlaylistWorker::sendMenu(const CMGetRowsRequest& request) const
         item.prefix() == prefix() ? PlaylistRows::entryAt(item.base()) : std::optional<EntryId>();
     const QueueEntry* const entry = id ? playlist->queue().find(*id) : nullptr;
     if (!entry)
-        return request.reply().setError({CMError::DefaultName(), playlistText("Invalid context menu request")});
+        return request.reply().setError(
+            {CMError::DefaultName(), playlistText(QT_TRANSLATE_NOOP("Playlist", "Invalid context menu request"))});
     const QVariantList rows = m_rows.menu(*playlist, *entry, request.roles());
     TavoRoles roles;
-    roles.setTitle(playlistText("Queue Context Menu"));
+    roles.setTitle(playlistText(QT_TRANSLATE_NOOP("Playlist", "Queue Context Menu")));
     roles.setContainerType(TavoRolesContainerType::ContextMenu);
     TavoRowsRoles answer;
     answer.setRowsCount(rows.size());

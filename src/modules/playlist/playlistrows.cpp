@@ -95,7 +95,7 @@ QVariantHash folderRow(const QString& source)
 {
     return {
         {TavoRoles::Path(), folderOf(source)},
-        {TavoRoles::Title(), playlistText("Show Folder")},
+        {TavoRoles::Title(), playlistText(QT_TRANSLATE_NOOP("Playlist", "Show Folder"))},
         {TavoRoles::Type(), TavoRolesType::Container()},
         {TavoRoles::ContainerPlayable(), false}};
 }
@@ -173,14 +173,15 @@ QVariantList PlaylistRows::player(const PlayerState& state, qint64 now, const QS
 {
     return values(
         {{TavoRoles::Path(), encoded(QStringLiteral("player"))},
-         {TavoRoles::Title(), playlistText("Player")},
+         {TavoRoles::Title(), playlistText(QT_TRANSLATE_NOOP("Playlist", "Player"))},
          {TavoRoles::Value(), playerValue(state, now)}},
         roles);
 }
 
 QVariantList PlaylistRows::container(const QString& base, const QStringList& roles) const
 {
-    const TrString title = base.isEmpty() ? playlistText("Queue") : playlistText("Outputs");
+    const TrString title = base.isEmpty() ? playlistText(QT_TRANSLATE_NOOP("Playlist", "Queue"))
+                                          : playlistText(QT_TRANSLATE_NOOP("Playlist", "Outputs"));
     return values(
         {{TavoRoles::Path(), encoded(base)},
          {TavoRoles::Title(), title},
@@ -195,9 +196,10 @@ QVariantList PlaylistRows::menu(const Playlist& playlist, const QueueEntry& entr
         {QStringLiteral("ids"), QVariantList{entry.id}},
         {QStringLiteral("after"), current ? QVariant(*current) : QVariant(QStringLiteral("head"))}};
     const QList<QVariantHash> rows = {
-        action("Play", encoded(QStringLiteral("player/play")), entry.id),
-        action("Play Next", encoded(QStringLiteral("move")), behindCurrent),
-        action("Remove", encoded(QStringLiteral("remove")), QVariantList{entry.id}), folderRow(entry.item.source)};
+        action(QT_TRANSLATE_NOOP("Playlist", "Play"), encoded(QStringLiteral("player/play")), entry.id),
+        action(QT_TRANSLATE_NOOP("Playlist", "Play Next"), encoded(QStringLiteral("move")), behindCurrent),
+        action(QT_TRANSLATE_NOOP("Playlist", "Remove"), encoded(QStringLiteral("remove")), QVariantList{entry.id}),
+        folderRow(entry.item.source)};
     QVariantList menu;
     for (const QVariantHash& row : rows)
         menu.append(QVariant(values(row, roles)));
