@@ -15,16 +15,8 @@
 
 namespace {
 
-const QLatin1String helpOption("help");
-
 constexpr char programDescription[] = "Browses, watches and reads a directory tree of media files through a worker "
                                       "module.";
-
-/// Qt's own would speak of options that a program without windows does not have.
-void addHelpOption(QCommandLineParser& parser)
-{
-    parser.addOption({{QStringLiteral("h"), helpOption}, QStringLiteral("Print this help.")});
-}
 
 bool runsAlone(const Command& command)
 {
@@ -47,9 +39,7 @@ void setUpProgramParser(QCommandLineParser& parser)
 {
     parser.setApplicationDescription(QLatin1String(programDescription));
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    addHelpOption(parser);
-    parser.addVersionOption();
-    addGlobalOptions(parser);
+    parser.addOptions(programOptions());
     parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("What to do, see below."));
     parser.addPositionalArgument(
         QStringLiteral("arguments"), QStringLiteral("The command's own."), QStringLiteral("[arguments...]"));
@@ -58,10 +48,11 @@ void setUpProgramParser(QCommandLineParser& parser)
 void setUpCommandParser(QCommandLineParser& parser, const Command& command)
 {
     parser.setApplicationDescription(QLatin1String(command.manual));
-    addHelpOption(parser);
-    addGlobalOptions(parser, QCommandLineOption::HiddenFromHelp);
-    if (command.addOptions)
-        command.addOptions(parser);
+    parser.addOptions(optionsOf(command));
+    for (QCommandLineOption option : globalOptions()) {
+        option.setFlags(QCommandLineOption::HiddenFromHelp);
+        parser.addOption(option);
+    }
 }
 
 /// Usage as the command's own options and arguments have it.
@@ -142,7 +133,7 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
     const QString name = QLatin1String(command.name);
     if (!parser.parse(program.positionalArguments()))
         return refuseUse(parser.errorText(), name);
-    if (parser.isSet(helpOption))
+    if (parser.isSet(helpOption()))
         return print(output, helpText(command));
     if (!command.argumentCount.fits(parser.positionalArguments().size())) {
         const QString arguments = *command.arguments ? QLatin1String(command.arguments) : QLatin1String("no arguments");
@@ -159,7 +150,7 @@ int runApplication(const QStringList& arguments, int output)
     setUpProgramParser(program);
     if (!program.parse(arguments))
         return refuseUse(program.errorText());
-    if (program.isSet(helpOption))
+    if (program.isSet(helpOption()))
         return print(output, program.helpText() + commandList());
     if (program.isSet(QStringLiteral("version")))
         return print(output, QStringLiteral("tavo %1\n").arg(QCoreApplication::applicationVersion()));

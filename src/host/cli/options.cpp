@@ -54,9 +54,9 @@ QString besideProgram(const char* path)
     return QCoreApplication::applicationDirPath() + u'/' + QString::fromUtf8(path);
 }
 
-void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags)
+OptionList globalOptions()
 {
-    const QList<QCommandLineOption> options = {
+    return {
         {rootOption,
          QStringLiteral("Directory tree to serve (required, but not for a server that is running); may be given "
                         "again, with an ID of its own each. Default ID: file."),
@@ -75,10 +75,19 @@ void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flag
          QStringLiteral("Properties file for log4cplus. Default: warnings and worse on standard "
                         "error."),
          QStringLiteral("FILE")}};
-    for (QCommandLineOption option : options) {
-        option.setFlags(flags);
-        parser.addOption(option);
-    }
+}
+
+// Qt's own would speak of options that a program without windows does not have.
+QCommandLineOption helpOption()
+{
+    return {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")};
+}
+
+OptionList programOptions()
+{
+    const OptionList own = {
+        helpOption(), {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Print the version.")}};
+    return own + globalOptions();
 }
 
 LogOptions logOptions(const QCommandLineParser& program, const QCommandLineParser& command)

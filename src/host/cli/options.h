@@ -5,6 +5,8 @@
 #include <QCommandLineParser>
 #include <QStringList>
 
+using OptionList = QList<QCommandLineOption>;
+
 struct LogOptions
 {
     QString level;
@@ -15,7 +17,11 @@ struct LogOptions
 [[nodiscard]] QString besideProgram(const char* path);
 
 /// The options that may stand before the command or behind it.
-void addGlobalOptions(QCommandLineParser& parser, QCommandLineOption::Flags flags = {});
+[[nodiscard]] OptionList globalOptions();
+/// Has the program, and each command.
+[[nodiscard]] QCommandLineOption helpOption();
+/// What the program takes without a command, and the global options.
+[[nodiscard]] OptionList programOptions();
 
 /// Both functions take what both parsers were given; where both have a value, the second's.
 [[nodiscard]] LogOptions logOptions(const QCommandLineParser& program, const QCommandLineParser& command);

@@ -1,7 +1,5 @@
 #include "cli/queuemount.h"
 
-#include "cli/options.h"
-
 #include <log/dbglog.h>
 #include <tavo/tavokeys.h>
 
@@ -36,11 +34,11 @@ WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirect
 
 } // namespace
 
-void addQueueOptions(QCommandLineParser& parser)
+OptionList queueOptions()
 {
-    parser.addOption(
+    return {
         {moduleOption, QStringLiteral("Module of the queue. Default: the one that comes with this program."),
-         QStringLiteral("FILE")});
+         QStringLiteral("FILE")}};
 }
 
 Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, const QString& stateDirectory)

@@ -59,9 +59,9 @@ Result<QVariant> entryIdFrom(const QString& argument)
     return QVariant(id);
 }
 
-void addJsonOption(QCommandLineParser& parser)
+OptionList jsonOption()
 {
-    parser.addOption({QStringLiteral("json"), QStringLiteral("Print JSON instead of text for people.")});
+    return {{QStringLiteral("json"), QStringLiteral("Print JSON instead of text for people.")}};
 }
 
 bool wantsJson(const QCommandLineParser& parser)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/options.h"
 #include "content/contenthost.h"
 
 #include <model/cmpath.h>
@@ -24,7 +25,7 @@ Result<CMPath> pathFrom(const ContentHost& host, const QString& argument);
 /// The number that identifies an entry of the queue.
 Result<QVariant> entryIdFrom(const QString& argument);
 
-void addJsonOption(QCommandLineParser& parser);
+[[nodiscard]] OptionList jsonOption();
 [[nodiscard]] bool wantsJson(const QCommandLineParser& parser);
 
 /// Writes the results of a command; gives the program's exit status.

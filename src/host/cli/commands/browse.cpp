@@ -20,16 +20,16 @@ const QLatin1String lastOption("last");
 const QLatin1String rolesOption("roles");
 const QLatin1String versionOption("rows-version");
 
-void addOptions(QCommandLineParser& parser)
+OptionList options()
 {
-    parser.addOptions({
+    const OptionList own = {
         {firstOption, QStringLiteral("First row, from 0."), QStringLiteral("INDEX")},
         {lastOption, QStringLiteral("Last row. Default: the last there is."), QStringLiteral("INDEX")},
         {rolesOption, QStringLiteral("Columns: any of %1.").arg(entryRoles().join(QLatin1Char(','))),
          QStringLiteral("ROLE,...")},
         {versionOption, QStringLiteral("Version that the rows must have."), QStringLiteral("VERSION")},
-    });
-    addJsonOption(parser);
+    };
+    return own + jsonOption();
 }
 
 Result<Content::RowsQuery> queryFrom(const ContentHost& host, const QCommandLineParser& parser)
@@ -130,6 +130,6 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command browseCommand()
 {
     return {
-        "browse", "[PATH]", "Print the rows of a directory.", manual, {0, 1}, run, addOptions,
+        "browse", "[PATH]", "Print the rows of a directory.", manual, {0, 1}, run, options,
     };
 }

@@ -30,3 +30,9 @@ const Command* findCommand(const QString& name)
     });
     return command == commands.cend() ? nullptr : &*command;
 }
+
+OptionList optionsOf(const Command& command)
+{
+    const OptionList help = {helpOption()};
+    return command.options ? help + command.options() : help;
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/options.h"
 #include "content/contenthost.h"
 #include "content/result.h"
 
@@ -46,8 +47,8 @@ struct Command
     ArgumentCount argumentCount;
     /// A command that runs alone needs no root.
     std::variant<RunWithHost, RunAlone> run;
-    /// Null: it has no options of its own.
-    void (*addOptions)(QCommandLineParser& parser) = nullptr;
+    /// Null: it has none of its own.
+    OptionList (*options)() = nullptr;
     /// Whether it works with a host that has no root's directory, too.
     bool worksWithoutRoots = false;
 };
@@ -55,6 +56,8 @@ struct Command
 [[nodiscard]] const std::vector<Command>& allCommands();
 /// Null if there is none.
 [[nodiscard]] const Command* findCommand(const QString& name);
+/// What the command takes beside the global options.
+[[nodiscard]] OptionList optionsOf(const Command& command);
 
 [[nodiscard]] Command browseCommand();
 [[nodiscard]] Command watchCommand();

@@ -66,6 +66,6 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command infoCommand()
 {
     return {
-        "info", "PATH", "Print all that is known of one entry.", manual, {1, 1}, run, addJsonOption,
+        "info", "PATH", "Print all that is known of one entry.", manual, {1, 1}, run, jsonOption,
     };
 }

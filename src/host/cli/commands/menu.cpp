@@ -34,6 +34,6 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command menuCommand()
 {
     return {
-        "menu", "PATH", "Print the context menu of an entry.", manual, {1, 1}, run, addJsonOption,
+        "menu", "PATH", "Print the context menu of an entry.", manual, {1, 1}, run, jsonOption,
     };
 }

@@ -19,11 +19,9 @@ Playing goes on there at the same place. Without any output the player pauses.
 
 const QLatin1String noneOption("none");
 
-void addOptions(QCommandLineParser& parser)
+OptionList options()
 {
-    parser.addOption({noneOption, QStringLiteral("Choose no output.")});
-    addServerOptions(parser);
-    addJsonOption(parser);
+    return OptionList{{noneOption, QStringLiteral("Choose no output.")}} + serverOptions() + jsonOption();
 }
 
 /// Of the output whose row has the path.
@@ -89,6 +87,6 @@ Result<int> run(int output, const QCommandLineParser& parser)
 Command outputCommand()
 {
     return {
-        "output", "[NAME]", "Print the outputs, or choose one.", manual, {0, 1}, run, addOptions,
+        "output", "[NAME]", "Print the outputs, or choose one.", manual, {0, 1}, run, options,
     };
 }

@@ -197,10 +197,9 @@ Result<QVariant> shuffleFrom(const QString& text)
     return word ? QVariant(text == on) : word;
 }
 
-void addPlayerOptions(QCommandLineParser& parser)
+OptionList playerOptions()
 {
-    addServerOptions(parser);
-    addJsonOption(parser);
+    return serverOptions() + jsonOption();
 }
 
 QString argumentOf(const QCommandLineParser& parser)
@@ -260,16 +259,16 @@ constexpr Command::ArgumentCount one{1, 1};
 
 std::vector<Command> playerCommands()
 {
-    const auto add = addServerOptions;
+    const auto options = serverOptions;
     return {
-        {"player", "", "Print what the player does.", playerManual, none, printPlayer, addPlayerOptions},
-        {"play", "[ID]", "Play, or go on playing.", playManual, {0, 1}, runPlay, add},
-        {"pause", "", "Pause.", pauseManual, none, runPause, add},
-        {"stop", "", "Stop playing.", stopManual, none, runStop, add},
-        {"next", "", "Go to the next entry.", nextManual, none, runNext, add},
-        {"previous", "", "Go to the entry before.", previousManual, none, runPrevious, add},
-        {"seek", "POSITION", "Go to a position in the current entry.", seekManual, one, runSeek, add},
-        {"volume", "0-100", "Set the volume.", volumeManual, one, runVolume, add},
-        {"repeat", "off|all|one", "Repeat nothing, the queue, or an entry.", repeatManual, one, runRepeat, add},
-        {"shuffle", "on|off", "Play in a random order, or in the queue's.", shuffleManual, one, runShuffle, add}};
+        {"player", "", "Print what the player does.", playerManual, none, printPlayer, playerOptions},
+        {"play", "[ID]", "Play, or go on playing.", playManual, {0, 1}, runPlay, options},
+        {"pause", "", "Pause.", pauseManual, none, runPause, options},
+        {"stop", "", "Stop playing.", stopManual, none, runStop, options},
+        {"next", "", "Go to the next entry.", nextManual, none, runNext, options},
+        {"previous", "", "Go to the entry before.", previousManual, none, runPrevious, options},
+        {"seek", "POSITION", "Go to a position in the current entry.", seekManual, one, runSeek, options},
+        {"volume", "0-100", "Set the volume.", volumeManual, one, runVolume, options},
+        {"repeat", "off|all|one", "Repeat nothing, the queue, or an entry.", repeatManual, one, runRepeat, options},
+        {"shuffle", "on|off", "Play in a random order, or in the queue's.", shuffleManual, one, runShuffle, options}};
 }

@@ -91,8 +91,8 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command prepareCommand()
 {
     return {
-        "prepare",     "playlist|library PATH...", "Read tags and print the items for a playlist or the library.",
-        manual,        {2, Command::anyNumber},    run,
-        addJsonOption,
+        "prepare",  "playlist|library PATH...", "Read tags and print the items for a playlist or the library.",
+        manual,     {2, Command::anyNumber},    run,
+        jsonOption,
     };
 }

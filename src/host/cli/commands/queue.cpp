@@ -36,11 +36,11 @@ A PATH is relative to the server's root, or ID:PATH where it has several, or enc
 
 const QLatin1String afterOption("after");
 
-void addOptions(QCommandLineParser& parser)
+OptionList options()
 {
-    parser.addOption({afterOption, QStringLiteral("Entry behind which others move, or head."), QStringLiteral("ID")});
-    addServerOptions(parser);
-    addJsonOption(parser);
+    const OptionList own = {
+        {afterOption, QStringLiteral("Entry behind which others move, or head."), QStringLiteral("ID")}};
+    return own + serverOptions() + jsonOption();
 }
 
 const QStringList& roles()
@@ -258,6 +258,6 @@ Result<int> run(int output, const QCommandLineParser& parser)
 Command queueCommand()
 {
     return {
-        "queue", "[EDIT [PATH...|ID...]]", "Print or edit the queue.", manual, {0, Command::anyNumber}, run, addOptions,
+        "queue", "[EDIT [PATH...|ID...]]", "Print or edit the queue.", manual, {0, Command::anyNumber}, run, options,
     };
 }

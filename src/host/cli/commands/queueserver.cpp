@@ -69,15 +69,15 @@ Failure inWords(Failure failure, const char* missing)
 
 } // namespace
 
-void addServerOptions(QCommandLineParser& parser)
+OptionList serverOptions()
 {
-    parser.addOptions(
-        {{serverOption,
-          QStringLiteral("Address of the server. Default: the variable TAVO_SERVER, or %1.").arg(usualServer),
-          QStringLiteral("URL")},
-         {tokenFileOption,
-          QStringLiteral("File with the server's token, if it needs one. Default: the variable TAVO_TOKEN_FILE."),
-          QStringLiteral("FILE")}});
+    return {
+        {serverOption,
+         QStringLiteral("Address of the server. Default: the variable TAVO_SERVER, or %1.").arg(usualServer),
+         QStringLiteral("URL")},
+        {tokenFileOption,
+         QStringLiteral("File with the server's token, if it needs one. Default: the variable TAVO_TOKEN_FILE."),
+         QStringLiteral("FILE")}};
 }
 
 Result<QueueServer> QueueServer::find(const QCommandLineParser& parser)

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "cli/options.h"
 #include "content/content.h"
 #include "remote/rpcclient.h"
 
 #include <QCommandLineParser>
 
 /// The options that name a server.
-void addServerOptions(QCommandLineParser& parser);
+[[nodiscard]] OptionList serverOptions();
 
 /// The queue and the player of a running server. A base names a part of them, as in "player/pause".
 class QueueServer

@@ -37,21 +37,21 @@ const QLatin1String stateOption("state");
 
 const QLatin1String usualAddress("127.0.0.1:8420");
 
-void addOptions(QCommandLineParser& parser)
+OptionList options()
 {
-    addQueueOptions(parser);
-    parser.addOptions(
-        {{listenOption,
-          QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
-          QStringLiteral("ADDRESS:PORT")},
-         {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
-          QStringLiteral("FILE")},
-         {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
-         {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
-          QStringLiteral("NAME")},
-         {originOption, QStringLiteral("Address that browsers use where a proxy is in between; may be given again."),
-          QStringLiteral("URL")},
-         {stateOption, QStringLiteral("Directory for what outlives the program."), QStringLiteral("DIR")}});
+    const OptionList own = {
+        {listenOption,
+         QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
+         QStringLiteral("ADDRESS:PORT")},
+        {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
+         QStringLiteral("FILE")},
+        {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
+        {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
+         QStringLiteral("NAME")},
+        {originOption, QStringLiteral("Address that browsers use where a proxy is in between; may be given again."),
+         QStringLiteral("URL")},
+        {stateOption, QStringLiteral("Directory for what outlives the program."), QStringLiteral("DIR")}};
+    return queueOptions() + own;
 }
 
 /// What `read` makes of each text, or the first failure.
@@ -191,6 +191,6 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command serveCommand()
 {
     return {
-        "serve", "", "Serve browsers and other programs over HTTP.", manual, {0, 0}, run, addOptions, true,
+        "serve", "", "Serve browsers and other programs over HTTP.", manual, {0, 0}, run, options, true,
     };
 }

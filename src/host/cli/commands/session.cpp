@@ -25,12 +25,12 @@ Ends with status 0 when the input ends and everything is answered, and on SIGINT
 
 const QLatin1String stateOption("state");
 
-void addOptions(QCommandLineParser& parser)
+OptionList options()
 {
-    addQueueOptions(parser);
-    parser.addOption(
+    const OptionList own = {
         {stateOption, QStringLiteral("Directory for what outlives the program. Default: the queue ends with it."),
-         QStringLiteral("DIR")});
+         QStringLiteral("DIR")}};
+    return queueOptions() + own;
 }
 
 Result<int> serve(const CommandContext& context)
@@ -76,8 +76,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command sessionCommand()
 {
     return {
-        "session",  "",     "Serve a client that speaks JSON-RPC 2.0 over standard input and output.",
-        manual,     {0, 0}, run,
-        addOptions, true,
+        "session", "",   "Serve a client that speaks JSON-RPC 2.0 over standard input and output.", manual, {0, 0}, run,
+        options,   true,
     };
 }

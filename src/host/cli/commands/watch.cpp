@@ -130,7 +130,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command watchCommand()
 {
     return {
-        "watch", "PATH...",     "Print every change of directories as it arrives.", manual, {1, Command::anyNumber},
-        run,     addJsonOption,
+        "watch", "PATH...",  "Print every change of directories as it arrives.", manual, {1, Command::anyNumber},
+        run,     jsonOption,
     };
 }
