@@ -43,6 +43,21 @@ TEST(Usage, HelpListsTheCommands)
         EXPECT_THAT(outcome.output.toStdString(), HasSubstr(word));
 }
 
+TEST(Usage, HelpCallsTheProgramByItsName)
+{
+    EXPECT_TRUE(runTavo(words("--help")).output.startsWith("Usage: tavo [options] COMMAND"));
+    EXPECT_TRUE(runTavo(words("browse --help")).output.startsWith("Usage: tavo [options] browse [options] [PATH]"));
+}
+
+TEST(Usage, WithoutAnythingFiveLinesSayHowToBegin)
+{
+    const Outcome outcome = runTavo({});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.output.toStdString(), IsEmpty());
+    EXPECT_THAT(linesOf(outcome.errors), testing::SizeIs(5));
+    EXPECT_THAT(outcome.errors.toStdString(), AllOf(HasSubstr("browse"), HasSubstr("serve"), HasSubstr("--help")));
+}
+
 TEST(Usage, EveryCommandExplainsItselfWithAnExample)
 {
     for (const char* command : {"browse", "watch", "session", "serve", "info", "prepare", "count", "menu"}) {
@@ -76,7 +91,7 @@ TEST(Usage, VersionIsPrinted)
 
 TEST(Usage, WrongUseIsToldInOneLine)
 {
-    EXPECT_THAT(wrongUse({}), HasSubstr("command"));
+    EXPECT_THAT(wrongUse(words("--root /")), HasSubstr("command"));
     EXPECT_THAT(wrongUse(words("bro")), HasSubstr("'bro'"));
     EXPECT_THAT(wrongUse(words("--foo")), HasSubstr("foo"));
     EXPECT_THAT(wrongUse(words("browse --foo")), HasSubstr("foo"));

@@ -13,6 +13,8 @@
 
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace {
 
 constexpr char programDescription[] = "Browses, watches and reads a directory tree of media files through a worker "
@@ -21,6 +23,21 @@ constexpr char programDescription[] = "Browses, watches and reads a directory tr
 bool runsAlone(const Command& command)
 {
     return std::holds_alternative<Command::RunAlone>(command.run);
+}
+
+constexpr char firstSteps[] = R"(tavo shows directories of music and serves them. To begin:
+  tavo --root ~/Music browse    print what is in a directory
+  tavo --root ~/Music serve     serve it to browsers: open the address that it prints
+  tavo --help                   list all commands and options
+  tavo serve --help             describe a command
+)";
+
+/// Qt's help names the program by the path that called it.
+QString helpOf(const QCommandLineParser& parser)
+{
+    QString text = parser.helpText();
+    const QString path = QCoreApplication::arguments().constFirst();
+    return text.replace(text.indexOf(path), path.size(), QStringLiteral("tavo"));
 }
 
 QString commandList()
@@ -69,7 +86,7 @@ QString helpText(const Command& command)
         hasPaths ? usage : QString(usage + QLatin1Char(' ') + arguments).trimmed());
     if (hasPaths)
         parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("Relative to the root."), arguments);
-    return parser.helpText();
+    return helpOf(parser);
 }
 
 int print(int output, const QString& text)
@@ -88,6 +105,13 @@ int fail(const Failure& failure)
 {
     report(failure.message.toString());
     return exitStatus(failure);
+}
+
+/// For those who call the program without anything.
+int explainBeginning()
+{
+    static_cast<void>(writeAll(STDERR_FILENO, firstSteps));
+    return WrongUse;
 }
 
 int statusOf(const Result<int>& result)
@@ -151,10 +175,12 @@ int runApplication(const QStringList& arguments, int output)
     if (!program.parse(arguments))
         return refuseUse(program.errorText());
     if (program.isSet(helpOption()))
-        return print(output, program.helpText() + commandList());
+        return print(output, helpOf(program) + commandList());
     if (program.isSet(QStringLiteral("version")))
         return print(output, QStringLiteral("tavo %1\n").arg(QCoreApplication::applicationVersion()));
     const QStringList rest = program.positionalArguments();
+    if (arguments.size() == 1)
+        return explainBeginning();
     if (rest.isEmpty())
         return refuseUse(QStringLiteral("a command is missing"));
     const Command* command = findCommand(rest.first());
