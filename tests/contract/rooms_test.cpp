@@ -223,7 +223,7 @@ const std::vector<Rule> rules = {
      Side::Inner,
      {"std", "Qt Core", "Qt Sql", "log4cplus", "src/api/core", "src/api/core/log", "src/modules/playlist", "moc"}},
     {"HostLiveness", "src/host/liveness", Side::Both,
-     hostRoom({"log4cplus", "src/api/core/log", "exec/patientcall.h"})},
+     hostRoom({"log4cplus", "src/api/core/log", "exec/patientcall.h", "process/filedescriptor.h"})},
     {"HostExec", "src/host/exec", Side::Both, hostRoom({"process/guardedcall.h"})},
     {"HostContent", "src/host/content", Side::Both,
      hostRoom({"log4cplus", "src/api/core/log", "src/host/exec", "src/host/liveness"})},

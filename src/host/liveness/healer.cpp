@@ -1,22 +1,15 @@
 #include "liveness/healer.h"
 
+#include "liveness/kernelevents.h"
+
 #include <log/dbglog.h>
 #include <model/cmworker.h>
 
-#include <QFile>
-#include <QSet>
-#include <QStorageInfo>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <limits>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -38,46 +31,6 @@ std::chrono::system_clock::time_point timePoint(const statx_timestamp& time)
 {
     using namespace std::chrono;
     return system_clock::time_point(seconds(time.tv_sec) + nanoseconds(time.tv_nsec));
-}
-
-/// File systems that other machines, or other programs, change without the kernel's knowledge.
-bool sendsNoEvents(const QByteArray& fileSystemType)
-{
-    static const QSet<QByteArray> types = {"nfs",  "nfs4", "cifs", "smb3",   "smbfs",   "ncpfs", "afs",
-                                           "ceph", "coda", "9p",   "vboxsf", "fuseblk", "fuse"};
-    return types.contains(fileSystemType) || fileSystemType.startsWith("fuse.");
-}
-
-/// True if one more watch is more than the kernel grants.
-bool isWatchLimitReached(const QByteArray& localPath)
-{
-    const int inotify = inotify_init1(IN_CLOEXEC);
-    if (inotify < 0)
-        return false;
-    const bool isReached = inotify_add_watch(inotify, localPath.constData(), IN_CREATE) < 0 && errno == ENOSPC;
-    close(inotify);
-    return isReached;
-}
-
-struct Limit
-{
-    const char* name;
-    QString file;
-    int value = std::numeric_limits<int>::max();
-};
-
-/// The lower of the two limits that the kernel has: the whole system's and that of the user's namespace.
-Limit watchLimit()
-{
-    std::array<Limit, 2> limits = {
-        {{"fs.inotify.max_user_watches", QStringLiteral("/proc/sys/fs/inotify/max_user_watches")},
-         {"user.max_inotify_watches", QStringLiteral("/proc/sys/user/max_inotify_watches")}}};
-    for (Limit& limit : limits) {
-        QFile file(limit.file);
-        if (file.open(QIODevice::ReadOnly))
-            limit.value = file.readAll().trimmed().toInt();
-    }
-    return limits[0].value <= limits[1].value ? limits[0] : limits[1];
 }
 
 } // namespace
@@ -230,7 +183,7 @@ void Healer::warnOfBlindFileSystem(const QByteArray& localPath)
     if (m_fileSystemChecked)
         return;
     m_fileSystemChecked = true;
-    const QByteArray type = QStorageInfo(QFile::decodeName(localPath)).fileSystemType();
+    const QByteArray type = fileSystemType(localPath);
     if (!sendsNoEvents(type))
         return;
     m_eventsArrive = false;
@@ -248,7 +201,7 @@ void Healer::warnOfWatchLimit()
         return;
     m_hasWarnedOfLimit = true;
     m_eventsArrive = false;
-    const Limit limit = watchLimit();
+    const KernelLimit limit = watchLimit();
     WARN(
         "the limit of watched directories is reached, " << limit.name << " = " << limit.value
                                                         << ": further changes are found by looking, and later");
