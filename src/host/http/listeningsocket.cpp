@@ -97,8 +97,10 @@ Result<ListeningSocket> ListeningSocket::open(const ListenAddress& address)
     const int error = descriptor.isOpen() ? bindAndListen(descriptor.get(), address) : errno;
     if (error != 0)
         return Failure{
-            Failure::Kind::Refused, QStringLiteral("cannot listen on %1: %2")
-                                        .arg(QString::fromLatin1(address.toText()), qt_error_string(error))};
+            Failure::Kind::Refused,
+            QStringLiteral("cannot listen on %1: %2")
+                .arg(QString::fromLatin1(address.toText()), qt_error_string(error)),
+            error == EADDRINUSE ? QLatin1String(addressInUse) : QLatin1String()};
     return adopt(std::move(descriptor));
 }
 

@@ -11,6 +11,9 @@ struct ListeningSocket
     /// With the port that it got.
     ListenAddress address;
 
+    /// The name of the failure where somebody else listens already.
+    static constexpr char addressInUse[] = "addressInUse";
+
     /// Fails with a message that names the address.
     [[nodiscard]] static Result<ListeningSocket> open(const ListenAddress& address);
     /// Takes a socket that somebody else has bound. Fails if it is none that listens at an IP address.
