@@ -7,9 +7,6 @@
 
 namespace {
 
-/// A server may have to walk through a large tree.
-constexpr std::chrono::minutes patience(10);
-
 Failure refused(const QString& message)
 {
     return {Failure::Kind::Refused, message};
@@ -88,7 +85,7 @@ QByteArray requestText(const QString& method, const QVariantHash& parameters)
 Result<QVariant> RpcClient::call(const QString& method, const QVariantHash& parameters) const
 {
     const HttpPost post{m_server, "/rpc", m_token, requestText(method, parameters)};
-    const Result<HttpPost::Reply> reply = post.send(patience);
+    const Result<HttpPost::Reply> reply = post.send(m_patience);
     if (!reply)
         return reply.failure();
     constexpr int success = 200;

@@ -4,14 +4,18 @@
 
 #include <QVariant>
 
+#include <chrono>
 #include <utility>
 
 /// Calls the methods of a running server. A call may be made from any thread, which it blocks.
 class RpcClient
 {
 public:
-    /// `token`: empty: none.
-    RpcClient(ServerAddress server, QByteArray token) : m_server(std::move(server)), m_token(std::move(token)) {}
+    /// `token`: empty: none. `patience` is long, since a server may have to walk through a large tree.
+    RpcClient(ServerAddress server, QByteArray token, std::chrono::milliseconds patience = std::chrono::minutes(10))
+        : m_server(std::move(server)), m_token(std::move(token)), m_patience(patience)
+    {
+    }
 
     [[nodiscard]] const ServerAddress& server() const { return m_server; }
 
@@ -21,4 +25,5 @@ public:
 private:
     ServerAddress m_server;
     QByteArray m_token;
+    std::chrono::milliseconds m_patience;
 };
