@@ -22,13 +22,13 @@ const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
 /// The longest first, where one contains another.
 const QStringList rooms = {
-    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),     QStringLiteral("src/api/tagreader"),
-    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"), QStringLiteral("src/modules/playlist"),
-    QStringLiteral("src/host/app"),      QStringLiteral("src/host/cli"),     QStringLiteral("src/host/content"),
-    QStringLiteral("src/host/exec"),     QStringLiteral("src/host/http"),    QStringLiteral("src/host/liveness"),
-    QStringLiteral("src/host/media"),    QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),
-    QStringLiteral("src/host/remote"),   QStringLiteral("src/host/rpc"),     QStringLiteral("src/host/stdio"),
-    QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
+    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
+    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"),  QStringLiteral("src/modules/playlist"),
+    QStringLiteral("src/host/app"),      QStringLiteral("src/host/cli"),      QStringLiteral("src/host/content"),
+    QStringLiteral("src/host/doctor"),   QStringLiteral("src/host/exec"),     QStringLiteral("src/host/http"),
+    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/media"),    QStringLiteral("src/host/prepare"),
+    QStringLiteral("src/host/process"),  QStringLiteral("src/host/remote"),   QStringLiteral("src/host/rpc"),
+    QStringLiteral("src/host/stdio"),    QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
 const QStringList includeRoots = {QStringLiteral("src/api/core"),     QStringLiteral("src/api"),
@@ -236,14 +236,19 @@ const std::vector<Rule> rules = {
      hostRoom(
          {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/media", "src/host/process",
           "src/host/rpc"})},
+    {"HostDoctor", "src/host/doctor", Side::Both,
+     hostRoom(
+         {"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/http", "src/host/remote",
+          "liveness/kernelevents.h", "process/filedescriptor.h", "process/statedirectory.h"})},
     {"HostRemote", "src/host/remote", Side::Both, hostRoom({"content/result.h", "src/host/rpc"})},
     {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
     {"HostPrepare", "src/host/prepare", Side::Both,
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
     {"HostCli", "src/host/cli", Side::Both,
      hostRoom(
-         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/http", "src/host/prepare",
-          "src/host/process", "src/host/remote", "src/host/rpc", "src/host/stdio", "src/host/terminal"})},
+         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/doctor", "src/host/exec", "src/host/http",
+          "src/host/prepare", "src/host/process", "src/host/remote", "src/host/rpc", "src/host/stdio",
+          "src/host/terminal"})},
     {"HostApp", "src/host/app", Side::Both,
      hostRoom({"src/host/cli", "src/host/content", "src/host/process", "exec/workerthread.h"})}};
 

@@ -39,7 +39,8 @@ TEST(Usage, HelpListsTheCommands)
     const Outcome outcome = runTavo({QStringLiteral("--help")});
     EXPECT_EQ(outcome.status, 0);
     for (const char* word :
-         {"browse", "watch", "session", "serve", "info", "prepare", "count", "menu", "--root", "--filter", "--module"})
+         {"browse", "watch", "session", "serve", "info", "prepare", "count", "menu", "doctor", "--root", "--filter",
+          "--module"})
         EXPECT_THAT(outcome.output.toStdString(), HasSubstr(word));
 }
 
@@ -60,7 +61,7 @@ TEST(Usage, WithoutAnythingFiveLinesSayHowToBegin)
 
 TEST(Usage, EveryCommandExplainsItselfWithAnExample)
 {
-    for (const char* command : {"browse", "watch", "session", "serve", "info", "prepare", "count", "menu"}) {
+    for (const char* command : {"browse", "watch", "session", "serve", "info", "prepare", "count", "menu", "doctor"}) {
         const Outcome outcome = runTavo({QString::fromUtf8(command), QStringLiteral("--help")});
         EXPECT_EQ(outcome.status, 0) << command;
         EXPECT_THAT(outcome.output.toStdString(), HasSubstr("tavo --root ~/Music"));

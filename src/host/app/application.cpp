@@ -28,8 +28,8 @@ bool runsAlone(const Command& command)
 constexpr char firstSteps[] = R"(tavo shows directories of music and serves them. To begin:
   tavo --root ~/Music browse    print what is in a directory
   tavo --root ~/Music serve     serve it to browsers: open the address that it prints
+  tavo --root ~/Music doctor    find what would get in the way
   tavo --help                   list all commands and options
-  tavo serve --help             describe a command
 )";
 
 /// Qt's help names the program by the path that called it.
@@ -147,6 +147,8 @@ int runCommand(const Command& command, const QCommandLineParser& program, const 
     const Result<HostSettings> settings = hostSettings(program, parser);
     if (!settings)
         return fail(settings.failure());
+    if (const auto* const run = std::get_if<Command::RunWithSettings>(&command.run))
+        return statusOf((*run)(settings.value(), output, parser));
     return runWithHost(command, std::get<Command::RunWithHost>(command.run), settings.value(), parser, output);
 }
 

@@ -24,6 +24,7 @@ struct Command
 
     /// Give the program's exit status. `output` takes the results.
     using RunWithHost = Result<int> (*)(const CommandContext& context, const QCommandLineParser& parser);
+    using RunWithSettings = Result<int> (*)(const HostSettings& settings, int output, const QCommandLineParser& parser);
     using RunAlone = Result<int> (*)(int output, const QCommandLineParser& parser);
 
     struct ArgumentCount
@@ -45,8 +46,8 @@ struct Command
     /// Shown by --help: what it is good for, and an example.
     const char* manual;
     ArgumentCount argumentCount;
-    /// A command that runs alone needs no root.
-    std::variant<RunWithHost, RunAlone> run;
+    /// A command that runs alone needs no root; one that runs with settings starts no host for them.
+    std::variant<RunWithHost, RunWithSettings, RunAlone> run;
     /// Null: it has none of its own.
     OptionList (*options)() = nullptr;
     /// Whether it works with a host that has no root's directory, too.
@@ -67,6 +68,7 @@ struct Command
 [[nodiscard]] Command prepareCommand();
 [[nodiscard]] Command countCommand();
 [[nodiscard]] Command menuCommand();
+[[nodiscard]] Command doctorCommand();
 [[nodiscard]] Command queueCommand();
 [[nodiscard]] Command outputCommand();
 /// Those that show or steer the player.

@@ -42,7 +42,7 @@ OptionList options()
     const OptionList own = {
         {listenOption,
          QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
-         QStringLiteral("ADDRESS:PORT")},
+         QStringLiteral("ADDRESS:PORT"), usualAddress},
         {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
          QStringLiteral("FILE")},
         {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
@@ -99,10 +99,9 @@ Result<std::vector<ListeningSocket>> adoptSockets(std::vector<FileDescriptor> de
 Result<std::vector<ListeningSocket>> socketsFor(const QCommandLineParser& parser)
 {
     std::vector<FileDescriptor> passed = ServiceManager::takeSockets();
-    const QStringList texts = parser.values(listenOption);
-    if (texts.isEmpty() && !passed.empty())
+    if (!parser.isSet(listenOption) && !passed.empty())
         return adoptSockets(std::move(passed));
-    return openSockets(texts.isEmpty() ? QStringList(usualAddress) : texts);
+    return openSockets(parser.values(listenOption));
 }
 
 Result<HttpServer::Settings> settingsFor(const QCommandLineParser& parser, const StateDirectory& state)

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "doctor/finding.h"
+#include "http/listenaddress.h"
+
+/// What a server is to be started with.
+struct ServerPlan
+{
+    std::vector<ListenAddress> addresses;
+    /// Empty: none.
+    QString tokenFile;
+    /// Whether it may serve a network without a token.
+    bool allowsAnybody = false;
+    QString stateDirectory;
+};
+
+/// Tries what a server does when it starts, and leaves nothing behind. An address where a tavo serves already is no
+/// finding.
+[[nodiscard]] Findings checkServer(const ServerPlan& plan);
+
+/// `freeBytes`: what the file system of the state directory has left.
+[[nodiscard]] Findings checkRoom(const QString& stateDirectory, qint64 freeBytes);
