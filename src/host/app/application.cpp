@@ -43,12 +43,12 @@ QString helpOf(const QCommandLineParser& parser)
 QString commandList()
 {
     const auto line = [](const Command& command) {
-        return QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -10).arg(QLatin1String(command.summary));
+        return QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -11).arg(QLatin1String(command.summary));
     };
     QString text = QStringLiteral("\nCommands:\n");
     QString remoteText = QStringLiteral("\nCommands for a server that is running, which need no root:\n");
     for (const Command& command : allCommands())
-        (runsAlone(command) ? remoteText : text) += line(command);
+        (runsAlone(command) && command.asksServer ? remoteText : text) += line(command);
     return text + remoteText + QStringLiteral("\n'tavo COMMAND --help' describes a command.\n");
 }
 

@@ -27,6 +27,12 @@ QString PseudoTerminal::fileName() const
     return QString::fromLocal8Bit(name.data());
 }
 
+void PseudoTerminal::type(const QByteArray& text) const
+{
+    const ssize_t written = write(m_fileDescriptor, text.constData(), static_cast<std::size_t>(text.size()));
+    Q_ASSERT(written == text.size());
+}
+
 QByteArray PseudoTerminal::readAll() const
 {
     // No text holds it.

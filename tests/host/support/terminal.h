@@ -13,6 +13,8 @@ public:
 
     /// The file name of the end that the program opens.
     [[nodiscard]] QString fileName() const;
+    /// As if somebody typed it.
+    void type(const QByteArray& text) const;
     /// Everything written, without carriage returns. Returns when the other end is closed.
     [[nodiscard]] QByteArray readAll() const;
     /// Returns as soon as the output contains the text, or everything if it never does.

@@ -52,6 +52,8 @@ struct Command
     OptionList (*options)() = nullptr;
     /// Whether it works with a host that has no root's directory, too.
     bool worksWithoutRoots = false;
+    /// Whether a command that runs alone asks a server that is running.
+    bool asksServer = true;
 };
 
 [[nodiscard]] const std::vector<Command>& allCommands();
@@ -69,6 +71,7 @@ struct Command
 [[nodiscard]] Command countCommand();
 [[nodiscard]] Command menuCommand();
 [[nodiscard]] Command doctorCommand();
+[[nodiscard]] Command completionsCommand();
 [[nodiscard]] Command queueCommand();
 [[nodiscard]] Command outputCommand();
 /// Those that show or steer the player.
