@@ -8,6 +8,7 @@
 
 #include "printers.h"
 
+#include <tavo/tavokeys.h>
 #include <tavo/tavoroles.h>
 
 #include <QDir>
@@ -23,8 +24,7 @@
 
 namespace {
 
-/// The two services that prepare items.
-enum class Kind { PlayList, MusicLibrary };
+using Kind = PreparePlan::Kind;
 
 class Plan : public testing::Test
 {
@@ -47,15 +47,23 @@ protected:
 
     [[nodiscard]] QVariantList prepared(Kind kind, const QStringList& ids) const
     {
-        const CMPath service = kind == Kind::MusicLibrary ? mount->prepareLibrary() : mount->preparePlaylist();
-        const Result<QVariant> items = Content(*host).set(service, ids);
+        const Result<QVariant> items = Content(*host).set(PreparePlan::serviceOf(*mount, kind), ids);
         EXPECT_TRUE(items);
         return items ? items.value().toList() : QVariantList();
     }
 
-    [[nodiscard]] PreparePlan planFor(const QStringList& bases, int smallDirectory) const
+    /// A line for each.
+    [[nodiscard]] static std::string pathsOf(const QVariantList& items)
     {
-        PreparePlan plan(*host, smallDirectory);
+        QStringList paths;
+        for (const QVariant& item : items)
+            paths.append(item.toHash()[TavoRoles::Path()].toString());
+        return paths.join(u'\n').toStdString();
+    }
+
+    [[nodiscard]] PreparePlan planFor(Kind kind, const QStringList& bases, int smallDirectory) const
+    {
+        PreparePlan plan(*host, kind, smallDirectory);
         for (const QString& base : bases)
             EXPECT_TRUE(plan.add(mount->path(base))) << base.toStdString();
         return plan;
@@ -70,10 +78,11 @@ protected:
         const QVariantList expected = prepared(kind, ids);
         for (const int smallDirectory : {0, 1, 3, 1000}) {
             QVariantList items;
-            const PreparePlan plan = planFor(bases, smallDirectory);
+            const PreparePlan plan = planFor(kind, bases, smallDirectory);
             for (const PreparePlan::Step& step : plan.steps())
                 items += prepared(kind, {step.path.toEncoded()});
-            EXPECT_EQ(items, expected) << "small: " << smallDirectory;
+            EXPECT_EQ(pathsOf(items), pathsOf(expected)) << "small: " << smallDirectory;
+            EXPECT_TRUE(items == expected) << "small: " << smallDirectory;
         }
         return expected.size();
     }
@@ -97,7 +106,7 @@ TEST_F(Plan, SmallDirectoryIsAskedForAsOne)
     tree.addFile(QStringLiteral("a/1.mp3"));
     tree.addFile(QStringLiteral("a/b/2.mp3"));
     start(usual);
-    const PreparePlan plan = planFor({QStringLiteral("a")}, 2);
+    const PreparePlan plan = planFor(Kind::MusicLibrary, {QStringLiteral("a")}, 2);
     ASSERT_EQ(plan.steps().size(), 1);
     EXPECT_EQ(plan.steps().first().files, 2);
 }
@@ -107,7 +116,7 @@ TEST_F(Plan, LargeDirectoryIsAskedForByWhatLiesInIt)
     for (const char* file : {"1.mp3", "a/1.mp3", "a/2.mp3", "b/1.mp3", "b/c/1.mp3", "z.mp3"})
         tree.addFile(QString::fromUtf8(file));
     start(usual);
-    const PreparePlan plan = planFor({QString()}, 2);
+    const PreparePlan plan = planFor(Kind::MusicLibrary, {QString()}, 2);
     QStringList steps;
     for (const PreparePlan::Step& step : plan.steps())
         steps.append(step.path.base());
@@ -136,15 +145,22 @@ TEST_F(Plan, PlayListFilesAreLeftToTheWorker)
     EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString(), QStringLiteral("3.m3u")}), 5);
 }
 
-TEST_F(Plan, FilterOfPlayListsAloneTakesEveryFileOfADirectoryThatStaysWhole)
+TEST_F(Plan, FilterOfPlayListsAloneTakesEveryFileOfADirectory)
 {
-    for (const char* file : {"a/1.mp3", "a/2.m3u", "a/b/3.txt"})
+    for (const char* file : {"a/1.mp3", "a/2.m3u", "a/b/3.txt", "4.pls"})
         tree.addFile(QString::fromUtf8(file));
-    start({QStringLiteral("*.m3u"), QStringLiteral("*.pls")});
-    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString()}), 1);
-    const PreparePlan plan = planFor({QString()}, 1);
-    ASSERT_EQ(plan.steps().size(), 1);
-    EXPECT_EQ(prepared(Kind::PlayList, {plan.steps().first().path.toEncoded()}).size(), 3);
+    start(TavoPlayListPatterns());
+    EXPECT_EQ(expectSame(Kind::PlayList, {QString(), QStringLiteral("4.pls")}), 4);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString(), QStringLiteral("4.pls")}), 3);
+}
+
+TEST_F(Plan, EmptyFilterTakesEveryFileOfADirectory)
+{
+    for (const char* file : {"a/1.mp3", "a/b/2.txt", "3.m3u"})
+        tree.addFile(QString::fromUtf8(file));
+    start({});
+    EXPECT_EQ(expectSame(Kind::PlayList, {QString(), QStringLiteral("3.m3u")}), 3);
+    EXPECT_EQ(expectSame(Kind::MusicLibrary, {QString(), QStringLiteral("3.m3u")}), 3);
 }
 
 TEST_F(Plan, NamesOfAllKindsAreFound)
@@ -215,24 +231,44 @@ TEST_F(Plan, PathsThatClimbAreWalkedAsTheWorkerDoes)
     EXPECT_EQ(expectSame(Kind::MusicLibrary, {tree.absolute(QStringLiteral("b"))}), 1);
 }
 
-TEST_F(Plan, RandomTreesGiveTheSameItems)
+class RandomPlan : public Plan, public testing::WithParamInterface<QStringList>
 {
-    const QList<QByteArray> parts = {"a", "A", "a b", "a-", "a.", "b", "\xc3\xa4", "\xff", "!", "\xf0\x9f\x8e\xb5",
-                                     "~"};
-    QRandomGenerator random(7);
-    for (int i = 0; i < 150; ++i) {
-        QByteArray directory = tree.root().toUtf8();
-        for (quint32 depth = random.bounded(4U); depth > 0; --depth) {
-            directory += '/' + parts.at(random.bounded(parts.size()));
-            ::mkdir(directory.constData(), 0755);
+protected:
+    /// Names that sort otherwise than their nesting suggests.
+    void addRandomFiles()
+    {
+        const QList<QByteArray> parts = {"a", "A", "a b", "a-", "a.", "b", "\xc3\xa4", "\xff", "!", "\xf0\x9f\x8e\xb5",
+                                         "~"};
+        const QList<QByteArray> endings = {".mp3", ".mp3", ".mp3", ".m3u", ".M3U", ".m3u8", ".pls", ""};
+        QRandomGenerator random(7);
+        for (int i = 0; i < 200; ++i) {
+            QByteArray directory = tree.root().toUtf8();
+            for (quint32 depth = random.bounded(4U); depth > 0; --depth) {
+                directory += '/' + parts.at(random.bounded(parts.size()));
+                ::mkdir(directory.constData(), 0755);
+            }
+            const QByteArray name = parts.at(random.bounded(parts.size())) + endings.at(random.bounded(endings.size()));
+            ::close(::creat((directory + '/' + name).constData(), 0644));
         }
-        const char* ending = random.bounded(5) == 0 ? ".m3u" : ".mp3";
-        const QByteArray file = directory + '/' + parts.at(random.bounded(parts.size())) + ending;
-        ::close(::creat(file.constData(), 0644));
     }
-    start(usual);
-    EXPECT_GT(expectSame(Kind::MusicLibrary, {QString()}), 50);
-    expectSame(Kind::PlayList, {QStringLiteral("a"), QString(), QStringLiteral("a b")});
+};
+
+TEST_P(RandomPlan, GivesTheSameItems)
+{
+    addRandomFiles();
+    start(GetParam());
+    for (const Kind kind : {Kind::PlayList, Kind::MusicLibrary}) {
+        EXPECT_GT(expectSame(kind, {QString()}), 0);
+        expectSame(kind, {QStringLiteral("a"), QString(), QStringLiteral("a b"), QStringLiteral("a.m3u")});
+    }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Filters, RandomPlan,
+    testing::Values(
+        usual, QStringList(), TavoPlayListPatterns(), QStringList{QStringLiteral("*.M3U")},
+        QStringList{QStringLiteral("*.m3u"), QStringLiteral("*.m3u8")}, QStringList{QStringLiteral("*")},
+        QStringList{QStringLiteral("a*"), QStringLiteral("?.mp3")},
+        QStringList{QStringLiteral("[!a]*"), QStringLiteral("*.[mM]3u")}));
 
 } // namespace

@@ -31,6 +31,16 @@ bool Mount::isWalk(const CMPath& service) const
            longServices.contains(service.base());
 }
 
+QStringList Mount::preparablePatterns(const CMPath& service) const
+{
+    QStringList patterns = playable;
+    if (service == preparePlaylist()) {
+        for (const QString& playlistPattern : TavoPlayListPatterns())
+            patterns.removeAll(playlistPattern);
+    }
+    return patterns;
+}
+
 bool Mount::isPlayable(const QString& base) const
 {
     return TavoNameMatcher::shared(playable).matches(base.mid(base.lastIndexOf(u'/') + 1));

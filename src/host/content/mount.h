@@ -36,6 +36,9 @@ struct Mount
 
     /// Whether the path names a service that may walk a whole tree.
     [[nodiscard]] bool isWalk(const CMPath& service) const;
+    /// The patterns of the files that a service which prepares items takes. Without any it takes every file below a
+    /// directory, but no file by itself.
+    [[nodiscard]] QStringList preparablePatterns(const CMPath& service) const;
     /// Whether a file of the base's name is an item.
     [[nodiscard]] bool isPlayable(const QString& base) const;
     /// The file or directory that the base stands for, as the system's calls take it.

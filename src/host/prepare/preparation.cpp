@@ -6,7 +6,7 @@
 #include <QElapsedTimer>
 
 Preparation::Preparation(ContentHost& host, Kind kind, ItemSink& sink)
-    : m_host(host), m_kind(kind), m_sink(sink), m_plan(host)
+    : m_host(host), m_kind(kind), m_sink(sink), m_plan(host, kind)
 {
 }
 
@@ -76,8 +76,7 @@ Result<Written> Preparation::request(int begin, int end)
     }
     QElapsedTimer timer;
     timer.start();
-    const CMPath service = m_kind == Kind::MusicLibrary ? mount->prepareLibrary() : mount->preparePlaylist();
-    const Result<QVariant> items = Content(m_host).set(service, ids);
+    const Result<QVariant> items = Content(m_host).set(PreparePlan::serviceOf(*mount, m_kind), ids);
     adaptSize(timer.elapsed());
     if (!items)
         return items.failure();

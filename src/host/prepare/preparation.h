@@ -10,7 +10,7 @@
 class Preparation
 {
 public:
-    enum class Kind { PlayList, MusicLibrary };
+    using Kind = PreparePlan::Kind;
 
     /// Host and sink must outlive it.
     Preparation(ContentHost& host, Kind kind, ItemSink& sink);

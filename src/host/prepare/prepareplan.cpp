@@ -6,6 +6,7 @@
 #include <tavo/tavoroles.h>
 
 #include <algorithm>
+#include <numeric>
 
 #include <sys/stat.h>
 
@@ -45,49 +46,89 @@ Result<std::vector<Entry>> entriesOf(const Content& content, const CMPath& direc
     return entries;
 }
 
+/// The worker's walks take regular files and links to them, and do not follow links to directories.
+bool isWalked(const Entry& entry, const Mount& mount)
+{
+    const QByteArray localPath = mount.localPath(entry.path.base());
+    struct stat status = {};
+    if (entry.isDirectory)
+        return lstat(localPath.constData(), &status) == 0 && S_ISDIR(status.st_mode);
+    return stat(localPath.constData(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 } // namespace
+
+CMPath PreparePlan::serviceOf(const Mount& mount, Kind kind)
+{
+    return kind == Kind::MusicLibrary ? mount.prepareLibrary() : mount.preparePlaylist();
+}
 
 Result<void> PreparePlan::add(const CMPath& path)
 {
     const Result<int> files = countFiles(m_host, path);
     if (!files)
         return files.failure();
-    if (files.value() > m_smallDirectory)
-        return divide(path, files.value());
-    // The worker counts below a path; a file is one itself.
-    addStep(path, std::max(files.value(), 1));
-    return {};
+    return addCounted({path, files.value()});
 }
 
-Result<void> PreparePlan::divide(const CMPath& directory, int files)
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the tree
+Result<void> PreparePlan::addCounted(const Step& counted)
 {
-    const Result<std::vector<Entry>> entries = entriesOf(Content(m_host), directory);
-    if (!entries) {
-        // A directory that has no rows can still be walked.
-        addStep(directory, files);
+    if (counted.files <= m_smallDirectory || !mayDivide(counted.path)) {
+        // The worker counts below a path; a file is one itself.
+        addStep({counted.path, std::max(counted.files, 1)});
         return {};
     }
-    for (const Entry& entry : entries.value()) {
-        if (!entry.isDirectory)
-            addStep(entry.path, 1);
-        else if (isSymlink(entry.path))
-            continue;
-        else if (Result<void> added = add(entry.path); !added)
+    const Result<QVector<Part>> parts = partsOf(counted.path);
+    if (!parts)
+        return parts.failure();
+    if (filesOf(parts.value()) != counted.files) {
+        addStep(counted);
+        return {};
+    }
+    for (const Part& part : parts.value()) {
+        if (!part.isDirectory)
+            addStep(part.step);
+        else if (Result<void> added = addCounted(part.step); !added)
             return added;
     }
     return {};
 }
 
-/// The worker's walks do not follow links to directories.
-bool PreparePlan::isSymlink(const CMPath& path) const
+/// A directory that has no rows has no parts, but can still be walked.
+Result<QVector<PreparePlan::Part>> PreparePlan::partsOf(const CMPath& directory) const
 {
-    const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
-    struct stat status = {};
-    return mount && lstat(mount->localPath(path.base()).constData(), &status) == 0 && S_ISLNK(status.st_mode);
+    const ContentHost::SharedMount mount = m_host.mountAt(directory.prefix());
+    const Result<std::vector<Entry>> entries = entriesOf(Content(m_host), directory);
+    if (!mount || !entries)
+        return QVector<Part>();
+    QVector<Part> parts;
+    for (const Entry& entry : entries.value()) {
+        if (!isWalked(entry, *mount))
+            continue;
+        const Result<int> files = entry.isDirectory ? countFiles(m_host, entry.path) : Result<int>(1);
+        if (!files)
+            return files.failure();
+        parts.append({{entry.path, files.value()}, entry.isDirectory});
+    }
+    return parts;
 }
 
-void PreparePlan::addStep(const CMPath& path, int files)
+int PreparePlan::filesOf(const QVector<Part>& parts)
 {
-    m_steps.append({path, files});
-    m_files += files;
+    return std::accumulate(
+        parts.cbegin(), parts.cend(), 0, [](int sum, const Part& part) { return sum + part.step.files; });
+}
+
+/// A service without patterns takes files that have no rows, and takes them with their directory only.
+bool PreparePlan::mayDivide(const CMPath& directory) const
+{
+    const ContentHost::SharedMount mount = m_host.mountAt(directory.prefix());
+    return mount && !mount->preparablePatterns(serviceOf(*mount, m_kind)).isEmpty();
+}
+
+void PreparePlan::addStep(const Step& step)
+{
+    m_steps.append(step);
+    m_files += step.files;
 }

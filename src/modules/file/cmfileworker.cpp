@@ -8,7 +8,6 @@
 #include "tagreader/musiclibrarytagreader.h"
 #include "tagreader/playlisttagreader.h"
 #include "tavo/mimetypes.h"
-#include "tavo/tavokeys.h"
 #include "tavo/tavomedia.h"
 #include "tavo/tavonamematcher.h"
 #include "tavo/tavoroles.h"

@@ -5,6 +5,7 @@
 #include "model/cmpath.h"
 #include "model/cmrequest.h"
 #include "model/cmworker.h"
+#include "tavo/tavokeys.h"
 
 #include <QDir>
 #include <QFileSystemWatcher>
@@ -130,8 +131,7 @@ private:
     QDir m_rootDir{m_rootPath};
     /// Wildcard patterns of playable names.
     QStringList m_filter;
-    QStringList m_playlistPatterns = {
-        QStringLiteral("*.m3u"), QStringLiteral("*.pls"), QStringLiteral("*.wpl"), QStringLiteral("*.asx")};
+    QStringList m_playlistPatterns = TavoPlayListPatterns();
     int m_rowsVersion;
     /// A child of the worker.
     QFileSystemWatcher* m_watcher;

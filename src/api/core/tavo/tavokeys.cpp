@@ -14,6 +14,13 @@ TAVO_KEY(TavoErrorAccessViolation, "accessViolation")
 TAVO_KEY(TavoErrorInvalidPath, "invalidPath")
 TAVO_KEY(TavoErrorInvalidRowsVersion, "invalidRowsVersion")
 
+const QStringList& TavoPlayListPatterns()
+{
+    static const QStringList patterns = {
+        QStringLiteral("*.m3u"), QStringLiteral("*.pls"), QStringLiteral("*.wpl"), QStringLiteral("*.asx")};
+    return patterns;
+}
+
 const CMPath& TavoMusicLibraryAlbumArtWidth()
 {
     static const CMPath path(QStringLiteral("settings"), QStringLiteral("musicLibrary/albumArtWidth"));

@@ -3,6 +3,7 @@
 #include "tavo/tavoexport.h"
 
 #include <QString>
+#include <QStringList>
 
 class CMPath;
 
@@ -20,6 +21,8 @@ class CMPath;
 /// The value of the request is a list of encoded paths, the value of the reply the QVariantList of items of all
 /// playable files that these paths name or contain. Playlist files give no item.
 [[nodiscard]] TAVO_API_EXPORT const QString& TavoPlayListPrepareItems();
+/// The wildcard patterns of playlist files. A worker that prepares a playlist leaves them out of its own patterns.
+[[nodiscard]] TAVO_API_EXPORT const QStringList& TavoPlayListPatterns();
 /// Base of the service that prepares items for the music library. As TavoPlayListPrepareItems(), but playlist files
 /// give items too, and an item has all tags of its file and the cover.
 [[nodiscard]] TAVO_API_EXPORT const QString& TavoMusicLibraryPrepareItems();
