@@ -129,14 +129,13 @@ protected:
         return sink->readAnswer(id);
     }
 
-    /// One thread for each lane, which nothing replaces.
+    /// One thread for each lane.
     [[nodiscard]] static RequestExecutor::Settings narrow()
     {
         RequestExecutor::Settings settings;
         settings.quickThreads = 1;
         settings.longPageThreads = 1;
         settings.walkThreads = 1;
-        settings.spareThreads = 0;
         return settings;
     }
 
@@ -326,13 +325,29 @@ TEST_F(DispatcherTest, RequestsThatTakeTooLongAreAnsweredOnce)
     ASSERT_TRUE(first);
     hanging = std::async(std::launch::async, first);
     fifo.waitForReader();
-    dispatcher->accept(rpcRequest(2, "describe"));
     EXPECT_EQ(codeOf(sink->readAnswer(1)), JsonRpc::Cancelled);
-    EXPECT_EQ(codeOf(sink->readAnswer(2)), JsonRpc::Overloaded);
     EXPECT_TRUE(processEventsUntil([this] { return dispatcher->isIdle(); }));
+    EXPECT_TRUE(processEventsUntil([this] { return codeOf(call("describe")) == 0; })) << "the client goes on";
     fifo.release();
     hanging.get();
     EXPECT_THAT(sink->read(), IsEmpty());
+}
+
+TEST_F(DispatcherTest, RootWhereRequestsHangIsRefusedByName)
+{
+    RequestExecutor::Settings settings = narrow();
+    settings.hangingPerRoot = 1;
+    settings.timeLimit = std::chrono::milliseconds(20);
+    startScripted(settings);
+    Fifo fifo(tree.absolute(QStringLiteral("slow")));
+    // A busy machine may refuse the request before it begins.
+    ASSERT_TRUE(processEventsUntil([this] { return codeOf(call("data", at("/file/slow"))) == JsonRpc::Cancelled; }));
+    fifo.waitForReader();
+    const QJsonObject refused = call("data", at("/file/other"));
+    EXPECT_EQ(codeOf(refused), JsonRpc::Overloaded);
+    EXPECT_EQ(messageOf(refused), "'/file/' does not answer: earlier requests still wait for it");
+    EXPECT_TRUE(processEventsUntil([this] { return codeOf(call("describe")) == 0; })) << "the rest is served";
+    fifo.release();
 }
 
 TEST_F(DispatcherTest, RequestThatJoinsOneThatHangsIsGivenUpToo)

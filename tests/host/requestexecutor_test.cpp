@@ -73,14 +73,13 @@ protected:
         bob = executor->addClient();
     }
 
-    /// One thread for each lane, which nothing replaces.
+    /// One thread for each lane.
     [[nodiscard]] static Settings narrow()
     {
         Settings settings;
         settings.quickThreads = 1;
         settings.longPageThreads = 1;
         settings.walkThreads = 1;
-        settings.spareThreads = 0;
         return settings;
     }
 
@@ -88,15 +87,15 @@ protected:
     [[nodiscard]] static Settings impatient()
     {
         Settings settings = narrow();
-        settings.spareThreads = Settings().spareThreads;
         settings.timeLimit = std::chrono::milliseconds(20);
         return settings;
     }
 
-    [[nodiscard]] static RequestExecutor::Job jobFor(const SharedFate& fate, Lane lane)
+    [[nodiscard]] RequestExecutor::Job jobFor(const SharedFate& fate, Lane lane) const
     {
         RequestExecutor::Job job;
         job.lane = lane;
+        job.root = root;
         job.context = fate->context;
         job.run = [fate](const RequestExecutor::Slot&) {
             fate->begun.open();
@@ -174,6 +173,8 @@ protected:
         return processEventsUntil([&] { return begunOf(jobs) >= count; });
     }
 
+    /// Of the jobs that are made.
+    QString root;
     std::vector<SharedFate> fates;
     std::unique_ptr<RequestExecutor> executor;
     Client alice;
@@ -357,11 +358,13 @@ TEST_F(Executor, PauseComesBeforeTheTurnOfAJobThatWaits)
 TEST_F(Executor, WaitingTimeOfAPausedClientStandsStill)
 {
     using Clock = std::chrono::steady_clock;
-    Settings settings = narrow();
+    Settings settings;
+    settings.runningPerClient = 1;
     settings.timeLimit = std::chrono::milliseconds(200);
     start(settings);
-    const SharedFate running = block(bob);
-    ASSERT_TRUE(running->begun.wait());
+    // A walk has no time limit.
+    const std::vector<SharedFate> running = {block(alice, Lane::Walk), block(bob, Lane::Walk)};
+    ASSERT_TRUE(waitForBegun(running, 2));
     executor->setPaused(alice, true);
     const SharedFate paused = pass(alice);
     const SharedFate later = pass(bob);
@@ -417,11 +420,11 @@ TEST_F(Executor, RequestsThatTakeTooLongAreGivenUp)
     settings.runningPerClient = 1;
     settings.timeLimit = std::chrono::milliseconds(20);
     start(settings);
-    const SharedFate walk = block(bob, Lane::Walk);
+    const SharedFate walk = block(alice, Lane::Walk);
     ASSERT_TRUE(walk->begun.wait());
     // A job that is taken begins in time, however late its thread is.
     const SharedFate running = newFate();
-    const std::function<void()> task = executor->submitOrTake(alice, jobFor(running, Lane::Quick));
+    const std::function<void()> task = executor->submitOrTake(bob, jobFor(running, Lane::Quick));
     ASSERT_TRUE(task);
     const auto ending = std::async(std::launch::async, task);
     const SharedFate waiting = pass(alice);
@@ -439,7 +442,6 @@ TEST_F(Executor, RequestsThatTakeTooLongAreGivenUp)
     EXPECT_FALSE(walk->context->isCancelled());
     running->mayEnd.open();
     EXPECT_TRUE(running->waitForEnd());
-    EXPECT_TRUE(becomesFree(alice)) << "the client may run another one";
 }
 
 TEST_F(Executor, ThreadsWhoseJobsHangAreReplaced)
@@ -462,20 +464,131 @@ TEST_F(Executor, ThreadWhoseWalkOutlivesItsClientIsReplaced)
     EXPECT_EQ(walk->ended, 0);
 }
 
-TEST_F(Executor, ThreadsAreReplacedUpToALimit)
+TEST_F(Executor, JobsThatHangDoNotCountAsTheirClients)
 {
     Settings settings = impatient();
-    settings.spareThreads = 1;
+    settings.runningPerClient = 1;
     start(settings);
-    const SharedFate first = hang(alice);
-    ASSERT_TRUE(becomesFree(bob));
-    const SharedFate second = hang(bob);
-    const SharedFate waiting = pass(alice);
-    EXPECT_TRUE(waiting->waitForRefusal());
-    EXPECT_FALSE(waiting->begun.isOpen());
-    for (const SharedFate& hanging : {first, second})
-        hanging->mayEnd.open();
+    const std::vector<SharedFate> hanging = {hang(alice), hang(alice)};
+    EXPECT_TRUE(becomesFree(alice));
+    for (const SharedFate& job : hanging)
+        job->mayEnd.open();
+    for (const SharedFate& job : hanging)
+        EXPECT_TRUE(job->waitForEnd());
+    const SharedFate running = newFate();
+    EXPECT_TRUE(executor->submitOrTake(alice, jobFor(running, Lane::Quick))) << "the client has a job less, not two";
+    EXPECT_FALSE(executor->submitOrTake(alice, jobFor(newFate(), Lane::Quick)));
+}
+
+class HangingRoot : public Executor
+{
+protected:
+    static constexpr int mostHanging = 2;
+
+    void startImpatient()
+    {
+        Settings settings = impatient();
+        settings.hangingPerRoot = mostHanging;
+        start(settings);
+    }
+
+    [[nodiscard]] std::vector<SharedFate> hangAtBad()
+    {
+        root = QStringLiteral("bad");
+        std::vector<SharedFate> jobs;
+        for (int i = 0; i < mostHanging; ++i)
+            jobs.push_back(hang(alice));
+        return jobs;
+    }
+};
+
+TEST_F(HangingRoot, IsRefusedWhereTooMuchHangs)
+{
+    startImpatient();
+    const std::vector<SharedFate> hanging = hangAtBad();
+    for (const Lane lane : {Lane::Quick, Lane::Walk})
+        EXPECT_THAT(pass(bob, lane)->refused(), ElementsAre(Refusal::RootHangs));
+    EXPECT_FALSE(executor->hold(bob, jobFor(newFate(), Lane::Quick)));
+    root = QStringLiteral("good");
+    EXPECT_TRUE(becomesFree(alice));
     EXPECT_TRUE(becomesFree(bob));
+
+    for (const SharedFate& job : hanging)
+        job->mayEnd.open();
+    root = QStringLiteral("bad");
+    EXPECT_TRUE(becomesFree(bob)) << "the root answers again";
+}
+
+TEST_F(HangingRoot, RefusesWaitingJobsWhereTooMuchHangs)
+{
+    startImpatient();
+    root = QStringLiteral("bad");
+    const SharedFate walk = block(alice, Lane::Walk);
+    ASSERT_TRUE(walk->begun.wait());
+    const SharedFate waiting = pass(bob, Lane::Walk);
+    executor->setPaused(bob, true);
+    const std::vector<SharedFate> hanging = hangAtBad();
+    ASSERT_TRUE(waiting->waitForRefusal());
+    EXPECT_THAT(waiting->refused(), ElementsAre(Refusal::RootHangs));
+}
+
+TEST_F(HangingRoot, LeavesAThreadOfEachLaneToTheOthers)
+{
+    start({});
+    for (const Lane lane : {Lane::Quick, Lane::LongPage, Lane::Walk}) {
+        root = QStringLiteral("bad");
+        for (int i = 0; i < 5; ++i) {
+            const Client client = executor->addClient();
+            block(client, lane);
+            block(client, lane);
+        }
+        root = QStringLiteral("good");
+        EXPECT_TRUE(runs(alice, lane));
+    }
+}
+
+TEST_F(HangingRoot, HoldsUpNoOtherJobsOfItsClient)
+{
+    Settings settings = narrow();
+    settings.quickThreads = 2;
+    start(settings);
+    root = QStringLiteral("bad");
+    const SharedFate running = block(bob);
+    ASSERT_TRUE(running->begun.wait());
+    const SharedFate waiting = pass(alice);
+    root = QStringLiteral("good");
+    EXPECT_TRUE(runs(alice));
+    EXPECT_FALSE(waiting->begun.isOpen());
+    running->mayEnd.open();
+    EXPECT_TRUE(waiting->waitForEnd());
+}
+
+TEST_F(HangingRoot, CannotUseUpTheThreadsByReconnectingClients)
+{
+    const auto threads = [] { return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs).size(); };
+    startImpatient();
+    const int before = threads();
+    for (int i = 0; i < 20; ++i) {
+        root = QStringLiteral("bad");
+        const Client client = executor->addClient();
+        const SharedFate job = block(client);
+        EXPECT_TRUE(job->waitForRefusal());
+        executor->removeClient(client);
+        root = QStringLiteral("good");
+        EXPECT_TRUE(becomesFree(alice));
+    }
+    EXPECT_LE(threads(), before + mostHanging);
+}
+
+TEST_F(HangingRoot, KeepsNoClientThatHasGone)
+{
+    startImpatient();
+    root = QStringLiteral("bad");
+    const SharedFate walk = block(alice, Lane::Walk);
+    ASSERT_TRUE(walk->begun.wait());
+    pass(bob, Lane::Walk);
+    executor->removeClient(bob);
+    EXPECT_EQ(bob.use_count(), 1);
 }
 
 TEST_F(Executor, SpareThreadEndsWhenNothingHangs)
@@ -507,9 +620,9 @@ TEST_F(Executor, JobThatKeepsItsSlotTooLongIsGivenUp)
     ASSERT_TRUE(keeper->waitForRefusal());
     EXPECT_THAT(keeper->refused(), ElementsAre(Refusal::TimedOut));
     EXPECT_TRUE(keeper->context->isCancelled());
-    // The thread that refuses holds the job until it refuses the next one.
-    ASSERT_TRUE(pass(alice)->waitForRefusal());
-    EXPECT_EQ(keeper.use_count(), 3) << "the job exists as long as its slot";
+    // The thread that refuses holds the job for a moment more.
+    EXPECT_TRUE(processEventsUntil([&keeper] { return keeper.use_count() == 3; })) << "the job exists as its slot does";
+    EXPECT_TRUE(becomesFree(alice)) << "the client may run another one";
     kept.reset();
     EXPECT_EQ(keeper.use_count(), 2);
 }
@@ -588,6 +701,20 @@ TEST_F(Taking, JobThatMustWaitIsSubmitted)
     EXPECT_FALSE(take(waiting));
     running->mayEnd.open();
     EXPECT_TRUE(waiting->waitForEnd());
+}
+
+TEST_F(Taking, OneJobOfAClientIsTakenAtATime)
+{
+    start({});
+    const std::function<void()> task = take(newFate());
+    ASSERT_TRUE(task);
+    const SharedFate second = newFate();
+    EXPECT_FALSE(take(second)) << "a thread of the client's is left";
+    EXPECT_TRUE(second->waitForEnd());
+    task();
+    const std::function<void()> third = take(newFate());
+    ASSERT_TRUE(third);
+    third();
 }
 
 TEST_F(Taking, TakenJobsCountAsRunning)

@@ -176,6 +176,11 @@ ContentHost::SharedMount ContentHost::mountAt(const QString& prefix) const
     return mount == m_mounts.cend() ? nullptr : *mount;
 }
 
+QString ContentHost::knownPrefix(const QString& prefix) const
+{
+    return m_rootIds.contains(prefix) || mountAt(prefix) ? prefix : QString();
+}
+
 ContentHost::SharedMount ContentHost::findMount(const QString& prefix)
 {
     SharedMount mount = mountAt(prefix);

@@ -90,6 +90,9 @@ public:
     /// As mountAt(), but looks first whether the directory of a missing root is back. May wait for the worker thread.
     [[nodiscard]] SharedMount findMount(const QString& prefix);
 
+    /// The prefix, if a root, present or missing, or another worker has it; otherwise empty.
+    [[nodiscard]] QString knownPrefix(const QString& prefix) const;
+
     /// The IDs of all roots, present or missing, in their order.
     [[nodiscard]] const QStringList& rootIds() const { return m_rootIds; }
     /// The directories of all roots, present or missing, in their order; absolute.

@@ -101,6 +101,12 @@ Failure Failures::busy()
     return {Failure::Kind::Busy, text(QT_TRANSLATE_NOOP("Host", "the host has too much under way"))};
 }
 
+Failure Failures::rootHangs(const QString& prefix)
+{
+    const QString root = CMPath(prefix, QString()).toEncoded();
+    return {Failure::Kind::Busy, QStringLiteral("'%1' does not answer: earlier requests still wait for it").arg(root)};
+}
+
 Failure Failures::fromException()
 {
     const QString reason = reasonOfException();

@@ -5,6 +5,7 @@
 
 class CMError;
 class CMPath;
+class QString;
 
 /// The host's refusals, in the form that a worker's have.
 namespace Failures {
@@ -25,6 +26,8 @@ namespace Failures {
 [[nodiscard]] Failure stopping();
 [[nodiscard]] Failure tooLarge();
 [[nodiscard]] Failure busy();
+/// Too many requests to the root hang.
+[[nodiscard]] Failure rootHangs(const QString& prefix);
 /// That of the exception that is being handled.
 [[nodiscard]] Failure fromException();
 

@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <deque>
 #include <list>
+#include <map>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -27,6 +28,34 @@ std::size_t indexOf(Lane lane)
     return static_cast<std::size_t>(lane);
 }
 
+struct Root;
+
+/// The jobs of one root in one lane. Guarded by the executor's mutex.
+struct Line
+{
+    Root* root;
+    Lane lane;
+    /// Clients with a job that may begin, in the order of their turns.
+    std::deque<std::shared_ptr<RequestExecutor::Client>> ring = {};
+    /// Those that run in the lane's threads and have not timed out.
+    int running = 0;
+    /// Whether the line stands in the lane's ring.
+    bool isQueued = false;
+};
+
+/// Guarded by the executor's mutex.
+struct Root
+{
+    std::array<Line, RequestExecutor::laneCount> lines = {
+        {{this, Lane::Quick}, {this, Lane::LongPage}, {this, Lane::Walk}}};
+    /// Jobs that have timed out and still run in the lanes' threads.
+    int hanging = 0;
+
+    Root() = default;
+    ~Root() = default;
+    Q_DISABLE_COPY_MOVE(Root)
+};
+
 /// A function that runs in a lane's thread. Guarded by the executor's mutex.
 struct LaneRun
 {
@@ -41,6 +70,7 @@ struct Ticket
     /// May be needed when the ticket has ended.
     std::shared_ptr<const Refuse> refuse;
     std::weak_ptr<RequestExecutor::Client> client;
+    Line* line;
     Clock::time_point deadline;
     bool isRunning = false;
     bool isTimedOut = false;
@@ -58,10 +88,19 @@ class RequestExecutor::Client
 public:
     using Waiting = std::deque<TicketList::iterator>;
 
-    std::array<Waiting, laneCount> waiting;
-    /// Whether the client stands in the lane's ring.
-    std::array<bool, laneCount> isQueued = {};
+    /// The client's jobs in one line.
+    struct Place
+    {
+        Waiting waiting = {};
+        /// Whether the client stands in the line's ring.
+        bool isQueued = false;
+    };
+
+    std::map<Line*, Place> places;
+    /// Without those that have timed out.
     std::array<int, laneCount> running = {};
+    /// Whether a thread of the caller's runs a job.
+    bool hasTaken = false;
     bool isPaused = false;
     bool isRemoved = false;
 
@@ -98,21 +137,36 @@ private:
     void work(Lane lane);
     void watchDeadlines();
     [[nodiscard]] std::optional<TicketList::iterator> takeNext(Lane lane, const std::shared_ptr<LaneRun>& laneRun);
+    /// None if the line's next client has no job that may begin.
+    [[nodiscard]] std::optional<TicketList::iterator>
+    takeFromLocked(Line& line, const std::shared_ptr<LaneRun>& laneRun);
+    void runTaken(TicketList::iterator ticket, const std::shared_ptr<Client>& client);
     void run(TicketList::iterator ticket);
+    void endRun(Line& line, const LaneRun& laneRun);
     void call(TicketList::iterator ticket);
 
     [[nodiscard]] bool mayBegin(const Client& client, Lane lane) const;
+    [[nodiscard]] bool mayBegin(const Line& line) const;
+    [[nodiscard]] bool hangs(const Root& root) const { return root.hanging >= m_settings.hangingPerRoot; }
     /// Without waiting for a thread, or for the client's other jobs.
-    [[nodiscard]] bool mayBeginAtOnce(const Client& client, Lane lane) const;
-    [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Job job);
+    [[nodiscard]] bool mayBeginAtOnce(const Client& client, Line& line) const;
+    [[nodiscard]] Line& lineOf(const Job& job);
+    /// None if a job of the root may wait.
+    [[nodiscard]] std::optional<Refusal> refusalLocked(const Root& root) const;
+    [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Line& line, Job job);
     void beginLocked(Client& client, TicketList::iterator ticket);
     void queueLocked(const std::shared_ptr<Client>& client);
+    void queueLocked(Line& line);
+    void queueLocked(Root& root);
     void release(TicketList::iterator ticket);
     [[nodiscard]] Slot slotFor(TicketList::iterator ticket);
     /// The refusals to be called without the lock.
     [[nodiscard]] std::vector<std::shared_ptr<const Refuse>> takeWaitingLocked();
+    [[nodiscard]] bool isOverdueLocked(const Ticket& ticket, Clock::time_point now) const;
     [[nodiscard]] std::vector<std::function<void()>> takeOverdueLocked();
     [[nodiscard]] std::function<void()> giveUpLocked(TicketList::iterator ticket);
+    [[nodiscard]] std::function<void()> giveUpRunningLocked(TicketList::iterator ticket);
+    static void leaveRingLocked(Line& line, const Client& client);
     void dropWaitingLocked(TicketList::iterator ticket);
 
     const Settings m_settings;
@@ -120,16 +174,15 @@ private:
     std::mutex m_mutex;
     std::array<std::condition_variable, laneCount> m_hasWork;
     std::condition_variable m_hasEnded;
-    /// Clients with a job that may begin, in the order of their turns.
-    std::array<std::deque<std::shared_ptr<Client>>, laneCount> m_rings;
+    std::map<QString, Root> m_roots;
+    /// Lines with a job that may begin, in the order of their turns.
+    std::array<std::deque<Line*>, laneCount> m_rings;
     /// All jobs, the oldest first.
     TicketList m_tickets;
     int m_waiting = 0;
     int m_runningFunctions = 0;
     bool m_isStopping = false;
     std::array<Crew, laneCount> m_crews;
-    /// Threads beyond those that the lanes want.
-    int m_spares = 0;
     /// Unchanged once the executor is stopping.
     std::list<std::thread> m_threads;
     /// Have left their lanes, and can be joined.
@@ -162,13 +215,12 @@ void RequestExecutor::State::startThreadLocked(Lane lane)
 void RequestExecutor::State::startSparesLocked()
 {
     for (std::size_t lane = 0; lane < laneCount; ++lane) {
-        while (m_crews[lane].serving < m_crews[lane].wanted && m_spares < m_settings.spareThreads) {
+        while (m_crews[lane].serving < m_crews[lane].wanted) {
             try {
                 startThreadLocked(static_cast<Lane>(lane));
             } catch (const std::system_error&) {
                 return;
             }
-            ++m_spares;
         }
     }
 }
@@ -179,7 +231,6 @@ bool RequestExecutor::State::leavesLocked(Lane lane)
     if (crew.serving <= crew.wanted)
         return false;
     --crew.serving;
-    --m_spares;
     const auto self = std::find_if(m_threads.begin(), m_threads.end(), [](const std::thread& thread) {
         return thread.get_id() == std::this_thread::get_id();
     });
@@ -194,15 +245,28 @@ bool RequestExecutor::State::mayBegin(const Client& client, Lane lane) const
     return hasSlot && !client.isPaused && !client.isRemoved;
 }
 
-bool RequestExecutor::State::mayBeginAtOnce(const Client& client, Lane lane) const
+bool RequestExecutor::State::mayBegin(const Line& line) const
 {
-    return !m_isStopping && client.waiting[indexOf(lane)].empty() && mayBegin(client, lane);
+    const int share = std::max(1, m_crews[indexOf(line.lane)].wanted - 1);
+    return line.running < share && !hangs(*line.root);
 }
 
-TicketList::iterator RequestExecutor::State::addLocked(const std::shared_ptr<Client>& client, Job job)
+bool RequestExecutor::State::mayBeginAtOnce(const Client& client, Line& line) const
+{
+    const auto place = client.places.find(&line);
+    const bool waits = place != client.places.end() && !place->second.waiting.empty();
+    return !m_isStopping && !waits && !hangs(*line.root) && mayBegin(client, line.lane);
+}
+
+Line& RequestExecutor::State::lineOf(const Job& job)
+{
+    return m_roots[job.root].lines[indexOf(job.lane)];
+}
+
+TicketList::iterator RequestExecutor::State::addLocked(const std::shared_ptr<Client>& client, Line& line, Job job)
 {
     auto refuse = std::make_shared<const Refuse>(std::move(job.refuse));
-    m_tickets.push_back({std::move(job), std::move(refuse), client, Clock::now() + m_settings.timeLimit});
+    m_tickets.push_back({std::move(job), std::move(refuse), client, &line, Clock::now() + m_settings.timeLimit});
     return std::prev(m_tickets.end());
 }
 
@@ -218,27 +282,38 @@ void RequestExecutor::State::submit(const std::shared_ptr<Client>& client, Job j
     std::unique_lock lock(m_mutex);
     if (client->isRemoved)
         return;
-    if (m_isStopping || m_waiting >= m_settings.waiting) {
-        const Refusal refusal = m_isStopping ? Refusal::Stopping : Refusal::Busy;
+    Line& line = lineOf(job);
+    if (const std::optional<Refusal> refusal = refusalLocked(*line.root)) {
         lock.unlock();
-        return job.refuse(refusal);
+        return job.refuse(*refusal);
     }
-    const Lane lane = job.lane;
-    client->waiting[indexOf(lane)].push_back(addLocked(client, std::move(job)));
+    client->places[&line].waiting.push_back(addLocked(client, line, std::move(job)));
     ++m_waiting;
     queueLocked(client);
+}
+
+std::optional<Refusal> RequestExecutor::State::refusalLocked(const Root& root) const
+{
+    if (m_isStopping)
+        return Refusal::Stopping;
+    if (hangs(root))
+        return Refusal::RootHangs;
+    if (m_waiting >= m_settings.waiting)
+        return Refusal::Busy;
+    return std::nullopt;
 }
 
 std::function<void()> RequestExecutor::State::submitOrTake(const std::shared_ptr<Client>& client, Job job)
 {
     {
         const std::lock_guard lock(m_mutex);
-        const Lane lane = job.lane;
-        if (lane != Lane::Walk && mayBeginAtOnce(*client, lane)) {
-            const auto ticket = addLocked(client, std::move(job));
+        Line& line = lineOf(job);
+        if (line.lane != Lane::Walk && !client->hasTaken && mayBeginAtOnce(*client, line)) {
+            const auto ticket = addLocked(client, line, std::move(job));
             beginLocked(*client, ticket);
+            client->hasTaken = true;
             ++m_runningFunctions;
-            return [state = shared_from_this(), ticket] { state->run(ticket); };
+            return [state = shared_from_this(), ticket, client] { state->runTaken(ticket, client); };
         }
     }
     submit(client, std::move(job));
@@ -248,23 +323,39 @@ std::function<void()> RequestExecutor::State::submitOrTake(const std::shared_ptr
 RequestExecutor::Slot RequestExecutor::State::hold(const std::shared_ptr<Client>& client, Job job)
 {
     const std::lock_guard lock(m_mutex);
-    if (!mayBeginAtOnce(*client, job.lane))
+    Line& line = lineOf(job);
+    if (!mayBeginAtOnce(*client, line))
         return nullptr;
-    const auto ticket = addLocked(client, std::move(job));
+    const auto ticket = addLocked(client, line, std::move(job));
     beginLocked(*client, ticket);
     return slotFor(ticket);
 }
 
-/// Puts the client into the rings of the lanes in which it may begin a job.
+/// Puts the client into the rings of the lines in which it may begin a job.
 void RequestExecutor::State::queueLocked(const std::shared_ptr<Client>& client)
 {
-    for (std::size_t lane = 0; lane < laneCount; ++lane) {
-        if (client->isQueued[lane] || client->waiting[lane].empty() || !mayBegin(*client, static_cast<Lane>(lane)))
+    for (auto& [line, place] : client->places) {
+        if (place.isQueued || place.waiting.empty() || !mayBegin(*client, line->lane))
             continue;
-        client->isQueued[lane] = true;
-        m_rings[lane].push_back(client);
-        m_hasWork[lane].notify_one();
+        place.isQueued = true;
+        line->ring.push_back(client);
+        queueLocked(*line);
     }
+}
+
+void RequestExecutor::State::queueLocked(Line& line)
+{
+    if (line.isQueued || line.ring.empty() || !mayBegin(line))
+        return;
+    line.isQueued = true;
+    m_rings[indexOf(line.lane)].push_back(&line);
+    m_hasWork[indexOf(line.lane)].notify_one();
+}
+
+void RequestExecutor::State::queueLocked(Root& root)
+{
+    for (Line& line : root.lines)
+        queueLocked(line);
 }
 
 std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane, const std::shared_ptr<LaneRun>& laneRun)
@@ -277,34 +368,68 @@ std::optional<TicketList::iterator> RequestExecutor::State::takeNext(Lane lane, 
         m_hasWork[indexOf(lane)].wait(lock, [&] { return m_isStopping || !ring.empty(); });
         if (m_isStopping)
             return std::nullopt;
-        const std::shared_ptr<Client> client = std::move(ring.front());
+        Line& line = *ring.front();
         ring.pop_front();
-        client->isQueued[indexOf(lane)] = false;
-        Client::Waiting& waiting = client->waiting[indexOf(lane)];
-        if (waiting.empty() || !mayBegin(*client, lane))
+        line.isQueued = false;
+        if (line.ring.empty() || !mayBegin(line))
             continue;
-        const auto ticket = waiting.front();
-        waiting.pop_front();
-        --m_waiting;
-        beginLocked(*client, ticket);
-        ticket->laneRun = laneRun;
-        ++m_runningFunctions;
-        queueLocked(client);
-        return ticket;
+        const auto ticket = takeFromLocked(line, laneRun);
+        queueLocked(line);
+        if (ticket)
+            return ticket;
     }
+}
+
+std::optional<TicketList::iterator>
+RequestExecutor::State::takeFromLocked(Line& line, const std::shared_ptr<LaneRun>& laneRun)
+{
+    const std::shared_ptr<Client> client = std::move(line.ring.front());
+    line.ring.pop_front();
+    Client::Place& place = client->places[&line];
+    place.isQueued = false;
+    if (place.waiting.empty() || !mayBegin(*client, line.lane))
+        return std::nullopt;
+    const auto ticket = place.waiting.front();
+    place.waiting.pop_front();
+    --m_waiting;
+    beginLocked(*client, ticket);
+    ticket->laneRun = laneRun;
+    ++line.running;
+    ++m_runningFunctions;
+    queueLocked(client);
+    return ticket;
 }
 
 void RequestExecutor::State::work(Lane lane)
 {
     auto laneRun = std::make_shared<LaneRun>();
     while (const std::optional<TicketList::iterator> ticket = takeNext(lane, laneRun)) {
+        // The ticket may end before the function does.
+        Line& line = *(*ticket)->line;
         run(*ticket);
-        const std::lock_guard lock(m_mutex);
-        if (laneRun->isTimedOut)
-            ++m_crews[indexOf(lane)].serving;
+        endRun(line, *laneRun);
         // A slot that is kept no longer points to it.
         laneRun = std::make_shared<LaneRun>();
     }
+}
+
+void RequestExecutor::State::endRun(Line& line, const LaneRun& laneRun)
+{
+    const std::lock_guard lock(m_mutex);
+    if (laneRun.isTimedOut) {
+        ++m_crews[indexOf(line.lane)].serving;
+        --line.root->hanging;
+    } else {
+        --line.running;
+    }
+    queueLocked(*line.root);
+}
+
+void RequestExecutor::State::runTaken(TicketList::iterator ticket, const std::shared_ptr<Client>& client)
+{
+    run(ticket);
+    const std::lock_guard lock(m_mutex);
+    client->hasTaken = false;
 }
 
 void RequestExecutor::State::call(TicketList::iterator ticket)
@@ -340,10 +465,11 @@ void RequestExecutor::State::release(TicketList::iterator ticket)
     TicketList ended;
     const std::lock_guard lock(m_mutex);
     ended.splice(ended.begin(), m_tickets, ticket);
-    if (const std::shared_ptr<Client> client = ticket->client.lock()) {
-        --client->running[indexOf(ticket->job.lane)];
-        queueLocked(client);
-    }
+    const std::shared_ptr<Client> client = ticket->client.lock();
+    if (!client || ticket->isTimedOut)
+        return;
+    --client->running[indexOf(ticket->job.lane)];
+    queueLocked(client);
 }
 
 void RequestExecutor::State::setPaused(Client& client, bool paused, const std::shared_ptr<Client>& shared)
@@ -354,8 +480,8 @@ void RequestExecutor::State::setPaused(Client& client, bool paused, const std::s
     client.isPaused = paused;
     if (paused)
         return;
-    for (const Client::Waiting& waiting : client.waiting) {
-        for (const auto ticket : waiting)
+    for (const auto& [line, place] : client.places) {
+        for (const auto ticket : place.waiting)
             ticket->deadline = Clock::now() + m_settings.timeLimit;
     }
     queueLocked(shared);
@@ -367,7 +493,7 @@ void RequestExecutor::State::dropWaitingLocked(TicketList::iterator ticket)
     const std::shared_ptr<Client> client = ticket->client.lock();
     if (!client)
         return;
-    Client::Waiting& waiting = client->waiting[indexOf(ticket->job.lane)];
+    Client::Waiting& waiting = client->places[ticket->line].waiting;
     waiting.erase(std::remove(waiting.begin(), waiting.end(), ticket), waiting.end());
 }
 
@@ -376,11 +502,12 @@ void RequestExecutor::State::removeClient(Client& client)
     TicketList dropped;
     const std::lock_guard lock(m_mutex);
     client.isRemoved = true;
-    for (Client::Waiting& waiting : client.waiting) {
-        m_waiting -= static_cast<int>(waiting.size());
-        for (const auto ticket : waiting)
+    for (auto& [line, place] : client.places) {
+        m_waiting -= static_cast<int>(place.waiting.size());
+        for (const auto ticket : place.waiting)
             dropped.splice(dropped.end(), m_tickets, ticket);
-        waiting.clear();
+        place.waiting.clear();
+        leaveRingLocked(*line, client);
     }
     for (Ticket& ticket : m_tickets) {
         if (ticket.client.lock().get() != &client)
@@ -389,6 +516,13 @@ void RequestExecutor::State::removeClient(Client& client)
         if (ticket.job.lane == Lane::Walk)
             ticket.deadline = Clock::now() + m_settings.timeLimit;
     }
+}
+
+/// The ring of a root that hangs would keep the client.
+void RequestExecutor::State::leaveRingLocked(Line& line, const Client& client)
+{
+    const auto isClient = [&client](const std::shared_ptr<Client>& queued) { return queued.get() == &client; };
+    line.ring.erase(std::remove_if(line.ring.begin(), line.ring.end(), isClient), line.ring.end());
 }
 
 std::vector<std::shared_ptr<const Refuse>> RequestExecutor::State::takeWaitingLocked()
@@ -423,19 +557,43 @@ bool RequestExecutor::State::stop(std::chrono::milliseconds patience)
 
 std::function<void()> RequestExecutor::State::giveUpLocked(TicketList::iterator ticket)
 {
-    if (ticket->isRunning) {
-        ticket->isTimedOut = true;
-        ticket->job.context->cancel();
-        if (const std::shared_ptr<LaneRun> laneRun = ticket->laneRun.lock()) {
-            laneRun->isTimedOut = true;
-            --m_crews[indexOf(ticket->job.lane)].serving;
-        }
-        return [refuse = ticket->refuse] { (*refuse)(Refusal::TimedOut); };
-    }
+    if (ticket->isRunning)
+        return giveUpRunningLocked(ticket);
+    const Refusal reason = hangs(*ticket->line->root) ? Refusal::RootHangs : Refusal::Busy;
     auto refuse = std::move(ticket->refuse);
     dropWaitingLocked(ticket);
     m_tickets.erase(ticket);
-    return [refuse = std::move(refuse)] { (*refuse)(Refusal::Busy); };
+    return [refuse = std::move(refuse), reason] { (*refuse)(reason); };
+}
+
+/// The job no longer counts as one of its client's, and another thread takes the place of its own.
+std::function<void()> RequestExecutor::State::giveUpRunningLocked(TicketList::iterator ticket)
+{
+    ticket->isTimedOut = true;
+    ticket->job.context->cancel();
+    if (const std::shared_ptr<Client> client = ticket->client.lock()) {
+        --client->running[indexOf(ticket->job.lane)];
+        queueLocked(client);
+    }
+    if (const std::shared_ptr<LaneRun> laneRun = ticket->laneRun.lock()) {
+        laneRun->isTimedOut = true;
+        --m_crews[indexOf(ticket->job.lane)].serving;
+        --ticket->line->running;
+        ++ticket->line->root->hanging;
+        queueLocked(*ticket->line->root);
+    }
+    return [refuse = ticket->refuse] { (*refuse)(Refusal::TimedOut); };
+}
+
+bool RequestExecutor::State::isOverdueLocked(const Ticket& ticket, Clock::time_point now) const
+{
+    if (!ticket.isRunning && hangs(*ticket.line->root))
+        return true;
+    const std::shared_ptr<Client> client = ticket.client.lock();
+    const bool standsStill = !ticket.isRunning && client && client->isPaused;
+    // A walk may take its time, but not to end after its client has gone.
+    const bool isLimited = ticket.job.lane != Lane::Walk || ticket.job.context->isCancelled();
+    return isLimited && !ticket.isTimedOut && !standsStill && ticket.deadline <= now;
 }
 
 std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
@@ -444,12 +602,7 @@ std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
     const Clock::time_point now = Clock::now();
     for (auto ticket = m_tickets.begin(); ticket != m_tickets.end();) {
         const auto current = ticket++;
-        const std::shared_ptr<Client> client = current->client.lock();
-        const bool standsStill = !current->isRunning && client && client->isPaused;
-        // A walk may take its time, but not to end after its client has gone.
-        const bool isLimited = current->job.lane != Lane::Walk || current->job.context->isCancelled();
-        const bool hasLimit = isLimited && !current->isTimedOut && !standsStill;
-        if (hasLimit && current->deadline <= now)
+        if (isOverdueLocked(*current, now))
             refusals.push_back(giveUpLocked(current));
     }
     return refusals;

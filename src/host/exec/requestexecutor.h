@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
 #include <chrono>
@@ -11,8 +12,9 @@ class CMRequestContext;
 
 /// Runs the requests of all clients on a few threads.
 ///
-/// Each lane has threads of its own, so that walks and long pages hold up nobody's quick requests. In a lane the
-/// clients take turns; the requests of one client begin in the order in which it submitted them. Thread-safe.
+/// Each lane has threads of its own, so that walks and long pages hold up nobody's quick requests. In a lane the roots
+/// take turns, and so do the clients of a root; the requests of one client to one root begin in the order in which it
+/// submitted them. A root whose file system hangs never takes all threads of a lane. Thread-safe.
 class RequestExecutor
 {
 public:
@@ -32,6 +34,8 @@ public:
         Busy,
         /// It has run for longer than its lane allows.
         TimedOut,
+        /// Too many jobs of its root hang.
+        RootHangs,
         /// The executor stops.
         Stopping,
         /// It has thrown; the exception is logged.
@@ -47,6 +51,9 @@ public:
     struct Job
     {
         Lane lane = Lane::Quick;
+        /// Names the file system, or the worker, that the job may have to wait for. The executor keeps a record of each
+        /// name, so these are not to be the clients' own.
+        QString root = {};
         /// Current in the thread that calls `run`; cancelled with the client and the executor. Not null.
         std::shared_ptr<CMRequestContext> context;
         std::function<void(Slot)> run;
@@ -57,12 +64,14 @@ public:
 
     struct Settings
     {
-        /// More than one client's running jobs, so that no client takes them all.
-        int quickThreads = 5;
-        int longPageThreads = 2;
-        int walkThreads = 2;
-        /// Threads, of all lanes together, that take the place of those whose jobs have timed out and still run.
-        int spareThreads = 16;
+        /// More than one client's running jobs, so that no client takes them all. One thread of each lane is left to
+        /// the other roots, unless the lane has no more.
+        int quickThreads = 6;
+        int longPageThreads = 3;
+        int walkThreads = 3;
+        /// A job hangs if it has timed out and still runs; another thread takes the place of its own. When so many jobs
+        /// of a root hang, none begins there, and those that wait or come are refused.
+        int hangingPerRoot = 4;
         /// Jobs of one client that run at a time, in all lanes together and in the walks' lane.
         int runningPerClient = 4;
         int walksPerClient = 2;
@@ -83,7 +92,8 @@ public:
 
     void submit(const std::shared_ptr<Client>& client, Job job);
     /// As submit(), but where the job may begin at once in a lane without a walk, the caller is to run it in its own
-    /// thread, which saves a change of threads. Empty if the job was submitted.
+    /// thread, which saves a change of threads. Empty if the job was submitted. Each client has one such job at a time,
+    /// so that it does not lose all its threads to a root that hangs.
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
 
     /// Begins a job that another thread answers: it needs no thread, and `run` is not called. Null, and nothing has

@@ -98,6 +98,7 @@ std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, co
         return nullptr;
     }
     RequestExecutor::Job job;
+    job.root = m_parts.services.host.knownPrefix(route.prefix);
     job.context = std::make_shared<CMRequestContext>();
     const std::shared_ptr<RequestExecutor::Client> client = mediaClient(route.prefix);
     job.run = [library = MediaLibrary(m_parts.services.host), files = &m_parts.files, request, receive,
@@ -113,7 +114,7 @@ std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, co
     return {context.get(), [context](void*) { context->cancel(); }};
 }
 
-/// All requests for a root share a client, so that a root that hangs takes no more than one client's threads.
+/// All requests for a root share a client, so that a slow root takes no more than one client's threads.
 std::shared_ptr<RequestExecutor::Client> RequestHandler::mediaClient(const QString& prefix)
 {
     for (auto client = m_mediaClients.begin(); client != m_mediaClients.end();)

@@ -1,5 +1,6 @@
 #include "rpc/dispatcher.h"
 
+#include "content/contenthost.h"
 #include "content/failures.h"
 #include "content/subscriptions.h"
 #include "rpc/jsonrpc.h"
@@ -42,7 +43,7 @@ JsonRpc::Error errorFrom(const Failure& failure)
         {{CMError::Name(), failure.name}, {CMError::Message(), message}, {CMError::Title(), failure.title.toString()}}};
 }
 
-Failure failureFrom(RequestExecutor::Refusal refusal)
+Failure failureFrom(RequestExecutor::Refusal refusal, const QString& root)
 {
     switch (refusal) {
     case RequestExecutor::Refusal::Busy:
@@ -50,6 +51,8 @@ Failure failureFrom(RequestExecutor::Refusal refusal)
         return Failures::busy();
     case RequestExecutor::Refusal::TimedOut:
         return Failures::timedOut();
+    case RequestExecutor::Refusal::RootHangs:
+        return Failures::rootHangs(root);
     case RequestExecutor::Refusal::Stopping:
         break;
     }
@@ -237,10 +240,11 @@ RequestExecutor::Job Dispatcher::State::jobFor(const Call& call, const SharedPen
 {
     RequestExecutor::Job job;
     job.lane = call.lane;
+    job.root = m_services.host.knownPrefix(call.path.prefix());
     const bool isWalk = call.lane == RequestExecutor::Lane::Walk;
     job.context = std::make_shared<CMRequestContext>(isWalk ? m_content.limits().answer : CMRequestContext::unlimited);
-    job.refuse = [state = shared_from_this(), pending](RequestExecutor::Refusal refusal) {
-        state->answer(pending, failureFrom(refusal));
+    job.refuse = [state = shared_from_this(), pending, root = job.root](RequestExecutor::Refusal refusal) {
+        state->answer(pending, failureFrom(refusal, root));
     };
     return job;
 }

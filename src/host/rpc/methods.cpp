@@ -118,6 +118,7 @@ Call rows(Parameters& parameters, const Content& content)
     query.version = parameters.integer(versionName, query.version);
     query.roles = parameters.roles(query.roles);
     Call call;
+    call.path = query.path;
     call.lane = laneOf(query);
     call.key = keyOf(query, content);
     call.run = [query](const Content& served) { return rowsText(query, served); };
@@ -127,7 +128,8 @@ Call rows(Parameters& parameters, const Content& content)
 Call data(Parameters& parameters, const Content& /*content*/)
 {
     Call call;
-    call.run = [path = parameters.path(), roles = parameters.roles(entryRoles())](const Content& served) {
+    call.path = parameters.path();
+    call.run = [path = call.path, roles = parameters.roles(entryRoles())](const Content& served) {
         const Result<QVariantList> values = served.data(path, roles);
         return values ? toText(QVariant(values.value()), served) : values.failure();
     };
@@ -136,10 +138,10 @@ Call data(Parameters& parameters, const Content& /*content*/)
 
 Call set(Parameters& parameters, const Content& content)
 {
-    const CMPath path = parameters.path();
     Call call;
-    call.lane = content.isWalk(path) ? Lane::Walk : Lane::Quick;
-    call.run = [path, value = parameters.value()](const Content& served) {
+    call.path = parameters.path();
+    call.lane = content.isWalk(call.path) ? Lane::Walk : Lane::Quick;
+    call.run = [path = call.path, value = parameters.value()](const Content& served) {
         return toText(served.set(path, value), served);
     };
     return call;
@@ -148,7 +150,8 @@ Call set(Parameters& parameters, const Content& content)
 Call menu(Parameters& parameters, const Content& /*content*/)
 {
     Call call;
-    call.run = [path = parameters.path(), roles = parameters.roles(CMAllRoles())](const Content& served) {
+    call.path = parameters.path();
+    call.run = [path = call.path, roles = parameters.roles(CMAllRoles())](const Content& served) {
         return toText(served.menu(path, roles), served);
     };
     return call;

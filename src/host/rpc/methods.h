@@ -14,12 +14,13 @@ struct Call
     enum class Kind {
         /// A request to the content.
         Request,
-        /// Opens or closes `path`.
+        /// Opens or closes the path.
         Open,
         Close
     };
 
     Kind kind = Kind::Request;
+    /// Empty if the call concerns no path.
     CMPath path = {};
     RequestExecutor::Lane lane = RequestExecutor::Lane::Quick;
     /// Of a request: equal keys, equal answers at the same moment. Empty: the answer is not to be shared.
