@@ -37,11 +37,9 @@ bool CMReplyAbstractData::waitForFinished(int milliseconds) const
     const QDeadlineTimer deadline =
         milliseconds < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(milliseconds);
     const QMutexLocker lock(&m_mutex);
-    while (!m_finished) {
-        if (!m_condition.wait(&m_mutex, deadline))
-            return m_finished;
+    while (!m_finished && m_condition.wait(&m_mutex, deadline)) {
     }
-    return true;
+    return m_finished;
 }
 
 void CMReplyAbstractData::addWatcher(CMReplyWatcher* watcher)

@@ -61,8 +61,6 @@ bool isPlaylist(const QString& mimeType)
 QString MimeTypes::extensionToMimeType(const QString& extension, const QString& fallback)
 {
     static ExtensionTable table;
-    if (extension.isEmpty())
-        return fallback;
     const QString type = table.mimeType(extension);
     return type.isEmpty() ? fallback : type;
 }
