@@ -177,6 +177,20 @@ TEST(Root, RowsAreInTheOrderOfThePositions)
     EXPECT_EQ(page.rows(), rows);
 }
 
+TEST(Root, MovedRowsTakeTheirNewPositions)
+{
+    NamedWorker one("one");
+    NamedWorker two("two");
+    NamedWorker stranger("stranger");
+    EXPECT_TRUE(root().mount(&one, {}, 0));
+    EXPECT_TRUE(root().mount(&two, {}, 1));
+    root().setPosition(&one, 1);
+    root().setPosition(&stranger, 0);
+    const QVariantList rows = {
+        QVariant(QVariantList{QStringLiteral("two")}), QVariant(QVariantList{QStringLiteral("one")})};
+    EXPECT_EQ(rowsOfRoot(0, 99, {TavoRoles::Title()}).rows(), rows);
+}
+
 TEST(Root, RowsAreCutIntoPages)
 {
     NamedWorker a("a");

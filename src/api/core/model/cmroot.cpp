@@ -61,10 +61,8 @@ bool CMRootWorker::mount(CMWorker* worker, const TrString& title, int position)
     const auto hasPrefix = [&prefix](const Mount& mount) { return mount.prefix == prefix; };
     if (isOwnPrefix(prefix) || std::any_of(m_mounts.cbegin(), m_mounts.cend(), hasPrefix))
         return false;
-    const auto isBehind = [position](const Mount& mount) { return mount.position > position; };
     CMSubscribe* const subscribe = worker->subscribe();
-    m_mounts.insert(
-        std::find_if(m_mounts.begin(), m_mounts.end(), isBehind),
+    insertLocked(
         {worker, subscribe, prefix, title.isEmpty() ? TrString(prefix) : title, position, subscribe->m_underWay});
     subscribe->m_underWay->mount();
     // The worker may have taken the largest version.
@@ -74,6 +72,26 @@ bool CMRootWorker::mount(CMWorker* worker, const TrString& title, int position)
         Qt::DirectConnection);
     resetRowsLocked();
     return true;
+}
+
+void CMRootWorker::insertLocked(const Mount& mount)
+{
+    const auto isBehind = [&mount](const Mount& other) { return other.position > mount.position; };
+    m_mounts.insert(std::find_if(m_mounts.begin(), m_mounts.end(), isBehind), mount);
+}
+
+void CMRootWorker::setPosition(CMWorker* worker, int position)
+{
+    const QMutexLocker lock(&m_mutex);
+    const auto mounted =
+        std::find_if(m_mounts.begin(), m_mounts.end(), [worker](const Mount& mount) { return mount.worker == worker; });
+    if (mounted == m_mounts.end() || mounted->position == position)
+        return;
+    Mount moved = *mounted;
+    moved.position = position;
+    m_mounts.erase(mounted);
+    insertLocked(moved);
+    resetRowsLocked();
 }
 
 void CMRootWorker::unmount(CMWorker* worker, std::function<void()> whenUnused)

@@ -31,6 +31,8 @@ public:
     /// and at one position in the order of mounting. The worker stays the caller's; its destruction unmounts it. False
     /// if its prefix is taken.
     [[nodiscard]] bool mount(CMWorker* worker, const TrString& title = {}, int position = 0);
+    /// Moves the row of a mounted worker, behind those that have the position already.
+    void setPosition(CMWorker* worker, int position);
     /// Takes a worker out: no new request or opening reaches it, and what clients have open there is closed; they
     /// receive the close through their event loops. Does nothing to a worker that is not mounted.
     ///
@@ -75,6 +77,7 @@ private:
     /// Without a worker if none has the prefix.
     [[nodiscard]] Mount mountedAt(const QString& prefix) const;
     [[nodiscard]] Mount takeMount(const QObject* worker);
+    void insertLocked(const Mount& mount);
     void forget(const QObject* worker, std::function<void()> whenUnused);
     void resetRowsLocked();
     void opened();
