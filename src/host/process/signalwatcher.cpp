@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::array<int, 2> watchedSignals = {SIGINT, SIGTERM};
+constexpr std::array<int, 2> endingSignals = {SIGINT, SIGTERM};
 
 /// A handler may do little more than write to a pipe: its reading and its writing end.
 std::array<int, 2> signalPipe = {-1, -1};
@@ -24,29 +24,34 @@ extern "C" void noteSignal(int signalNumber)
     errno = savedError;
 }
 
-void install(int signalNumber)
+void install(int signalNumber, unsigned flags = 0)
 {
     struct sigaction action = {};
     action.sa_handler = noteSignal;
-    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    action.sa_flags = static_cast<int>(SA_RESTART | flags);
     sigaction(signalNumber, &action, nullptr);
 }
 
 } // namespace
 
-SignalWatcher::SignalWatcher(Handler handler) : m_handler(std::move(handler))
+SignalWatcher::SignalWatcher(Handler handler, std::vector<int> others)
+    : m_handler(std::move(handler)), m_others(std::move(others))
 {
     const int piped = pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK);
     Q_ASSERT(piped == 0);
     m_notifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this] { read(); });
-    for (const int signalNumber : watchedSignals)
+    for (const int signalNumber : endingSignals)
+        install(signalNumber, SA_RESETHAND);
+    for (const int signalNumber : m_others)
         install(signalNumber);
 }
 
 SignalWatcher::~SignalWatcher()
 {
-    for (const int signalNumber : watchedSignals)
+    for (const int signalNumber : endingSignals)
+        static_cast<void>(std::signal(signalNumber, SIG_DFL));
+    for (const int signalNumber : m_others)
         static_cast<void>(std::signal(signalNumber, SIG_DFL));
     m_notifier.reset();
     for (const int end : signalPipe)
