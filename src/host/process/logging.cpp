@@ -12,18 +12,6 @@
 
 namespace {
 
-/// Asked of a list, since log4cplus complains by itself about a name that it does not know.
-Result<log4cplus::LogLevel> levelFrom(const QString& name)
-{
-    const QStringList known = {QStringLiteral("OFF"),  QStringLiteral("FATAL"), QStringLiteral("ERROR"),
-                               QStringLiteral("WARN"), QStringLiteral("INFO"),  QStringLiteral("DEBUG"),
-                               QStringLiteral("TRACE")};
-    if (!known.contains(name.toUpper()))
-        return Failure::wrongUse(
-            QStringLiteral("unknown log level '%1', known are %2").arg(name, known.join(QStringLiteral(", "))));
-    return log4cplus::getLogLevelManager().fromString(name.toUpper().toStdString());
-}
-
 Result<void> configureFrom(const QString& file)
 {
     const QFileInfo info(file);
@@ -44,6 +32,18 @@ void configureDefault()
 
 } // namespace
 
+// Asked of a list, since log4cplus complains by itself about a name that it does not know.
+Result<void> Logging::checkLevel(const QString& name)
+{
+    const QStringList known = {QStringLiteral("OFF"),  QStringLiteral("FATAL"), QStringLiteral("ERROR"),
+                               QStringLiteral("WARN"), QStringLiteral("INFO"),  QStringLiteral("DEBUG"),
+                               QStringLiteral("TRACE")};
+    if (known.contains(name.toUpper()))
+        return {};
+    return Failure::wrongUse(
+        QStringLiteral("unknown log level '%1', known are %2").arg(name, known.join(QStringLiteral(", "))));
+}
+
 Result<void> Logging::configure(const QString& level, const QString& file)
 {
     if (file.isEmpty()) {
@@ -53,9 +53,8 @@ Result<void> Logging::configure(const QString& level, const QString& file)
     }
     if (level.isEmpty())
         return {};
-    const Result<log4cplus::LogLevel> wanted = levelFrom(level);
-    if (!wanted)
-        return wanted.failure();
-    log4cplus::Logger::getRoot().setLogLevel(wanted.value());
+    if (Result<void> known = checkLevel(level); !known)
+        return known;
+    log4cplus::Logger::getRoot().setLogLevel(log4cplus::getLogLevelManager().fromString(level.toUpper().toStdString()));
     return {};
 }

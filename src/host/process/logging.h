@@ -9,6 +9,9 @@
 class Logging
 {
 public:
+    /// Fails if log4cplus knows no such level.
+    [[nodiscard]] static Result<void> checkLevel(const QString& name);
+
     /// `level`: a log4cplus level, empty: as the file says, or WARN. `file`: log4cplus properties, empty: none.
     Result<void> configure(const QString& level, const QString& file);
 
