@@ -46,8 +46,6 @@ using ErrorCode = boost::system::error_code;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::uint32_t longestHead = 16 * 1024;
-/// Of a message of JSON-RPC.
-constexpr std::uint64_t longestBody = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t longestForm = 4096;
 /// Bytes.
 constexpr std::size_t readingStep = 4096;
@@ -85,11 +83,11 @@ std::optional<Refusal> checkFraming(const RequestHead& head)
 }
 
 /// Bytes of the body that a request for the route may have.
-std::uint64_t bodyLimitOf(Route::Kind kind)
+std::uint64_t bodyLimitOf(Route::Kind kind, const Limits& limits)
 {
     switch (kind) {
     case Route::Kind::Rpc:
-        return longestBody;
+        return static_cast<std::uint64_t>(limits.message);
     case Route::Kind::Login:
     case Route::Kind::Logout:
         return longestForm;
@@ -245,7 +243,7 @@ void HttpConnection::awaitRequest()
 {
     m_parser.emplace();
     m_parser->header_limit(longestHead);
-    m_parser->body_limit(longestBody);
+    m_parser->body_limit(std::max(bodyLimitOf(Route::Kind::Rpc, m_parts.services.limits), longestForm));
     if (m_buffer.size() > 0)
         return readHead();
     m_stream.expires_after(m_parts.times.idle);
@@ -290,7 +288,7 @@ void HttpConnection::admitted(Admission admission)
     m_credential = std::move(admission.credential);
     if (m_request.route.kind == Route::Kind::Session)
         upgrade();
-    else if (m_parser->content_length().value_or(0) > bodyLimitOf(m_request.route.kind))
+    else if (m_parser->content_length().value_or(0) > bodyLimitOf(m_request.route.kind, m_parts.services.limits))
         refuse(Refusal{413});
     else if (m_parser->is_done())
         handle();

@@ -43,7 +43,7 @@ class Call : public std::enable_shared_from_this<Call>
 public:
     Call(const Services& services, const TrLanguage* language, RpcCall::Receive receive)
         : m_sink(std::make_shared<AnswerSink>(std::move(receive))),
-          m_client(services, {Reach::Network, {}, false, language}, m_sink, [this] { check(); })
+          m_client(services, {Reach::Network, services.limits, false, language}, m_sink, [this] { check(); })
     {
     }
 

@@ -139,7 +139,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
 {
     const websocket::stream_base::timeout limits = {parts.times.handshake, websocket::stream_base::none(), false};
     m_stream.set_option(limits);
-    m_stream.read_message_max(static_cast<std::size_t>(Limits().message));
+    m_stream.read_message_max(static_cast<std::size_t>(parts.services.limits.message));
     m_stream.auto_fragment(false);
     m_stream.text(true);
     // By itself the library names itself.
@@ -175,7 +175,7 @@ void WebSocketClient::opened(const ErrorCode& error)
         if (m_isPaused)
             readLater();
     };
-    Dispatcher::Profile profile{Reach::Network};
+    Dispatcher::Profile profile{Reach::Network, m_parts.services.limits};
     profile.language = m_language;
     profile.notified = [metrics = &m_parts.metrics] { metrics->changeSent(); };
     m_client = std::make_unique<RemoteClient>(m_parts.services, profile, m_outbox, resume);

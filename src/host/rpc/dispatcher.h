@@ -17,6 +17,7 @@ struct Services
     ContentHost& host;
     RequestExecutor& executor;
     SharedRequests& sharedRequests;
+    Limits limits = {};
 };
 
 /// Serves one client that speaks JSON-RPC 2.0: each message is parsed, executed and answered to the sink.

@@ -4,8 +4,8 @@
 #include <utility>
 
 StdioServer::StdioServer(const Services& services, int input, int output, OutputQueue::FailureHandler handler)
-    : m_reader(input, Limits().message), m_output(std::make_shared<OutputQueue>(output, std::move(handler))),
-      m_dispatcher(services, {}, m_output, [this] {
+    : m_reader(input, services.limits.message), m_output(std::make_shared<OutputQueue>(output, std::move(handler))),
+      m_dispatcher(services, {Reach::Local, services.limits}, m_output, [this] {
           const std::lock_guard lock(m_mutex);
           m_changed.notify_all();
       })
