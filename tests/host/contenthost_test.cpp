@@ -1,6 +1,7 @@
 #include "content/contenthost.h"
 
 #include "content/content.h"
+#include "exec/workerthread.h"
 
 #include "support/servedcontent.h"
 #include "support/temporarytree.h"
@@ -20,9 +21,13 @@
 
 namespace {
 
+using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
+using testing::UnorderedElementsAre;
 
 constexpr std::chrono::milliseconds shortInterval{20};
 
@@ -375,6 +380,147 @@ TEST_F(Roots, WithoutAnySomethingIsServedLater)
     EXPECT_THAT(Content(*host).describe()[QStringLiteral("roots")].toList(), IsEmpty());
     tree.addDirectory(QStringLiteral("missing"));
     EXPECT_TRUE(waitUntilMounted("one"));
+}
+
+/// one and two, which a client has open.
+class ChangingRoots : public Roots
+{
+protected:
+    ChangingRoots()
+    {
+        add("one", "one");
+        add("two", "two");
+        start();
+        client = std::make_unique<Subscriber>(*host);
+        EXPECT_TRUE(client->open(CMPath()));
+        EXPECT_TRUE(client->open(path("one")));
+        EXPECT_TRUE(client->open(path("two", "a")));
+    }
+
+    void change() const { EXPECT_TRUE(host->setRoots(settings.roots)); }
+
+    [[nodiscard]] QStringList titlesIn(const char* id, const char* base) const
+    {
+        const Result<Content::Page> page = Content(*host).rows({path(id, base), 0, 9, 0, {TavoRoles::Title()}});
+        QStringList titles;
+        for (const QVariant& row : page ? page.value().rows : QVariantList())
+            titles.append(row.toStringList().first());
+        return titles;
+    }
+
+    /// What the client hears of has come before this returns: the worker thread has nothing more to do.
+    void expectToHearNothingOf(const char* path) const
+    {
+        host->workerThread().run([] {});
+        EXPECT_THAT(client->heard(), Not(Contains(testing::Truly([path](const QString& change) {
+                        return change.contains(QString::fromUtf8(path));
+                    }))));
+    }
+
+    std::unique_ptr<Subscriber> client;
+};
+
+TEST_F(ChangingRoots, NewOneIsServedWhileTheOthersGoOn)
+{
+    add("three", "three");
+    change();
+    ASSERT_TRUE(waitUntilMounted("three"));
+    EXPECT_TRUE(client->hears(QStringLiteral("reset /")));
+    EXPECT_THAT(titlesIn("three", ""), ElementsAre(QStringLiteral("3.mp3")));
+    EXPECT_TRUE(client->open(path("three")));
+    expectToHearNothingOf("/one/");
+    expectToHearNothingOf("/two/");
+    EXPECT_EQ(host->rootIds().size(), 3);
+}
+
+TEST_F(ChangingRoots, RemovedOneIsClosedWhileTheOthersGoOn)
+{
+    settings.roots.pop_back();
+    change();
+    EXPECT_TRUE(client->hears(QStringLiteral("close /two/a")));
+    EXPECT_TRUE(client->hears(QStringLiteral("reset /")));
+    EXPECT_THAT(rowsOfRoot(), ElementsAre(QStringLiteral("/one/ one container")));
+    EXPECT_EQ(client->open(path("two", "a")).failure().name, TavoErrorInvalidPath());
+    EXPECT_EQ(Content(*host).rows({path("two")}).failure().name, TavoErrorInvalidPath());
+    expectToHearNothingOf("/one/");
+    EXPECT_EQ(host->openPaths(), 2);
+}
+
+TEST_F(ChangingRoots, RemovedOneThatComesBackIsOpenedAnew)
+{
+    const RootSettings two = settings.roots.back();
+    const int before = Content(*host).rows({path("two", "a")}).value().version.value_or(0);
+    settings.roots.pop_back();
+    change();
+    ASSERT_TRUE(client->hears(QStringLiteral("close /two/a")));
+    settings.roots.push_back(two);
+    change();
+    ASSERT_TRUE(waitUntilMounted("two"));
+    ASSERT_TRUE(client->open(path("two", "a")));
+    EXPECT_GT(Content(*host).rows({path("two", "a")}).value().version.value_or(0), before);
+    EXPECT_THAT(trackedBases(*host, QStringLiteral("two")), UnorderedElementsAre(QString(), QStringLiteral("a")));
+    EXPECT_TRUE(client->close(path("two", "a")));
+    EXPECT_THAT(trackedBases(*host, QStringLiteral("two")), IsEmpty());
+}
+
+TEST_F(ChangingRoots, OneWithOtherSettingsIsMountedAnew)
+{
+    tree.addFile(QStringLiteral("two/a/2.wav"));
+    settings.roots.back().title = QStringLiteral("Second");
+    settings.roots.back().filter = QStringList{QStringLiteral("*.wav")};
+    settings.roots.back().followLinks = true;
+    change();
+    EXPECT_TRUE(client->hears(QStringLiteral("close /two/a")));
+    ASSERT_TRUE(waitUntilMounted("two"));
+    EXPECT_TRUE(host->mountAt(QStringLiteral("two"))->followsLinks);
+    EXPECT_THAT(titlesIn("two", "a"), ElementsAre(QStringLiteral("2.wav")));
+    EXPECT_THAT(
+        rowsOfRoot(), ElementsAre(QStringLiteral("/one/ one container"), QStringLiteral("/two/ Second container")));
+    EXPECT_THAT(titlesIn("one", ""), ElementsAre(QStringLiteral("1.mp3")));
+    expectToHearNothingOf("/one/");
+}
+
+TEST_F(ChangingRoots, OneWithAnotherDirectoryServesThat)
+{
+    settings.roots.back().directory = tree.absolute(QStringLiteral("three"));
+    change();
+    EXPECT_TRUE(client->hears(QStringLiteral("close /two/a")));
+    ASSERT_TRUE(processEventsUntil([this] { return !titlesIn("two", "").isEmpty(); }));
+    EXPECT_THAT(titlesIn("two", ""), ElementsAre(QStringLiteral("3.mp3")));
+    EXPECT_EQ(host->rootDirectories().last(), tree.absolute(QStringLiteral("three")));
+}
+
+TEST_F(ChangingRoots, TakeTheirNewOrderWithoutBeingClosed)
+{
+    std::reverse(settings.roots.begin(), settings.roots.end());
+    change();
+    EXPECT_TRUE(client->hears(QStringLiteral("reset /")));
+    host->workerThread().run([] {});
+    EXPECT_THAT(
+        rowsOfRoot(), ElementsAre(QStringLiteral("/two/ two container"), QStringLiteral("/one/ one container")));
+    EXPECT_THAT(prefixes(), ElementsAre(QStringLiteral("two"), QStringLiteral("one")));
+    EXPECT_THAT(client->heard(), Each(QStringLiteral("reset /")));
+}
+
+TEST_F(ChangingRoots, WrongOnesChangeNothing)
+{
+    add("one", "three");
+    const Result<void> changed = host->setRoots(settings.roots);
+    ASSERT_FALSE(changed);
+    EXPECT_THAT(changed.failure().message.toStdString(), HasSubstr("'one'"));
+    host->workerThread().run([] {});
+    EXPECT_THAT(prefixes(), ElementsAre(QStringLiteral("one"), QStringLiteral("two")));
+    EXPECT_EQ(host->rootIds().size(), 2);
+    EXPECT_THAT(client->heard(), IsEmpty());
+}
+
+TEST_F(ChangingRoots, NewOneThatIsNotThereIsNamed)
+{
+    const KeptLog log("tavo", log4cplus::WARN_LOG_LEVEL);
+    add("four", "four");
+    change();
+    host->workerThread().run([] {});
+    EXPECT_THAT(log.lines(), ElementsAre(testing::Field(&KeptLog::Line::message, HasSubstr("four does not exist"))));
 }
 
 } // namespace

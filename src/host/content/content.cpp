@@ -260,7 +260,7 @@ Result<QVariant> Content::set(const CMPath& service, const QVariant& value) cons
 bool Content::isWalk(const CMPath& service) const
 {
     const QString& prefix = service.prefix();
-    if (m_host->rootIds().contains(prefix))
+    if (m_host->isRoot(prefix))
         return Mount{prefix, {}, {}}.isWalk(service);
     const SharedMount mount = m_host->mountAt(prefix);
     return mount && mount->isWalk(service);

@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
+#include <limits>
 
 namespace {
 
@@ -30,27 +32,34 @@ bool isReservedId(const QString& id)
     return id == QLatin1String("playlist") || id == QLatin1String("settings");
 }
 
+} // namespace
+
+bool isRootId(const QString& text)
+{
+    return !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), isIdCharacter);
+}
+
+Result<void> checkRootId(const QString& id)
+{
+    if (isRootId(id) && !isReservedId(id))
+        return {};
+    return Failure::wrongUse(QStringLiteral("'%1' cannot be a root's id").arg(id));
+}
+
 Result<void> checkRoots(const std::vector<RootSettings>& roots)
 {
     QSet<QString> ids;
     for (const RootSettings& root : roots) {
         if (root.directory.isEmpty())
             return Failure::wrongUse(QStringLiteral("a root directory has an empty name: --root ''"));
-        if (!isRootId(root.id) || isReservedId(root.id))
-            return Failure::wrongUse(QStringLiteral("'%1' cannot be a root's id").arg(root.id));
+        if (Result<void> usable = checkRootId(root.id); !usable)
+            return usable;
         if (ids.contains(root.id))
             return Failure::wrongUse(
                 QStringLiteral("two roots have the id '%1'; give them ids of their own: --root ID=DIR").arg(root.id));
         ids.insert(root.id);
     }
     return {};
-}
-
-} // namespace
-
-bool isRootId(const QString& text)
-{
-    return !text.isEmpty() && std::all_of(text.cbegin(), text.cend(), isIdCharacter);
 }
 
 Result<std::unique_ptr<ContentHost>> ContentHost::start(const HostSettings& settings)
@@ -60,20 +69,18 @@ Result<std::unique_ptr<ContentHost>> ContentHost::start(const HostSettings& sett
     Result<WorkerModule> module = WorkerModule::load(settings.moduleFile);
     if (!module)
         return module.failure();
-    std::unique_ptr<ContentHost> host(new ContentHost(std::move(module.value())));
-    for (const RootSettings& root : settings.roots) {
-        host->m_rootIds.append(root.id);
-        host->m_rootDirectories.append(QDir::cleanPath(QDir::current().absoluteFilePath(root.directory)));
-    }
+    std::unique_ptr<ContentHost> host(new ContentHost(std::move(module.value()), settings));
+    host->nameRoots(settings.roots);
     Result<void> started;
-    host->m_workerThread->run([&] { started = host->startRoots(settings); });
+    host->m_workerThread->run([&] { started = host->startRoots(); });
     if (!started)
         return started.failure();
     return host;
 }
 
-ContentHost::ContentHost(WorkerModule module)
-    : m_workerThread(std::make_unique<WorkerThread>()), m_module(std::make_unique<WorkerModule>(std::move(module)))
+ContentHost::ContentHost(WorkerModule module, const HostSettings& settings)
+    : m_workerThread(std::make_unique<WorkerThread>()), m_module(std::make_unique<WorkerModule>(std::move(module))),
+      m_settings(settings)
 {
     CMRootWorker::instance().moveToThread(m_workerThread->thread());
 }
@@ -85,32 +92,77 @@ ContentHost::~ContentHost()
         // They may have requests under way at the roots' workers.
         m_workers.clear();
         m_roots.clear();
+        m_retired.clear();
         CMRootWorker::instance().moveToThread(home);
     });
 }
 
-Result<void> ContentHost::startRoots(const HostSettings& settings)
+Result<void> ContentHost::startRoots()
 {
     // Workers read it once, when they are made.
-    if (settings.albumArtWidth)
+    if (m_settings.albumArtWidth)
         CMRootWorker::instance().setSetting(
-            TavoMusicLibraryAlbumArtWidth(), TavoValue::fromI32(*settings.albumArtWidth));
-    for (const RootSettings& root : settings.roots) {
-        const int position = static_cast<int>(m_roots.size());
-        m_roots.push_back(
-            std::make_unique<ServedRoot>(root, settings, *m_module, position, [this] { publishMounts(); }));
+            TavoMusicLibraryAlbumArtWidth(), TavoValue::fromI32(*m_settings.albumArtWidth));
+    for (const RootSettings& root : m_settings.roots) {
+        m_roots.push_back(makeRoot(root, static_cast<int>(m_roots.size())));
         if (Result<void> checked = m_roots.back()->check(startPatience); !checked)
             return checked;
     }
     return {};
 }
 
+std::unique_ptr<ServedRoot> ContentHost::makeRoot(const RootSettings& root, int position)
+{
+    return std::make_unique<ServedRoot>(root, m_settings, *m_module, position, [this] { publishMounts(); });
+}
+
+Result<void> ContentHost::setRoots(const std::vector<RootSettings>& roots)
+{
+    if (Result<void> valid = checkRoots(roots); !valid)
+        return valid;
+    nameRoots(roots);
+    m_workerThread->post([this, roots] { changeRoots(roots); });
+    return {};
+}
+
+void ContentHost::changeRoots(const std::vector<RootSettings>& roots)
+{
+    std::vector<std::unique_ptr<ServedRoot>> former = std::move(m_roots);
+    std::move(m_retired.begin(), m_retired.end(), std::back_inserter(former));
+    m_roots.clear();
+    m_retired.clear();
+    for (const RootSettings& root : roots) {
+        const auto same = std::find_if(
+            former.begin(), former.end(), [&root](const auto& known) { return known && known->id() == root.id; });
+        m_roots.push_back(same == former.end() ? makeRoot(root, static_cast<int>(m_roots.size())) : std::move(*same));
+    }
+    for (auto& root : former) {
+        if (root && !root->retire())
+            m_retired.push_back(std::move(root));
+    }
+    for (size_t i = 0; i < m_roots.size(); ++i)
+        m_roots[i]->change(roots[i], static_cast<int>(i));
+    publishMounts();
+}
+
+void ContentHost::nameRoots(const std::vector<RootSettings>& roots)
+{
+    const std::lock_guard lock(m_mutex);
+    m_rootIds.clear();
+    m_rootDirectories.clear();
+    for (const RootSettings& root : roots) {
+        m_rootIds.append(root.id);
+        m_rootDirectories.append(QDir::cleanPath(QDir::current().absoluteFilePath(root.directory)));
+        m_usedIds.insert(root.id);
+    }
+}
+
 Result<void> ContentHost::mountWorker(const WorkerSettings& settings)
 {
     Result<void> mounted;
     m_workerThread->run([&] {
-        const int position = static_cast<int>(m_roots.size() + m_workers.size());
-        Result<std::unique_ptr<ServedWorker>> worker = ServedWorker::mount(settings, position);
+        constexpr int behindRoots = std::numeric_limits<int>::max();
+        Result<std::unique_ptr<ServedWorker>> worker = ServedWorker::mount(settings, behindRoots);
         if (!worker) {
             mounted = worker.failure();
             return;
@@ -149,6 +201,24 @@ std::vector<ContentHost::SharedMount> ContentHost::mounts() const
     return m_mounts;
 }
 
+QStringList ContentHost::rootIds() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rootIds;
+}
+
+QStringList ContentHost::rootDirectories() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_rootDirectories;
+}
+
+bool ContentHost::isRoot(const QString& id) const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_usedIds.contains(id);
+}
+
 QStringList ContentHost::problems() const
 {
     QStringList problems;
@@ -178,22 +248,26 @@ ContentHost::SharedMount ContentHost::mountAt(const QString& prefix) const
 
 QString ContentHost::knownPrefix(const QString& prefix) const
 {
-    return m_rootIds.contains(prefix) || mountAt(prefix) ? prefix : QString();
+    return isRoot(prefix) || mountAt(prefix) ? prefix : QString();
 }
 
 ContentHost::SharedMount ContentHost::findMount(const QString& prefix)
 {
     SharedMount mount = mountAt(prefix);
-    if (mount || !m_rootIds.contains(prefix))
+    if (mount || !isRoot(prefix))
         return mount;
-    m_workerThread->run([this, &prefix] { static_cast<void>(rootAt(prefix)->check()); });
+    m_workerThread->run([this, &prefix] {
+        if (ServedRoot* const root = rootAt(prefix))
+            static_cast<void>(root->check());
+    });
     return mountAt(prefix);
 }
 
 ServedRoot* ContentHost::rootAt(const QString& prefix) const
 {
-    const int index = m_rootIds.indexOf(prefix);
-    return index < 0 || index >= static_cast<int>(m_roots.size()) ? nullptr : m_roots[static_cast<size_t>(index)].get();
+    const auto root =
+        std::find_if(m_roots.cbegin(), m_roots.cend(), [&prefix](const auto& known) { return known->id() == prefix; });
+    return root == m_roots.cend() ? nullptr : root->get();
 }
 
 bool ContentHost::answers(const QString& prefix) const

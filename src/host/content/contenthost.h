@@ -3,6 +3,7 @@
 #include "content/mount.h"
 #include "content/result.h"
 
+#include <QSet>
 #include <QStringList>
 #include <QVariantHash>
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 class CMSubscribe;
@@ -29,18 +31,32 @@ struct RootSettings
     QString title = {};
     /// Whether network clients may follow symlinks that lead out of the directory.
     bool followLinks = false;
+    /// Wildcard patterns of playable names. Empty: the host's.
+    QStringList filter = {};
+
+    friend bool operator==(const RootSettings& a, const RootSettings& b)
+    {
+        return std::tie(a.id, a.directory, a.title, a.followLinks, a.filter) ==
+               std::tie(b.id, b.directory, b.title, b.followLinks, b.filter);
+    }
+    friend bool operator!=(const RootSettings& a, const RootSettings& b) { return !(a == b); }
 };
 
 /// Letters, digits, "-" and "_" of ASCII only, and at least one of them.
 [[nodiscard]] bool isRootId(const QString& text);
+/// Fails if no root may have the ID: it must be one, and the host must not need it itself.
+[[nodiscard]] Result<void> checkRootId(const QString& id);
+
+/// Fails if a root has no directory's name or no ID of its own.
+[[nodiscard]] Result<void> checkRoots(const std::vector<RootSettings>& roots);
 
 struct HostSettings
 {
     QString moduleFile;
     /// In the order in which clients see them.
     std::vector<RootSettings> roots;
-    /// Wildcard patterns of playable names.
-    QStringList filter;
+    /// Wildcard patterns of playable names, for roots without their own.
+    QStringList filter = {};
     /// Pixels; none: the platform's default.
     std::optional<int> albumArtWidth = {};
     /// Between two looks at the opened directories and at the roots; 0: never looks.
@@ -90,13 +106,19 @@ public:
     /// As mountAt(), but looks first whether the directory of a missing root is back. May wait for the worker thread.
     [[nodiscard]] SharedMount findMount(const QString& prefix);
 
-    /// The prefix, if a root, present or missing, or another worker has it; otherwise empty.
+    /// The prefix, if a root or another worker has it, or had it; otherwise empty.
     [[nodiscard]] QString knownPrefix(const QString& prefix) const;
+    /// Serves these roots from now on, in this order. Roots that are new or have other settings are mounted, those that
+    /// are missing here are unmounted, as when their directories come and go; the others go on. Does not wait. Fails,
+    /// and changes nothing, where start() would fail.
+    [[nodiscard]] Result<void> setRoots(const std::vector<RootSettings>& roots);
 
     /// The IDs of all roots, present or missing, in their order.
-    [[nodiscard]] const QStringList& rootIds() const { return m_rootIds; }
+    [[nodiscard]] QStringList rootIds() const;
     /// The directories of all roots, present or missing, in their order; absolute.
-    [[nodiscard]] const QStringList& rootDirectories() const { return m_rootDirectories; }
+    [[nodiscard]] QStringList rootDirectories() const;
+    /// Whether a root has the ID, or had it.
+    [[nodiscard]] bool isRoot(const QString& id) const;
 
     /// Why roots are missing.
     [[nodiscard]] QStringList problems() const;
@@ -117,24 +139,33 @@ public:
     [[nodiscard]] bool answers(const QString& prefix) const;
 
 private:
-    explicit ContentHost(WorkerModule module);
+    ContentHost(WorkerModule module, const HostSettings& settings);
 
+    void nameRoots(const std::vector<RootSettings>& roots);
     /// In the worker thread, as the functions below.
-    [[nodiscard]] Result<void> startRoots(const HostSettings& settings);
+    [[nodiscard]] Result<void> startRoots();
+    void changeRoots(const std::vector<RootSettings>& roots);
+    [[nodiscard]] std::unique_ptr<ServedRoot> makeRoot(const RootSettings& root, int position);
     void publishMounts();
     [[nodiscard]] ServedRoot* rootAt(const QString& prefix) const;
 
     std::unique_ptr<WorkerThread> m_workerThread;
     std::unique_ptr<const WorkerModule> m_module;
-    QStringList m_rootIds;
-    QStringList m_rootDirectories;
+    /// Its roots are those of the start.
+    const HostSettings m_settings;
+    /// In the worker thread only, as the members below.
     std::vector<std::unique_ptr<ServedRoot>> m_roots;
-    /// In the worker thread only.
+    /// No roots any more, but requests may still use their workers.
+    std::vector<std::unique_ptr<ServedRoot>> m_retired;
     std::vector<std::unique_ptr<ServedWorker>> m_workers;
 
     std::atomic<int> m_openPaths = 0;
 
-    /// Guards the mounts.
+    /// Guards the members below.
     mutable std::mutex m_mutex;
+    QStringList m_rootIds;
+    QStringList m_rootDirectories;
+    /// Of all roots so far.
+    QSet<QString> m_usedIds;
     std::vector<SharedMount> m_mounts;
 };

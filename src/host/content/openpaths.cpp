@@ -190,7 +190,7 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
 
 bool OpenPaths::hasAncestors(const CMPath& path) const
 {
-    return m_host.rootIds().contains(path.prefix());
+    return m_host.isRoot(path.prefix());
 }
 
 QVector<CMPath> OpenPaths::lineage(const CMPath& path) const

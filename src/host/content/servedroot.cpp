@@ -46,8 +46,8 @@ QString nameOf(const QString& directory)
 
 ServedRoot::ServedRoot(
     RootSettings root, const HostSettings& settings, const WorkerModule& module, int position, ChangeHandler changed)
-    : m_root(std::move(root)), m_filter(settings.filter), m_sweepInterval(settings.sweepInterval), m_module(module),
-      m_position(position), m_changed(std::move(changed))
+    : m_root(std::move(root)), m_usualFilter(settings.filter), m_sweepInterval(settings.sweepInterval),
+      m_module(module), m_position(position), m_changed(std::move(changed))
 {
     QObject::connect(&m_timer, &QTimer::timeout, [this] {
         static_cast<void>(check());
@@ -68,7 +68,7 @@ ServedRoot::~ServedRoot()
 
 ServedRoot::Found ServedRoot::look(std::chrono::milliseconds patience)
 {
-    return m_look.call([directory = m_root.directory] { return canonicalDirectory(directory); }, patience);
+    return m_look->call([directory = m_root.directory] { return canonicalDirectory(directory); }, patience);
 }
 
 QString ServedRoot::problemOf(const Found& found) const
@@ -80,7 +80,7 @@ QString ServedRoot::problemOf(const Found& found) const
 
 Result<void> ServedRoot::check(std::chrono::milliseconds patience)
 {
-    if (m_isLeaving)
+    if (m_isLeaving || m_isRetired)
         return {};
     const Found found = look(patience);
     if (found && *found && !m_mount) {
@@ -98,7 +98,7 @@ Result<void> ServedRoot::check(std::chrono::milliseconds patience)
 Result<void> ServedRoot::mount(const QString& directory, std::chrono::milliseconds patience)
 {
     const QVariantHash configuration = {
-        {TavoService_Id(), m_root.id}, {TavoFilesystem_Path(), directory}, {TavoFilesystem_Filter(), m_filter}};
+        {TavoService_Id(), m_root.id}, {TavoFilesystem_Path(), directory}, {TavoFilesystem_Filter(), filter()}};
     Result<std::unique_ptr<CMWorker>> worker = m_module.createWorker(configuration);
     if (!worker)
         return worker.failure();
@@ -111,7 +111,7 @@ Result<void> ServedRoot::mount(const QString& directory, std::chrono::millisecon
     if (!CMRootWorker::instance().mount(worker.value().get(), title, m_position))
         return Failure::wrongUse(QStringLiteral("the root id '%1' is taken").arg(m_root.id));
     m_worker = std::move(worker.value());
-    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory, m_filter, m_root.followLinks});
+    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory, filter(), m_root.followLinks});
     const auto localPath = [mount = m_mount](const CMPath& path) { return mount->localPath(path.base()); };
     m_healer = std::make_unique<Healer>(*m_worker, localPath, m_sweepInterval);
     if (m_hasWarned)
@@ -131,7 +131,40 @@ void ServedRoot::unmount()
     CMRootWorker::instance().unmount(m_worker.get(), [this] {
         m_worker.reset();
         m_isLeaving = false;
+        static_cast<void>(check());
     });
+}
+
+void ServedRoot::change(const RootSettings& root, int position)
+{
+    moveTo(position);
+    if (root != m_root) {
+        // A look at the former directory may hang.
+        m_look.emplace();
+        m_root = root;
+        m_hasWarned = false;
+        if (m_mount)
+            unmount();
+    }
+    m_isRetired = false;
+    static_cast<void>(check());
+    warn();
+}
+
+void ServedRoot::moveTo(int position)
+{
+    m_position = position;
+    if (m_mount)
+        CMRootWorker::instance().setPosition(m_worker.get(), position);
+}
+
+bool ServedRoot::retire()
+{
+    m_isRetired = true;
+    m_problem.clear();
+    if (m_mount)
+        unmount();
+    return !m_worker;
 }
 
 void ServedRoot::warn()

@@ -15,7 +15,7 @@ class ServedRoot
 public:
     using ChangeHandler = std::function<void()>;
 
-    /// `changed` is called when the root was mounted or unmounted. Module and settings must outlive it.
+    /// `changed` is called when the root was mounted or unmounted. The module must outlive it.
     ServedRoot(
         RootSettings root, const HostSettings& settings, const WorkerModule& module, int position,
         ChangeHandler changed);
@@ -26,6 +26,12 @@ public:
     /// the file system does not answer within `patience`, everything stays as it is, and later calls do not wait until
     /// it answers.
     [[nodiscard]] Result<void> check(std::chrono::milliseconds patience = lookPatience);
+    /// Serves with these settings, of the same ID, from now on, and checks. If they are others than before, the root is
+    /// unmounted first, and mounted again when the requests under way have ended.
+    void change(const RootSettings& root, int position);
+    /// Unmounts the root, and does not mount it again before the next change(). True if it may be destroyed: no request
+    /// uses its worker.
+    [[nodiscard]] bool retire();
     /// False if the file system does not answer within the usual patience, or has not answered the last look yet.
     [[nodiscard]] bool answers() { return look(lookPatience).has_value(); }
 
@@ -34,6 +40,7 @@ public:
     /// Logs the problem, if there is one, once.
     void warn();
 
+    [[nodiscard]] const QString& id() const { return m_root.id; }
     /// Null while the root is not mounted.
     [[nodiscard]] const ContentHost::SharedMount& mount() const { return m_mount; }
     [[nodiscard]] CMWorker* worker() const { return m_worker.get(); }
@@ -48,23 +55,26 @@ private:
     [[nodiscard]] QString problemOf(const Found& found) const;
     [[nodiscard]] Result<void> mount(const QString& directory, std::chrono::milliseconds patience);
     void unmount();
+    void moveTo(int position);
+    [[nodiscard]] const QStringList& filter() const { return m_root.filter.isEmpty() ? m_usualFilter : m_root.filter; }
 
-    const RootSettings m_root;
-    const QStringList m_filter;
+    RootSettings m_root;
+    const QStringList m_usualFilter;
     const std::chrono::milliseconds m_sweepInterval;
     const WorkerModule& m_module;
-    const int m_position;
+    int m_position;
     const ChangeHandler m_changed;
 
     QTimer m_timer;
     /// Looks for the directory.
-    PatientCall<Result<QString>> m_look;
+    std::optional<PatientCall<Result<QString>>> m_look{std::in_place};
     /// Also while requests to the unmounted worker are still under way.
     std::unique_ptr<CMWorker> m_worker;
     std::unique_ptr<Healer> m_healer;
     ContentHost::SharedMount m_mount;
     /// The worker is unmounted but still in use.
     bool m_isLeaving = false;
+    bool m_isRetired = false;
     QString m_problem;
     bool m_hasWarned = false;
 };
