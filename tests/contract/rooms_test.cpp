@@ -22,13 +22,14 @@ const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
 /// The longest first, where one contains another.
 const QStringList rooms = {
-    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
-    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"),  QStringLiteral("src/modules/playlist"),
-    QStringLiteral("src/host/app"),      QStringLiteral("src/host/cli"),      QStringLiteral("src/host/content"),
-    QStringLiteral("src/host/doctor"),   QStringLiteral("src/host/exec"),     QStringLiteral("src/host/http"),
-    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/media"),    QStringLiteral("src/host/prepare"),
-    QStringLiteral("src/host/process"),  QStringLiteral("src/host/remote"),   QStringLiteral("src/host/rpc"),
-    QStringLiteral("src/host/stdio"),    QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
+    QStringLiteral("src/api/core/log"), QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
+    QStringLiteral("src/api/playlist"), QStringLiteral("src/modules/file"),  QStringLiteral("src/modules/playlist"),
+    QStringLiteral("src/host/app"),     QStringLiteral("src/host/cli"),      QStringLiteral("src/host/config"),
+    QStringLiteral("src/host/content"), QStringLiteral("src/host/doctor"),   QStringLiteral("src/host/exec"),
+    QStringLiteral("src/host/http"),    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/media"),
+    QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),  QStringLiteral("src/host/remote"),
+    QStringLiteral("src/host/rpc"),     QStringLiteral("src/host/stdio"),    QStringLiteral("src/host/terminal"),
+    QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
 const QStringList includeRoots = {QStringLiteral("src/api/core"),     QStringLiteral("src/api"),
@@ -244,13 +245,16 @@ const std::vector<Rule> rules = {
     {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
     {"HostPrepare", "src/host/prepare", Side::Both,
      hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
+    {"HostConfig", "src/host/config", Side::Both,
+     hostRoom(
+         {"content/contenthost.h", "content/limits.h", "http/access.h", "http/listenaddress.h", "process/logging.h"})},
     {"HostCli", "src/host/cli", Side::Both,
      hostRoom(
-         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/doctor", "src/host/exec", "src/host/http",
-          "src/host/prepare", "src/host/process", "src/host/remote", "src/host/rpc", "src/host/stdio",
+         {"log4cplus", "src/api/core/log", "src/host/config", "src/host/content", "src/host/doctor", "src/host/exec",
+          "src/host/http", "src/host/prepare", "src/host/process", "src/host/remote", "src/host/rpc", "src/host/stdio",
           "src/host/terminal"})},
     {"HostApp", "src/host/app", Side::Both,
-     hostRoom({"src/host/cli", "src/host/content", "src/host/process", "exec/workerthread.h"})}};
+     hostRoom({"src/host/cli", "src/host/config", "src/host/content", "src/host/process", "exec/workerthread.h"})}};
 
 QStringList filesOf(const Rule& rule)
 {
@@ -312,6 +316,18 @@ TEST(Rooms, FewSourcesAndNoHeadersIncludeBoost)
         users, testing::ElementsAre(
                    "src/host/http/acceptor.cpp", "src/host/http/boost.cpp", "src/host/http/httpconnection.cpp",
                    "src/host/http/iothread.cpp", "src/host/http/websocketclient.cpp", "src/host/remote/httppost.cpp"));
+}
+
+TEST(Rooms, OneSourceAloneReadsToml)
+{
+    Origins readers;
+    for (const QString& file : sourcesBelow(QStringLiteral("src"))) {
+        for (const Include& include : includesOf(file)) {
+            if (include.name.startsWith(QLatin1String("toml++/")))
+                readers.insert(file.toStdString());
+        }
+    }
+    EXPECT_THAT(readers, testing::ElementsAre("src/host/config/configurationfile.cpp"));
 }
 
 TEST(Rooms, TwoSourcesAloneLoadLibraries)

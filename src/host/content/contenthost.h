@@ -108,6 +108,7 @@ public:
 
     /// The prefix, if a root or another worker has it, or had it; otherwise empty.
     [[nodiscard]] QString knownPrefix(const QString& prefix) const;
+
     /// Serves these roots from now on, in this order. Roots that are new or have other settings are mounted, those that
     /// are missing here are unmounted, as when their directories come and go; the others go on. Does not wait. Fails,
     /// and changes nothing, where start() would fail.
