@@ -93,7 +93,8 @@ TEST(Binaries, ModulesLoadWithAllTheirSymbolsBound)
 TEST(Binaries, HostNeedsNoModule)
 {
     EXPECT_THAT(
-        needsOf(TAVO_HOST), UnorderedElementsAre("libtavo_api", "libtavo_tagreader", "libQt5Core", "liblog4cplus"));
+        needsOf(TAVO_HOST),
+        UnorderedElementsAre("libtavo_api", "libtavo_tagreader", "libQt5Core", "liblog4cplus", "libtomlplusplus"));
 }
 
 TEST(Binaries, SdkNeedsQtCoreAndLog4cplusAlone)

@@ -20,6 +20,17 @@ namespace {
 constexpr char programDescription[] = "Browses, watches and reads a directory tree of media files through a worker "
                                       "module.";
 
+/// What the command line asks for.
+struct Invocation
+{
+    const Command& command;
+    /// The options before the command, and those behind it.
+    const QCommandLineParser& program;
+    const QCommandLineParser& parser;
+    /// Takes the results.
+    int output;
+};
+
 bool runsAlone(const Command& command)
 {
     return std::holds_alternative<Command::RunAlone>(command.run);
@@ -119,37 +130,79 @@ int statusOf(const Result<int>& result)
     return result ? result.value() : fail(result.failure());
 }
 
-int runWithHost(
-    const Command& command, Command::RunWithHost run, const HostSettings& settings, const QCommandLineParser& parser,
-    int output)
+Result<void> configure(Logging& logging, const LogConfiguration& log)
+{
+    return logging.configure(log.level.value, log.config.value);
+}
+
+int refuseConfiguration(const std::vector<ConfigurationProblem>& problems)
+{
+    for (const ConfigurationProblem& problem : problems)
+        report(problem.toText());
+    return WrongUse;
+}
+
+Result<void> checkRootsGiven(const Command& command, const Configuration& configuration)
+{
+    const bool mayComeLater = command.worksWithoutRoots && !configuration.file.isEmpty();
+    if (!configuration.roots.empty() || mayComeLater)
+        return {};
+    const QString file = configuration.file.isEmpty() ? QStringLiteral("tavo.toml") : configuration.file;
+    return Failure::wrongUse(
+        QStringLiteral("no root directory is given: --root DIR, or [root.music] with a path in %1").arg(file));
+}
+
+int runWithHost(const Invocation& call, const Configuration& configuration, const HostSettings& settings)
 {
     const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(settings);
     if (!host)
         return fail(host.failure());
-    if (host.value()->mounts().empty() && !command.worksWithoutRoots)
+    if (host.value()->mounts().empty() && !call.command.worksWithoutRoots)
         return fail({Failure::Kind::Refused, host.value()->problems().join(QStringLiteral(", "))});
     host.value()->warnOfProblems();
-    const int status = statusOf(run({*host.value(), output}, parser));
+    const auto run = std::get<Command::RunWithHost>(call.command.run);
+    const auto readAgain = [&call] { return configurationFrom(call.program, call.parser); };
+    const int status = statusOf(run({*host.value(), call.output, configuration, readAgain}, call.parser));
     // A worker thread that hangs in the kernel is left behind, and all that it uses with it.
     if (!host.value()->workerThread().answersWithin(Shutdown::workerPatience))
         std::_Exit(status);
     return status;
 }
 
-int runCommand(const Command& command, const QCommandLineParser& program, const QCommandLineParser& parser, int output)
+int runConfigured(const Invocation& call, const ReadConfiguration& read)
 {
-    const LogOptions logs = logOptions(program, parser);
+    if (const auto run = std::get_if<Command::RunOnConfiguration>(&call.command.run))
+        return statusOf((*run)(read, call.output, call.parser));
+    if (!read.problems.empty())
+        return refuseConfiguration(read.problems);
+    const Configuration& configuration = read.configuration;
     Logging logging;
-    if (const Result<void> configured = logging.configure(logs.level, logs.configFile); !configured)
+    if (const Result<void> configured = configure(logging, configuration.log); !configured)
         return fail(configured.failure());
-    if (runsAlone(command))
-        return statusOf(std::get<Command::RunAlone>(command.run)(output, parser));
-    const Result<HostSettings> settings = hostSettings(program, parser);
+    if (const Result<void> given = checkRootsGiven(call.command, configuration); !given)
+        return fail(given.failure());
+    const Result<HostSettings> settings = hostSettings(configuration, call.program, call.parser);
     if (!settings)
         return fail(settings.failure());
-    if (const auto* const run = std::get_if<Command::RunWithSettings>(&command.run))
-        return statusOf((*run)(settings.value(), output, parser));
-    return runWithHost(command, std::get<Command::RunWithHost>(command.run), settings.value(), parser, output);
+    if (const auto run = std::get_if<Command::RunWithSettings>(&call.command.run))
+        return statusOf((*run)({settings.value(), configuration, call.output}, call.parser));
+    return runWithHost(call, configuration, settings.value());
+}
+
+int runAlone(const Invocation& call, Command::RunAlone run)
+{
+    Logging logging;
+    const LogConfiguration log = logConfiguration({}, call.program, call.parser);
+    if (const Result<void> configured = configure(logging, log); !configured)
+        return fail(configured.failure());
+    return statusOf(run(call.output, call.parser));
+}
+
+int runCommand(const Invocation& call)
+{
+    if (const auto run = std::get_if<Command::RunAlone>(&call.command.run))
+        return runAlone(call, *run);
+    return runConfigured(call, configurationFrom(call.program, call.parser));
 }
 
 int runCommandLine(const Command& command, const QCommandLineParser& program, int output)
@@ -165,7 +218,7 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
         const QString arguments = *command.arguments ? QLatin1String(command.arguments) : QLatin1String("no arguments");
         return refuseUse(QStringLiteral("%1 takes %2").arg(name, arguments), name);
     }
-    return runCommand(command, program, parser, output);
+    return runCommand({command, program, parser, output});
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "cli/options.h"
 
+#include "config/configurationfile.h"
+
 #include <QCoreApplication>
 
 #include <algorithm>
@@ -11,18 +13,12 @@ constexpr int defaultSweepSeconds = 5;
 
 const QLatin1String rootOption("root");
 const QLatin1String filterOption("filter");
+const QLatin1String configOption("config");
 const QLatin1String moduleOption("module");
 const QLatin1String albumArtWidthOption("album-art-width");
 const QLatin1String sweepOption("sweep");
 const QLatin1String logLevelOption("log-level");
 const QLatin1String logConfigOption("log-config");
-
-QStringList usualPatterns()
-{
-    return QStringLiteral("*.mp3 *.flac *.ogg *.oga *.opus *.m4a *.aac *.wav *.aiff *.aif *.wma *.ape *.wv *.mpc "
-                          "*.m3u *.m3u8 *.pls *.wpl *.asx")
-        .split(QLatin1Char(' '));
-}
 
 QString lastValue(const QCommandLineParser& first, const QCommandLineParser& second, const QString& name)
 {
@@ -30,21 +26,24 @@ QString lastValue(const QCommandLineParser& first, const QCommandLineParser& sec
 }
 
 /// The text before the first "=" is an ID only if it looks like one: directories may have any name.
-RootSettings rootFrom(const QString& text)
+RootConfiguration rootFrom(const QString& text)
 {
+    const Origin origin = Origin::option(rootOption);
     const QString id = text.section(u'=', 0, 0);
     if (id.size() < text.size() && isRootId(id))
-        return {id, text.mid(id.size() + 1)};
-    return {QStringLiteral("file"), text};
+        return {id, {text.mid(id.size() + 1), origin}};
+    return {QStringLiteral("file"), {text, origin}};
 }
 
-Result<std::vector<RootSettings>> rootsFrom(const QStringList& texts)
+void takeRoots(Configuration& configuration, const QStringList& roots, const QStringList& filter)
 {
-    if (texts.isEmpty())
-        return Failure::wrongUse(QStringLiteral("no root directory is given: --root DIR"));
-    std::vector<RootSettings> roots;
-    std::transform(texts.cbegin(), texts.cend(), std::back_inserter(roots), rootFrom);
-    return roots;
+    if (!roots.isEmpty())
+        configuration.roots.clear();
+    std::transform(roots.cbegin(), roots.cend(), std::back_inserter(configuration.roots), rootFrom);
+    if (filter.isEmpty())
+        return;
+    for (RootConfiguration& root : configuration.roots)
+        root.filter = {filter, Origin::option(filterOption)};
 }
 
 } // namespace
@@ -58,13 +57,17 @@ OptionList globalOptions()
 {
     return {
         {rootOption,
-         QStringLiteral("Directory tree to serve (required, but not for a server that is running); may be given "
-                        "again, with an ID of its own each. Default ID: file."),
+         QStringLiteral("Directory tree to serve, instead of the configured ones; may be given again, with an ID of "
+                        "its own each. Default ID: file."),
          QStringLiteral("[ID=]DIR")},
         {filterOption,
          QStringLiteral("Wildcard of playable names; may be given again. Default: the usual audio and "
                         "playlist files."),
          QStringLiteral("PATTERN")},
+        {configOption,
+         QStringLiteral("File with settings. Default: $XDG_CONFIG_HOME/tavo/tavo.toml, or else "
+                        "/etc/tavo/tavo.toml."),
+         QStringLiteral("FILE")},
         {moduleOption, QStringLiteral("Worker module to load. Default: the one that comes with this program."),
          QStringLiteral("FILE")},
         {albumArtWidthOption, QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
@@ -90,22 +93,45 @@ OptionList programOptions()
     return own + globalOptions();
 }
 
-LogOptions logOptions(const QCommandLineParser& program, const QCommandLineParser& command)
+ReadConfiguration configurationFrom(const QCommandLineParser& program, const QCommandLineParser& command)
 {
-    return {lastValue(program, command, logLevelOption), lastValue(program, command, logConfigOption)};
+    const QString named = lastValue(program, command, configOption);
+    const QString file = named.isEmpty() ? usualConfigurationFile() : named;
+    ReadConfiguration read = file.isEmpty() ? ReadConfiguration() : readConfigurationFile(file);
+    Configuration& configuration = read.configuration;
+    takeRoots(
+        configuration, program.values(rootOption) + command.values(rootOption),
+        program.values(filterOption) + command.values(filterOption));
+    configuration.log = logConfiguration(configuration.log, program, command);
+    return read;
 }
 
-Result<HostSettings> hostSettings(const QCommandLineParser& program, const QCommandLineParser& command)
+LogConfiguration
+logConfiguration(LogConfiguration configured, const QCommandLineParser& program, const QCommandLineParser& command)
+{
+    const auto take = [&](Setting<QString>& setting, const QString& option) {
+        if (const QString value = lastValue(program, command, option); !value.isEmpty())
+            setting = {value, Origin::option(option)};
+    };
+    take(configured.level, logLevelOption);
+    take(configured.config, logConfigOption);
+    return configured;
+}
+
+std::vector<RootSettings> rootSettings(const Configuration& configuration)
+{
+    std::vector<RootSettings> roots;
+    for (const RootConfiguration& root : configuration.roots)
+        roots.push_back({root.id, root.path.value, root.title.value, root.followLinks.value, root.filter.value});
+    return roots;
+}
+
+Result<HostSettings>
+hostSettings(const Configuration& configuration, const QCommandLineParser& program, const QCommandLineParser& command)
 {
     const auto value = [&](const QString& name) { return lastValue(program, command, name); };
-    const Result<std::vector<RootSettings>> roots = rootsFrom(program.values(rootOption) + command.values(rootOption));
-    if (!roots)
-        return roots.failure();
     HostSettings settings;
-    settings.roots = roots.value();
-    settings.filter = program.values(filterOption) + command.values(filterOption);
-    if (settings.filter.isEmpty())
-        settings.filter = usualPatterns();
+    settings.roots = rootSettings(configuration);
     const QString module = value(moduleOption);
     settings.moduleFile = module.isEmpty() ? besideProgram(TAVO_MODULE_FILE) : module;
     const auto number = [&](const QString& name, int byDefault, int minimum) {

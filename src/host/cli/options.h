@@ -1,17 +1,12 @@
 #pragma once
 
+#include "config/configuration.h"
 #include "content/contenthost.h"
 
 #include <QCommandLineParser>
 #include <QStringList>
 
 using OptionList = QList<QCommandLineOption>;
-
-struct LogOptions
-{
-    QString level;
-    QString configFile;
-};
 
 /// The file at a path that is relative to the program's own directory.
 [[nodiscard]] QString besideProgram(const char* path);
@@ -23,9 +18,19 @@ struct LogOptions
 /// What the program takes without a command, and the global options.
 [[nodiscard]] OptionList programOptions();
 
-/// Both functions take what both parsers were given; where both have a value, the second's.
-[[nodiscard]] LogOptions logOptions(const QCommandLineParser& program, const QCommandLineParser& command);
-Result<HostSettings> hostSettings(const QCommandLineParser& program, const QCommandLineParser& command);
+/// The functions below take what both parsers were given; where both have a value, the second's.
+
+/// The configuration file and the options, which win. Roots of the command line replace configured ones. May wait for
+/// the disk.
+[[nodiscard]] ReadConfiguration configurationFrom(const QCommandLineParser& program, const QCommandLineParser& command);
+/// The options for logs, which win over what is configured.
+[[nodiscard]] LogConfiguration
+logConfiguration(LogConfiguration configured, const QCommandLineParser& program, const QCommandLineParser& command);
+Result<HostSettings>
+hostSettings(const Configuration& configuration, const QCommandLineParser& program, const QCommandLineParser& command);
+
+/// The configured roots, as the host takes them.
+[[nodiscard]] std::vector<RootSettings> rootSettings(const Configuration& configuration);
 
 /// The value of an option that takes a number from `minimum` up; `byDefault` if it is not given.
 Result<int> integerOption(const QCommandLineParser& parser, const QString& name, int byDefault, int minimum);

@@ -240,7 +240,8 @@ TreeReport checkTree(const RootSettings& root, const HostSettings& settings, con
         return {missing(QStringLiteral("the root directory %1 does not answer").arg(root.directory))};
     if (root.directory.isEmpty() || !found->isDir())
         return {missing(QStringLiteral("there is no directory %1").arg(root.directory))};
-    const Mount mount{root.id, root.title, found->filePath(), settings.filter, root.followLinks};
+    const QStringList& filter = root.filter.isEmpty() ? settings.filter : root.filter;
+    const Mount mount{root.id, root.title, found->filePath(), filter, root.followLinks};
     return Walk(mount, settings.sweepInterval, progress).run();
 }
 

@@ -26,6 +26,14 @@ namespace {
 constexpr int patience = 60000;
 constexpr int shortPatience = 2000;
 
+/// Without the configuration of the person who runs the tests.
+QProcessEnvironment testEnvironment()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), QStringLiteral(TAVO_TEST_DATA "/config"));
+    return environment;
+}
+
 } // namespace
 
 Tavo::~Tavo()
@@ -48,7 +56,7 @@ void Tavo::setVariable(const QString& name, const QString& value)
 {
     QProcessEnvironment environment = processEnvironment();
     if (environment.isEmpty())
-        environment = QProcessEnvironment::systemEnvironment();
+        environment = testEnvironment();
     environment.insert(name, value);
     setProcessEnvironment(environment);
 }
@@ -99,6 +107,8 @@ void Tavo::setStandardErrorFile(const QString& name)
 
 void Tavo::start(const QStringList& arguments)
 {
+    if (processEnvironment().isEmpty())
+        setProcessEnvironment(testEnvironment());
     QProcess::start(QStringLiteral(TAVO_PROGRAM), arguments);
     const bool started = waitForStarted(patience);
     Q_ASSERT(started);

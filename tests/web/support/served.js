@@ -8,6 +8,8 @@ import { fileURLToPath } from 'node:url';
 /** The host as a process, over a directory of its own. */
 
 const program = process.env.TAVO_PROGRAM ?? fileURLToPath(new URL('../../../build/dev/bin/tavo', import.meta.url));
+// Not the configuration of the person who runs the tests.
+const config = fileURLToPath(new URL('../../data/config', import.meta.url));
 const demo = fileURLToPath(new URL('../../../demo', import.meta.url));
 
 /** A temporary directory with a copy of the demo tree, `music`, which goes away with `remove`. */
@@ -26,7 +28,7 @@ export async function temporaryTree() {
 export async function serve(tree, { port = 0, options = [] } = {}) {
     const state = join(tree.directory, 'state');
     const args = ['--root', tree.music, 'serve', '--listen', `127.0.0.1:${port}`, '--state', state, ...options];
-    const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'] });
+    const child = spawn(program, args, { stdio: ['ignore', 'pipe', 'inherit'], env: { ...process.env, XDG_CONFIG_HOME: config } });
     const address = await addressOf(child);
     return { address, port: Number(new URL(address).port), stop: (/** @type {NodeJS.Signals} */ signal = 'SIGTERM') => stop(child, signal) };
 }

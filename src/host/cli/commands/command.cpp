@@ -6,9 +6,9 @@ namespace {
 
 std::vector<Command> makeCommands()
 {
-    std::vector<Command> commands = {browseCommand(), watchCommand(),       sessionCommand(), serveCommand(),
-                                     infoCommand(),   prepareCommand(),     countCommand(),   menuCommand(),
-                                     doctorCommand(), completionsCommand(), queueCommand()};
+    std::vector<Command> commands = {browseCommand(), watchCommand(),   sessionCommand(),     serveCommand(),
+                                     infoCommand(),   prepareCommand(), countCommand(),       menuCommand(),
+                                     configCommand(), doctorCommand(),  completionsCommand(), queueCommand()};
     const std::vector<Command> more = playerCommands();
     commands.insert(commands.end(), more.cbegin(), more.cend());
     commands.push_back(outputCommand());

@@ -6,6 +6,7 @@
 
 #include <QCommandLineParser>
 
+#include <functional>
 #include <variant>
 #include <vector>
 
@@ -13,6 +14,18 @@
 struct CommandContext
 {
     ContentHost& host;
+    /// Takes the results.
+    int output;
+    const Configuration& configuration;
+    /// Reads it again, with the same options.
+    std::function<ReadConfiguration()> readConfiguration;
+};
+
+/// The settings of a host that a command does without.
+struct SettingsContext
+{
+    const HostSettings& settings;
+    const Configuration& configuration;
     /// Takes the results.
     int output;
 };
@@ -24,7 +37,9 @@ struct Command
 
     /// Give the program's exit status. `output` takes the results.
     using RunWithHost = Result<int> (*)(const CommandContext& context, const QCommandLineParser& parser);
-    using RunWithSettings = Result<int> (*)(const HostSettings& settings, int output, const QCommandLineParser& parser);
+    using RunWithSettings = Result<int> (*)(const SettingsContext& context, const QCommandLineParser& parser);
+    using RunOnConfiguration =
+        Result<int> (*)(const ReadConfiguration& read, int output, const QCommandLineParser& parser);
     using RunAlone = Result<int> (*)(int output, const QCommandLineParser& parser);
 
     struct ArgumentCount
@@ -46,8 +61,9 @@ struct Command
     /// Shown by --help: what it is good for, and an example.
     const char* manual;
     ArgumentCount argumentCount;
-    /// A command that runs alone needs no root; one that runs with settings starts no host for them.
-    std::variant<RunWithHost, RunWithSettings, RunAlone> run;
+    /// A command that runs alone needs no root; one that runs with settings starts no host for them. One on the
+    /// configuration takes it with its problems.
+    std::variant<RunWithHost, RunWithSettings, RunOnConfiguration, RunAlone> run;
     /// Null: it has none of its own.
     OptionList (*options)() = nullptr;
     /// Whether it works with a host that has no root's directory, too.
@@ -73,6 +89,7 @@ struct Command
 [[nodiscard]] Command doctorCommand();
 [[nodiscard]] Command completionsCommand();
 [[nodiscard]] Command queueCommand();
+[[nodiscard]] Command configCommand();
 [[nodiscard]] Command outputCommand();
 /// Those that show or steer the player.
 [[nodiscard]] std::vector<Command> playerCommands();

@@ -1,12 +1,12 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
+#include "cli/serveoptions.h"
 #include "doctor/servercheck.h"
 #include "doctor/treecheck.h"
 #include "doctor/watchcheck.h"
 #include "process/displaytext.h"
 #include "process/exitstatus.h"
-#include "process/statedirectory.h"
 #include "terminal/progressline.h"
 
 #include <algorithm>
@@ -27,14 +27,13 @@ OptionList options()
     return serveCommand().options() + jsonOption();
 }
 
-Result<ServerPlan> planFrom(const QCommandLineParser& parser)
+Result<ServerPlan> planFrom(const ServerConfiguration& server)
 {
-    const QString state = parser.value(QStringLiteral("state"));
     ServerPlan plan;
-    plan.tokenFile = parser.value(QStringLiteral("token-file"));
-    plan.allowsAnybody = parser.isSet(QStringLiteral("no-token"));
-    plan.stateDirectory = state.isEmpty() ? StateDirectory::usualPath() : state;
-    for (const QString& text : parser.values(QStringLiteral("listen"))) {
+    plan.tokenFile = server.tokenFile.value;
+    plan.allowsAnybody = server.noToken.value;
+    plan.stateDirectory = server.state.value;
+    for (const QString& text : server.listen.value) {
         const Result<ListenAddress> address = ListenAddress::fromText(text);
         if (!address)
             return address.failure();
@@ -137,14 +136,14 @@ QByteArray textOf(const TreeReport& report)
     return text.toUtf8() + '\n';
 }
 
-Result<int> run(const HostSettings& settings, int output, const QCommandLineParser& parser)
+Result<int> run(const SettingsContext& context, const QCommandLineParser& parser)
 {
-    const Result<ServerPlan> plan = planFrom(parser);
+    const Result<ServerPlan> plan = planFrom(serverConfiguration(context.configuration.server, parser));
     if (!plan)
         return plan.failure();
-    const TreeReport report = checkEverything(settings, plan.value());
+    const TreeReport report = checkEverything(context.settings, plan.value());
     const Result<int> printed =
-        wantsJson(parser) ? printJson(output, toVariant(report)) : print(output, textOf(report));
+        wantsJson(parser) ? printJson(context.output, toVariant(report)) : print(context.output, textOf(report));
     if (!printed)
         return printed.failure();
     return needsAction(report.findings) ? Refused : Success;

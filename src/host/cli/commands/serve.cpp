@@ -1,6 +1,7 @@
 #include "cli/commands/command.h"
 
 #include "cli/queuemount.h"
+#include "cli/serveoptions.h"
 #include "exec/workerthread.h"
 #include "http/httpserver.h"
 #include "process/displaytext.h"
@@ -28,30 +29,9 @@ Prints where, as soon as it does. Ends with status 0 on SIGINT or SIGTERM.
 Without --listen it serves 127.0.0.1:8420, or the sockets that systemd passes. Other addresses than those of this
 machine need a token, or --no-token.)";
 
-const QLatin1String listenOption("listen");
-const QLatin1String tokenFileOption("token-file");
-const QLatin1String noTokenOption("no-token");
-const QLatin1String hostOption("host");
-const QLatin1String originOption("origin");
-const QLatin1String stateOption("state");
-
-const QLatin1String usualAddress("127.0.0.1:8420");
-
 OptionList options()
 {
-    const OptionList own = {
-        {listenOption,
-         QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
-         QStringLiteral("ADDRESS:PORT"), usualAddress},
-        {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
-         QStringLiteral("FILE")},
-        {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
-        {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
-         QStringLiteral("NAME")},
-        {originOption, QStringLiteral("Address that browsers use where a proxy is in between; may be given again."),
-         QStringLiteral("URL")},
-        {stateOption, QStringLiteral("Directory for what outlives the program."), QStringLiteral("DIR")}};
-    return queueOptions() + own;
+    return queueOptions() + serveOptions();
 }
 
 /// What `read` makes of each text, or the first failure.
@@ -95,30 +75,30 @@ Result<std::vector<ListeningSocket>> adoptSockets(std::vector<FileDescriptor> de
     return sockets;
 }
 
-/// Those of the command line; without any, those that were passed; without these, the usual one.
-Result<std::vector<ListeningSocket>> socketsFor(const QCommandLineParser& parser)
+/// Those of the command line; without any, those that were passed; without these, the configured ones.
+Result<std::vector<ListeningSocket>> socketsFor(const Setting<QStringList>& listen)
 {
     std::vector<FileDescriptor> passed = ServiceManager::takeSockets();
-    if (!parser.isSet(listenOption) && !passed.empty())
+    if (listen.origin.kind != Origin::Kind::Option && !passed.empty())
         return adoptSockets(std::move(passed));
-    return openSockets(parser.values(listenOption));
+    return openSockets(listen.value);
 }
 
-Result<HttpServer::Settings> settingsFor(const QCommandLineParser& parser, const StateDirectory& state)
+Result<HttpServer::Settings> settingsFor(const ServerConfiguration& configured, const StateDirectory& state)
 {
-    const Result<std::vector<QByteArray>> hosts = readAll(parser.values(hostOption), readHostName);
+    const Result<std::vector<QByteArray>> hosts = readAll(configured.hosts.value, readHostName);
     if (!hosts)
         return hosts.failure();
-    const Result<std::vector<QByteArray>> origins = readAll(parser.values(originOption), readOrigin);
+    const Result<std::vector<QByteArray>> origins = readAll(configured.origins.value, readOrigin);
     if (!origins)
         return origins.failure();
-    Result<std::vector<ListeningSocket>> sockets = socketsFor(parser);
+    Result<std::vector<ListeningSocket>> sockets = socketsFor(configured.listen);
     if (!sockets)
         return sockets.failure();
-    const QString tokenFile = parser.value(tokenFileOption);
+    const QString& tokenFile = configured.tokenFile.value;
     for (const ListeningSocket& socket : sockets.value()) {
-        const bool allowsAnybody = parser.isSet(noTokenOption);
-        if (const Result<void> allowed = checkListenable(socket.address.address, !tokenFile.isEmpty(), allowsAnybody);
+        if (const Result<void> allowed =
+                checkListenable(socket.address.address, !tokenFile.isEmpty(), configured.noToken.value);
             !allowed)
             return allowed.failure();
     }
@@ -138,8 +118,9 @@ QByteArray announcement(const ContentHost& host, const std::vector<ListeningSock
         return QStringLiteral("http://%1/").arg(QString::fromLatin1(socket.address.toText()));
     });
     const QString separator = QStringLiteral(", ");
-    const QString text =
-        QStringLiteral("Serving %1 at %2").arg(host.rootDirectories().join(separator), addresses.join(separator));
+    const QStringList directories = host.rootDirectories();
+    const QString what = directories.isEmpty() ? QStringLiteral("no directory yet") : directories.join(separator);
+    const QString text = QStringLiteral("Serving %1 at %2").arg(what, addresses.join(separator));
     return DisplayText::visible(text).toUtf8() + '\n';
 }
 
@@ -171,18 +152,20 @@ Result<int> serve(const CommandContext& context, const Services& services, HttpS
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
-    const QString directory = parser.isSet(stateOption) ? parser.value(stateOption) : StateDirectory::usualPath();
-    const Result<StateDirectory> state = StateDirectory::claim(directory);
+    const ServerConfiguration configured = serverConfiguration(context.configuration.server, parser);
+    const Result<StateDirectory> state = StateDirectory::claim(configured.state.value);
     if (!state)
         return state.failure();
-    Result<HttpServer::Settings> settings = settingsFor(parser, state.value());
+    Result<HttpServer::Settings> settings = settingsFor(configured, state.value());
     if (!settings)
         return settings.failure();
     if (const Result<void> mounted = mountQueue(context.host, parser, state.value().path()); !mounted)
         return mounted.failure();
     SharedRequests sharedRequests;
     RequestExecutor executor;
-    return serve(context, {context.host, executor, sharedRequests}, std::move(settings.value()));
+    return serve(
+        context, {context.host, executor, sharedRequests, context.configuration.limits.toLimits()},
+        std::move(settings.value()));
 }
 
 } // namespace

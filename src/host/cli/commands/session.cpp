@@ -38,7 +38,8 @@ Result<int> serve(const CommandContext& context)
     SharedRequests sharedRequests;
     RequestExecutor executor;
     StdioServer server(
-        {context.host, executor, sharedRequests}, STDIN_FILENO, context.output, Shutdown::exitAfterFailedOutput);
+        {context.host, executor, sharedRequests, context.configuration.limits.toLimits()}, STDIN_FILENO, context.output,
+        Shutdown::exitAfterFailedOutput);
     const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
 
     std::thread serving([&server] {

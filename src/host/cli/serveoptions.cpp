@@ -1,0 +1,53 @@
+#include "cli/serveoptions.h"
+
+#include "process/statedirectory.h"
+
+namespace {
+
+const QLatin1String listenOption("listen");
+const QLatin1String tokenFileOption("token-file");
+const QLatin1String noTokenOption("no-token");
+const QLatin1String hostOption("host");
+const QLatin1String originOption("origin");
+const QLatin1String stateOption("state");
+
+} // namespace
+
+OptionList serveOptions()
+{
+    const QString usualAddress = ServerConfiguration().listen.value.first();
+    return {
+        {listenOption,
+         QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
+         QStringLiteral("ADDRESS:PORT")},
+        {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
+         QStringLiteral("FILE")},
+        {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
+        {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
+         QStringLiteral("NAME")},
+        {originOption, QStringLiteral("Address that browsers use where a proxy is in between; may be given again."),
+         QStringLiteral("URL")},
+        {stateOption, QStringLiteral("Directory for what outlives the program."), QStringLiteral("DIR")}};
+}
+
+ServerConfiguration serverConfiguration(ServerConfiguration configured, const QCommandLineParser& parser)
+{
+    const auto takeAll = [&parser](Setting<QStringList>& setting, const QString& option) {
+        if (parser.isSet(option))
+            setting = {parser.values(option), Origin::option(option)};
+    };
+    const auto takeLast = [&parser](Setting<QString>& setting, const QString& option) {
+        if (parser.isSet(option))
+            setting = {parser.value(option), Origin::option(option)};
+    };
+    takeAll(configured.listen, listenOption);
+    takeLast(configured.tokenFile, tokenFileOption);
+    if (parser.isSet(noTokenOption))
+        configured.noToken = {true, Origin::option(noTokenOption)};
+    takeAll(configured.hosts, hostOption);
+    takeAll(configured.origins, originOption);
+    takeLast(configured.state, stateOption);
+    if (configured.state.value.isEmpty())
+        configured.state = {StateDirectory::usualPath()};
+    return configured;
+}
