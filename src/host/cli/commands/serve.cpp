@@ -1,5 +1,6 @@
 #include "cli/commands/command.h"
 
+#include "cli/options.h"
 #include "cli/queuemount.h"
 #include "cli/serveoptions.h"
 #include "exec/workerthread.h"
@@ -12,9 +13,12 @@
 #include "process/signalwatcher.h"
 #include "process/statedirectory.h"
 
+#include <log/dbglog.h>
+
 #include <QCoreApplication>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <iterator>
 
@@ -27,7 +31,18 @@ Prints where, as soon as it does. Ends with status 0 on SIGINT or SIGTERM.
   tavo --root ~/Music serve --listen 192.168.1.2:8420 --token-file ~/.config/tavo-token
 
 Without --listen it serves 127.0.0.1:8420, or the sockets that systemd passes. Other addresses than those of this
-machine need a token, or --no-token.)";
+machine need a token, or --no-token. On SIGHUP it reads the configuration again: roots come and go.)";
+
+const log4cplus::Logger& logger()
+{
+    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
+    return instance;
+}
+
+#define LOG(level, pieces)                                                                                             \
+    DBGLOG(                                                                                                            \
+        logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/cli/commands/serve", __LINE__, __func__}),       \
+        pieces)
 
 OptionList options()
 {
@@ -124,8 +139,51 @@ QByteArray announcement(const ContentHost& host, const std::vector<ListeningSock
     return DisplayText::visible(text).toUtf8() + '\n';
 }
 
+/// Whether a running server takes over a new value.
+bool isTakenOver(const QString& key)
+{
+    return key.startsWith(QLatin1String("root."));
+}
+
+void warnOfRestart(const Configuration& running, const Configuration& read)
+{
+    const std::vector<NamedSetting> now = settingsOf(running);
+    for (const NamedSetting& setting : settingsOf(read)) {
+        const bool isNew = std::none_of(now.cbegin(), now.cend(), [&setting](const NamedSetting& known) {
+            return known.key == setting.key && known.value == setting.value;
+        });
+        if (isNew && !isTakenOver(setting.key))
+            LOG(WARN, setting.origin.toText() << ": " << setting.key << " changes at the next start only");
+    }
+}
+
+Configuration withServeOptions(Configuration configuration, const QCommandLineParser& parser)
+{
+    configuration.server = serverConfiguration(configuration.server, parser);
+    return configuration;
+}
+
+/// Reads the configuration again, and takes over what can change while the server runs.
+void reload(const CommandContext& context, const QCommandLineParser& parser)
+{
+    const ReadConfiguration read = context.readConfiguration();
+    for (const ConfigurationProblem& problem : read.problems)
+        LOG(ERROR, problem.toText());
+    const Result<void> changed = read.problems.empty()
+                                     ? context.host.setRoots(rootSettings(read.configuration))
+                                     : Failure::wrongUse(QStringLiteral("the configuration is wrong"));
+    if (!changed) {
+        LOG(ERROR, changed.failure().message << "; the former settings stay");
+        return;
+    }
+    warnOfRestart(withServeOptions(context.configuration, parser), withServeOptions(read.configuration, parser));
+    LOG(INFO, "the configuration was read again");
+}
+
 /// Serves until a signal comes. Returns the program's exit status.
-Result<int> serve(const CommandContext& context, const Services& services, HttpServer::Settings settings)
+Result<int> serve(
+    const CommandContext& context, const QCommandLineParser& parser, const Services& services,
+    HttpServer::Settings settings)
 {
     // A log that nobody reads must not hold up the clients.
     QueuedLog log;
@@ -133,7 +191,13 @@ Result<int> serve(const CommandContext& context, const Services& services, HttpS
     const Result<std::unique_ptr<HttpServer>> server = HttpServer::start(services, std::move(settings));
     if (!server)
         return server.failure();
-    const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
+    const auto handle = [&context, &parser](int signalNumber) {
+        if (signalNumber == SIGHUP)
+            reload(context, parser);
+        else
+            QCoreApplication::exit(Success);
+    };
+    const SignalWatcher signalWatcher(handle, {SIGHUP});
     if (const Result<Written> written = writeOutput(context.output, where); !written)
         return written.failure();
     ServiceManager::notify("READY=1");
@@ -164,7 +228,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     SharedRequests sharedRequests;
     RequestExecutor executor;
     return serve(
-        context, {context.host, executor, sharedRequests, context.configuration.limits.toLimits()},
+        context, parser, {context.host, executor, sharedRequests, context.configuration.limits.toLimits()},
         std::move(settings.value()));
 }
 
