@@ -507,7 +507,7 @@ TEST_F(ChangingRoots, WrongOnesChangeNothing)
     add("one", "three");
     const Result<void> changed = host->setRoots(settings.roots);
     ASSERT_FALSE(changed);
-    EXPECT_THAT(changed.failure().message.toStdString(), HasSubstr("'one'"));
+    EXPECT_THAT(changed.failure().message.toString().toStdString(), HasSubstr("'one'"));
     host->workerThread().run([] {});
     EXPECT_THAT(prefixes(), ElementsAre(QStringLiteral("one"), QStringLiteral("two")));
     EXPECT_EQ(host->rootIds().size(), 2);

@@ -51,7 +51,7 @@ void collectProblems(
 {
     for (const QString& text : setting.value) {
         if (const auto right = check(text); !right)
-            problems.push_back({setting.origin, right.failure().message});
+            problems.push_back({setting.origin, right.failure().message.toString()});
     }
 }
 

@@ -130,7 +130,7 @@ void Reader::readTable(const toml::table& table, const QString& name, const std:
         }
         const QString fullName = name.isEmpty() ? qString(key) : name + u'.' + qString(key);
         if (const Result<void> taken = known->take(node); !taken)
-            complain(node.source(), fullName + QStringLiteral(": ") + taken.failure().message);
+            complain(node.source(), fullName + QStringLiteral(": ") + taken.failure().message.toString());
     }
 }
 
@@ -281,7 +281,7 @@ void Reader::readRoot(const toml::key& key, const toml::node& node)
     RootConfiguration root{qString(key)};
     const QString name = QStringLiteral("root.") + root.id;
     if (const Result<void> usable = checkRootId(root.id); !usable)
-        return complain(key.source(), usable.failure().message);
+        return complain(key.source(), usable.failure().message.toString());
     const auto keys = [this, &root]() -> std::vector<Key> {
         return {
             {"title", textInto(root.title)},
@@ -290,7 +290,7 @@ void Reader::readRoot(const toml::key& key, const toml::node& node)
             {"follow-links", flagInto(root.followLinks)}};
     };
     if (const Result<void> taken = tableWith(name, keys)(node); !taken)
-        return complain(node.source(), name + QStringLiteral(": ") + taken.failure().message);
+        return complain(node.source(), name + QStringLiteral(": ") + taken.failure().message.toString());
     if (!node.as_table()->contains("path"))
         return complain(key.source(), QStringLiteral("[%1] names no directory: path = \"…\"").arg(name));
     m_read.configuration.roots.push_back(std::move(root));

@@ -66,12 +66,12 @@ Findings checkAddress(const ListenAddress& address, const ServerPlan& plan, cons
     const Result<ListeningSocket> socket = ListeningSocket::open(address);
     if (socket)
         return {};
-    QString problem = socket.failure().message;
+    QString problem = socket.failure().message.toString();
     if (socket.failure().name == QLatin1String(ListeningSocket::addressInUse)) {
         const Result<void> isTavo = checkOccupant(address, token);
         if (isTavo)
             return {};
-        problem += QStringLiteral("; ") + isTavo.failure().message;
+        problem += QStringLiteral("; ") + isTavo.failure().message.toString();
     }
     return {
         {QStringLiteral("address"), problem,
@@ -90,7 +90,7 @@ Findings checkServer(const ServerPlan& plan)
             token = read.value();
         else
             findings.push_back(
-                {QStringLiteral("tokenFile"), read.failure().message,
+                {QStringLiteral("tokenFile"), read.failure().message.toString(),
                  QStringLiteral("correct that, or make a new one: (umask 077; head -c 24 /dev/urandom | base64 > "
                                 "~/.config/tavo/token)")});
     }

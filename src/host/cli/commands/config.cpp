@@ -77,7 +77,7 @@ std::vector<ConfigurationProblem> allProblems(const Configuration& configuration
     const std::vector<ConfigurationProblem> ofServer = problemsOf(configuration.server);
     problems.insert(problems.end(), ofServer.cbegin(), ofServer.cend());
     if (const Result<void> usable = checkRoots(rootSettings(configuration)); !usable)
-        problems.push_back({configuration.roots.front().path.origin, usable.failure().message});
+        problems.push_back({configuration.roots.front().path.origin, usable.failure().message.toString()});
     return problems;
 }
 

@@ -173,7 +173,7 @@ void reload(const CommandContext& context, const QCommandLineParser& parser)
                                      ? context.host.setRoots(rootSettings(read.configuration))
                                      : Failure::wrongUse(QStringLiteral("the configuration is wrong"));
     if (!changed) {
-        LOG(ERROR, changed.failure().message << "; the former settings stay");
+        LOG(ERROR, changed.failure().message.toString() << "; the former settings stay");
         return;
     }
     warnOfRestart(withServeOptions(context.configuration, parser), withServeOptions(read.configuration, parser));
