@@ -110,7 +110,7 @@ TEST_F(Package, HostFindsWhatReadsTagsAndMakesCoversWhereverTheTreeLies)
 
 TEST_F(Package, WithoutWhatReadsTagsItemsAreMadeOfTheirNames)
 {
-    const QString library = at("moved/lib/libtavo_tags.so");
+    const QString library = at("moved/lib/tavo/0/libtavo_tags.so");
     ASSERT_TRUE(QFile::rename(library, library + QStringLiteral(".away")));
     QProcess host;
     host.start(
