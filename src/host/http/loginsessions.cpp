@@ -1,28 +1,15 @@
 #include "http/loginsessions.h"
 
+#include "http/randomhex.h"
+
 #include <QCryptographicHash>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-
-#include <sys/random.h>
 
 namespace {
 
 constexpr std::size_t mostSessions = 1000;
-
-QByteArray randomName()
-{
-    std::array<char, 32> bytes{};
-    ssize_t count = -1;
-    do {
-        count = getrandom(bytes.data(), bytes.size(), 0);
-    } while (count < 0 && errno == EINTR);
-    // The kernel gives up to 256 bytes at once, or none.
-    Q_ASSERT(count == static_cast<ssize_t>(bytes.size()));
-    return QByteArray(bytes.data(), static_cast<int>(bytes.size())).toHex();
-}
+constexpr int nameBytes = 32;
 
 QByteArray digest(const QByteArray& name)
 {
@@ -33,7 +20,7 @@ QByteArray digest(const QByteArray& name)
 
 QByteArray LoginSessions::begin()
 {
-    QByteArray name = randomName();
+    QByteArray name = randomHex(nameBytes);
     m_order.push_back(digest(name));
     m_keys.insert(m_order.back());
     if (m_order.size() > mostSessions)

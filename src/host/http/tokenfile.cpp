@@ -1,8 +1,11 @@
 #include "http/tokenfile.h"
 
+#include "http/randomhex.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 #include <algorithm>
 
@@ -10,6 +13,8 @@ namespace {
 
 constexpr int shortestToken = 16;
 constexpr int longestToken = 1024;
+/// Of a token that is made: few enough to type.
+constexpr int tokenBytes = 16;
 
 /// Changes with the file's content and permissions. Null if there is no such file.
 QByteArray stampOf(const QString& file)
@@ -65,6 +70,20 @@ Result<QByteArray> tokenIn(QFile& file)
 }
 
 } // namespace
+
+Result<void> TokenFile::makeIfMissing() const
+{
+    if (QFileInfo::exists(m_file))
+        return {};
+    QSaveFile file(m_file);
+    const QByteArray line = randomHex(tokenBytes) + '\n';
+    const bool isMade = file.open(QIODevice::WriteOnly) && file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&
+                        file.write(line) == line.size() && file.commit();
+    if (isMade)
+        return {};
+    return Failure{
+        Failure::Kind::Refused, QStringLiteral("cannot make the token file %1: %2").arg(m_file, file.errorString())};
+}
 
 Result<QByteArray> TokenFile::read()
 {

@@ -14,6 +14,11 @@ class TokenFile
 public:
     explicit TokenFile(QString file) : m_file(std::move(file)) {}
 
+    /// The file in a server's state directory.
+    [[nodiscard]] static QString inState(const QString& directory) { return directory + QStringLiteral("/token"); }
+
+    /// Makes the file, for its owner alone and with a random token, unless there is one.
+    [[nodiscard]] Result<void> makeIfMissing() const;
     /// The token: at least 16 printable ASCII characters, no space at either end. Fails, with a message on one line, if
     /// there is none, or if others than the file's owner have any permission on it.
     [[nodiscard]] Result<QByteArray> read();
