@@ -35,6 +35,16 @@ std::vector<FileDescriptor> ServiceManager::takeSockets()
     return sockets;
 }
 
+std::optional<std::chrono::milliseconds> ServiceManager::watchdogTimeout()
+{
+    const std::chrono::microseconds timeout(qgetenv("WATCHDOG_USEC").toLongLong());
+    const QByteArray process = qgetenv("WATCHDOG_PID");
+    const bool isForThis = process.isEmpty() || process.toLongLong() == getpid();
+    if (timeout.count() <= 0 || !isForThis)
+        return std::nullopt;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(timeout);
+}
+
 void ServiceManager::notify(const QByteArray& state)
 {
     const QByteArray name = qgetenv("NOTIFY_SOCKET");
