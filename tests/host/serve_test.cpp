@@ -14,10 +14,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -38,6 +41,34 @@ QJsonObject parsed(const QByteArray& json)
 {
     return QJsonDocument::fromJson(json).object();
 }
+
+/// Receives what a program reports to its service manager.
+class ServiceManagerSocket
+{
+public:
+    explicit ServiceManagerSocket(QString name) : m_name(std::move(name))
+    {
+        const QByteArray path = QFile::encodeName(m_name);
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path.constData(), sizeof(address.sun_path) - 1);
+        EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    }
+    ~ServiceManagerSocket() { close(m_socket); }
+    Q_DISABLE_COPY_MOVE(ServiceManagerSocket)
+
+    [[nodiscard]] const QString& name() const { return m_name; }
+    [[nodiscard]] std::string receive() const
+    {
+        std::array<char, 64> state{};
+        const ssize_t size = recv(m_socket, state.data(), state.size(), 0);
+        return {state.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+    }
+
+private:
+    QString m_name;
+    int m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+};
 
 class Serve : public testing::Test
 {
@@ -136,19 +167,34 @@ TEST_F(Serve, TakesTheSocketsThatItIsPassed)
 
 TEST_F(Serve, TellsTheServiceManagerWhenItIsReadyAndWhenItEnds)
 {
-    const QByteArray name = QFile::encodeName(serving.tree.absolute(QStringLiteral("notify")));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, name.constData(), sizeof(address.sun_path) - 1);
-    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    ASSERT_EQ(bind(manager, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    serving.program().setVariable(QStringLiteral("NOTIFY_SOCKET"), QString::fromUtf8(name));
+    const ServiceManagerSocket manager(serving.tree.absolute(QStringLiteral("notify")));
+    serving.program().setVariable(QStringLiteral("NOTIFY_SOCKET"), manager.name());
     serving.start();
-    std::array<char, 64> state{};
-    EXPECT_EQ(std::string(state.data(), std::size_t(recv(manager, state.data(), state.size(), 0))), "READY=1");
+    EXPECT_EQ(manager.receive(), "READY=1");
     serving.program().signal(SIGTERM);
-    EXPECT_EQ(std::string(state.data(), std::size_t(recv(manager, state.data(), state.size(), 0))), "STOPPING=1");
-    close(manager);
+    EXPECT_EQ(manager.receive(), "STOPPING=1");
+}
+
+TEST_F(Serve, ReportsToTheServiceManagerThatItAnswers)
+{
+    const ServiceManagerSocket manager(serving.tree.absolute(QStringLiteral("notify")));
+    serving.program().setVariable(QStringLiteral("NOTIFY_SOCKET"), manager.name());
+    serving.program().setVariable(QStringLiteral("WATCHDOG_USEC"), QStringLiteral("100000"));
+    serving.start();
+    EXPECT_EQ(manager.receive(), "READY=1");
+    EXPECT_EQ(manager.receive(), "WATCHDOG=1");
+    EXPECT_EQ(manager.receive(), "WATCHDOG=1");
+}
+
+TEST(ServeWithoutRoots, ServesTheQueue)
+{
+    const TemporaryTree tree;
+    Tavo program(
+        {QStringLiteral("--config"), QStringLiteral("/dev/null"), QStringLiteral("serve"), QStringLiteral("--listen"),
+         QStringLiteral("127.0.0.1:0"), QStringLiteral("--state"), tree.absolute(QStringLiteral("state"))});
+    const QByteArray firstLine = program.readLine();
+    EXPECT_THAT(firstLine.toStdString(), StartsWith("Serving no directory yet at http://127.0.0.1:"));
+    EXPECT_EQ(HttpClient(portIn(firstLine)).get("/health").status, 200);
 }
 
 TEST_F(Serve, StartsWithoutARootThatIsThere)

@@ -186,6 +186,33 @@ TEST(ServeAccessOptions, RefusesATokenThatOthersCanRead)
     EXPECT_EQ(linesOf(outcome.errors).size(), 1);
 }
 
+TEST(ServeAccessOptions, MakesATokenThatStaysAndThatOnlyItsOwnerCanRead)
+{
+    const QString makeToken = QStringLiteral("--make-token");
+    Serving serving;
+    const QString file = serving.tree.absolute(QStringLiteral("state/token"));
+    serving.start({makeToken});
+    const Outcome first =
+        runTavo({QStringLiteral("token"), QStringLiteral("--state"), serving.tree.absolute(QStringLiteral("state"))});
+    const QByteArray bearerOfFirst = "Authorization: Bearer " + first.output.trimmed();
+    EXPECT_EQ(QFile::permissions(file) & ~(QFile::ReadUser | QFile::WriteUser), QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(HttpClient(serving.port()).get("/metrics").status, 401);
+    EXPECT_EQ(HttpClient(serving.port()).get("/metrics", {bearerOfFirst}).status, 200);
+    serving.program().signal(SIGTERM);
+    EXPECT_EQ(serving.program().waitForEnd().status, 0);
+
+    serving.start({makeToken});
+    EXPECT_EQ(HttpClient(serving.port()).get("/metrics", {bearerOfFirst}).status, 200);
+}
+
+TEST(ServeAccessOptions, TokenSaysWhereItHasLookedForOne)
+{
+    const Outcome outcome =
+        runTavo({QStringLiteral("token"), QStringLiteral("--state"), QStringLiteral("/nonexistent")});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.errors.contains("no token in /nonexistent"));
+}
+
 TEST(ServeAccessOptions, ServesNamesAndOriginsThatAreGiven)
 {
     Serving serving;

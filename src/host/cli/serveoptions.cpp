@@ -6,6 +6,7 @@ namespace {
 
 const QLatin1String listenOption("listen");
 const QLatin1String tokenFileOption("token-file");
+const QLatin1String makeTokenOption("make-token");
 const QLatin1String noTokenOption("no-token");
 const QLatin1String hostOption("host");
 const QLatin1String originOption("origin");
@@ -22,6 +23,8 @@ OptionList serveOptions()
          QStringLiteral("ADDRESS:PORT")},
         {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
          QStringLiteral("FILE")},
+        {makeTokenOption,
+         QStringLiteral("Without --token-file, make a token at the first start; 'tavo token' shows it.")},
         {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
         {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
          QStringLiteral("NAME")},
@@ -42,6 +45,8 @@ ServerConfiguration serverConfiguration(ServerConfiguration configured, const QC
     };
     takeAll(configured.listen, listenOption);
     takeLast(configured.tokenFile, tokenFileOption);
+    if (parser.isSet(makeTokenOption))
+        configured.makeToken = {true, Origin::option(makeTokenOption)};
     if (parser.isSet(noTokenOption))
         configured.noToken = {true, Origin::option(noTokenOption)};
     takeAll(configured.hosts, hostOption);

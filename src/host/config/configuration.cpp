@@ -42,7 +42,7 @@ Result<void> checkListen(const QString& text, const ServerConfiguration& server)
     const Result<ListenAddress> address = ListenAddress::fromText(text);
     if (!address)
         return address.failure();
-    return checkListenable(address.value().address, !server.tokenFile.value.isEmpty(), server.noToken.value);
+    return checkListenable(address.value().address, server.needsToken(), server.noToken.value);
 }
 
 template<typename Check>
@@ -92,6 +92,7 @@ std::vector<NamedSetting> settingsOf(const Configuration& configuration)
     const ServerConfiguration& server = configuration.server;
     settings.add(QStringLiteral("server.listen"), server.listen);
     settings.add(QStringLiteral("server.token-file"), server.tokenFile);
+    settings.add(QStringLiteral("server.make-token"), server.makeToken);
     settings.add(QStringLiteral("server.no-token"), server.noToken);
     settings.add(QStringLiteral("server.hosts"), server.hosts);
     settings.add(QStringLiteral("server.origins"), server.origins);

@@ -53,8 +53,10 @@ struct ServerConfiguration
 {
     /// ADDRESS:PORT each; never empty.
     Setting<QStringList> listen = {{QStringLiteral("127.0.0.1:8420")}};
-    /// Empty: no token is needed.
+    /// Empty: none.
     Setting<QString> tokenFile = {};
+    /// Whether a server without a token file makes itself a token.
+    Setting<bool> makeToken = {};
     /// Whether the server may serve other machines without a token.
     Setting<bool> noToken = {};
     /// Names of this machine, and origins of browsers, that requests may have.
@@ -62,6 +64,8 @@ struct ServerConfiguration
     Setting<QStringList> origins = {};
     /// Empty: as the user's environment says.
     Setting<QString> state = {};
+
+    [[nodiscard]] bool needsToken() const { return !tokenFile.value.isEmpty() || makeToken.value; }
 };
 
 /// As in Limits; from 1.

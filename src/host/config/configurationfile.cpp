@@ -232,6 +232,7 @@ std::vector<Key> Reader::serverKeys()
         {"listen",
          textsInto(server.listen, checkReadable<ListenAddress::fromText>, QStringLiteral("[\"127.0.0.1:8420\"]"), 1)},
         {"token-file", pathInto(server.tokenFile)},
+        {"make-token", flagInto(server.makeToken)},
         {"no-token", flagInto(server.noToken)},
         {"hosts", textsInto(server.hosts, checkReadable<readHostName>, QStringLiteral("[\"music.local\"]"), 0)},
         {"origins",

@@ -9,6 +9,8 @@ struct ServerPlan
     std::vector<ListenAddress> addresses;
     /// Empty: none.
     QString tokenFile;
+    /// Whether it makes itself a token where it has no file.
+    bool makesToken = false;
     /// Whether it may serve a network without a token.
     bool allowsAnybody = false;
     QString stateDirectory;

@@ -12,6 +12,7 @@ std::vector<Command> makeCommands()
     const std::vector<Command> more = playerCommands();
     commands.insert(commands.end(), more.cbegin(), more.cend());
     commands.push_back(outputCommand());
+    commands.push_back(tokenCommand());
     return commands;
 }
 

@@ -66,7 +66,7 @@ struct Command
     std::variant<RunWithHost, RunWithSettings, RunOnConfiguration, RunAlone> run;
     /// Null: it has none of its own.
     OptionList (*options)() = nullptr;
-    /// Whether it works with a host that has no root's directory, too.
+    /// Whether it works without roots, too.
     bool worksWithoutRoots = false;
     /// Whether a command that runs alone asks a server that is running.
     bool asksServer = true;
@@ -91,5 +91,6 @@ struct Command
 [[nodiscard]] Command queueCommand();
 [[nodiscard]] Command configCommand();
 [[nodiscard]] Command outputCommand();
+[[nodiscard]] Command tokenCommand();
 /// Those that show or steer the player.
 [[nodiscard]] std::vector<Command> playerCommands();

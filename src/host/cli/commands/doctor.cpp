@@ -31,6 +31,7 @@ Result<ServerPlan> planFrom(const ServerConfiguration& server)
 {
     ServerPlan plan;
     plan.tokenFile = server.tokenFile.value;
+    plan.makesToken = server.makeToken.value;
     plan.allowsAnybody = server.noToken.value;
     plan.stateDirectory = server.state.value;
     for (const QString& text : server.listen.value) {

@@ -3,8 +3,11 @@
 #include "cli/options.h"
 #include "cli/queuemount.h"
 #include "cli/serveoptions.h"
+#include "content/content.h"
+#include "exec/heartbeat.h"
 #include "exec/workerthread.h"
 #include "http/httpserver.h"
+#include "http/tokenfile.h"
 #include "process/displaytext.h"
 #include "process/output.h"
 #include "process/queuedlog.h"
@@ -21,6 +24,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <iterator>
+#include <memory>
+#include <optional>
 
 namespace {
 
@@ -99,6 +104,17 @@ Result<std::vector<ListeningSocket>> socketsFor(const Setting<QStringList>& list
     return openSockets(listen.value);
 }
 
+/// The file with the token; empty if none is needed.
+Result<QString> tokenFileFor(const ServerConfiguration& configured, const StateDirectory& state)
+{
+    if (!configured.tokenFile.value.isEmpty() || !configured.makeToken.value)
+        return configured.tokenFile.value;
+    const QString file = TokenFile::inState(state.path());
+    if (const Result<void> made = TokenFile(file).makeIfMissing(); !made)
+        return made.failure();
+    return file;
+}
+
 Result<HttpServer::Settings> settingsFor(const ServerConfiguration& configured, const StateDirectory& state)
 {
     const Result<std::vector<QByteArray>> hosts = readAll(configured.hosts.value, readHostName);
@@ -110,17 +126,19 @@ Result<HttpServer::Settings> settingsFor(const ServerConfiguration& configured, 
     Result<std::vector<ListeningSocket>> sockets = socketsFor(configured.listen);
     if (!sockets)
         return sockets.failure();
-    const QString& tokenFile = configured.tokenFile.value;
+    const Result<QString> tokenFile = tokenFileFor(configured, state);
+    if (!tokenFile)
+        return tokenFile.failure();
     for (const ListeningSocket& socket : sockets.value()) {
         if (const Result<void> allowed =
-                checkListenable(socket.address.address, !tokenFile.isEmpty(), configured.noToken.value);
+                checkListenable(socket.address.address, !tokenFile.value().isEmpty(), configured.noToken.value);
             !allowed)
             return allowed.failure();
     }
     HttpServer::Settings settings;
     settings.sockets = std::move(sockets.value());
     settings.access = {hosts.value(), origins.value()};
-    settings.tokenFile = tokenFile;
+    settings.tokenFile = tokenFile.value();
     settings.stateDirectory = state.path();
     return settings;
 }
@@ -134,9 +152,25 @@ QByteArray announcement(const ContentHost& host, const std::vector<ListeningSock
     });
     const QString separator = QStringLiteral(", ");
     const QStringList directories = host.rootDirectories();
-    const QString what = directories.isEmpty() ? QStringLiteral("no directory yet") : directories.join(separator);
-    const QString text = QStringLiteral("Serving %1 at %2").arg(what, addresses.join(separator));
+    const QString served = directories.isEmpty() ? QStringLiteral("no directory yet") : directories.join(separator);
+    const QString text = QStringLiteral("Serving %1 at %2").arg(served, addresses.join(separator));
     return DisplayText::visible(text).toUtf8() + '\n';
+}
+
+/// What keeps the service manager from ending the process; null if it does not watch.
+std::unique_ptr<Heartbeat> heartbeatFor(const Services& services)
+{
+    // Some may be late.
+    constexpr int beatsInTime = 4;
+    const std::optional<std::chrono::milliseconds> timeout = ServiceManager::watchdogTimeout();
+    if (!timeout)
+        return nullptr;
+    const auto request = [content = Content(services.host, Reach::Network)] {
+        return bool(content.rows({CMPath::fromEncoded(QStringLiteral("/"))}));
+    };
+    return std::make_unique<Heartbeat>(
+        services.executor, services.host.workerThread(), *timeout / beatsInTime, request,
+        [] { ServiceManager::notify("WATCHDOG=1"); });
 }
 
 /// Whether a running server takes over a new value.
@@ -201,6 +235,7 @@ Result<int> serve(
     if (const Result<Written> written = writeOutput(context.output, where); !written)
         return written.failure();
     ServiceManager::notify("READY=1");
+    const std::unique_ptr<Heartbeat> heartbeat = heartbeatFor(services);
     const int status = QCoreApplication::exec();
     ServiceManager::notify("STOPPING=1");
     server.value()->stopAccepting();
