@@ -6,7 +6,7 @@ import { Hero } from './hero.js';
 import { icon, iconButton } from './icons.js';
 import { showKeys } from './keys.js';
 import { isolated, text } from './language.js';
-import { button, emptyNotice, failureNotice, loadingNotice, noHitNotice } from './notices.js';
+import { button, emptyNotice, failureNotice, loadingNotice, noHitNotice, noRootsNotice } from './notices.js';
 import { parent, queuePath, top } from './paths.js';
 import { addressOf, currentPath, go, isQueueOpen, replacePlace } from './place.js';
 import { Roots } from './roots.js';
@@ -288,7 +288,7 @@ export class TavoFolder extends HTMLElement {
     }
 
     #summarise() {
-        if (this.#rows.state !== 'ready' || this.#rows.filter !== '') return;
+        if (this.#rows.state !== 'ready' || this.#rows.filter !== '' || this.#lacksRoots()) return;
         const known = this.#known(0, mostSummarised - 1);
         this.#hero.summarise(this.#rows.total, known, (row) => this.#tags.of(row));
     }
@@ -321,7 +321,7 @@ export class TavoFolder extends HTMLElement {
 
     #drawNotice() {
         const { state, count } = this.#rows;
-        this.#grid.hidden = state !== 'ready' || count === 0;
+        this.#grid.hidden = state !== 'ready' || count === 0 || this.#lacksRoots();
         this.#notice.replaceChildren(...this.#notices());
         setAttribute(this.#scroller, 'aria-busy', state === 'loading' ? 'true' : null);
     }
@@ -330,8 +330,15 @@ export class TavoFolder extends HTMLElement {
         const { state, count, filter } = this.#rows;
         if (state === 'loading') return [loadingNotice()];
         if (state !== 'ready') return [this.#failure()];
+        if (this.#lacksRoots()) return [noRootsNotice()];
         if (count > 0) return [];
         return [filter === '' ? emptyNotice() : noHitNotice(filter, () => this.#clearFilter())];
+    }
+
+    /** Whether the queue is all that the host serves. */
+    #lacksRoots() {
+        const { path, state, total } = this.#rows;
+        return path === top && state === 'ready' && (total === 0 || (total === 1 && this.#rows.nameAt(0)?.path === queuePath));
     }
 
     #failure() {

@@ -32,6 +32,19 @@ export function emptyNotice() {
     return element('p', { class: 'muted' }, text('emptyFolder'));
 }
 
+/** How to add a folder to a server that has none. */
+export function noRootsNotice() {
+    return element(
+        'div',
+        {},
+        element('h3', {}, text('noRoots')),
+        element('p', { class: 'muted' }, text('addRoot')),
+        element('pre', { tabindex: '0' }, '[root.music]\npath = "/srv/music"'),
+        element('p', { class: 'muted' }, text('thenRestart')),
+        element('pre', { tabindex: '0' }, 'sudo systemctl restart tavo'),
+    );
+}
+
 /**
  * @param {string} filter
  * @param {() => void} clear

@@ -3,7 +3,7 @@ import { rename, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 
-import { newPage, startBrowser, stopBrowser } from '../support/browser.js';
+import { accessibilityViolations, newPage, startBrowser, stopBrowser } from '../support/browser.js';
 import { serve, servedForEachTest } from '../support/served.js';
 
 before(startBrowser);
@@ -63,6 +63,22 @@ test('what happens on the disk is seen', async () => {
     await rename(join(served.tree.music, 'Sketches'), join(served.tree.music, 'Drafts'));
     await row(page, 'Drafts').waitFor();
     await row(page, 'Sketches').waitFor({ state: 'detached' });
+});
+
+test('a server without folders says how to add one, until one is there', async () => {
+    const away = join(served.tree.directory, 'Away');
+    await served.host.stop();
+    await rename(served.tree.music, away);
+    served.host = await serve(served.tree);
+    const { page, problems } = await newPage();
+    await page.goto(served.host.address);
+    await page.locator('.notice', { hasText: '/etc/tavo/tavo.toml' }).waitFor();
+    assert.equal(await page.locator('.folder .row:visible').count(), 0);
+    assert.deepEqual(await accessibilityViolations(page), []);
+    await rename(away, served.tree.music);
+    await row(page, 'Music').waitFor();
+    await page.locator('.notice pre').first().waitFor({ state: 'detached' });
+    assert.deepEqual(problems, []);
 });
 
 test('the menu of an entry adds it to the queue', async () => {
