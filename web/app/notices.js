@@ -40,8 +40,8 @@ export function noRootsNotice() {
         element('h3', {}, text('noRoots')),
         element('p', { class: 'muted' }, text('addRoot')),
         element('pre', { tabindex: '0' }, '[root.music]\npath = "/srv/music"'),
-        element('p', { class: 'muted' }, text('thenRestart')),
-        element('pre', { tabindex: '0' }, 'sudo systemctl restart tavo'),
+        element('p', { class: 'muted' }, text('thenReload')),
+        element('pre', { tabindex: '0' }, 'sudo systemctl reload tavo'),
     );
 }
 

@@ -16,7 +16,7 @@ export default {
     emptyFolder: 'In diesem Ordner gibt es nichts abzuspielen',
     noRoots: 'Es ist kein Musikordner da',
     addRoot: 'In /etc/tavo/tavo.toml einen eintragen und für alle lesbar machen, oder sein Laufwerk anschließen:',
-    thenRestart: 'Danach den Dienst neu laden:',
+    thenReload: 'Danach den Dienst neu laden:',
     noHit: 'Hier passt nichts zu „{filter}“',
     clearFilter: 'Filter aufheben',
     unreadable: 'Dieser Ordner lässt sich nicht lesen',

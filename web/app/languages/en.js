@@ -15,7 +15,7 @@ export default {
     emptyFolder: 'Nothing to play in this folder',
     noRoots: 'No music folder is there',
     addRoot: 'Name one in /etc/tavo/tavo.toml, and make it readable for everybody, or attach the drive that has it:',
-    thenRestart: 'Then start the service again:',
+    thenReload: 'Then have the service read it:',
     noHit: 'Nothing here matches “{filter}”',
     clearFilter: 'Clear filter',
     unreadable: 'This folder cannot be read',
