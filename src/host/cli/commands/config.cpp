@@ -18,7 +18,7 @@ configuration file, an option, or the default. Names all that is wrong and ends 
 
 OptionList options()
 {
-    return serveOptions() + jsonOption();
+    return serveCommand().options() + jsonOption();
 }
 
 QString textOf(const QVariant& value)
