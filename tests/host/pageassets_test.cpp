@@ -42,7 +42,7 @@ QByteArray servedContentOf(const QString& file)
     if (!file.endsWith(QLatin1String(".js")))
         return content;
     static const QRegularExpression left(
-        QStringLiteral("^ */\\*\\*.*?\\*/ *\\n|^ *\\n"),
+        QStringLiteral("^ */\\*\\*.*?\\*/( *\\n)?|^ *\\n"),
         QRegularExpression::MultilineOption | QRegularExpression::DotMatchesEverythingOption);
     return QString::fromUtf8(content).remove(left).toUtf8();
 }

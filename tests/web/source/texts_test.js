@@ -25,7 +25,7 @@ const shownAttributes = new Set(['alt', 'aria-description', 'aria-label', 'aria-
 const shownArguments = /** @type {Record<string, (args: Expression[]) => Expression[]>} */ ({
     append: (args) => args,
     describe: ([words]) => [words],
-    element: ([, attributes, ...children]) => [...attributesIn(attributes), ...children],
+    element: ([tag, attributes, ...children]) => [...attributesIn(attributes), ...(isSample(tag) ? [] : children)],
     openMenu: ([label]) => [label],
     prepend: (args) => args,
     replaceChildren: (args) => args,
@@ -61,6 +61,11 @@ function descendants(node) {
     const found = [node];
     ts.forEachChild(node, (child) => void found.push(...descendants(child)));
     return found;
+}
+
+/** What people copy is the same in each language. @param {Expression} tag */
+function isSample(tag) {
+    return ts.isStringLiteral(tag) && tag.text === 'pre';
 }
 
 /** The strings that a value of this type can be, if it is one of a few. @param {Type | undefined} type */
