@@ -160,7 +160,7 @@ int runWithHost(const Invocation& call, const Configuration& configuration, cons
     if (host.value()->mounts().empty() && !call.command.worksWithoutRoots)
         return fail({Failure::Kind::Refused, host.value()->problems().join(QStringLiteral(", "))});
     host.value()->warnOfProblems();
-    const auto run = std::get<Command::RunWithHost>(call.command.run);
+    const Command::RunWithHost run = std::get<Command::RunWithHost>(call.command.run);
     const auto readAgain = [&call] { return configurationFrom(call.program, call.parser); };
     const int status = statusOf(run({*host.value(), call.output, configuration, readAgain}, call.parser));
     // A worker thread that hangs in the kernel is left behind, and all that it uses with it.
@@ -171,7 +171,7 @@ int runWithHost(const Invocation& call, const Configuration& configuration, cons
 
 int runConfigured(const Invocation& call, const ReadConfiguration& read)
 {
-    if (const auto run = std::get_if<Command::RunOnConfiguration>(&call.command.run))
+    if (const auto* const run = std::get_if<Command::RunOnConfiguration>(&call.command.run))
         return statusOf((*run)(read, call.output, call.parser));
     if (!read.problems.empty())
         return refuseConfiguration(read.problems);
@@ -184,7 +184,7 @@ int runConfigured(const Invocation& call, const ReadConfiguration& read)
     const Result<HostSettings> settings = hostSettings(configuration, call.program, call.parser);
     if (!settings)
         return fail(settings.failure());
-    if (const auto run = std::get_if<Command::RunWithSettings>(&call.command.run))
+    if (const auto* const run = std::get_if<Command::RunWithSettings>(&call.command.run))
         return statusOf((*run)({settings.value(), configuration, call.output}, call.parser));
     return runWithHost(call, configuration, settings.value());
 }
@@ -200,7 +200,7 @@ int runAlone(const Invocation& call, Command::RunAlone run)
 
 int runCommand(const Invocation& call)
 {
-    if (const auto run = std::get_if<Command::RunAlone>(&call.command.run))
+    if (const auto* const run = std::get_if<Command::RunAlone>(&call.command.run))
         return runAlone(call, *run);
     return runConfigured(call, configurationFrom(call.program, call.parser));
 }
