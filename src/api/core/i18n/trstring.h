@@ -68,6 +68,7 @@ public:
     /// A text that is the same in every language, such as a name.
     TrString(const QString& text) : m_text{{}, text.toUtf8()} {}
 
+    /// Whether there is no text; arguments do not count.
     [[nodiscard]] bool isEmpty() const { return m_text.sourceText.isEmpty(); }
     /// The untranslated text. The reference is valid while this object is.
     [[nodiscard]] const TrCharData& charData() const { return m_text; }
