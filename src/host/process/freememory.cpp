@@ -14,6 +14,8 @@ constexpr int mostFree = 1 << 19;
 void limitFreeMemory()
 {
     // Either call also stops the allocator from raising both limits.
+    // NOLINTBEGIN(concurrency-mt-unsafe): there is no second thread yet
     mallopt(M_MMAP_THRESHOLD, largeBlock);
     mallopt(M_TRIM_THRESHOLD, mostFree);
+    // NOLINTEND(concurrency-mt-unsafe)
 }

@@ -132,7 +132,7 @@ Outcome Playlist::undo(int token, qint64 now)
         m_removals.cbegin(), m_removals.cend(), [token](const auto& removal) { return removal->token == token; });
     if (found == m_removals.cend())
         return refused(Refusal::nothingToUndo(token));
-    const std::shared_ptr<const Removal> removal = *found;
+    const auto& removal = *found;
     Queue queue = m_queue;
     QueueEdit edit = queue.remove(presentOf(removal->added, queue));
     const QueueEdit restored = queue.restore(removal->before, removal->removed);
@@ -142,7 +142,7 @@ Outcome Playlist::undo(int token, qint64 now)
     append(edit.change, restored.change);
     const Queue before = std::exchange(m_queue, queue);
     const PlayerState played = player();
-    const Outcome outcome = edited(before, edit, false, now);
+    Outcome outcome = edited(before, edit, false, now);
     const bool isCurrentGone = !played.current || !m_queue.contains(*played.current);
     if (isCurrentGone && removal->current && m_queue.contains(*removal->current))
         m_player.resume(m_queue, *removal->current, removal->position, played.state == PlayState::Playing, now);
