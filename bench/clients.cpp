@@ -121,8 +121,7 @@ private:
     {
         HostSettings settings;
         settings.moduleFile = shippedModule();
-        settings.roots = {{QStringLiteral("file"), root}};
-        settings.filter = playablePatterns();
+        settings.roots = {{QStringLiteral("file"), root, {}, false, playablePatterns()}};
         auto host = ContentHost::start(settings);
         require(static_cast<bool>(host), "the host does not start");
         return std::move(host.value());

@@ -91,9 +91,10 @@ World::World(int& argc, char** argv) : m_application(argc, argv)
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::TRACE_LOG_LEVEL);
     HostSettings settings;
     settings.moduleFile = QStringLiteral(TAVO_MODULE);
+    const QStringList filter{QStringLiteral("*.mp3"), QStringLiteral("*.m3u")};
     settings.roots = {
-        {QStringLiteral("file"), m_tree.root()}, {QStringLiteral("inner"), m_tree.root() + QStringLiteral("/a")}};
-    settings.filter = QStringList{QStringLiteral("*.mp3"), QStringLiteral("*.m3u")};
+        {QStringLiteral("file"), m_tree.root(), {}, false, filter},
+        {QStringLiteral("inner"), m_tree.root() + QStringLiteral("/a"), {}, false, filter}};
     settings.sweepInterval = std::chrono::seconds(1);
     auto host = ContentHost::start(settings);
     FUZZ_CHECK(host);

@@ -47,7 +47,7 @@ protected:
     void add(const char* id, const char* directory, const char* title = "")
     {
         settings.roots.push_back(
-            {QString::fromUtf8(id), tree.absolute(QString::fromUtf8(directory)), QString::fromUtf8(title)});
+            rootFor(QString::fromUtf8(id), tree.absolute(QString::fromUtf8(directory)), QString::fromUtf8(title)));
     }
 
     void start()

@@ -312,8 +312,7 @@ void liveThrough(unsigned seed, int operations)
     const QString prefix = QStringLiteral("life%1").arg(seed);
     HostSettings settings;
     settings.moduleFile = QStringLiteral(TAVO_MODULE);
-    settings.roots = {{prefix, root}};
-    settings.filter = QStringList(QStringLiteral("*.mp3"));
+    settings.roots = {{prefix, root, {}, false, {QStringLiteral("*.mp3")}}};
     settings.sweepInterval = sweepInterval;
     const Result<std::unique_ptr<ContentHost>> host = ContentHost::start(settings);
     ASSERT_TRUE(host) << host.failure().message.toString().toStdString();

@@ -321,7 +321,7 @@ TEST_F(MediaLibraryTest, DirectoryThatReplacesTheRootIsServed)
 TEST_F(MediaLibraryTest, TypesThatCouldHoldScriptsAreBytes)
 {
     HostSettings settings = settingsFor(root);
-    settings.filter = QStringList{QStringLiteral("*")};
+    settings.roots.front().filter = QStringList{QStringLiteral("*")};
     host.reset();
     host = startHost(settings);
     for (const char* name : {"x.html", "x.svg", "x.svgz", "x.xhtml", "x.js", "x.pdf", "x.xml", "x", "x.unknown"}) {

@@ -144,7 +144,7 @@ TEST_F(PreparationTest, PathsOfSeveralRootsAreEachTheirWorkers)
 {
     host.reset();
     HostSettings settings = settingsFor(tree.absolute(QStringLiteral("b")));
-    settings.roots.push_back({QStringLiteral("other"), tree.absolute(QStringLiteral("a"))});
+    settings.roots.push_back(rootFor(QStringLiteral("other"), tree.absolute(QStringLiteral("a"))));
     host = startHost(settings);
     ASSERT_TRUE(run(
         {CMPath(QStringLiteral("other"), QStringLiteral("001.mp3")), path("x.mp3"),

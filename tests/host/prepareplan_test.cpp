@@ -39,7 +39,7 @@ protected:
     void start(const QStringList& filter)
     {
         HostSettings settings = settingsFor(tree.root());
-        settings.filter = filter;
+        settings.roots.front().filter = filter;
         host = startHost(settings);
         ASSERT_TRUE(host);
         mount = host->mountAt(QStringLiteral("file"));

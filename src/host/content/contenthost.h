@@ -31,7 +31,7 @@ struct RootSettings
     QString title = {};
     /// Whether network clients may follow symlinks that lead out of the directory.
     bool followLinks = false;
-    /// Wildcard patterns of playable names. Empty: the host's.
+    /// Wildcard patterns of playable names.
     QStringList filter = {};
 
     friend bool operator==(const RootSettings& a, const RootSettings& b)
@@ -55,8 +55,6 @@ struct HostSettings
     QString moduleFile;
     /// In the order in which clients see them.
     std::vector<RootSettings> roots;
-    /// Wildcard patterns of playable names, for roots without their own.
-    QStringList filter = {};
     /// Pixels; none: the platform's default.
     std::optional<int> albumArtWidth = {};
     /// Between two looks at the opened directories and at the roots; 0: never looks.

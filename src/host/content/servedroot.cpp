@@ -46,8 +46,8 @@ QString nameOf(const QString& directory)
 
 ServedRoot::ServedRoot(
     RootSettings root, const HostSettings& settings, const WorkerModule& module, int position, ChangeHandler changed)
-    : m_root(std::move(root)), m_usualFilter(settings.filter), m_sweepInterval(settings.sweepInterval),
-      m_module(module), m_position(position), m_changed(std::move(changed))
+    : m_root(std::move(root)), m_sweepInterval(settings.sweepInterval), m_module(module), m_position(position),
+      m_changed(std::move(changed))
 {
     QObject::connect(&m_timer, &QTimer::timeout, [this] {
         static_cast<void>(check());
@@ -98,7 +98,7 @@ Result<void> ServedRoot::check(std::chrono::milliseconds patience)
 Result<void> ServedRoot::mount(const QString& directory, std::chrono::milliseconds patience)
 {
     const QVariantHash configuration = {
-        {TavoService_Id(), m_root.id}, {TavoFilesystem_Path(), directory}, {TavoFilesystem_Filter(), filter()}};
+        {TavoService_Id(), m_root.id}, {TavoFilesystem_Path(), directory}, {TavoFilesystem_Filter(), m_root.filter}};
     Result<std::unique_ptr<CMWorker>> worker = m_module.createWorker(configuration);
     if (!worker)
         return worker.failure();
@@ -111,7 +111,7 @@ Result<void> ServedRoot::mount(const QString& directory, std::chrono::millisecon
     if (!CMRootWorker::instance().mount(worker.value().get(), title, m_position))
         return Failure::wrongUse(QStringLiteral("the root id '%1' is taken").arg(m_root.id));
     m_worker = std::move(worker.value());
-    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory, filter(), m_root.followLinks});
+    m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory, m_root.filter, m_root.followLinks});
     const auto localPath = [mount = m_mount](const CMPath& path) { return mount->localPath(path.base()); };
     m_healer = std::make_unique<Healer>(*m_worker, localPath, m_sweepInterval);
     if (m_hasWarned)

@@ -56,10 +56,8 @@ private:
     [[nodiscard]] Result<void> mount(const QString& directory, std::chrono::milliseconds patience);
     void unmount();
     void moveTo(int position);
-    [[nodiscard]] const QStringList& filter() const { return m_root.filter.isEmpty() ? m_usualFilter : m_root.filter; }
 
     RootSettings m_root;
-    const QStringList m_usualFilter;
     const std::chrono::milliseconds m_sweepInterval;
     const WorkerModule& m_module;
     int m_position;

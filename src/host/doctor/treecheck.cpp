@@ -226,7 +226,7 @@ Findings missing(const QString& problem)
 
 } // namespace
 
-TreeReport checkTree(const RootSettings& root, const HostSettings& settings, const WalkProgress& progress)
+TreeReport checkTree(const RootSettings& root, std::chrono::milliseconds sweepInterval, const WalkProgress& progress)
 {
     PatientCall<QFileInfo> look;
     const std::optional<QFileInfo> found = look.call(
@@ -240,9 +240,8 @@ TreeReport checkTree(const RootSettings& root, const HostSettings& settings, con
         return {missing(QStringLiteral("the root directory %1 does not answer").arg(root.directory))};
     if (root.directory.isEmpty() || !found->isDir())
         return {missing(QStringLiteral("there is no directory %1").arg(root.directory))};
-    const QStringList& filter = root.filter.isEmpty() ? settings.filter : root.filter;
-    const Mount mount{root.id, root.title, found->filePath(), filter, root.followLinks};
-    return Walk(mount, settings.sweepInterval, progress).run();
+    const Mount mount{root.id, root.title, found->filePath(), root.filter, root.followLinks};
+    return Walk(mount, sweepInterval, progress).run();
 }
 
 Findings checkFileSystem(const QString& directory, const QByteArray& type, std::chrono::milliseconds sweepInterval)

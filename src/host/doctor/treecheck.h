@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 
+#include <chrono>
 #include <functional>
 
 /// What a walk through the directory of a root has met.
@@ -22,7 +23,7 @@ using WalkProgress = std::function<void(const TreeReport& soFar, const QString& 
 /// Looks at all that a root serves: opens each directory and each playable file, and reads the tags. Follows no
 /// symlinks. Waits for the disk; a root that does not answer is a finding.
 [[nodiscard]] TreeReport
-checkTree(const RootSettings& root, const HostSettings& settings, const WalkProgress& progress);
+checkTree(const RootSettings& root, std::chrono::milliseconds sweepInterval, const WalkProgress& progress);
 
 /// None if the file system reports its changes to the kernel.
 [[nodiscard]] Findings

@@ -20,12 +20,16 @@ Result<void> resultOf(const Request& request)
 
 } // namespace
 
+RootSettings rootFor(const QString& id, const QString& directory, const QString& title)
+{
+    return {id, directory, title, false, {QStringLiteral("*.mp3")}};
+}
+
 HostSettings settingsFor(const QString& directory)
 {
     HostSettings settings;
     settings.moduleFile = QStringLiteral(TAVO_MODULE);
-    settings.roots = {{QStringLiteral("file"), directory}};
-    settings.filter = QStringList{QStringLiteral("*.mp3")};
+    settings.roots = {rootFor(QStringLiteral("file"), directory)};
     settings.sweepInterval = std::chrono::milliseconds::zero();
     return settings;
 }

@@ -9,6 +9,9 @@
 #include <memory>
 #include <mutex>
 
+/// *.mp3 is playable in it.
+[[nodiscard]] RootSettings rootFor(const QString& id, const QString& directory, const QString& title = {});
+
 /// One root with the id "file" where *.mp3 is playable; nothing looks at it in sweeps.
 [[nodiscard]] HostSettings settingsFor(const QString& directory);
 

@@ -68,7 +68,7 @@ TreeReport checkRoots(const HostSettings& settings)
     const auto show = [&display](const TreeReport& soFar, const QString& path) { display.show(soFar, path); };
     TreeReport all;
     for (const RootSettings& root : settings.roots) {
-        TreeReport report = checkTree(root, settings, show);
+        TreeReport report = checkTree(root, settings.sweepInterval, show);
         append(all.findings, std::move(report.findings));
         all.directories += report.directories;
         all.files += report.files;
