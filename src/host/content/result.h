@@ -5,8 +5,10 @@
 #include <QString>
 
 #include <optional>
+#include <type_traits>
 #include <utility>
 #include <variant>
+#include <vector>
 
 /// Why something was not done, for those who asked for it.
 struct Failure
@@ -72,3 +74,18 @@ public:
 private:
     std::optional<Failure> m_failure;
 };
+
+/// The values that `make` returns for each of the inputs, or its first failure.
+template<typename Inputs, typename Make>
+[[nodiscard]] auto collect(Inputs& inputs, Make make)
+{
+    using Value = std::decay_t<decltype(make(*inputs.begin()).value())>;
+    std::vector<Value> values;
+    for (auto& input : inputs) {
+        Result<Value> made = make(input);
+        if (!made)
+            return Result<std::vector<Value>>(made.failure());
+        values.push_back(std::move(made.value()));
+    }
+    return Result<std::vector<Value>>(std::move(values));
+}

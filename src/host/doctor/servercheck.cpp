@@ -57,8 +57,7 @@ Result<void> checkOccupant(const ListenAddress& address, const QByteArray& token
 
 Findings checkAddress(const ListenAddress& address, const ServerPlan& plan, const QByteArray& token)
 {
-    const bool hasToken = !plan.tokenFile.isEmpty() || plan.makesToken;
-    const Result<void> allowed = checkListenable(address.address, hasToken, plan.allowsAnybody);
+    const Result<void> allowed = checkListenable(address.address, plan.needsToken, plan.allowsAnybody);
     const QString text = QString::fromLatin1(address.toText());
     if (!allowed)
         return {

@@ -9,8 +9,8 @@ struct ServerPlan
     std::vector<ListenAddress> addresses;
     /// Empty: none.
     QString tokenFile;
-    /// Whether it makes itself a token where it has no file.
-    bool makesToken = false;
+    /// Whether clients need a token, be it from the file or one that the server makes.
+    bool needsToken = false;
     /// Whether it may serve a network without a token.
     bool allowsAnybody = false;
     QString stateDirectory;

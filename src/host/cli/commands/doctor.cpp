@@ -29,17 +29,15 @@ OptionList options()
 
 Result<ServerPlan> planFrom(const ServerConfiguration& server)
 {
+    const auto addresses = collect(server.listen.value, ListenAddress::fromText);
+    if (!addresses)
+        return addresses.failure();
     ServerPlan plan;
+    plan.addresses = addresses.value();
     plan.tokenFile = server.tokenFile.value;
-    plan.makesToken = server.makeToken.value;
+    plan.needsToken = server.needsToken();
     plan.allowsAnybody = server.noToken.value;
     plan.stateDirectory = server.state.value;
-    for (const QString& text : server.listen.value) {
-        const Result<ListenAddress> address = ListenAddress::fromText(text);
-        if (!address)
-            return address.failure();
-        plan.addresses.push_back(address.value());
-    }
     return plan;
 }
 

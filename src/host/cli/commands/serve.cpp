@@ -54,45 +54,18 @@ OptionList options()
     return queueOptions() + serveOptions();
 }
 
-/// What `read` makes of each text, or the first failure.
-template<typename Value>
-Result<std::vector<Value>> readAll(const QStringList& texts, Result<Value> (*read)(const QString&))
-{
-    std::vector<Value> values;
-    for (const QString& text : texts) {
-        Result<Value> value = read(text);
-        if (!value)
-            return value.failure();
-        values.push_back(std::move(value.value()));
-    }
-    return values;
-}
-
 Result<std::vector<ListeningSocket>> openSockets(const QStringList& texts)
 {
-    const Result<std::vector<ListenAddress>> addresses = readAll(texts, ListenAddress::fromText);
+    const auto addresses = collect(texts, ListenAddress::fromText);
     if (!addresses)
         return addresses.failure();
-    std::vector<ListeningSocket> sockets;
-    for (const ListenAddress& address : addresses.value()) {
-        Result<ListeningSocket> socket = ListeningSocket::open(address);
-        if (!socket)
-            return socket.failure();
-        sockets.push_back(std::move(socket.value()));
-    }
-    return sockets;
+    return collect(addresses.value(), ListeningSocket::open);
 }
 
 Result<std::vector<ListeningSocket>> adoptSockets(std::vector<FileDescriptor> descriptors)
 {
-    std::vector<ListeningSocket> sockets;
-    for (FileDescriptor& descriptor : descriptors) {
-        Result<ListeningSocket> socket = ListeningSocket::adopt(std::move(descriptor));
-        if (!socket)
-            return socket.failure();
-        sockets.push_back(std::move(socket.value()));
-    }
-    return sockets;
+    return collect(
+        descriptors, [](FileDescriptor& descriptor) { return ListeningSocket::adopt(std::move(descriptor)); });
 }
 
 /// Those of the command line; without any, those that were passed; without these, the configured ones.
@@ -117,10 +90,10 @@ Result<QString> tokenFileFor(const ServerConfiguration& configured, const StateD
 
 Result<HttpServer::Settings> settingsFor(const ServerConfiguration& configured, const StateDirectory& state)
 {
-    const Result<std::vector<QByteArray>> hosts = readAll(configured.hosts.value, readHostName);
+    const auto hosts = collect(configured.hosts.value, readHostName);
     if (!hosts)
         return hosts.failure();
-    const Result<std::vector<QByteArray>> origins = readAll(configured.origins.value, readOrigin);
+    const auto origins = collect(configured.origins.value, readOrigin);
     if (!origins)
         return origins.failure();
     Result<std::vector<ListeningSocket>> sockets = socketsFor(configured.listen);
