@@ -34,7 +34,8 @@ protected:
 
     void prepare(Tavo& program) const { program.setDeadMount(tree.absolute(QStringLiteral("bad"))); }
 
-    void kill() { tree.addFile(QStringLiteral("bad") + QLatin1String(DeadMount::dead)); }
+    void kill() { kill(QStringLiteral("bad")); }
+    void kill(const QString& mount) { tree.addFile(mount + QLatin1String(DeadMount::dead)); }
 
     /// Waits until the program looks at the dead mount.
     [[nodiscard]] bool isLookedAt() const
@@ -75,6 +76,20 @@ TEST_F(DeadRoot, NothingIsOpenedThere)
     ASSERT_EQ(errorOf("/bad/b"), 0);
     kill();
     EXPECT_EQ(errorOf("/bad/"), -32001);
+    EXPECT_EQ(errorOf("/bad/b"), -32001);
+    EXPECT_EQ(errorOf("/good/a"), 0);
+}
+
+TEST_F(DeadRoot, DirectoryThatHangsInALivingRootHoldsUpNobody)
+{
+    const QString mount = QStringLiteral("bad/b");
+    SessionClient client;
+    client.program().setDeadMount(tree.absolute(mount));
+    client.start(options("0"));
+    const auto errorOf = [&client](const char* path) {
+        return errorCode(client.call(QStringLiteral("open"), QJsonArray{QString::fromUtf8(path)}));
+    };
+    kill(mount);
     EXPECT_EQ(errorOf("/bad/b"), -32001);
     EXPECT_EQ(errorOf("/good/a"), 0);
 }

@@ -276,6 +276,12 @@ bool ContentHost::answers(const QString& prefix) const
     return !root || root->answers();
 }
 
+std::optional<Result<void>> ContentHost::inspect(const QString& prefix, std::function<Result<void>()> function) const
+{
+    ServedRoot* const root = rootAt(prefix);
+    return root ? root->inspect(std::move(function)) : function();
+}
+
 CMSubscribe* ContentHost::subscribeOf(const QString& prefix) const
 {
     if (prefix.isEmpty())

@@ -136,6 +136,10 @@ public:
     /// False if the file system of the root with the prefix does not answer; waits for a second at most. In the worker
     /// thread only.
     [[nodiscard]] bool answers(const QString& prefix) const;
+    /// The result of a function that looks at files of the root with the prefix and owns all that it uses; none if the
+    /// file system does not answer. Waits for a second at most. In the worker thread only.
+    [[nodiscard]] std::optional<Result<void>>
+    inspect(const QString& prefix, std::function<Result<void>()> function) const;
 
 private:
     ContentHost(WorkerModule module, const HostSettings& settings);

@@ -39,6 +39,21 @@ bool isReadable(const QByteArray& path)
     return eaccess(path.constData(), R_OK) == 0;
 }
 
+/// Looks whether all paths, which belong to the opened one, stand for directories that the client may read.
+Result<void> checkDirectories(const Mount& mount, const CMPath& opened, const QVector<CMPath>& paths, Reach reach)
+{
+    if (reach == Reach::Network && !isPublic(mount, opened.base()))
+        return Failures::accessViolation(opened.base(), mount.rootDirectory);
+    for (const CMPath& path : paths) {
+        const QByteArray directory = mount.localPath(path.base());
+        if (!isDirectory(directory))
+            return Failures::invalidPath(opened);
+        if (!isReadable(directory))
+            return Failures::noReadPermission(path.base());
+    }
+    return {};
+}
+
 } // namespace
 
 OpenPaths::OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler handler)
@@ -107,13 +122,11 @@ void OpenPaths::openNow(const CMPath& path, const Completion& completion)
 
 Result<CMSubscribe*> OpenPaths::findSubscribe(const CMPath& path) const
 {
-    if (!m_host.answers(path.prefix()))
-        return Failures::unanswered(path);
     // A missing root may be back.
     static_cast<void>(m_host.findMount(path.prefix()));
     if (CMSubscribe* const subscribe = m_host.subscribeOf(path.prefix()))
         return subscribe;
-    return Failures::invalidPath(path);
+    return m_host.answers(path.prefix()) ? Failures::invalidPath(path) : Failures::unanswered(path);
 }
 
 Result<void> OpenPaths::openSettled(const CMPath& path)
@@ -173,19 +186,14 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
         return {};
     if (!mount || !isNormal(path.base()) || path.startsWith(mount->contextMenu()))
         return Failures::invalidPath(path);
-    if (m_reach == Reach::Network && !isPublic(*mount, path.base()))
-        return Failures::accessViolation(path.base(), mount->rootDirectory);
     // All the ancestors of such a path would take more memory than there is.
     if (mount->localPath(path.base()).size() >= PATH_MAX)
         return Failures::invalidPath(path);
-    for (const CMPath& needed : lineage(path)) {
-        const QByteArray directory = mount->localPath(needed.base());
-        if (!isDirectory(directory))
-            return Failures::invalidPath(path);
-        if (!isReadable(directory))
-            return Failures::noReadPermission(needed.base());
-    }
-    return {};
+    const auto look = [mount, path, paths = lineage(path), reach = m_reach] {
+        return checkDirectories(*mount, path, paths, reach);
+    };
+    const std::optional<Result<void>> checked = m_host.inspect(path.prefix(), look);
+    return checked ? *checked : Failures::unanswered(path);
 }
 
 bool OpenPaths::hasAncestors(const CMPath& path) const

@@ -139,8 +139,9 @@ void ServedRoot::change(const RootSettings& root, int position)
 {
     moveTo(position);
     if (root != m_root) {
-        // A look at the former directory may hang.
+        // Looks at the former directory may hang.
         m_look.emplace();
+        m_inspection.emplace();
         m_root = root;
         m_hasWarned = false;
         if (m_mount)

@@ -7,6 +7,9 @@
 
 #include <QTimer>
 
+#include <functional>
+#include <optional>
+
 class Healer;
 
 /// Keeps the worker of one root mounted as long as its directory is there. Lives in the worker thread.
@@ -34,6 +37,12 @@ public:
     [[nodiscard]] bool retire();
     /// False if the file system does not answer within the usual patience, or has not answered the last look yet.
     [[nodiscard]] bool answers() { return look(lookPatience).has_value(); }
+    /// The result of a function that looks at files of the root and owns all that it uses. None if the file system does
+    /// not answer within the usual patience, or has not answered the last function yet.
+    [[nodiscard]] std::optional<Result<void>> inspect(std::function<Result<void>()> function)
+    {
+        return m_inspection->call(std::move(function), lookPatience);
+    }
 
     /// Why the root is not mounted; empty if it is.
     [[nodiscard]] const QString& problem() const { return m_problem; }
@@ -66,6 +75,7 @@ private:
     QTimer m_timer;
     /// Looks for the directory.
     std::optional<PatientCall<Result<QString>>> m_look{std::in_place};
+    std::optional<PatientCall<Result<void>>> m_inspection{std::in_place};
     /// Also while requests to the unmounted worker are still under way.
     std::unique_ptr<CMWorker> m_worker;
     std::unique_ptr<Healer> m_healer;
