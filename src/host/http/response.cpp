@@ -71,7 +71,7 @@ QByteArray reasonOf(int status)
 
 QByteArray onOneLine(QByteArray value)
 {
-    const auto isControl = [](char character) { return (character >= '\0' && character < ' ') || character == '\x7F'; };
+    const auto isControl = [](unsigned char character) { return character < ' ' || character == '\x7F'; };
     std::replace_if(value.begin(), value.end(), isControl, ' ');
     return value;
 }

@@ -23,7 +23,7 @@ bool isDigit(char c)
 
 bool isControl(char c)
 {
-    return c >= '\0' && c < ' ';
+    return static_cast<unsigned char>(c) < ' ';
 }
 
 /// A byte that a string does not contain as it is.
