@@ -18,11 +18,15 @@ class Languages : public testing::Test
 protected:
     static void SetUpTestSuite()
     {
+        // English is there before any catalogue is read.
+        TrLanguage::setCatalogues(QStringLiteral("/no/such/directory"));
+        ASSERT_TRUE(TrLanguage::find(QStringLiteral("en")));
         static const QTemporaryDir directory;
         ASSERT_TRUE(QFile::copy(QStringLiteral(TAVO_TRANSLATIONS "/tavo_de.qm"), directory.filePath("tavo_de.qm")));
         QFile broken(directory.filePath("tavo_fr.qm"));
         ASSERT_TRUE(broken.open(QFile::WriteOnly));
         broken.write("no catalogue");
+        ASSERT_TRUE(QFile::copy(directory.filePath("tavo_de.qm"), directory.filePath("tavo_en.qm")));
         TrLanguage::setCatalogues(directory.path());
     }
 
@@ -57,6 +61,12 @@ TEST_F(Languages, WithoutACatalogueAreNotFound)
 {
     for (const char* tag : {"", "-", "-de", "d", "deu", "fr", "*"})
         EXPECT_EQ(tagOfFound(tag), QStringLiteral("none")) << tag;
+}
+
+TEST_F(Languages, EnglishHasNoCatalogue)
+{
+    const TrLanguage::Scope scope(english);
+    EXPECT_EQ(text.toString(), inEnglish);
 }
 
 TEST_F(Languages, ScopeHasTheThreadReadTextsInItsLanguage)

@@ -11,6 +11,8 @@
 
 namespace {
 
+const QLatin1String english("en");
+
 thread_local const TrLanguage* currentLanguage = nullptr;
 
 /// The tag in the name of a catalogue, "de-at" in "tavo_de_AT.qm". Empty if it has none.
@@ -39,13 +41,14 @@ public:
     const TrLanguage* find(const QString& tag)
     {
         const std::lock_guard lock(m_mutex);
-        if (!m_isLoaded)
+        // English needs no catalogue, so that most programs look for none.
+        if (!m_isLoaded && tag != english)
             load();
         return withTag(tag);
     }
 
 private:
-    Registry() { m_languages.emplace_back(new TrLanguage(QStringLiteral("en"))); }
+    Registry() { m_languages.emplace_back(new TrLanguage(english)); }
 
     void load()
     {
@@ -54,9 +57,10 @@ private:
             return;
         const QDir folder(m_directory);
         for (const QString& file : folder.entryList({QStringLiteral("*_*.qm")}, QDir::Files)) {
+            const QString tag = tagIn(file);
             auto catalogue = std::make_unique<QTranslator>();
-            if (catalogue->load(folder.filePath(file)))
-                languageOf(tagIn(file)).m_catalogues.push_back(std::move(catalogue));
+            if (tag != english && catalogue->load(folder.filePath(file)))
+                languageOf(tag).m_catalogues.push_back(std::move(catalogue));
         }
     }
 

@@ -17,7 +17,8 @@ class TAVO_API_EXPORT TrLanguage
 {
 public:
     /// Names the directory of the catalogues, NAME_TAG.qm: "tavo_de.qm" is a German one. They are read when a language
-    /// is searched for the first time, and one that cannot be read is left out; call this before that.
+    /// other than English is searched for the first time, and one that cannot be read is left out; call this before
+    /// that.
     static void setCatalogues(const QString& directory);
     /// The language that a BCP 47 tag in any case asks for, a more general one if need be: "de" for "de-AT". Null if
     /// there is none.
