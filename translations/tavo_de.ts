@@ -99,6 +99,10 @@
         <source>&apos;%1&apos; is refused: %2</source>
         <translation>„%1“ wird abgelehnt: %2</translation>
     </message>
+    <message>
+        <source>&apos;%1&apos; does not answer: earlier requests still wait for it</source>
+        <translation>„%1“ antwortet nicht: Frühere Anfragen warten noch darauf</translation>
+    </message>
 </context>
 <context>
     <name>PlayListHelper</name>
@@ -143,7 +147,7 @@
     </message>
     <message>
         <source>Outputs</source>
-        <translation>Ausgaben</translation>
+        <translation>Wiedergabegeräte</translation>
     </message>
     <message>
         <source>Play</source>
@@ -183,15 +187,15 @@
     </message>
     <message>
         <source>There is no output to play on</source>
-        <translation>Es gibt keine Ausgabe zum Abspielen</translation>
+        <translation>Es gibt kein Wiedergabegerät</translation>
     </message>
     <message>
         <source>Nobody offers the output &apos;%1&apos;</source>
-        <translation>Niemand bietet die Ausgabe „%1“ an</translation>
+        <translation>Niemand bietet das Wiedergabegerät „%1“ an</translation>
     </message>
     <message>
         <source>Output &apos;%1&apos; is not the active one</source>
-        <translation>Die Ausgabe „%1“ ist nicht die aktive</translation>
+        <translation>Das Wiedergabegerät „%1“ ist nicht das aktive</translation>
     </message>
     <message>
         <source>&apos;%1&apos; takes %2</source>
@@ -216,6 +220,41 @@
     <message>
         <source>The queue could not be stored: %1</source>
         <translation>Die Warteschlange konnte nicht gespeichert werden: %1</translation>
+    </message>
+</context>
+<context>
+    <name>QCommandLineParser</name>
+    <message>
+        <source>Usage: %1</source>
+        <translation>Aufruf: %1</translation>
+    </message>
+    <message>
+        <source>[options]</source>
+        <translation>[Optionen]</translation>
+    </message>
+    <message>
+        <source>Options:</source>
+        <translation>Optionen:</translation>
+    </message>
+    <message>
+        <source>Arguments:</source>
+        <translation>Argumente:</translation>
+    </message>
+    <message>
+        <source>Unknown option &apos;%1&apos;.</source>
+        <translation>Unbekannte Option „%1“.</translation>
+    </message>
+    <message>
+        <source>Unknown options: %1.</source>
+        <translation>Unbekannte Optionen: %1.</translation>
+    </message>
+    <message>
+        <source>Missing value after &apos;%1&apos;.</source>
+        <translation>Nach „%1“ fehlt ein Wert.</translation>
+    </message>
+    <message>
+        <source>Unexpected value after &apos;%1&apos;.</source>
+        <translation>Nach „%1“ steht ein unerwarteter Wert.</translation>
     </message>
 </context>
 </TS>

@@ -22,14 +22,14 @@ const QDir sourceDir(QStringLiteral(TAVO_SOURCE_DIR));
 
 /// The longest first, where one contains another.
 const QStringList rooms = {
-    QStringLiteral("src/api/core/log"), QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
-    QStringLiteral("src/api/playlist"), QStringLiteral("src/modules/file"),  QStringLiteral("src/modules/playlist"),
-    QStringLiteral("src/host/app"),     QStringLiteral("src/host/cli"),      QStringLiteral("src/host/config"),
-    QStringLiteral("src/host/content"), QStringLiteral("src/host/doctor"),   QStringLiteral("src/host/exec"),
-    QStringLiteral("src/host/http"),    QStringLiteral("src/host/liveness"), QStringLiteral("src/host/media"),
-    QStringLiteral("src/host/prepare"), QStringLiteral("src/host/process"),  QStringLiteral("src/host/remote"),
-    QStringLiteral("src/host/rpc"),     QStringLiteral("src/host/stdio"),    QStringLiteral("src/host/terminal"),
-    QStringLiteral("tests/support")};
+    QStringLiteral("src/api/core/log"),  QStringLiteral("src/api/core"),      QStringLiteral("src/api/tagreader"),
+    QStringLiteral("src/api/playlist"),  QStringLiteral("src/modules/file"),  QStringLiteral("src/modules/playlist"),
+    QStringLiteral("src/host/app"),      QStringLiteral("src/host/cli"),      QStringLiteral("src/host/config"),
+    QStringLiteral("src/host/content"),  QStringLiteral("src/host/doctor"),   QStringLiteral("src/host/exec"),
+    QStringLiteral("src/host/http"),     QStringLiteral("src/host/language"), QStringLiteral("src/host/liveness"),
+    QStringLiteral("src/host/media"),    QStringLiteral("src/host/prepare"),  QStringLiteral("src/host/process"),
+    QStringLiteral("src/host/remote"),   QStringLiteral("src/host/rpc"),      QStringLiteral("src/host/stdio"),
+    QStringLiteral("src/host/terminal"), QStringLiteral("tests/support")};
 
 /// Where the compiler looks for quoted names, beside the including file's own folder.
 const QStringList includeRoots = {QStringLiteral("src/api/core"),     QStringLiteral("src/api"),
@@ -176,7 +176,7 @@ std::ostream& operator<<(std::ostream& out, const Rule& rule)
 /// What every room of the host may include, and `more`. A room's name stands for all of its headers.
 Origins hostRoom(const Origins& more)
 {
-    Origins allowed = {"std", "system", "Qt Core", "src/api/core", "moc"};
+    Origins allowed = {"std", "system", "Qt Core", "src/api/core", "src/host/language", "moc"};
     allowed.insert(more.cbegin(), more.cend());
     return allowed;
 }
@@ -223,6 +223,7 @@ const std::vector<Rule> rules = {
      "src/modules/playlist",
      Side::Inner,
      {"std", "Qt Core", "Qt Sql", "log4cplus", "src/api/core", "src/api/core/log", "src/modules/playlist", "moc"}},
+    {"HostLanguage", "src/host/language", Side::Both, hostRoom({})},
     {"HostLiveness", "src/host/liveness", Side::Both,
      hostRoom({"log4cplus", "src/api/core/log", "exec/patientcall.h", "process/filedescriptor.h"})},
     {"HostExec", "src/host/exec", Side::Both, hostRoom({"process/guardedcall.h"})},

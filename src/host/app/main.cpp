@@ -1,4 +1,5 @@
 #include "app/application.h"
+#include "language/programlanguage.h"
 #include "process/descriptors.h"
 #include "process/exitstatus.h"
 #include "process/freememory.h"
@@ -8,11 +9,10 @@
 
 #include <i18n/trlanguage.h>
 
-#include <QLocale>
 #include <QTextCodec>
-#include <QTranslator>
 
 #include <csignal>
+#include <optional>
 
 int main(int argc, char** argv)
 {
@@ -28,11 +28,10 @@ int main(int argc, char** argv)
     const HostApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavo"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVO_VERSION));
-    const QString translations = QCoreApplication::applicationDirPath() + QLatin1String("/" TAVO_TRANSLATION_DIR);
-    TrLanguage::setCatalogues(translations);
-    QTranslator translator;
-    if (translator.load(QLocale(), QCoreApplication::applicationName(), QStringLiteral("_"), translations))
-        QCoreApplication::installTranslator(&translator);
+    TrLanguage::setCatalogues(QCoreApplication::applicationDirPath() + QLatin1String("/" TAVO_TRANSLATION_DIR));
+    std::optional<ProgramLanguage> language;
+    if (const TrLanguage* const asked = environmentLanguage())
+        QCoreApplication::installTranslator(&language.emplace(*asked));
     // File names are UTF-8 for the worker, whatever the locale says.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     return runApplication(QCoreApplication::arguments(), output);

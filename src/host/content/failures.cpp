@@ -1,16 +1,13 @@
 #include "content/failures.h"
 
+#include "language/translatable.h"
+
 #include <model/cmabstractworker.h>
 #include <tavo/tavokeys.h>
 
 #include <exception>
 
 namespace {
-
-TrString text(const char* sourceText, const QList<TrArg>& arguments = {})
-{
-    return {TrCharData{"Host", sourceText}, arguments};
-}
 
 /// A worker may have put in a text without translations, too.
 TrString textOf(const QVariant& value)
@@ -44,78 +41,86 @@ Failure Failures::invalidPath(const CMPath& path)
 
 Failure Failures::notOpen(const CMPath& path)
 {
-    return refused({TavoErrorInvalidPath(), text(QT_TRANSLATE_NOOP("Host", "'%1' is not open"), {path.toEncoded()})});
+    return refused(
+        {TavoErrorInvalidPath(), translatable(QT_TRANSLATE_NOOP("Host", "'%1' is not open"), {path.toEncoded()})});
 }
 
 Failure Failures::accessViolation(const QString& base, const QString& directory)
 {
     const char* const outside = QT_TRANSLATE_NOOP("Host", "Access violation: path '%1' is outside '%2'");
-    return refused({TavoErrorAccessViolation(), text(outside, {base, directory})});
+    return refused({TavoErrorAccessViolation(), translatable(outside, {base, directory})});
 }
 
 Failure Failures::noReadPermission(const QString& base)
 {
     return refused(
-        {TavoErrorAccessViolation(), text(QT_TRANSLATE_NOOP("Host", "No permission to read directory '%1'"), {base})});
+        {TavoErrorAccessViolation(),
+         translatable(QT_TRANSLATE_NOOP("Host", "No permission to read directory '%1'"), {base})});
 }
 
 Failure Failures::unreadable(const CMPath& path, int errorNumber)
 {
     const char* const sourceText = QT_TRANSLATE_NOOP("Host", "'%1' cannot be read: %2");
-    return refused({CMError::DefaultName(), text(sourceText, {path.toEncoded(), qt_error_string(errorNumber)})});
+    return refused(
+        {CMError::DefaultName(), translatable(sourceText, {path.toEncoded(), qt_error_string(errorNumber)})});
 }
 
 Failure Failures::tooManyOpen(int limit)
 {
     const char* const sourceText = QT_TRANSLATE_NOOP("Host", "No more than %1 paths can be open");
-    return refused({CMError::DefaultName(), text(sourceText, {QString::number(limit)})});
+    return refused({CMError::DefaultName(), translatable(sourceText, {QString::number(limit)})});
 }
 
 Failure Failures::unanswered(const CMPath& path)
 {
-    return {Failure::Kind::Unanswered, text(QT_TRANSLATE_NOOP("Host", "'%1' gives no answer"), {path.toEncoded()})};
+    return {
+        Failure::Kind::Unanswered, translatable(QT_TRANSLATE_NOOP("Host", "'%1' gives no answer"), {path.toEncoded()})};
 }
 
 Failure Failures::cancelled()
 {
-    return {Failure::Kind::Cancelled, text(QT_TRANSLATE_NOOP("Host", "the request was cancelled"))};
+    return {Failure::Kind::Cancelled, translatable(QT_TRANSLATE_NOOP("Host", "the request was cancelled"))};
 }
 
 Failure Failures::timedOut()
 {
-    return {Failure::Kind::Cancelled, text(QT_TRANSLATE_NOOP("Host", "the request took too long"))};
+    return {Failure::Kind::Cancelled, translatable(QT_TRANSLATE_NOOP("Host", "the request took too long"))};
 }
 
 Failure Failures::stopping()
 {
-    return {Failure::Kind::Cancelled, text(QT_TRANSLATE_NOOP("Host", "the host is stopping"))};
+    return {Failure::Kind::Cancelled, translatable(QT_TRANSLATE_NOOP("Host", "the host is stopping"))};
 }
 
 Failure Failures::tooLarge()
 {
-    return {Failure::Kind::TooLarge, text(QT_TRANSLATE_NOOP("Host", "the answer would be too large"))};
+    return {Failure::Kind::TooLarge, translatable(QT_TRANSLATE_NOOP("Host", "the answer would be too large"))};
 }
 
 Failure Failures::busy()
 {
-    return {Failure::Kind::Busy, text(QT_TRANSLATE_NOOP("Host", "the host has too much under way"))};
+    return {Failure::Kind::Busy, translatable(QT_TRANSLATE_NOOP("Host", "the host has too much under way"))};
 }
 
 Failure Failures::rootHangs(const QString& prefix)
 {
     const QString root = CMPath(prefix, QString()).toEncoded();
-    return {Failure::Kind::Busy, QStringLiteral("'%1' does not answer: earlier requests still wait for it").arg(root)};
+    return {
+        Failure::Kind::Busy,
+        translatable(QT_TRANSLATE_NOOP("Host", "'%1' does not answer: earlier requests still wait for it"), {root})};
 }
 
 Failure Failures::fromException()
 {
     const QString reason = reasonOfException();
-    return refused({CMError::DefaultName(), text(QT_TRANSLATE_NOOP("Host", "The request failed: %1"), {reason})});
+    return refused(
+        {CMError::DefaultName(), translatable(QT_TRANSLATE_NOOP("Host", "The request failed: %1"), {reason})});
 }
 
 Failure Failures::shownTo(Reach reach, Failure failure, const CMPath& path)
 {
     if (reach == Reach::Network && failure.kind == Failure::Kind::Refused)
-        failure.message = text(QT_TRANSLATE_NOOP("Host", "'%1' is refused: %2"), {path.toEncoded(), failure.name});
+        failure.message =
+            translatable(QT_TRANSLATE_NOOP("Host", "'%1' is refused: %2"), {path.toEncoded(), failure.name});
     return failure;
 }
