@@ -230,7 +230,7 @@ TEST_F(Browse, EveryDirectoryCanBeEntered)
 TEST_F(Browse, NamesAreUtf8WhateverTheLocale)
 {
     tree.addFile(QString::fromUtf8("Bj\u00f6rk/\u65e5\u672c.mp3"));
-    for (const char* locale : {"C", "C.UTF-8", "POSIX", "de_DE.ISO-8859-1"}) {
+    for (const char* locale : {"C", "C.UTF-8", "POSIX", "fr_FR.ISO-8859-1"}) {
         Tavo tavo;
         tavo.setVariable(QStringLiteral("LC_ALL"), QString::fromUtf8(locale));
         tavo.start(

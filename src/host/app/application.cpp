@@ -1,13 +1,17 @@
 #include "app/application.h"
 
+#include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 #include "cli/options.h"
 #include "content/contenthost.h"
 #include "exec/workerthread.h"
+#include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "process/logging.h"
 #include "process/output.h"
 #include "process/shutdown.h"
+
+#include <i18n/trlanguage.h>
 
 #include <QCoreApplication>
 
@@ -17,8 +21,8 @@
 
 namespace {
 
-constexpr char programDescription[] = "Browses, watches and reads a directory tree of media files through a worker "
-                                      "module.";
+constexpr char programDescription[] =
+    QT_TRANSLATE_NOOP("Host", "Browses, watches and reads a directory tree of media files through a worker module.");
 
 /// What the command line asks for.
 struct Invocation
@@ -36,12 +40,12 @@ bool runsAlone(const Command& command)
     return std::holds_alternative<Command::RunAlone>(command.run);
 }
 
-constexpr char firstSteps[] = R"(tavo shows directories of music and serves them. To begin:
+constexpr char firstSteps[] = QT_TRANSLATE_NOOP("Host", R"(tavo shows directories of music and serves them. To begin:
   tavo --root ~/Music browse    print what is in a directory
   tavo --root ~/Music serve     serve it to browsers: open the address that it prints
   tavo --root ~/Music doctor    find what would get in the way
   tavo --help                   list all commands and options
-)";
+)");
 
 /// Qt's help names the program by the path that called it.
 QString helpOf(const QCommandLineParser& parser)
@@ -54,49 +58,59 @@ QString helpOf(const QCommandLineParser& parser)
 QString commandList()
 {
     const auto line = [](const Command& command) {
-        return QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -11).arg(QLatin1String(command.summary));
+        return QStringLiteral("  %1 %2\n").arg(QLatin1String(command.name), -11).arg(translated(command.summary));
     };
-    QString text = QStringLiteral("\nCommands:\n");
-    QString remoteText = QStringLiteral("\nCommands for a server that is running, which need no root:\n");
+    const auto heading = [](const char* text) { return u'\n' + translated(text) + u'\n'; };
+    QString text = heading(QT_TRANSLATE_NOOP("Host", "Commands:"));
+    QString remoteText =
+        heading(QT_TRANSLATE_NOOP("Host", "Commands for a server that is running, which need no root:"));
     for (const Command& command : allCommands())
         (runsAlone(command) && command.asksServer ? remoteText : text) += line(command);
-    return text + remoteText + QStringLiteral("\n'tavo COMMAND --help' describes a command.\n");
+    return text + remoteText + heading(QT_TRANSLATE_NOOP("Host", "'tavo COMMAND --help' describes a command."));
 }
 
-void setUpProgramParser(QCommandLineParser& parser)
+void addOptions(QCommandLineParser& parser, const OptionList& options, QCommandLineOption (*convert)(const Option&))
 {
-    parser.setApplicationDescription(QLatin1String(programDescription));
-    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    parser.addOptions(programOptions());
-    parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("What to do, see below."));
+    for (const Option& option : options)
+        parser.addOption(convert(option));
+}
+
+QString programHelp()
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(translated(programDescription));
+    addOptions(parser, programOptions(), forHelp);
     parser.addPositionalArgument(
-        QStringLiteral("arguments"), QStringLiteral("The command's own."), QStringLiteral("[arguments...]"));
+        translated(QT_TRANSLATE_NOOP("Host", "COMMAND")),
+        translated(QT_TRANSLATE_NOOP("Host", "What to do, see below.")));
+    parser.addPositionalArgument(
+        translated(QT_TRANSLATE_NOOP("Host", "arguments")), translated(QT_TRANSLATE_NOOP("Host", "The command's own.")),
+        translated(QT_TRANSLATE_NOOP("Host", "[arguments...]")));
+    return helpOf(parser) + commandList();
 }
 
-void setUpCommandParser(QCommandLineParser& parser, const Command& command)
+/// Empty if it takes none.
+QString argumentsOf(const Command& command)
 {
-    parser.setApplicationDescription(QLatin1String(command.manual));
-    parser.addOptions(optionsOf(command));
-    for (QCommandLineOption option : globalOptions()) {
-        option.setFlags(QCommandLineOption::HiddenFromHelp);
-        parser.addOption(option);
-    }
+    return *command.arguments == '\0' ? QString() : translated(command.arguments);
 }
 
 /// Usage as the command's own options and arguments have it.
-QString helpText(const Command& command)
+QString commandHelp(const Command& command)
 {
     QCommandLineParser parser;
-    setUpCommandParser(parser, command);
+    parser.setApplicationDescription(translated(command.manual));
+    addOptions(parser, optionsOf(command), forHelp);
     const QString name = QLatin1String(command.name);
-    const QString arguments = QLatin1String(command.arguments);
-    const QString usage = name + QStringLiteral(" [options]");
+    const QString arguments = argumentsOf(command);
+    const QString usage = name + u' ' + QCommandLineParser::tr("[options]");
     const bool hasPaths = !runsAlone(command) && !arguments.isEmpty();
     parser.addPositionalArgument(
-        name, QLatin1String(command.summary),
-        hasPaths ? usage : QString(usage + QLatin1Char(' ') + arguments).trimmed());
+        name, translated(command.summary), hasPaths ? usage : QString(usage + u' ' + arguments).trimmed());
     if (hasPaths)
-        parser.addPositionalArgument(QStringLiteral("PATH"), QStringLiteral("Relative to the root."), arguments);
+        parser.addPositionalArgument(
+            translated(QT_TRANSLATE_NOOP("Host", "PATH")),
+            translated(QT_TRANSLATE_NOOP("Host", "Relative to the root.")), arguments);
     return helpOf(parser);
 }
 
@@ -108,7 +122,7 @@ int print(int output, const QString& text)
 int refuseUse(const QString& message, const QString& command = {})
 {
     const QString subject = command.isEmpty() ? QStringLiteral("tavo") : QStringLiteral("tavo %1").arg(command);
-    report(QStringLiteral("%1 (see '%2 --help')").arg(message, subject));
+    report(translated(QT_TRANSLATE_NOOP("Host", "%1 (see '%2 --help')"), {message, subject}));
     return WrongUse;
 }
 
@@ -121,7 +135,7 @@ int fail(const Failure& failure)
 /// For those who call the program without anything.
 int explainBeginning()
 {
-    static_cast<void>(writeAll(STDERR_FILENO, firstSteps));
+    static_cast<void>(writeAll(STDERR_FILENO, translated(firstSteps).toUtf8()));
     return WrongUse;
 }
 
@@ -148,8 +162,9 @@ Result<void> checkRootsGiven(const Command& command, const Configuration& config
     if (!configuration.roots.empty() || mayComeLater)
         return {};
     const QString file = configuration.file.isEmpty() ? QStringLiteral("tavo.toml") : configuration.file;
-    return Failure::wrongUse(
-        QStringLiteral("no root directory is given: --root DIR, or [root.music] with a path in %1").arg(file));
+    const char* const text =
+        QT_TRANSLATE_NOOP("Host", "no root directory is given: --root DIR, or [root.music] with a path in %1");
+    return Failure::wrongUse(translatable(text, {file}));
 }
 
 int runWithHost(const Invocation& call, const Configuration& configuration, const HostSettings& settings)
@@ -205,19 +220,29 @@ int runCommand(const Invocation& call)
     return runConfigured(call, configurationFrom(call.program, call.parser));
 }
 
+/// Programs that read JSON get the same in every environment. Null: the environment's.
+const TrLanguage* languageFor(const QCommandLineParser& parser)
+{
+    return wantsJson(parser) ? TrLanguage::find(QStringLiteral("en")) : nullptr;
+}
+
 int runCommandLine(const Command& command, const QCommandLineParser& program, int output)
 {
     QCommandLineParser parser;
-    setUpCommandParser(parser, command);
+    addOptions(parser, optionsOf(command) + globalOptions(), forParsing);
     const QString name = QLatin1String(command.name);
     if (!parser.parse(program.positionalArguments()))
         return refuseUse(parser.errorText(), name);
-    if (parser.isSet(helpOption()))
-        return print(output, helpText(command));
+    if (parser.isSet(helpOption().name))
+        return print(output, commandHelp(command));
     if (!command.argumentCount.fits(parser.positionalArguments().size())) {
-        const QString arguments = *command.arguments ? QLatin1String(command.arguments) : QLatin1String("no arguments");
-        return refuseUse(QStringLiteral("%1 takes %2").arg(name, arguments), name);
+        const QString arguments = argumentsOf(command);
+        const QString message = arguments.isEmpty()
+                                    ? translated(QT_TRANSLATE_NOOP("Host", "%1 takes no arguments"), {name})
+                                    : translated(QT_TRANSLATE_NOOP("Host", "%1 takes %2"), {name, arguments});
+        return refuseUse(message, name);
     }
+    const TrLanguage::Scope language(languageFor(parser));
     return runCommand({command, program, parser, output});
 }
 
@@ -226,20 +251,21 @@ int runCommandLine(const Command& command, const QCommandLineParser& program, in
 int runApplication(const QStringList& arguments, int output)
 {
     QCommandLineParser program;
-    setUpProgramParser(program);
+    program.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    addOptions(program, programOptions(), forParsing);
     if (!program.parse(arguments))
         return refuseUse(program.errorText());
-    if (program.isSet(helpOption()))
-        return print(output, helpOf(program) + commandList());
+    if (program.isSet(helpOption().name))
+        return print(output, programHelp());
     if (program.isSet(QStringLiteral("version")))
         return print(output, QStringLiteral("tavo %1\n").arg(QCoreApplication::applicationVersion()));
     const QStringList rest = program.positionalArguments();
     if (arguments.size() == 1)
         return explainBeginning();
     if (rest.isEmpty())
-        return refuseUse(QStringLiteral("a command is missing"));
+        return refuseUse(translated(QT_TRANSLATE_NOOP("Host", "a command is missing")));
     const Command* command = findCommand(rest.first());
     if (!command)
-        return refuseUse(QStringLiteral("unknown command '%1'").arg(rest.first()));
+        return refuseUse(translated(QT_TRANSLATE_NOOP("Host", "unknown command '%1'"), {rest.first()}));
     return runCommandLine(*command, program, output);
 }

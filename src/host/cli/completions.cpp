@@ -1,6 +1,10 @@
 #include "cli/completions.h"
 
 #include "cli/commands/command.h"
+#include "language/translatable.h"
+#include "process/logging.h"
+
+#include <i18n/trlanguage.h>
 
 #include <QHash>
 #include <QSet>
@@ -24,7 +28,7 @@ struct Value
 Value valueFrom(const QString& name)
 {
     static const QHash<QString, QStringList> known = {
-        {QStringLiteral("LEVEL"), QStringLiteral("OFF FATAL ERROR WARN INFO DEBUG TRACE").split(space)},
+        {QStringLiteral("LEVEL"), Logging::levels()},
         {QStringLiteral("EDIT"), QStringLiteral("add next play replace remove move clear shuffle undo").split(space)}};
     if (name.isEmpty())
         return {Value::Kind::None};
@@ -36,9 +40,9 @@ Value valueFrom(const QString& name)
     return {choices.isEmpty() ? Value::Kind::Any : Value::Kind::Choice, name, choices};
 }
 
-Value valueOf(const QCommandLineOption& option)
+Value valueOf(const Option& option)
 {
-    return valueFrom(option.valueName());
+    return valueFrom(QLatin1String(option.valueName));
 }
 
 Value firstArgumentOf(const Command& command)
@@ -47,7 +51,7 @@ Value firstArgumentOf(const Command& command)
     return valueFrom(name.remove(u'[').remove(u']'));
 }
 
-QStringList namesOf(const QCommandLineOption& option)
+QStringList namesOf(const Option& option)
 {
     QStringList names;
     for (const QString& name : option.names())
@@ -58,7 +62,7 @@ QStringList namesOf(const QCommandLineOption& option)
 QStringList namesOf(const OptionList& options)
 {
     QStringList names;
-    for (const QCommandLineOption& option : options)
+    for (const Option& option : options)
         names += namesOf(option);
     return names;
 }
@@ -71,11 +75,10 @@ OptionList allOptions()
         all += optionsOf(command);
     OptionList unique;
     QSet<QString> seen;
-    for (const QCommandLineOption& option : qAsConst(all)) {
-        const QString name = option.names().constLast();
-        if (!seen.contains(name))
+    for (const Option& option : qAsConst(all)) {
+        if (!seen.contains(option.name))
             unique.append(option);
-        seen.insert(name);
+        seen.insert(option.name);
     }
     return unique;
 }
@@ -108,7 +111,7 @@ QStringList commandNames()
 QStringList namesOfKind(Value::Kind kind)
 {
     QStringList names;
-    for (const QCommandLineOption& option : allOptions()) {
+    for (const Option& option : allOptions()) {
         if (valueOf(option).kind == kind)
             names += namesOf(option);
     }
@@ -170,7 +173,7 @@ QString valueBranches()
     QString branches = branch(namesOfKind(Value::Kind::File), reply.arg(QLatin1Char('f'))) +
                        branch(namesOfKind(Value::Kind::Directory), reply.arg(QLatin1Char('d'))) +
                        branch(namesOfKind(Value::Kind::Any), QStringLiteral("return"));
-    for (const QCommandLineOption& option : allOptions()) {
+    for (const Option& option : allOptions()) {
         const Value value = valueOf(option);
         if (value.kind == Value::Kind::Choice)
             branches += branch(
@@ -266,11 +269,11 @@ QString valueSpecification(const Value& value)
 QString optionSpecifications(const OptionList& options)
 {
     QStringList specifications;
-    for (const QCommandLineOption& option : options) {
+    for (const Option& option : options) {
         for (const QString& name : namesOf(option))
             specifications.append(quoted(
-                u'*' + name + (option.valueName().isEmpty() ? QString() : QStringLiteral("=")) + u'[' +
-                escaped(option.description()) + u']' + valueSpecification(valueOf(option))));
+                u'*' + name + (*option.valueName == '\0' ? QString() : QStringLiteral("=")) + u'[' +
+                escaped(option.description.toString()) + u']' + valueSpecification(valueOf(option))));
     }
     return joined(specifications, " ");
 }
@@ -366,11 +369,11 @@ QString line(const QString& condition, const QString& arguments, const QString& 
 QString optionLines(const QString& condition, const OptionList& options)
 {
     QString lines;
-    for (const QCommandLineOption& option : options) {
+    for (const Option& option : options) {
         QStringList names;
         for (const QString& name : option.names())
             names.append((name.size() == 1 ? QStringLiteral("-s ") : QStringLiteral("-l ")) + name);
-        lines += line(condition, joined(names, " ") + valueArguments(valueOf(option)), option.description());
+        lines += line(condition, joined(names, " ") + valueArguments(valueOf(option)), option.description.toString());
     }
     return lines;
 }
@@ -405,7 +408,10 @@ Result<QString> completionScript(const QString& shell)
 {
     static const QHash<QString, QString (*)()> makers = {
         {QStringLiteral("bash"), Bash::make}, {QStringLiteral("zsh"), Zsh::make}, {QStringLiteral("fish"), Fish::make}};
-    if (const auto make = makers.value(shell))
+    if (const auto make = makers.value(shell)) {
+        // Packages are the same wherever they are built.
+        const TrLanguage::Scope scope(TrLanguage::find(QStringLiteral("en")));
         return make();
-    return Failure::wrongUse(QStringLiteral("'%1' is none of bash, zsh and fish").arg(shell));
+    }
+    return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "'%1' is none of bash, zsh and fish"), {shell}));
 }

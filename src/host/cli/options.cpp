@@ -1,6 +1,8 @@
 #include "cli/options.h"
 
 #include "config/configurationfile.h"
+#include "language/translatable.h"
+#include "process/logging.h"
 
 #include <QCoreApplication>
 
@@ -46,7 +48,30 @@ void takeRoots(Configuration& configuration, const QStringList& roots, const QSt
         root.filter = {filter, Origin::option(filterOption)};
 }
 
+TrString levelDescription()
+{
+    QStringList levels = Logging::levels();
+    const QString last = levels.takeLast();
+    return translatable(QT_TRANSLATE_NOOP("Host", "%1 or %2."), {levels.join(QStringLiteral(", ")), last});
+}
+
 } // namespace
+
+QStringList Option::names() const
+{
+    return letter == '\0' ? QStringList(name) : QStringList{QString(QLatin1Char(letter)), name};
+}
+
+QCommandLineOption forParsing(const Option& option)
+{
+    return {option.names(), {}, QLatin1String(option.valueName)};
+}
+
+QCommandLineOption forHelp(const Option& option)
+{
+    const QString valueName = *option.valueName == '\0' ? QString() : translated(option.valueName);
+    return {option.names(), option.description.toString(), valueName};
+}
 
 QString besideProgram(const char* path)
 {
@@ -57,40 +82,45 @@ OptionList globalOptions()
 {
     return {
         {rootOption,
-         QStringLiteral("Directory tree to serve, instead of the configured ones; may be given again, with an ID of "
-                        "its own each. Default ID: file."),
-         QStringLiteral("[ID=]DIR")},
+         translatable(QT_TRANSLATE_NOOP(
+             "Host", "Directory tree to serve, instead of the configured ones; may be given again, with an ID of its "
+                     "own each. Default ID: file.")),
+         QT_TRANSLATE_NOOP("Host", "[ID=]DIR")},
         {filterOption,
-         QStringLiteral("Wildcard of playable names; may be given again. Default: the usual audio and "
-                        "playlist files."),
-         QStringLiteral("PATTERN")},
+         translatable(QT_TRANSLATE_NOOP(
+             "Host", "Wildcard of playable names; may be given again. Default: the usual audio and playlist files.")),
+         QT_TRANSLATE_NOOP("Host", "PATTERN")},
         {configOption,
-         QStringLiteral("File with settings. Default: $XDG_CONFIG_HOME/tavo/tavo.toml, or else "
-                        "/etc/tavo/tavo.toml."),
-         QStringLiteral("FILE")},
-        {moduleOption, QStringLiteral("Worker module to load. Default: the one that comes with this program."),
-         QStringLiteral("FILE")},
-        {albumArtWidthOption, QStringLiteral("Width that album covers are scaled down to."), QStringLiteral("PX")},
-        {sweepOption, QStringLiteral("Seconds between looks at opened directories, 0: never. Default: 5."),
-         QStringLiteral("SECONDS")},
-        {logLevelOption, QStringLiteral("OFF, FATAL, ERROR, WARN, INFO, DEBUG or TRACE."), QStringLiteral("LEVEL")},
+         translatable(QT_TRANSLATE_NOOP(
+             "Host", "File with settings. Default: $XDG_CONFIG_HOME/tavo/tavo.toml, or else /etc/tavo/tavo.toml.")),
+         QT_TRANSLATE_NOOP("Host", "FILE")},
+        {moduleOption,
+         translatable(
+             QT_TRANSLATE_NOOP("Host", "Worker module to load. Default: the one that comes with this program.")),
+         QT_TRANSLATE_NOOP("Host", "FILE")},
+        {albumArtWidthOption, translatable(QT_TRANSLATE_NOOP("Host", "Width that album covers are scaled down to.")),
+         QT_TRANSLATE_NOOP("Host", "PX")},
+        {sweepOption,
+         translatable(QT_TRANSLATE_NOOP("Host", "Seconds between looks at opened directories, 0: never. Default: 5.")),
+         QT_TRANSLATE_NOOP("Host", "SECONDS")},
+        {logLevelOption, levelDescription(), QT_TRANSLATE_NOOP("Host", "LEVEL")},
         {logConfigOption,
-         QStringLiteral("Properties file for log4cplus. Default: warnings and worse on standard "
-                        "error."),
-         QStringLiteral("FILE")}};
+         translatable(QT_TRANSLATE_NOOP(
+             "Host", "Properties file for log4cplus. Default: warnings and worse on standard error.")),
+         QT_TRANSLATE_NOOP("Host", "FILE")}};
 }
 
 // Qt's own would speak of options that a program without windows does not have.
-QCommandLineOption helpOption()
+Option helpOption()
 {
-    return {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this help.")};
+    return {QStringLiteral("help"), translatable(QT_TRANSLATE_NOOP("Host", "Print this help.")), "", 'h'};
 }
 
 OptionList programOptions()
 {
-    const OptionList own = {
-        helpOption(), {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Print the version.")}};
-    return own + globalOptions();
+    const Option version = {
+        QStringLiteral("version"), translatable(QT_TRANSLATE_NOOP("Host", "Print the version.")), "", 'v'};
+    return OptionList{helpOption(), version} + globalOptions();
 }
 
 ReadConfiguration configurationFrom(const QCommandLineParser& program, const QCommandLineParser& command)
@@ -157,7 +187,8 @@ Result<int> integerOption(const QCommandLineParser& parser, const QString& name,
     bool isNumber = false;
     const int number = parser.value(name).toInt(&isNumber);
     if (!isNumber || number < minimum)
-        return Failure::wrongUse(
-            QStringLiteral("--%1 takes a number from %2 up, not '%3'").arg(name).arg(minimum).arg(parser.value(name)));
+        return Failure::wrongUse(translatable(
+            QT_TRANSLATE_NOOP("Host", "--%1 takes a number from %2 up, not '%3'"),
+            {name, QString::number(minimum), parser.value(name)}));
     return number;
 }

@@ -3,10 +3,31 @@
 #include "config/configuration.h"
 #include "content/contenthost.h"
 
+#include <i18n/trstring.h>
+
 #include <QCommandLineParser>
 #include <QStringList>
 
-using OptionList = QList<QCommandLineOption>;
+/// What the command line can have beside arguments, with its texts for people in every language.
+struct Option
+{
+    QString name;
+    TrString description;
+    /// Stands for its value in the help, marked for translation; empty: it takes none.
+    const char* valueName = "";
+    /// A short name; null: none.
+    char letter = '\0';
+
+    /// The short name first.
+    [[nodiscard]] QStringList names() const;
+};
+
+using OptionList = QList<Option>;
+
+/// For a parser that shows no help, without any text: most runs of the program show none.
+[[nodiscard]] QCommandLineOption forParsing(const Option& option);
+/// With the texts in the thread's language.
+[[nodiscard]] QCommandLineOption forHelp(const Option& option);
 
 /// The file at a path that is relative to the program's own directory.
 [[nodiscard]] QString besideProgram(const char* path);
@@ -14,7 +35,7 @@ using OptionList = QList<QCommandLineOption>;
 /// The options that may stand before the command or behind it.
 [[nodiscard]] OptionList globalOptions();
 /// Has the program, and each command.
-[[nodiscard]] QCommandLineOption helpOption();
+[[nodiscard]] Option helpOption();
 /// What the program takes without a command, and the global options.
 [[nodiscard]] OptionList programOptions();
 

@@ -1,5 +1,7 @@
 #include "cli/queuemount.h"
 
+#include "language/translatable.h"
+
 #include <log/dbglog.h>
 #include <tavo/tavokeys.h>
 
@@ -22,7 +24,7 @@ WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirect
 {
     WorkerSettings settings;
     settings.moduleFile = moduleFile;
-    settings.title = TrString(TrCharData{"Host", QT_TRANSLATE_NOOP("Host", "Queue")}, QList<TrArg>());
+    settings.title = translatable(QT_TRANSLATE_NOOP("Host", "Queue"));
     settings.kind = QStringLiteral("playlist");
     settings.configuration = {
         {TavoService_Id(), QStringLiteral("playlist")}, {QStringLiteral("playlistStateDirectory"), stateDirectory}};
@@ -37,8 +39,9 @@ WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirect
 OptionList queueOptions()
 {
     return {
-        {moduleOption, QStringLiteral("Module of the queue. Default: the one that comes with this program."),
-         QStringLiteral("FILE")}};
+        {moduleOption,
+         translatable(QT_TRANSLATE_NOOP("Host", "Module of the queue. Default: the one that comes with this program.")),
+         QT_TRANSLATE_NOOP("Host", "FILE")}};
 }
 
 Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, const QString& stateDirectory)
@@ -52,6 +55,6 @@ Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, con
     Result<void> mounted = host.mountWorker(settingsFor(moduleFile, stateDirectory));
     if (mounted || isNamed)
         return mounted;
-    LOG(WARN, "there is no queue: " << mounted.failure().message.toString());
+    LOG(WARN, "there is no queue: " << inEnglish(mounted.failure().message));
     return {};
 }

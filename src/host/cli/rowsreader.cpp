@@ -1,5 +1,7 @@
 #include "cli/rowsreader.h"
 
+#include "language/translatable.h"
+
 #include <tavo/tavokeys.h>
 
 #include <algorithm>
@@ -68,8 +70,9 @@ Result<void> readRows(
         restart();
     }
     return Failure{
-        Failure::Kind::Refused,
-        QStringLiteral("the rows of '%1' change faster than they can be read").arg(query.path.toEncoded())};
+        Failure::Kind::Refused, translatable(
+                                    QT_TRANSLATE_NOOP("Host", "the rows of '%1' change faster than they can be read"),
+                                    {query.path.toEncoded()})};
 }
 
 Result<void> readRows(

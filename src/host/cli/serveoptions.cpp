@@ -1,5 +1,6 @@
 #include "cli/serveoptions.h"
 
+#include "language/translatable.h"
 #include "process/statedirectory.h"
 
 namespace {
@@ -19,18 +20,26 @@ OptionList serveOptions()
     const QString usualAddress = ServerConfiguration().listen.value.first();
     return {
         {listenOption,
-         QStringLiteral("Where to listen; port 0: any; may be given again. Default: %1.").arg(usualAddress),
-         QStringLiteral("ADDRESS:PORT")},
-        {tokenFileOption, QStringLiteral("Serve only who has the token in the file's first line."),
-         QStringLiteral("FILE")},
+         translatable(
+             QT_TRANSLATE_NOOP("Host", "Where to listen; port 0: any; may be given again. Default: %1."),
+             {usualAddress}),
+         QT_TRANSLATE_NOOP("Host", "ADDRESS:PORT")},
+        {tokenFileOption,
+         translatable(QT_TRANSLATE_NOOP("Host", "Serve only who has the token in the file's first line.")),
+         QT_TRANSLATE_NOOP("Host", "FILE")},
         {makeTokenOption,
-         QStringLiteral("Without --token-file, make a token at the first start; 'tavo token' shows it.")},
-        {noTokenOption, QStringLiteral("Serve everybody in the network, without a token.")},
-        {hostOption, QStringLiteral("Name by which browsers reach this machine; may be given again."),
-         QStringLiteral("NAME")},
-        {originOption, QStringLiteral("Address that browsers use where a proxy is in between; may be given again."),
-         QStringLiteral("URL")},
-        {stateOption, QStringLiteral("Directory for what outlives the program."), QStringLiteral("DIR")}};
+         translatable(QT_TRANSLATE_NOOP(
+             "Host", "Without --token-file, make a token at the first start; 'tavo token' shows it."))},
+        {noTokenOption, translatable(QT_TRANSLATE_NOOP("Host", "Serve everybody in the network, without a token."))},
+        {hostOption,
+         translatable(QT_TRANSLATE_NOOP("Host", "Name by which browsers reach this machine; may be given again.")),
+         QT_TRANSLATE_NOOP("Host", "NAME")},
+        {originOption,
+         translatable(
+             QT_TRANSLATE_NOOP("Host", "Address that browsers use where a proxy is in between; may be given again.")),
+         QT_TRANSLATE_NOOP("Host", "URL")},
+        {stateOption, translatable(QT_TRANSLATE_NOOP("Host", "Directory for what outlives the program.")),
+         QT_TRANSLATE_NOOP("Host", "DIR")}};
 }
 
 ServerConfiguration serverConfiguration(ServerConfiguration configured, const QCommandLineParser& parser)

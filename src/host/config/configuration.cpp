@@ -2,6 +2,7 @@
 
 #include "http/access.h"
 #include "http/listenaddress.h"
+#include "language/translatable.h"
 
 #include <QDir>
 
@@ -65,7 +66,7 @@ Origin Origin::option(const QString& name)
 QString Origin::toText() const
 {
     if (kind == Kind::Default)
-        return QStringLiteral("default");
+        return translated(QT_TRANSLATE_NOOP("Host", "default"));
     return line > 0 ? QStringLiteral("%1:%2").arg(name).arg(line) : name;
 }
 

@@ -4,6 +4,7 @@
 #include "content/contenthost.h"
 #include "http/access.h"
 #include "http/listenaddress.h"
+#include "language/translatable.h"
 #include "process/logging.h"
 
 #include <toml++/toml.h>
@@ -43,7 +44,8 @@ Result<void> checkNothing(const QString& /*text*/)
 
 Result<void> checkFilled(const QString& text)
 {
-    return text.isEmpty() ? Failure::wrongUse(QStringLiteral("must not be empty")) : Result<void>();
+    return text.isEmpty() ? Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "must not be empty")))
+                          : Result<void>();
 }
 
 /// A check by what reads the text later.
@@ -141,10 +143,12 @@ void Reader::complainOfKey(const toml::key& key, const QString& table, const std
         return QLatin1String(each.name);
     });
     const QString nearest = nearestName(qString(key), known);
-    const QString place = table.isEmpty() ? QString() : QStringLiteral(" in [%1]").arg(table);
-    const QString hint = nearest.isEmpty() ? QStringLiteral("; known are %1").arg(known.join(QStringLiteral(", ")))
-                                           : QStringLiteral("; did you mean '%1'?").arg(nearest);
-    complain(key.source(), QStringLiteral("unknown key '%1'%2%3").arg(qString(key), place, hint));
+    const QString place = table.isEmpty() ? QString() : translated(QT_TRANSLATE_NOOP("Host", " in [%1]"), {table});
+    const QString hint = nearest.isEmpty()
+                             ? translated(QT_TRANSLATE_NOOP("Host", "known are %1"), {known.join(QStringLiteral(", "))})
+                             : translated(QT_TRANSLATE_NOOP("Host", "did you mean '%1'?"), {nearest});
+    complain(
+        key.source(), translated(QT_TRANSLATE_NOOP("Host", "unknown key '%1'%2; %3"), {qString(key), place, hint}));
 }
 
 Take Reader::textInto(Setting<QString>& setting, Check check) const
@@ -152,7 +156,7 @@ Take Reader::textInto(Setting<QString>& setting, Check check) const
     return [this, &setting, check = std::move(check)](const toml::node& node) -> Result<void> {
         const toml::value<std::string>* const text = node.as_string();
         if (!text)
-            return Failure::wrongUse(QStringLiteral("must be a text in quotes"));
+            return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "must be a text in quotes")));
         const QString value = qString(text->get());
         if (Result<void> right = check(value); !right)
             return right;
@@ -179,7 +183,7 @@ Take Reader::flagInto(Setting<bool>& setting) const
     return [this, &setting](const toml::node& node) -> Result<void> {
         const toml::value<bool>* const flag = node.as_boolean();
         if (!flag)
-            return Failure::wrongUse(QStringLiteral("must be true or false"));
+            return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "must be true or false")));
         setting = {flag->get(), originOf(node.source())};
         return {};
     };
@@ -191,7 +195,8 @@ Take Reader::numberInto(Setting<int>& setting) const
         constexpr int most = std::numeric_limits<int>::max();
         const toml::value<int64_t>* const number = node.as_integer();
         if (!number || number->get() < 1 || number->get() > most)
-            return Failure::wrongUse(QStringLiteral("must be a number from 1 to %1").arg(most));
+            return Failure::wrongUse(
+                translatable(QT_TRANSLATE_NOOP("Host", "must be a number from 1 to %1"), {QString::number(most)}));
         setting = {static_cast<int>(number->get()), originOf(node.source())};
         return {};
     };
@@ -203,7 +208,8 @@ Take Reader::textsInto(Setting<QStringList>& setting, Check check, const QString
         const toml::array* const list = node.as_array();
         const auto isText = [](const toml::node& element) { return element.is_string(); };
         if (!list || static_cast<int>(list->size()) < fewest || !std::all_of(list->cbegin(), list->cend(), isText))
-            return Failure::wrongUse(QStringLiteral("must be a list of texts, such as %1").arg(example));
+            return Failure::wrongUse(
+                translatable(QT_TRANSLATE_NOOP("Host", "must be a list of texts, such as %1"), {example}));
         QStringList texts;
         for (const toml::node& element : *list) {
             texts.append(qString(element.as_string()->get()));
@@ -219,7 +225,7 @@ Take Reader::tableWith(const QString& name, std::function<std::vector<Key>()> ke
 {
     return [this, name, keys = std::move(keys)](const toml::node& node) -> Result<void> {
         if (!node.is_table())
-            return Failure::wrongUse(QStringLiteral("must be a table: [%1]").arg(name));
+            return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "must be a table: [%1]"), {name}));
         readTable(*node.as_table(), name, keys());
         return {};
     };
@@ -261,7 +267,8 @@ Result<void> Reader::readRoots(const toml::node& node)
 {
     const toml::table* const roots = node.as_table();
     if (!roots)
-        return Failure::wrongUse(QStringLiteral("must be tables, each with an ID: [root.music]"));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "must be tables, each with an ID: [root.music]")));
     // The library sorts them by their names.
     std::vector<std::pair<const toml::key*, const toml::node*>> inOrder;
     for (const auto& [key, root] : *roots)
@@ -293,7 +300,8 @@ void Reader::readRoot(const toml::key& key, const toml::node& node)
     if (const Result<void> taken = tableWith(name, keys)(node); !taken)
         return complain(node.source(), name + QStringLiteral(": ") + taken.failure().message.toString());
     if (!node.as_table()->contains("path"))
-        return complain(key.source(), QStringLiteral("[%1] names no directory: path = \"…\"").arg(name));
+        return complain(
+            key.source(), translated(QT_TRANSLATE_NOOP("Host", "[%1] names no directory: path = \"…\""), {name}));
     m_read.configuration.roots.push_back(std::move(root));
 }
 
@@ -325,7 +333,7 @@ ReadConfiguration readConfigurationFile(const QString& file)
         return {
             {},
             {{{Origin::Kind::File, path},
-              QStringLiteral("the configuration cannot be read: %1").arg(source.errorString())}}};
+              translated(QT_TRANSLATE_NOOP("Host", "the configuration cannot be read: %1"), {source.errorString()})}}};
     return parseConfiguration(source.readAll(), path);
 }
 

@@ -4,6 +4,7 @@
 #include "content/servedworker.h"
 #include "content/workermodule.h"
 #include "exec/workerthread.h"
+#include "language/translatable.h"
 
 #include <model/cmroot.h>
 #include <tavo/tavokeys.h>
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <functional>
 #include <iterator>
 #include <limits>
 
@@ -43,7 +45,7 @@ Result<void> checkRootId(const QString& id)
 {
     if (isRootId(id) && !isReservedId(id))
         return {};
-    return Failure::wrongUse(QStringLiteral("'%1' cannot be a root's id").arg(id));
+    return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "'%1' cannot be a root's id"), {id}));
 }
 
 Result<void> checkRoots(const std::vector<RootSettings>& roots)
@@ -51,12 +53,14 @@ Result<void> checkRoots(const std::vector<RootSettings>& roots)
     QSet<QString> ids;
     for (const RootSettings& root : roots) {
         if (root.directory.isEmpty())
-            return Failure::wrongUse(QStringLiteral("a root directory has an empty name: --root ''"));
+            return Failure::wrongUse(
+                translatable(QT_TRANSLATE_NOOP("Host", "a root directory has an empty name: --root ''")));
         if (Result<void> usable = checkRootId(root.id); !usable)
             return usable;
         if (ids.contains(root.id))
-            return Failure::wrongUse(
-                QStringLiteral("two roots have the id '%1'; give them ids of their own: --root ID=DIR").arg(root.id));
+            return Failure::wrongUse(translatable(
+                QT_TRANSLATE_NOOP("Host", "two roots have the id '%1'; give them ids of their own: --root ID=DIR"),
+                {root.id}));
         ids.insert(root.id);
     }
     return {};
@@ -221,13 +225,16 @@ bool ContentHost::isRoot(const QString& id) const
 
 QStringList ContentHost::problems() const
 {
-    QStringList problems;
+    QList<TrString> problems;
     m_workerThread->run([&] {
         for (const auto& root : m_roots)
             problems.append(root->problem());
     });
-    problems.removeAll(QString());
-    return problems;
+    // The worker thread has no language of its own.
+    QStringList texts;
+    std::transform(problems.cbegin(), problems.cend(), std::back_inserter(texts), std::mem_fn(&TrString::toString));
+    texts.removeAll(QString());
+    return texts;
 }
 
 void ContentHost::warnOfProblems()

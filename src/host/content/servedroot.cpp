@@ -1,6 +1,7 @@
 #include "content/servedroot.h"
 
 #include "content/workermodule.h"
+#include "language/translatable.h"
 #include "liveness/healer.h"
 
 #include <log/dbglog.h>
@@ -30,9 +31,11 @@ Result<QString> canonicalDirectory(const QString& directory)
     const QString canonical = info.canonicalFilePath();
     // To a worker an empty path would be the current directory.
     if (canonical.isEmpty())
-        return Failure::wrongUse(QStringLiteral("the root directory %1 does not exist").arg(directory));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "the root directory %1 does not exist"), {directory}));
     if (!info.isDir())
-        return Failure::wrongUse(QStringLiteral("the root %1 is not a directory").arg(directory));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "the root %1 is not a directory"), {directory}));
     return canonical;
 }
 
@@ -71,11 +74,11 @@ ServedRoot::Found ServedRoot::look(std::chrono::milliseconds patience)
     return m_look->call([directory = m_root.directory] { return canonicalDirectory(directory); }, patience);
 }
 
-QString ServedRoot::problemOf(const Found& found) const
+TrString ServedRoot::problemOf(const Found& found) const
 {
     if (!found)
-        return QStringLiteral("the root directory %1 does not answer").arg(m_root.directory);
-    return *found ? QString() : found->failure().message.toString();
+        return translatable(QT_TRANSLATE_NOOP("Host", "the root directory %1 does not answer"), {m_root.directory});
+    return *found ? TrString() : found->failure().message;
 }
 
 Result<void> ServedRoot::check(std::chrono::milliseconds patience)
@@ -86,12 +89,12 @@ Result<void> ServedRoot::check(std::chrono::milliseconds patience)
     if (found && *found && !m_mount) {
         Result<void> mounted = mount(found->value(), patience);
         if (!mounted)
-            m_problem = mounted.failure().message.toString();
+            m_problem = mounted.failure().message;
         return mounted;
     }
     if (found && !*found && m_mount)
         unmount();
-    m_problem = m_mount ? QString() : problemOf(found);
+    m_problem = m_mount ? TrString() : problemOf(found);
     return {};
 }
 
@@ -104,12 +107,13 @@ Result<void> ServedRoot::mount(const QString& directory, std::chrono::millisecon
         return worker.failure();
     // A worker that did not find its directory would serve another one.
     if (const Found again = look(patience); !again || !*again || again->value() != directory) {
-        m_problem = QStringLiteral("the root directory %1 has vanished again").arg(m_root.directory);
+        m_problem =
+            translatable(QT_TRANSLATE_NOOP("Host", "the root directory %1 has vanished again"), {m_root.directory});
         return {};
     }
     const QString title = m_root.title.isEmpty() ? nameOf(directory) : m_root.title;
     if (!CMRootWorker::instance().mount(worker.value().get(), title, m_position))
-        return Failure::wrongUse(QStringLiteral("the root id '%1' is taken").arg(m_root.id));
+        return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "the root id '%1' is taken"), {m_root.id}));
     m_worker = std::move(worker.value());
     m_mount = std::make_shared<const Mount>(Mount{m_root.id, title, directory, m_root.filter, m_root.followLinks});
     const auto localPath = [mount = m_mount](const CMPath& path) { return mount->localPath(path.base()); };
@@ -117,7 +121,7 @@ Result<void> ServedRoot::mount(const QString& directory, std::chrono::millisecon
     if (m_hasWarned)
         LOG(WARN, "the root " << m_root.directory << " is back");
     m_hasWarned = false;
-    m_problem.clear();
+    m_problem = {};
     m_changed();
     return {};
 }
@@ -162,7 +166,7 @@ void ServedRoot::moveTo(int position)
 bool ServedRoot::retire()
 {
     m_isRetired = true;
-    m_problem.clear();
+    m_problem = {};
     if (m_mount)
         unmount();
     return !m_worker;
@@ -172,6 +176,6 @@ void ServedRoot::warn()
 {
     if (m_problem.isEmpty() || m_hasWarned)
         return;
-    LOG(WARN, m_problem << "; the root is served as soon as it can be");
+    LOG(WARN, inEnglish(m_problem) << "; the root is served as soon as it can be");
     m_hasWarned = true;
 }

@@ -45,7 +45,7 @@ public:
     }
 
     /// Why the root is not mounted; empty if it is.
-    [[nodiscard]] const QString& problem() const { return m_problem; }
+    [[nodiscard]] const TrString& problem() const { return m_problem; }
     /// Logs the problem, if there is one, once.
     void warn();
 
@@ -61,7 +61,7 @@ private:
     using Found = std::optional<Result<QString>>;
 
     [[nodiscard]] Found look(std::chrono::milliseconds patience);
-    [[nodiscard]] QString problemOf(const Found& found) const;
+    [[nodiscard]] TrString problemOf(const Found& found) const;
     [[nodiscard]] Result<void> mount(const QString& directory, std::chrono::milliseconds patience);
     void unmount();
     void moveTo(int position);
@@ -83,6 +83,6 @@ private:
     /// The worker is unmounted but still in use.
     bool m_isLeaving = false;
     bool m_isRetired = false;
-    QString m_problem;
+    TrString m_problem;
     bool m_hasWarned = false;
 };

@@ -1,6 +1,7 @@
 #include "content/servedworker.h"
 
 #include "content/workermodule.h"
+#include "language/translatable.h"
 
 #include <model/cmroot.h>
 
@@ -14,7 +15,7 @@ Result<std::unique_ptr<ServedWorker>> ServedWorker::mount(const WorkerSettings& 
         return worker.failure();
     const QString prefix = worker.value()->prefix();
     if (!CMRootWorker::instance().mount(worker.value().get(), settings.title, position))
-        return Failure::wrongUse(QStringLiteral("the id '%1' is taken").arg(prefix));
+        return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "the id '%1' is taken"), {prefix}));
     Mount mount;
     mount.prefix = prefix;
     mount.title = settings.title;

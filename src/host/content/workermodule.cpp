@@ -1,5 +1,7 @@
 #include "content/workermodule.h"
 
+#include "language/translatable.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -17,12 +19,14 @@ using Library = std::unique_ptr<void, CloseLibrary>;
 
 Failure loaderFailure()
 {
-    return Failure::wrongUse(QStringLiteral("cannot load the module: %1").arg(QString::fromLocal8Bit(dlerror())));
+    return Failure::wrongUse(
+        translatable(QT_TRANSLATE_NOOP("Host", "cannot load the module: %1"), {QString::fromLocal8Bit(dlerror())}));
 }
 
 Failure factoryFailure(const QString& file, const QString& reason)
 {
-    return Failure::wrongUse(QStringLiteral("the module %1 makes no worker: %2").arg(file, reason));
+    return Failure::wrongUse(
+        translatable(QT_TRANSLATE_NOOP("Host", "the module %1 makes no worker: %2"), {file, reason}));
 }
 
 } // namespace
@@ -47,10 +51,10 @@ Result<std::unique_ptr<CMWorker>> WorkerModule::createWorker(const QVariantHash&
         std::unique_ptr<CMWorker> worker(m_factory(nullptr, configuration));
         if (worker)
             return worker;
-        return factoryFailure(m_file, QStringLiteral("its factory gives none"));
+        return factoryFailure(m_file, translated(QT_TRANSLATE_NOOP("Host", "its factory gives none")));
     } catch (const std::exception& error) {
         return factoryFailure(m_file, QString::fromLocal8Bit(error.what()));
     } catch (...) {
-        return factoryFailure(m_file, QStringLiteral("its factory throws"));
+        return factoryFailure(m_file, translated(QT_TRANSLATE_NOOP("Host", "its factory throws")));
     }
 }

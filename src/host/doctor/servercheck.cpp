@@ -3,6 +3,7 @@
 #include "http/access.h"
 #include "http/listeningsocket.h"
 #include "http/tokenfile.h"
+#include "language/translatable.h"
 #include "remote/rpcclient.h"
 
 #include <QDir>
@@ -38,10 +39,12 @@ Findings checkState(const QString& directory)
     if (!isWritable(existing))
         return {
             {QStringLiteral("stateDirectory"),
-             QStringLiteral("the state directory %1 cannot be written").arg(directory),
-             QStringLiteral("make %1 a directory that the user who runs tavo can write, or name another one: --state "
-                            "DIR")
-                 .arg(existing)}};
+             translated(QT_TRANSLATE_NOOP("Host", "the state directory %1 cannot be written"), {directory}),
+             translated(
+                 QT_TRANSLATE_NOOP(
+                     "Host",
+                     "make %1 a directory that the user who runs tavo can write, or name another one: --state DIR"),
+                 {existing})}};
     return checkRoom(directory, QStorageInfo(existing).bytesAvailable());
 }
 
@@ -61,8 +64,9 @@ Findings checkAddress(const ListenAddress& address, const ServerPlan& plan, cons
     const QString text = QString::fromLatin1(address.toText());
     if (!allowed)
         return {
-            {QStringLiteral("openAddress"), QStringLiteral("everybody in the network could use %1").arg(text),
-             QStringLiteral("ask for a token: --token-file FILE; or allow it: --no-token")}};
+            {QStringLiteral("openAddress"),
+             translated(QT_TRANSLATE_NOOP("Host", "everybody in the network could use %1"), {text}),
+             translated(QT_TRANSLATE_NOOP("Host", "ask for a token: --token-file FILE; or allow it: --no-token"))}};
     const Result<ListeningSocket> socket = ListeningSocket::open(address);
     if (socket)
         return {};
@@ -75,7 +79,8 @@ Findings checkAddress(const ListenAddress& address, const ServerPlan& plan, cons
     }
     return {
         {QStringLiteral("address"), problem,
-         QStringLiteral("choose another address: --listen ADDRESS:PORT; 'ss -ltnp' shows which program has a port")}};
+         translated(QT_TRANSLATE_NOOP(
+             "Host", "choose another address: --listen ADDRESS:PORT; 'ss -ltnp' shows which program has a port"))}};
 }
 
 } // namespace
@@ -91,8 +96,9 @@ Findings checkServer(const ServerPlan& plan)
         else
             findings.push_back(
                 {QStringLiteral("tokenFile"), read.failure().message.toString(),
-                 QStringLiteral("correct that, or make a new one: (umask 077; head -c 24 /dev/urandom | base64 > "
-                                "~/.config/tavo/token)")});
+                 translated(QT_TRANSLATE_NOOP(
+                     "Host", "correct that, or make a new one: (umask 077; head -c 24 /dev/urandom | base64 > "
+                             "~/.config/tavo/token)"))});
     }
     for (const ListenAddress& address : plan.addresses)
         append(findings, checkAddress(address, plan, token));
@@ -107,6 +113,10 @@ Findings checkRoom(const QString& stateDirectory, qint64 freeBytes)
         return {};
     return {
         {QStringLiteral("stateRoom"),
-         QStringLiteral("the state directory %1 has only %2 MB left").arg(stateDirectory).arg(freeBytes / megabyte),
-         QStringLiteral("free %1 MB there, or name a directory with more room: --state DIR").arg(enough / megabyte)}};
+         translated(
+             QT_TRANSLATE_NOOP("Host", "the state directory %1 has only %2 MB left"),
+             {stateDirectory, QString::number(freeBytes / megabyte)}),
+         translated(
+             QT_TRANSLATE_NOOP("Host", "free %1 MB there, or name a directory with more room: --state DIR"),
+             {QString::number(enough / megabyte)})}};
 }

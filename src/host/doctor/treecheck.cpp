@@ -3,6 +3,7 @@
 #include "content/confinement.h"
 #include "content/mount.h"
 #include "exec/patientcall.h"
+#include "language/translatable.h"
 #include "liveness/kernelevents.h"
 #include "process/filedescriptor.h"
 
@@ -176,27 +177,34 @@ private:
     void addFindings()
     {
         Findings& findings = m_report.findings;
-        const auto below = [this](const char* things) {
-            return QStringLiteral("%1 below %2").arg(QString::fromLatin1(things), m_mount.rootDirectory);
-        };
+        const auto below = [this](const char* things) { return translated(things, {m_mount.rootDirectory}); };
         m_closedDirectories.addTo(
-            findings, {QStringLiteral("unreadableDirectory"), below("directories that cannot be read"),
-                       QStringLiteral("let the user who runs tavo read and enter them, for example with chmod o+rx")});
+            findings, {QStringLiteral("unreadableDirectory"),
+                       below(QT_TRANSLATE_NOOP("Host", "directories that cannot be read below %1")),
+                       translated(QT_TRANSLATE_NOOP(
+                           "Host", "let the user who runs tavo read and enter them, for example with chmod o+rx"))});
         m_closedFiles.addTo(
-            findings, {QStringLiteral("unreadableFile"), below("files that cannot be read"),
-                       QStringLiteral("let the user who runs tavo read them, for example with chmod o+r")});
+            findings,
+            {QStringLiteral("unreadableFile"), below(QT_TRANSLATE_NOOP("Host", "files that cannot be read below %1")),
+             translated(
+                 QT_TRANSLATE_NOOP("Host", "let the user who runs tavo read them, for example with chmod o+r"))});
         m_outerLinks.addTo(
-            findings, {QStringLiteral("outerLink"), below("symlinks that lead out, or to something hidden,"),
-                       QStringLiteral("clients of a server do not see them: move what they lead to below the root, or "
-                                      "make its directory a root of its own")});
+            findings, {QStringLiteral("outerLink"),
+                       below(QT_TRANSLATE_NOOP("Host", "symlinks that lead out, or to something hidden, below %1")),
+                       translated(QT_TRANSLATE_NOOP(
+                           "Host", "clients of a server do not see them: move what they lead to below the root, or "
+                                   "make its directory a root of its own"))});
         m_brokenNames.addTo(
             findings,
-            {QStringLiteral("brokenName"), below("names that are not UTF-8"),
-             QStringLiteral("clients cannot open them: rename them, for example with convmv -f latin1 -t utf8 -r")});
+            {QStringLiteral("brokenName"), below(QT_TRANSLATE_NOOP("Host", "names that are not UTF-8 below %1")),
+             translated(QT_TRANSLATE_NOOP(
+                 "Host", "clients cannot open them: rename them, for example with convmv -f latin1 -t utf8 -r"))});
         m_unreadableTags.addTo(
-            findings, {QStringLiteral("unreadableTags"), below("files without readable tags"),
-                       QStringLiteral("they may be damaged, incomplete or no audio files at all: try to play them, and "
-                                      "replace or remove those that do not play")});
+            findings,
+            {QStringLiteral("unreadableTags"), below(QT_TRANSLATE_NOOP("Host", "files without readable tags below %1")),
+             translated(QT_TRANSLATE_NOOP(
+                 "Host", "they may be damaged, incomplete or no audio files at all: try to play them, and replace or "
+                         "remove those that do not play"))});
     }
 
     const Mount m_mount;
@@ -220,8 +228,9 @@ Findings missing(const QString& problem)
 {
     return {
         {QStringLiteral("missingRoot"), problem,
-         QStringLiteral("correct the path, or mount what should be there; a server serves the root as soon as it is "
-                        "there")}};
+         translated(QT_TRANSLATE_NOOP(
+             "Host",
+             "correct the path, or mount what should be there; a server serves the root as soon as it is there"))}};
 }
 
 } // namespace
@@ -237,9 +246,10 @@ TreeReport checkTree(const RootSettings& root, std::chrono::milliseconds sweepIn
         },
         lookPatience);
     if (!found)
-        return {missing(QStringLiteral("the root directory %1 does not answer").arg(root.directory))};
+        return {
+            missing(translated(QT_TRANSLATE_NOOP("Host", "the root directory %1 does not answer"), {root.directory}))};
     if (root.directory.isEmpty() || !found->isDir())
-        return {missing(QStringLiteral("there is no directory %1").arg(root.directory))};
+        return {missing(translated(QT_TRANSLATE_NOOP("Host", "there is no directory %1"), {root.directory}))};
     const Mount mount{root.id, root.title, found->filePath(), root.filter, root.followLinks};
     return Walk(mount, sweepInterval, progress).run();
 }
@@ -248,18 +258,23 @@ Findings checkFileSystem(const QString& directory, const QByteArray& type, std::
 {
     if (!sendsNoEvents(type))
         return {};
-    const QString problem = QStringLiteral("%1 is on a file system of type %2, which reports no changes")
-                                .arg(directory, QString::fromUtf8(type));
+    const QString problem = translated(
+        QT_TRANSLATE_NOOP("Host", "%1 is on a file system of type %2, which reports no changes"),
+        {directory, QString::fromUtf8(type)});
     if (sweepInterval.count() == 0)
         return {
             {QStringLiteral("blindFileSystem"), problem,
-             QStringLiteral("do not turn the regular looks at opened directories off: --sweep 5")}};
+             translated(
+                 QT_TRANSLATE_NOOP("Host", "do not turn the regular looks at opened directories off: --sweep 5"))}};
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(sweepInterval).count();
     return {
         {QStringLiteral("blindFileSystem"),
          problem,
-         QStringLiteral("nothing needs doing: tavo looks at opened directories every %1 seconds, so changes appear "
-                        "later than elsewhere")
-             .arg(std::chrono::duration_cast<std::chrono::seconds>(sweepInterval).count()),
+         translated(
+             QT_TRANSLATE_NOOP(
+                 "Host", "nothing needs doing: tavo looks at opened directories every %1 seconds, so changes appear "
+                         "later than elsewhere"),
+             {QString::number(seconds)}),
          {},
          0,
          false}};

@@ -1,14 +1,16 @@
 #include "doctor/watchcheck.h"
 
+#include "language/translatable.h"
+
 #include <algorithm>
 
 namespace {
 
 QString raised(const QString& name, qint64 value)
 {
-    return QStringLiteral("raise it: sysctl -w %1=%2; the line %1=%2 in /etc/sysctl.d/tavo.conf makes it last")
-        .arg(name)
-        .arg(value);
+    return translated(
+        QT_TRANSLATE_NOOP("Host", "raise it: sysctl -w %1=%2; the line %1=%2 in /etc/sysctl.d/tavo.conf makes it last"),
+        {name, QString::number(value)});
 }
 
 /// Room for as many directories again, and for other programs.
@@ -40,21 +42,22 @@ Findings checkWatches(const FreeWatches& free, const KernelLimit& limit, qint64 
         const KernelLimit instances = instanceLimit();
         findings.push_back(
             {QStringLiteral("instanceLimit"),
-             QStringLiteral("all inotify instances of this user are in use: %1 = %2")
-                 .arg(instances.name)
-                 .arg(instances.value),
+             translated(
+                 QT_TRANSLATE_NOOP("Host", "all inotify instances of this user are in use: %1 = %2"),
+                 {instances.name, QString::number(instances.value)}),
              raised(instances.name, 2 * qint64{instances.value})});
     }
     if (!free.watch)
         findings.push_back(watchFinding(
-            QStringLiteral("all inotify watches of this user are in use: %1 = %2").arg(limit.name).arg(limit.value),
+            translated(
+                QT_TRANSLATE_NOOP("Host", "all inotify watches of this user are in use: %1 = %2"),
+                {limit.name, QString::number(limit.value)}),
             limit, directories));
     else if (directories > limit.value)
         findings.push_back(watchFinding(
-            QStringLiteral("there are %1 directories, and the kernel watches %3 at most: %2 = %3")
-                .arg(directories)
-                .arg(limit.name)
-                .arg(limit.value),
+            translated(
+                QT_TRANSLATE_NOOP("Host", "there are %1 directories, and the kernel watches %3 at most: %2 = %3"),
+                {QString::number(directories), limit.name, QString::number(limit.value)}),
             limit, directories));
     return findings;
 }

@@ -1,5 +1,7 @@
 #include "http/access.h"
 
+#include "language/translatable.h"
+
 #include <QCryptographicHash>
 #include <QRegularExpression>
 
@@ -105,8 +107,9 @@ Result<QByteArray> readHostName(const QString& text)
     const QByteArray normal = normalHost(host);
     const bool isAddress = host.startsWith('[') && !normal.isEmpty();
     if (!isAddress && !pattern.match(text).hasMatch())
-        return Failure::wrongUse(
-            QStringLiteral("'%1' is no name of a host: give it as in music.example.org, without a port").arg(text));
+        return Failure::wrongUse(translatable(
+            QT_TRANSLATE_NOOP("Host", "'%1' is no name of a host: give it as in music.example.org, without a port"),
+            {text}));
     return normal;
 }
 
@@ -120,8 +123,9 @@ Result<QByteArray> readOrigin(const QString& text)
     const int port = match.captured(3).toInt();
     constexpr int lastPort = 65535;
     if (!match.hasMatch() || !host || port > lastPort)
-        return Failure::wrongUse(
-            QStringLiteral("'%1' is no origin: give it as in https://music.example.org, without a path").arg(text));
+        return Failure::wrongUse(translatable(
+            QT_TRANSLATE_NOOP("Host", "'%1' is no origin: give it as in https://music.example.org, without a path"),
+            {text}));
     const QByteArray scheme = match.captured(1).toLatin1().toLower();
     const bool isUsualPort = port == 0 || port == (scheme == "https" ? 443 : 80);
     return scheme + "://" + host.value() + (isUsualPort ? "" : ':' + QByteArray::number(port));
@@ -131,9 +135,10 @@ Result<void> checkListenable(const IpAddress& address, bool needsToken, bool all
 {
     if (needsToken || allowsAnybody || address.isLoopback())
         return {};
-    return Failure::wrongUse(
-        QStringLiteral("everybody in the network could use %1: give --token-file, or --no-token if that is wanted")
-            .arg(QString::fromLatin1(address.toText())));
+    return Failure::wrongUse(translatable(
+        QT_TRANSLATE_NOOP(
+            "Host", "everybody in the network could use %1: give --token-file, or --no-token if that is wanted"),
+        {QString::fromLatin1(address.toText())}));
 }
 
 AccessPolicy::AccessPolicy(const AccessSettings& settings)

@@ -1,5 +1,7 @@
 #include "http/listenaddress.h"
 
+#include "language/translatable.h"
+
 namespace {
 
 std::optional<IpAddress> addressFrom(const QString& text)
@@ -20,8 +22,8 @@ Result<ListenAddress> ListenAddress::fromText(const QString& text)
     bool isNumber = false;
     const quint16 port = text.mid(colon + 1).toUShort(&isNumber);
     if (colon < 0 || !address || !isNumber)
-        return Failure::wrongUse(
-            QStringLiteral("'%1' is no ADDRESS:PORT, such as 127.0.0.1:8420 or [::1]:8420").arg(text));
+        return Failure::wrongUse(translatable(
+            QT_TRANSLATE_NOOP("Host", "'%1' is no ADDRESS:PORT, such as 127.0.0.1:8420 or [::1]:8420"), {text}));
     return ListenAddress{*address, port};
 }
 

@@ -1,5 +1,7 @@
 #include "http/listeningsocket.h"
 
+#include "language/translatable.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -98,8 +100,9 @@ Result<ListeningSocket> ListeningSocket::open(const ListenAddress& address)
     if (error != 0)
         return Failure{
             Failure::Kind::Refused,
-            QStringLiteral("cannot listen on %1: %2")
-                .arg(QString::fromLatin1(address.toText()), qt_error_string(error)),
+            translatable(
+                QT_TRANSLATE_NOOP("Host", "cannot listen on %1: %2"),
+                {QString::fromLatin1(address.toText()), qt_error_string(error)}),
             error == EADDRINUSE ? QLatin1String(addressInUse) : QLatin1String()};
     return adopt(std::move(descriptor));
 }
@@ -109,7 +112,8 @@ Result<ListeningSocket> ListeningSocket::adopt(FileDescriptor descriptor)
     const std::optional<ListenAddress> address = localAddress(descriptor.get());
     if (!address || !isListening(descriptor.get()))
         return Failure{
-            Failure::Kind::Refused, QStringLiteral("a socket that was passed does not listen at an IP address")};
+            Failure::Kind::Refused,
+            translatable(QT_TRANSLATE_NOOP("Host", "a socket that was passed does not listen at an IP address"))};
     return ListeningSocket{std::move(descriptor), *address};
 }
 

@@ -1,6 +1,7 @@
 #include "http/tokenfile.h"
 
 #include "http/randomhex.h"
+#include "language/translatable.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -51,21 +52,24 @@ QByteArray firstLine(QFile& file)
 
 Result<QByteArray> tokenIn(QFile& file)
 {
-    const auto failure = [&file](const QString& problem) {
-        return Failure::wrongUse(QStringLiteral("the token file %1 %2").arg(file.fileName(), problem));
+    const QString name = file.fileName();
+    const auto failure = [](const char* problem, const QList<TrArg>& arguments) {
+        return Failure::wrongUse(translatable(problem, arguments));
     };
-    if (!QFileInfo(file.fileName()).isFile())
-        return failure(QStringLiteral("does not exist, or is no file"));
+    if (!QFileInfo(name).isFile())
+        return failure(QT_TRANSLATE_NOOP("Host", "the token file %1 does not exist, or is no file"), {name});
     if (!file.open(QIODevice::ReadOnly))
-        return failure(QStringLiteral("cannot be read: %1").arg(file.errorString()));
+        return failure(QT_TRANSLATE_NOOP("Host", "the token file %1 cannot be read: %2"), {name, file.errorString()});
     if (!isPrivate(file))
-        return failure(QStringLiteral("must be its owner's alone: chmod 600 makes it so"));
+        return failure(
+            QT_TRANSLATE_NOOP("Host", "the token file %1 must be its owner's alone: chmod 600 makes it so"), {name});
     const QByteArray line = firstLine(file);
     if (!isToken(line))
-        return failure(QStringLiteral("must begin with a line of %1 to %2 printable ASCII characters, without spaces "
-                                      "around them")
-                           .arg(shortestToken)
-                           .arg(longestToken));
+        return failure(
+            QT_TRANSLATE_NOOP(
+                "Host", "the token file %1 must begin with a line of %2 to %3 printable ASCII characters, without "
+                        "spaces around them"),
+            {name, QString::number(shortestToken), QString::number(longestToken)});
     return line;
 }
 
@@ -82,7 +86,8 @@ Result<void> TokenFile::makeIfMissing() const
     if (isMade)
         return {};
     return Failure{
-        Failure::Kind::Refused, QStringLiteral("cannot make the token file %1: %2").arg(m_file, file.errorString())};
+        Failure::Kind::Refused,
+        translatable(QT_TRANSLATE_NOOP("Host", "cannot make the token file %1: %2"), {m_file, file.errorString()})};
 }
 
 Result<QByteArray> TokenFile::read()

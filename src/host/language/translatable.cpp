@@ -1,5 +1,7 @@
 #include "language/translatable.h"
 
+#include <i18n/trlanguage.h>
+
 TrString translatable(const char* sourceText, const QList<TrArg>& arguments)
 {
     return {TrCharData{"Host", sourceText}, arguments};
@@ -8,4 +10,10 @@ TrString translatable(const char* sourceText, const QList<TrArg>& arguments)
 QString translated(const char* sourceText, const QList<TrArg>& arguments)
 {
     return translatable(sourceText, arguments).toString();
+}
+
+QString inEnglish(const TrString& text)
+{
+    const TrLanguage::Scope scope(TrLanguage::find(QStringLiteral("en")));
+    return text.toString();
 }

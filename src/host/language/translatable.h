@@ -8,3 +8,6 @@
 
 /// The same in the thread's language.
 [[nodiscard]] QString translated(const char* sourceText, const QList<TrArg>& arguments = {});
+
+/// For the log, which is in one language everywhere.
+[[nodiscard]] QString inEnglish(const TrString& text);

@@ -1,5 +1,6 @@
 #include "prepare/itemsink.h"
 
+#include "language/translatable.h"
 #include "rpc/json.h"
 #include "terminal/itemtext.h"
 
@@ -19,7 +20,9 @@ public:
             text += m_isEmpty ? "[" : ",\n ";
             m_isEmpty = false;
             if (!appendJson(text, item))
-                return Failure{Failure::Kind::TooLarge, QStringLiteral("the items are longer than 2 GiB")};
+                return Failure{
+                    Failure::Kind::TooLarge,
+                    translatable(QT_TRANSLATE_NOOP("Host", "the items are longer than 2 GiB"))};
         }
         return writeOutput(m_output, text);
     }

@@ -2,6 +2,7 @@
 
 #include "content/contenthost.h"
 #include "content/failures.h"
+#include "language/translatable.h"
 
 #include <QElapsedTimer>
 
@@ -13,7 +14,7 @@ Preparation::Preparation(ContentHost& host, Kind kind, ItemSink& sink)
 Result<void> Preparation::run(const QVector<CMPath>& paths)
 {
     const CMRequestContext::Scope scope(m_context);
-    m_progress.show(QStringLiteral("looking for files"));
+    m_progress.show(translated(QT_TRANSLATE_NOOP("Host", "looking for files")));
     Result<void> planned = plan(paths);
     Result<Written> written = planned ? requestAll() : planned.failure();
     m_progress.clear();

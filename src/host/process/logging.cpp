@@ -1,8 +1,9 @@
 #include "process/logging.h"
 
+#include "language/translatable.h"
+
 #include <QFile>
 #include <QFileInfo>
-#include <QStringList>
 
 #include <log4cplus/configurator.h>
 #include <log4cplus/consoleappender.h>
@@ -16,7 +17,8 @@ Result<void> configureFrom(const QString& file)
 {
     const QFileInfo info(file);
     if (!info.isFile() || !info.isReadable())
-        return Failure::wrongUse(QStringLiteral("cannot read the log configuration %1").arg(file));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "cannot read the log configuration %1"), {file}));
     log4cplus::PropertyConfigurator::doConfigure(QFile::encodeName(file).toStdString());
     return {};
 }
@@ -32,16 +34,20 @@ void configureDefault()
 
 } // namespace
 
-// Asked of a list, since log4cplus complains by itself about a name that it does not know.
+// A list, since log4cplus complains by itself about a name that it does not know.
+QStringList Logging::levels()
+{
+    return {QStringLiteral("OFF"),  QStringLiteral("FATAL"), QStringLiteral("ERROR"), QStringLiteral("WARN"),
+            QStringLiteral("INFO"), QStringLiteral("DEBUG"), QStringLiteral("TRACE")};
+}
+
 Result<void> Logging::checkLevel(const QString& name)
 {
-    const QStringList known = {QStringLiteral("OFF"),  QStringLiteral("FATAL"), QStringLiteral("ERROR"),
-                               QStringLiteral("WARN"), QStringLiteral("INFO"),  QStringLiteral("DEBUG"),
-                               QStringLiteral("TRACE")};
+    const QStringList known = levels();
     if (known.contains(name.toUpper()))
         return {};
-    return Failure::wrongUse(
-        QStringLiteral("unknown log level '%1', known are %2").arg(name, known.join(QStringLiteral(", "))));
+    return Failure::wrongUse(translatable(
+        QT_TRANSLATE_NOOP("Host", "unknown log level '%1', known are %2"), {name, known.join(QStringLiteral(", "))}));
 }
 
 Result<void> Logging::configure(const QString& level, const QString& file)

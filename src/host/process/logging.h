@@ -2,6 +2,8 @@
 
 #include "content/result.h"
 
+#include <QStringList>
+
 #include <log4cplus/initializer.h>
 
 /// The process's logging: warnings and worse on standard error, unless a file or a level says otherwise.
@@ -9,6 +11,8 @@
 class Logging
 {
 public:
+    /// The names of the levels, from the quietest on.
+    [[nodiscard]] static QStringList levels();
     /// Fails if log4cplus knows no such level.
     [[nodiscard]] static Result<void> checkLevel(const QString& name);
 

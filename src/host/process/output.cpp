@@ -1,5 +1,6 @@
 #include "process/output.h"
 
+#include "language/translatable.h"
 #include "process/displaytext.h"
 
 #include <cerrno>
@@ -25,7 +26,8 @@ Result<Written> writeOutput(int fileDescriptor, const QByteArray& text)
         return Written::All;
     if (error == EPIPE)
         return Written::ReaderGone;
-    return Failure{Failure::Kind::Refused, QStringLiteral("cannot write: %1").arg(qt_error_string(error))};
+    return Failure{
+        Failure::Kind::Refused, translatable(QT_TRANSLATE_NOOP("Host", "cannot write: %1"), {qt_error_string(error)})};
 }
 
 void report(const QString& message)

@@ -1,5 +1,6 @@
 #include "process/shutdown.h"
 
+#include "language/translatable.h"
 #include "process/output.h"
 
 #include <QCoreApplication>
@@ -17,7 +18,7 @@ void Shutdown::exitAfterFailedOutput(int errorNumber)
     if (errorNumber == EPIPE)
         return exitLater(Success);
     const auto reportAndExit = [errorNumber] {
-        report(QStringLiteral("cannot write: %1").arg(qt_error_string(errorNumber)));
+        report(translated(QT_TRANSLATE_NOOP("Host", "cannot write: %1"), {qt_error_string(errorNumber)}));
         QCoreApplication::exit(Refused);
     };
     QMetaObject::invokeMethod(QCoreApplication::instance(), reportAndExit, Qt::QueuedConnection);

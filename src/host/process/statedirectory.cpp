@@ -1,5 +1,7 @@
 #include "process/statedirectory.h"
 
+#include "language/translatable.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -15,7 +17,9 @@ namespace {
 
 Failure cannotUse(const QString& path, const QString& why)
 {
-    return {Failure::Kind::Refused, QStringLiteral("cannot use the state directory %1: %2").arg(path, why)};
+    return {
+        Failure::Kind::Refused,
+        translatable(QT_TRANSLATE_NOOP("Host", "cannot use the state directory %1: %2"), {path, why})};
 }
 
 bool make(const QString& path)
@@ -33,13 +37,13 @@ Result<StateDirectory> StateDirectory::claim(const QString& path)
 {
     const QString directory = QDir::cleanPath(QDir::current().absoluteFilePath(path));
     if (!make(directory))
-        return cannotUse(directory, QStringLiteral("it cannot be created"));
+        return cannotUse(directory, translated(QT_TRANSLATE_NOOP("Host", "it cannot be created")));
     const QByteArray file = QFile::encodeName(directory + QStringLiteral("/lock"));
     FileDescriptor lock(open(file.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
     if (!lock.isOpen())
         return cannotUse(directory, qt_error_string(errno));
     if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
-        return cannotUse(directory, QStringLiteral("another process uses it"));
+        return cannotUse(directory, translated(QT_TRANSLATE_NOOP("Host", "another process uses it")));
     return StateDirectory(directory, std::move(lock));
 }
 

@@ -1,5 +1,8 @@
 #include "remote/httppost.h"
 
+#include "language/programlanguage.h"
+#include "language/translatable.h"
+
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/write.hpp>
@@ -33,8 +36,8 @@ QByteArray bytes(boost::string_view text)
 QByteArray requestText(const HttpPost& post)
 {
     QByteArray text = "POST " + post.server.folder + post.path + " HTTP/1.1\r\nHost: " + post.server.hostField() +
-                      "\r\nContent-Type: application/json\r\nConnection: close\r\nContent-Length: " +
-                      QByteArray::number(post.body.size()) + "\r\n";
+                      "\r\nContent-Type: application/json\r\nAccept-Language: " + shownLanguage() +
+                      "\r\nConnection: close\r\nContent-Length: " + QByteArray::number(post.body.size()) + "\r\n";
     if (!post.token.isEmpty())
         text += "Authorization: Bearer " + post.token + "\r\n";
     return text + "\r\n" + post.body;
@@ -83,11 +86,11 @@ private:
     beast::flat_buffer m_buffer;
 };
 
-Failure unanswered(const QString& message, const ServerAddress& server, const ErrorCode& error)
+Failure unanswered(const char* message, const ServerAddress& server, const ErrorCode& error)
 {
-    const QString reason =
-        error == beast::error::timeout ? QStringLiteral("timed out") : QString::fromStdString(error.message());
-    return {Failure::Kind::Unanswered, message.arg(server.toUrl(), reason)};
+    const QString reason = error == beast::error::timeout ? translated(QT_TRANSLATE_NOOP("Host", "timed out"))
+                                                          : QString::fromStdString(error.message());
+    return {Failure::Kind::Unanswered, translatable(message, {server.toUrl(), reason})};
 }
 
 } // namespace
@@ -96,14 +99,15 @@ Result<HttpPost::Reply> HttpPost::send(std::chrono::milliseconds patience) const
 {
     Connection connection;
     if (const ErrorCode error = connection.open(server))
-        return unanswered(QStringLiteral("no server answers at %1 (%2): 'tavo serve' starts one"), server, error);
+        return unanswered(
+            QT_TRANSLATE_NOOP("Host", "no server answers at %1 (%2): 'tavo serve' starts one"), server, error);
     Parser parser;
     parser.body_limit(longestReply);
     ErrorCode error = connection.write(requestText(*this), patience);
     if (!error)
         error = connection.read(parser, patience);
     if (error)
-        return unanswered(QStringLiteral("the server at %1 gives no answer (%2)"), server, error);
+        return unanswered(QT_TRANSLATE_NOOP("Host", "the server at %1 gives no answer (%2)"), server, error);
     const auto& reply = parser.get();
     return Reply{static_cast<int>(reply.result_int()), bytes(reply.reason()), bytes(reply.body())};
 }

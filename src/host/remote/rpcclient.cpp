@@ -1,5 +1,6 @@
 #include "remote/rpcclient.h"
 
+#include "language/translatable.h"
 #include "remote/httppost.h"
 #include "rpc/json.h"
 #include "rpc/jsonparser.h"
@@ -7,9 +8,9 @@
 
 namespace {
 
-Failure refused(const QString& message)
+Failure refused(const char* message, const QList<TrArg>& arguments)
 {
-    return {Failure::Kind::Refused, message};
+    return {Failure::Kind::Refused, translatable(message, arguments)};
 }
 
 Failure failureOf(const HttpPost& post, const HttpPost::Reply& reply)
@@ -19,18 +20,20 @@ Failure failureOf(const HttpPost& post, const HttpPost::Reply& reply)
     switch (reply.status) {
     case 401:
         return post.token.isEmpty()
-                   ? refused(QStringLiteral("the server at %1 needs a token: --token-file FILE").arg(url))
-                   : refused(QStringLiteral("the server at %1 does not accept the token").arg(url));
+                   ? refused(QT_TRANSLATE_NOOP("Host", "the server at %1 needs a token: --token-file FILE"), {url})
+                   : refused(QT_TRANSLATE_NOOP("Host", "the server at %1 does not accept the token"), {url});
     case 404:
     case 405:
-        return refused(QStringLiteral("no tavo server answers at %1 (status %2)").arg(url, status));
+        return refused(QT_TRANSLATE_NOOP("Host", "no tavo server answers at %1 (status %2)"), {url, status});
     case 421:
         return refused(
-            QStringLiteral("the server at %1 does not serve that name: 'tavo serve --host NAME' allows it").arg(url));
+            QT_TRANSLATE_NOOP("Host", "the server at %1 does not serve that name: 'tavo serve --host NAME' allows it"),
+            {url});
     case 429:
-        return refused(QStringLiteral("the server at %1 was sent too many wrong tokens: wait for a minute").arg(url));
+        return refused(
+            QT_TRANSLATE_NOOP("Host", "the server at %1 was sent too many wrong tokens: wait for a minute"), {url});
     default:
-        return refused(QStringLiteral("the server at %1 refuses with status %2").arg(url, status));
+        return refused(QT_TRANSLATE_NOOP("Host", "the server at %1 refuses with status %2"), {url, status});
     }
 }
 
@@ -66,7 +69,7 @@ Result<QVariant> resultIn(const QByteArray& message, const ServerAddress& server
     if (answer.contains(QStringLiteral("error")))
         return failureFrom(answer.value(QStringLiteral("error")).toMap());
     if (!answer.contains(QStringLiteral("result")))
-        return refused(QStringLiteral("what answers at %1 is no tavo server").arg(server.toUrl()));
+        return refused(QT_TRANSLATE_NOOP("Host", "what answers at %1 is no tavo server"), {server.toUrl()});
     return answer.value(QStringLiteral("result"));
 }
 

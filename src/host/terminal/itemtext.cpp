@@ -1,15 +1,16 @@
 #include "terminal/itemtext.h"
 
+#include "language/translatable.h"
 #include "terminal/roletext.h"
 
 #include <tavo/tavomedia.h>
 #include <tavo/tavoroles.h>
 
-const QStringList& itemHeadings()
+QStringList itemHeadings()
 {
-    static const QStringList headings = {
-        QStringLiteral("TITLE"), QStringLiteral("ARTIST"), QStringLiteral("ALBUM"), QStringLiteral("DURATION")};
-    return headings;
+    return {
+        translated(QT_TRANSLATE_NOOP("Host", "TITLE")), translated(QT_TRANSLATE_NOOP("Host", "ARTIST")),
+        translated(QT_TRANSLATE_NOOP("Host", "ALBUM")), translated(QT_TRANSLATE_NOOP("Host", "DURATION"))};
 }
 
 QStringList itemCells(const QVariant& title, const QVariant& mediaData)

@@ -4,7 +4,7 @@
 #include <QVariant>
 
 /// The headings of what people want to know of an item.
-[[nodiscard]] const QStringList& itemHeadings();
+[[nodiscard]] QStringList itemHeadings();
 /// The cells below them.
 [[nodiscard]] QStringList itemCells(const QVariant& title, const QVariant& mediaData);
 

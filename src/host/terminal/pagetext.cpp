@@ -1,16 +1,37 @@
 #include "terminal/pagetext.h"
 
+#include "language/translatable.h"
 #include "terminal/roletext.h"
 
 #include <tavo/tavoroles.h>
 
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
 namespace {
+
+/// A role that people rarely ask for has its name.
+QString heading(const QString& role)
+{
+    const std::array<std::pair<QString, const char*>, 5> known = {
+        {{TavoRoles::Timestamp(), QT_TRANSLATE_NOOP("Host", "MODIFIED")},
+         {TavoRoles::Type(), QT_TRANSLATE_NOOP("Host", "TYPE")},
+         {TavoRoles::Title(), QT_TRANSLATE_NOOP("Host", "TITLE")},
+         {TavoRoles::Path(), QT_TRANSLATE_NOOP("Host", "PATH")},
+         {TavoRoles::Value(), QT_TRANSLATE_NOOP("Host", "VALUE")}}};
+    for (const auto& [name, text] : known) {
+        if (role == name)
+            return translated(text);
+    }
+    return role.toUpper();
+}
 
 QStringList headings(const QStringList& roles)
 {
     QStringList texts;
-    for (const QString& role : roles)
-        texts.append(role == TavoRoles::Timestamp() ? QStringLiteral("MODIFIED") : role.toUpper());
+    std::transform(roles.cbegin(), roles.cend(), std::back_inserter(texts), heading);
     return texts;
 }
 

@@ -1,5 +1,6 @@
 #include "terminal/progressline.h"
 
+#include "language/translatable.h"
 #include "process/displaytext.h"
 #include "process/output.h"
 
@@ -14,7 +15,7 @@ QString rateText(int done, qint64 milliseconds)
 {
     if (done == 0 || milliseconds == 0)
         return {};
-    return QStringLiteral("  %1 files/s").arg(qint64{done} * 1000 / milliseconds);
+    return translated(QT_TRANSLATE_NOOP("Host", "  %1 files/s"), {QString::number(qint64{done} * 1000 / milliseconds)});
 }
 
 } // namespace
@@ -40,7 +41,9 @@ void ProgressLine::show(int done, int all, const QString& current)
     if (!m_sinceBegin.isValid())
         m_sinceBegin.start();
     const QString rate = rateText(done, m_sinceBegin.elapsed());
-    show(QStringLiteral("%1 of %2 files%3  %4").arg(done).arg(all).arg(rate, current));
+    show(translated(
+        QT_TRANSLATE_NOOP("Host", "%1 of %2 files%3  %4"),
+        {QString::number(done), QString::number(all), rate, current}));
 }
 
 void ProgressLine::clear()

@@ -1,5 +1,6 @@
 #include "terminal/roletext.h"
 
+#include "language/translatable.h"
 #include "rpc/json.h"
 
 #include <tavo/tavoroles.h>
@@ -40,7 +41,8 @@ QString flagsText(const QVariantHash& flags)
 QString plainText(const QVariant& value)
 {
     if (value.userType() == QMetaType::Bool)
-        return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+        return value.toBool() ? translated(QT_TRANSLATE_NOOP("Host", "yes"))
+                              : translated(QT_TRANSLATE_NOOP("Host", "no"));
     if (value.canConvert<QString>() && value.userType() != QMetaType::QStringList)
         return value.toString();
     return QString::fromUtf8(toJson(value).value_or(QByteArray()));

@@ -1,5 +1,6 @@
 #include "cli/commands/arguments.h"
 
+#include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
 #include "rpc/json.h"
@@ -9,6 +10,7 @@
 namespace {
 
 constexpr QLatin1Char colon(':');
+const QLatin1String jsonName("json");
 
 QString cleaned(const QString& argument)
 {
@@ -25,8 +27,9 @@ CMPath relativePath(const QString& id, const QString& argument)
 
 Failure unknownRoot(const QStringList& ids, const QString& argument)
 {
-    return Failure::wrongUse(QStringLiteral("'%1' names no root: write ID:PATH, with one of the ids %2")
-                                 .arg(argument, ids.join(QStringLiteral(", "))));
+    return Failure::wrongUse(translatable(
+        QT_TRANSLATE_NOOP("Host", "'%1' names no root: write ID:PATH, with one of the ids %2"),
+        {argument, ids.join(QStringLiteral(", "))}));
 }
 
 Result<CMPath> pathFrom(const ContentHost& host, const QString& argument)
@@ -55,18 +58,20 @@ Result<QVariant> entryIdFrom(const QString& argument)
     bool isNumber = false;
     const qlonglong id = argument.toLongLong(&isNumber);
     if (!isNumber || id < 1)
-        return Failure::wrongUse(QStringLiteral("'%1' is no ID of an entry, as 'tavo queue' prints it").arg(argument));
+        return Failure::wrongUse(translatable(
+            QT_TRANSLATE_NOOP("Host", "'%1' is no ID of an entry, as 'tavo queue' prints it"), {argument}));
     return QVariant(id);
 }
 
 OptionList jsonOption()
 {
-    return {{QStringLiteral("json"), QStringLiteral("Print JSON instead of text for people.")}};
+    return {{jsonName, translatable(QT_TRANSLATE_NOOP("Host", "Print JSON instead of text for people."))}};
 }
 
 bool wantsJson(const QCommandLineParser& parser)
 {
-    return parser.isSet(QStringLiteral("json"));
+    // isSet() warns about an option that the command does not have.
+    return parser.optionNames().contains(jsonName);
 }
 
 Result<int> print(int output, const QByteArray& text)
@@ -80,6 +85,7 @@ Result<int> printJson(int output, const QVariant& value)
 {
     std::optional<QByteArray> text = toJson(value);
     if (!text)
-        return Failure{Failure::Kind::TooLarge, QStringLiteral("the result is longer than 2 GiB")};
+        return Failure{
+            Failure::Kind::TooLarge, translatable(QT_TRANSLATE_NOOP("Host", "the result is longer than 2 GiB"))};
     return print(output, text->append('\n'));
 }

@@ -3,6 +3,7 @@
 
 #include "cli/options.h"
 #include "cli/rowsreader.h"
+#include "language/translatable.h"
 #include "rpc/json.h"
 #include "terminal/pagetext.h"
 
@@ -10,10 +11,11 @@
 
 namespace {
 
-constexpr char manual[] = R"(Prints the rows of a directory below the root: directories first, then playable files.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints the rows of a directory below the root: directories first, then playable files.
 
   tavo --root ~/Music browse Albums/Blue
-  tavo --root ~/Music browse --first 0 --last 9 --roles title,mediaData --json)";
+  tavo --root ~/Music browse --first 0 --last 9 --roles title,mediaData --json)");
 
 const QLatin1String firstOption("first");
 const QLatin1String lastOption("last");
@@ -23,11 +25,14 @@ const QLatin1String versionOption("rows-version");
 OptionList options()
 {
     const OptionList own = {
-        {firstOption, QStringLiteral("First row, from 0."), QStringLiteral("INDEX")},
-        {lastOption, QStringLiteral("Last row. Default: the last there is."), QStringLiteral("INDEX")},
-        {rolesOption, QStringLiteral("Columns: any of %1.").arg(entryRoles().join(QLatin1Char(','))),
-         QStringLiteral("ROLE,...")},
-        {versionOption, QStringLiteral("Version that the rows must have."), QStringLiteral("VERSION")},
+        {firstOption, translatable(QT_TRANSLATE_NOOP("Host", "First row, from 0.")),
+         QT_TRANSLATE_NOOP("Host", "INDEX")},
+        {lastOption, translatable(QT_TRANSLATE_NOOP("Host", "Last row. Default: the last there is.")),
+         QT_TRANSLATE_NOOP("Host", "INDEX")},
+        {rolesOption, translatable(QT_TRANSLATE_NOOP("Host", "Columns: any of %1."), {entryRoles().join(u',')}),
+         QT_TRANSLATE_NOOP("Host", "ROLE,...")},
+        {versionOption, translatable(QT_TRANSLATE_NOOP("Host", "Version that the rows must have.")),
+         QT_TRANSLATE_NOOP("Host", "VERSION")},
     };
     return own + jsonOption();
 }
@@ -111,7 +116,9 @@ Result<int> printJsonRows(const CommandContext& context, Content::RowsQuery quer
         return read.failure();
     const std::optional<QByteArray> text = rows.text();
     if (!text)
-        return Failure{Failure::Kind::TooLarge, QStringLiteral("the rows are longer than 2 GiB; ask for some of them")};
+        return Failure{
+            Failure::Kind::TooLarge,
+            translatable(QT_TRANSLATE_NOOP("Host", "the rows are longer than 2 GiB; ask for some of them"))};
     return print(context.output, *text);
 }
 
@@ -130,6 +137,12 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command browseCommand()
 {
     return {
-        "browse", "[PATH]", "Print the rows of a directory.", manual, {0, 1}, run, options,
+        "browse",
+        QT_TRANSLATE_NOOP("Host", "[PATH]"),
+        QT_TRANSLATE_NOOP("Host", "Print the rows of a directory."),
+        manual,
+        {0, 1},
+        run,
+        options,
     };
 }

@@ -55,7 +55,7 @@ struct Command
     };
 
     const char* name;
-    /// Its arguments, as in the usage line; empty: none.
+    /// Its arguments, as in the usage line; empty: none. Marked for translation, as are the next two.
     const char* arguments;
     const char* summary;
     /// Shown by --help: what it is good for, and an example.

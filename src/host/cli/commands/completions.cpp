@@ -5,11 +5,12 @@
 
 namespace {
 
-constexpr char manual[] = R"(Prints a script that makes the shell complete commands, options and values.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints a script that makes the shell complete commands, options and values.
 
   tavo completions bash > ~/.local/share/bash-completion/completions/tavo
   tavo completions zsh > /usr/local/share/zsh/site-functions/_tavo
-  tavo completions fish > ~/.config/fish/completions/tavo.fish)";
+  tavo completions fish > ~/.config/fish/completions/tavo.fish)");
 
 Result<int> run(int output, const QCommandLineParser& parser)
 {
@@ -23,7 +24,14 @@ Result<int> run(int output, const QCommandLineParser& parser)
 
 Command completionsCommand()
 {
-    return {"completions", "bash|zsh|fish", "Print a script that completes command lines.",
-            manual,        {1, 1},          run,
-            nullptr,       false,           false};
+    return {
+        "completions",
+        QT_TRANSLATE_NOOP("Host", "bash|zsh|fish"),
+        QT_TRANSLATE_NOOP("Host", "Print a script that completes command lines."),
+        manual,
+        {1, 1},
+        run,
+        nullptr,
+        false,
+        false};
 }

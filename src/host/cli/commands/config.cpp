@@ -3,18 +3,20 @@
 
 #include "cli/options.h"
 #include "cli/serveoptions.h"
+#include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
 #include "terminal/table.h"
 
 namespace {
 
-constexpr char manual[] = R"(Prints the settings that a server would have, and where each comes from: a line of the
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints the settings that a server would have, and where each comes from: a line of the
 configuration file, an option, or the default. Names all that is wrong and ends with status 1 then.
 
   tavo config
   tavo --config /etc/tavo/tavo.toml config --json
-  tavo --root ~/Music config --listen 192.168.1.2:8420)";
+  tavo --root ~/Music config --listen 192.168.1.2:8420)");
 
 OptionList options()
 {
@@ -25,12 +27,14 @@ QString textOf(const QVariant& value)
 {
     const QString text =
         value.userType() == QMetaType::QStringList ? value.toStringList().join(QStringLiteral(", ")) : value.toString();
-    return text.isEmpty() ? QStringLiteral("none") : text;
+    return text.isEmpty() ? translated(QT_TRANSLATE_NOOP("Host", "none")) : text;
 }
 
 QByteArray tableText(const Configuration& configuration, const Terminal& terminal)
 {
-    Table table({QStringLiteral("SETTING"), QStringLiteral("VALUE"), QStringLiteral("FROM")});
+    Table table(
+        {translated(QT_TRANSLATE_NOOP("Host", "SETTING")), translated(QT_TRANSLATE_NOOP("Host", "VALUE")),
+         translated(QT_TRANSLATE_NOOP("Host", "FROM"))});
     for (const NamedSetting& setting : settingsOf(configuration))
         table.addRow({setting.key, textOf(setting.value), setting.origin.toText()});
     return table.toText(terminal);
@@ -100,6 +104,7 @@ Result<int> run(const ReadConfiguration& read, int output, const QCommandLinePar
 Command configCommand()
 {
     return {
-        "config", "", "Print the settings and where they come from.", manual, {0, 0}, run, options,
+        "config", "",      QT_TRANSLATE_NOOP("Host", "Print the settings and where they come from."), manual, {0, 0},
+        run,      options,
     };
 }

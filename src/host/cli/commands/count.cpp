@@ -7,9 +7,10 @@
 
 namespace {
 
-constexpr char manual[] = R"(Prints the number of playable files in a directory and all directories below it.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints the number of playable files in a directory and all directories below it.
 
-  tavo --root ~/Music count Albums)";
+  tavo --root ~/Music count Albums)");
 
 /// All roots, if the argument names none.
 Result<QVector<CMPath>> pathsFrom(const ContentHost& host, const QString& argument)
@@ -45,6 +46,11 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command countCommand()
 {
     return {
-        "count", "[PATH]", "Print the number of playable files below a directory.", manual, {0, 1}, run,
+        "count",
+        QT_TRANSLATE_NOOP("Host", "[PATH]"),
+        QT_TRANSLATE_NOOP("Host", "Print the number of playable files below a directory."),
+        manual,
+        {0, 1},
+        run,
     };
 }

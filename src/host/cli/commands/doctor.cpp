@@ -5,6 +5,7 @@
 #include "doctor/servercheck.h"
 #include "doctor/treecheck.h"
 #include "doctor/watchcheck.h"
+#include "language/translatable.h"
 #include "process/displaytext.h"
 #include "process/exitstatus.h"
 #include "terminal/progressline.h"
@@ -13,14 +14,15 @@
 
 namespace {
 
-constexpr char manual[] =
+constexpr char manual[] = QT_TRANSLATE_NOOP(
+    "Host",
     R"(Looks for what gets in the way of a server, and says what to do about it: directories and files that cannot be
 read, symlinks that lead out, names that are not UTF-8, damaged files, the kernel's limits, file systems that report no
 changes, and the server's own address, token file and state directory. Takes the options of 'tavo serve'. Ends with
 status 1 where something needs doing.
 
   tavo --root ~/Music doctor
-  tavo --root ~/Music doctor --listen 192.168.1.2:8420 --token-file ~/.config/tavo/token)";
+  tavo --root ~/Music doctor --listen 192.168.1.2:8420 --token-file ~/.config/tavo/token)");
 
 OptionList options()
 {
@@ -51,7 +53,9 @@ public:
         if (m_sinceShown.isValid() && m_sinceShown.elapsed() < interval)
             return;
         m_sinceShown.start();
-        m_line.show(QStringLiteral("%1 directories, %2 files  %3").arg(soFar.directories).arg(soFar.files).arg(path));
+        m_line.show(translated(
+            QT_TRANSLATE_NOOP("Host", "%1 directories, %2 files  %3"),
+            {QString::number(soFar.directories), QString::number(soFar.files), path}));
     }
 
 private:
@@ -128,10 +132,11 @@ QByteArray textOf(const TreeReport& report)
     QString text;
     for (const Finding& finding : report.findings)
         text += textOf(finding);
-    text += QStringLiteral("%1 directories and %2 playable files were looked at.")
-                .arg(report.directories)
-                .arg(report.files);
-    text += needsAction(report.findings) ? QString() : QStringLiteral(" Nothing needs doing.");
+    text += translated(
+        QT_TRANSLATE_NOOP("Host", "%1 directories and %2 playable files were looked at."),
+        {QString::number(report.directories), QString::number(report.files)});
+    if (!needsAction(report.findings))
+        text += u' ' + translated(QT_TRANSLATE_NOOP("Host", "Nothing needs doing."));
     return text.toUtf8() + '\n';
 }
 
@@ -153,6 +158,8 @@ Result<int> run(const SettingsContext& context, const QCommandLineParser& parser
 Command doctorCommand()
 {
     return {
-        "doctor", "", "Find what gets in the way, and say what to do about it.", manual, {0, 0}, run, options,
+        "doctor", "",     QT_TRANSLATE_NOOP("Host", "Find what gets in the way, and say what to do about it."),
+        manual,   {0, 0}, run,
+        options,
     };
 }

@@ -2,14 +2,16 @@
 #include "cli/commands/command.h"
 
 #include "content/content.h"
+#include "language/translatable.h"
 #include "terminal/roletext.h"
 #include "terminal/table.h"
 
 namespace {
 
-constexpr char manual[] = R"(Prints all that is known about one file or directory below the root.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints all that is known about one file or directory below the root.
 
-  tavo --root ~/Music info "Albums/Blue/01 Intro.flac")";
+  tavo --root ~/Music info "Albums/Blue/01 Intro.flac")");
 
 QVariantHash namedValues(const QStringList& roles, const QVariantList& values)
 {
@@ -39,7 +41,7 @@ void addLines(Table& table, const QString& name, const QVariant& value)
 
 QByteArray textOf(const QStringList& roles, const QVariantList& values, const Terminal& terminal)
 {
-    Table table({QStringLiteral("ROLE"), QStringLiteral("VALUE")});
+    Table table({translated(QT_TRANSLATE_NOOP("Host", "ROLE")), translated(QT_TRANSLATE_NOOP("Host", "VALUE"))});
     for (int i = 0; i < roles.size(); ++i)
         addLines(table, roles.at(i), values.value(i));
     // The terminal wraps long values: people want to see them whole.
@@ -66,6 +68,12 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command infoCommand()
 {
     return {
-        "info", "PATH", "Print all that is known of one entry.", manual, {1, 1}, run, jsonOption,
+        "info",
+        QT_TRANSLATE_NOOP("Host", "PATH"),
+        QT_TRANSLATE_NOOP("Host", "Print all that is known of one entry."),
+        manual,
+        {1, 1},
+        run,
+        jsonOption,
     };
 }

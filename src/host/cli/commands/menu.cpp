@@ -8,9 +8,10 @@
 
 namespace {
 
-constexpr char manual[] = R"(Prints the context menu of a file or directory: what can be done with it.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints the context menu of a file or directory: what can be done with it.
 
-  tavo --root ~/Music menu Albums/Blue)";
+  tavo --root ~/Music menu Albums/Blue)");
 
 Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 {
@@ -34,6 +35,12 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command menuCommand()
 {
     return {
-        "menu", "PATH", "Print the context menu of an entry.", manual, {1, 1}, run, jsonOption,
+        "menu",
+        QT_TRANSLATE_NOOP("Host", "PATH"),
+        QT_TRANSLATE_NOOP("Host", "Print the context menu of an entry."),
+        manual,
+        {1, 1},
+        run,
+        jsonOption,
     };
 }

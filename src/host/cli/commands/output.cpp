@@ -2,6 +2,7 @@
 #include "cli/commands/command.h"
 #include "cli/commands/queueserver.h"
 
+#include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "terminal/table.h"
 
@@ -9,19 +10,20 @@
 
 namespace {
 
-constexpr char manual[] =
-    R"(Prints what a running server can play on, with ">" before the one that plays, or chooses one.
+constexpr char manual[] = QT_TRANSLATE_NOOP(
+    "Host", R"(Prints what a running server can play on, with ">" before the one that plays, or chooses one.
 Playing goes on there at the same place. Without any output the player pauses.
 
   tavo output
   tavo output Kitchen
-  tavo output --none)";
+  tavo output --none)");
 
 const QLatin1String noneOption("none");
 
 OptionList options()
 {
-    return OptionList{{noneOption, QStringLiteral("Choose no output.")}} + serverOptions() + jsonOption();
+    return OptionList{{noneOption, translatable(QT_TRANSLATE_NOOP("Host", "Choose no output."))}} + serverOptions() +
+           jsonOption();
 }
 
 /// Of the output whose row has the path.
@@ -40,7 +42,7 @@ QStringList namesIn(const Content::Page& page)
 
 QByteArray tableText(const QStringList& names, const QString& active, const Terminal& terminal)
 {
-    Table table({QString(), QStringLiteral("NAME")});
+    Table table({QString(), translated(QT_TRANSLATE_NOOP("Host", "NAME"))});
     for (const QString& name : names) {
         const bool isActive = name == active;
         const QString mark = isActive ? QStringLiteral(">") : QString();
@@ -69,7 +71,7 @@ Result<int> run(int output, const QCommandLineParser& parser)
     const QStringList names = parser.positionalArguments();
     const bool choosesNone = parser.isSet(noneOption);
     if (choosesNone && !names.isEmpty())
-        return Failure::wrongUse(QStringLiteral("output takes a NAME or --none, not both"));
+        return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "output takes a NAME or --none, not both")));
     const Result<QueueServer> server = QueueServer::find(parser);
     if (!server)
         return server.failure();
@@ -87,6 +89,12 @@ Result<int> run(int output, const QCommandLineParser& parser)
 Command outputCommand()
 {
     return {
-        "output", "[NAME]", "Print the outputs, or choose one.", manual, {0, 1}, run, options,
+        "output",
+        QT_TRANSLATE_NOOP("Host", "[NAME]"),
+        QT_TRANSLATE_NOOP("Host", "Print the outputs, or choose one."),
+        manual,
+        {0, 1},
+        run,
+        options,
     };
 }

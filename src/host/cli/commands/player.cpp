@@ -2,6 +2,7 @@
 #include "cli/commands/command.h"
 #include "cli/commands/queueserver.h"
 
+#include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "terminal/itemtext.h"
 #include "terminal/roletext.h"
@@ -9,62 +10,63 @@
 
 #include <tavo/tavoroles.h>
 
+#include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
 
 namespace {
 
-constexpr char playerManual[] = R"(Prints what the player of a running server does.
+constexpr char playerManual[] = QT_TRANSLATE_NOOP("Host", R"(Prints what the player of a running server does.
 
   tavo player
-  tavo player --json)";
+  tavo player --json)");
 
-constexpr char playManual[] =
-    R"(Goes on playing, begins with the first entry of the queue, or plays the entry with the ID.
+constexpr char playManual[] = QT_TRANSLATE_NOOP(
+    "Host", R"(Goes on playing, begins with the first entry of the queue, or plays the entry with the ID.
 
   tavo play
-  tavo play 12)";
+  tavo play 12)");
 
-constexpr char pauseManual[] = R"(Pauses the player; 'tavo play' goes on.
+constexpr char pauseManual[] = QT_TRANSLATE_NOOP("Host", R"(Pauses the player; 'tavo play' goes on.
 
-  tavo pause)";
+  tavo pause)");
 
-constexpr char stopManual[] = R"(Stops the player; 'tavo play' begins the current entry again.
+constexpr char stopManual[] = QT_TRANSLATE_NOOP("Host", R"(Stops the player; 'tavo play' begins the current entry again.
 
-  tavo stop)";
+  tavo stop)");
 
-constexpr char nextManual[] = R"(Makes the player go to the next entry.
+constexpr char nextManual[] = QT_TRANSLATE_NOOP("Host", R"(Makes the player go to the next entry.
 
-  tavo next)";
+  tavo next)");
 
-constexpr char previousManual[] = R"(Makes the player go to the entry before.
+constexpr char previousManual[] = QT_TRANSLATE_NOOP("Host", R"(Makes the player go to the entry before.
 
-  tavo previous)";
+  tavo previous)");
 
-constexpr char seekManual[] =
-    R"(Makes the player go to a position in the current entry: seconds, or minutes and seconds, or hours
+constexpr char seekManual[] = QT_TRANSLATE_NOOP(
+    "Host", R"(Makes the player go to a position in the current entry: seconds, or minutes and seconds, or hours
 before them.
 
   tavo seek 90
   tavo seek 1:30
-  tavo seek 1:02:30)";
+  tavo seek 1:02:30)");
 
-constexpr char volumeManual[] = R"(Sets the volume, from 0 to 100.
+constexpr char volumeManual[] = QT_TRANSLATE_NOOP("Host", R"(Sets the volume, from 0 to 100.
 
-  tavo volume 40)";
+  tavo volume 40)");
 
-constexpr char repeatManual[] = R"(Repeats nothing, the queue, or the current entry.
+constexpr char repeatManual[] = QT_TRANSLATE_NOOP("Host", R"(Repeats nothing, the queue, or the current entry.
 
   tavo repeat off
   tavo repeat all
-  tavo repeat one)";
+  tavo repeat one)");
 
-constexpr char shuffleManual[] =
-    R"(Plays the queue in a random order, or in its own. 'tavo queue shuffle' changes the queue itself.
+constexpr char shuffleManual[] = QT_TRANSLATE_NOOP(
+    "Host", R"(Plays the queue in a random order, or in its own. 'tavo queue shuffle' changes the queue itself.
 
   tavo shuffle on
-  tavo shuffle off)";
+  tavo shuffle off)");
 
 /// The position now, in milliseconds. `duration`: of the entry; 0: unknown.
 qint64 positionOf(const QVariantMap& player, qint64 duration)
@@ -83,32 +85,49 @@ QVector<QStringList> currentRows(const QVariantMap& player, const QVariantList& 
     const QStringList cells = itemCells(entry.value(0), mediaData);
     const QString position = durationText(positionOf(player, itemDuration(mediaData).toLongLong()));
     return {
-        {QStringLiteral("entry"), player.value(QStringLiteral("current")).toString()},
-        {QStringLiteral("title"), cells.value(0)},
-        {QStringLiteral("artist"), cells.value(1)},
-        {QStringLiteral("album"), cells.value(2)},
-        {QStringLiteral("position"), QStringLiteral("%1 of %2").arg(position, cells.value(3))}};
+        {translated(QT_TRANSLATE_NOOP("Host", "entry")), player.value(QStringLiteral("current")).toString()},
+        {translated(QT_TRANSLATE_NOOP("Host", "title")), cells.value(0)},
+        {translated(QT_TRANSLATE_NOOP("Host", "artist")), cells.value(1)},
+        {translated(QT_TRANSLATE_NOOP("Host", "album")), cells.value(2)},
+        {translated(QT_TRANSLATE_NOOP("Host", "position")),
+         translated(QT_TRANSLATE_NOOP("Host", "%1 of %2"), {position, cells.value(3)})}};
+}
+
+QString stateText(const QString& state)
+{
+    static const QHash<QString, const char*> texts = {
+        {QStringLiteral("playing"), QT_TRANSLATE_NOOP("Host", "playing")},
+        {QStringLiteral("paused"), QT_TRANSLATE_NOOP("Host", "paused")},
+        {QStringLiteral("stopped"), QT_TRANSLATE_NOOP("Host", "stopped")}};
+    const char* const text = texts.value(state);
+    return text ? translated(text) : state;
+}
+
+/// A row for the property, whose label is marked for translation.
+QStringList propertyRow(const QVariantMap& player, const QString& name, const char* label)
+{
+    const QVariant value = player.value(name);
+    return {translated(label), value.isNull() ? QStringLiteral("-") : roleText(name, value)};
 }
 
 /// `current`: the title and the media record of the current entry; empty: there is none.
 QByteArray tableText(const QVariantMap& player, const QVariantList& current, const Terminal& terminal)
 {
-    Table table({QStringLiteral("PROPERTY"), QStringLiteral("VALUE")});
-    const auto addRow = [&](const QString& name) {
-        const QVariant value = player.value(name);
-        table.addRow({name, value.isNull() ? QStringLiteral("-") : roleText(name, value)});
-    };
-    addRow(QStringLiteral("state"));
+    Table table({translated(QT_TRANSLATE_NOOP("Host", "PROPERTY")), translated(QT_TRANSLATE_NOOP("Host", "VALUE"))});
+    table.addRow(
+        {translated(QT_TRANSLATE_NOOP("Host", "state")), stateText(player.value(QStringLiteral("state")).toString())});
     if (!current.isEmpty()) {
         for (const QStringList& row : currentRows(player, current))
             table.addRow(row);
     }
-    for (const char* name : {"output", "volume", "repeat", "shuffle"})
-        addRow(QLatin1String(name));
+    table.addRow(propertyRow(player, QStringLiteral("output"), QT_TRANSLATE_NOOP("Host", "output")));
+    table.addRow(propertyRow(player, QStringLiteral("volume"), QT_TRANSLATE_NOOP("Host", "volume")));
+    table.addRow(propertyRow(player, QStringLiteral("repeat"), QT_TRANSLATE_NOOP("Host", "repeat")));
+    table.addRow(propertyRow(player, QStringLiteral("shuffle"), QT_TRANSLATE_NOOP("Host", "shuffle")));
     const QString failure = player.value(QStringLiteral("failure")).toString();
     if (!failure.isEmpty())
         table.addRow(
-            {QStringLiteral("failed"),
+            {translated(QT_TRANSLATE_NOOP("Host", "failed")),
              QStringLiteral("%1: %2").arg(player.value(QStringLiteral("failed")).toString(), failure)});
     return table.toText(terminal);
 }
@@ -142,7 +161,8 @@ Result<int> steer(const QCommandLineParser& parser, const char* command, const R
     if (!server)
         return server.failure();
     const Result<QVariant> answer = server.value().set(
-        QStringLiteral("player/") + QLatin1String(command), value.value(), "the queue has no such entry, or is empty");
+        QStringLiteral("player/") + QLatin1String(command), value.value(),
+        QT_TRANSLATE_NOOP("Host", "the queue has no such entry, or is empty"));
     if (!answer)
         return answer.failure();
     return Success;
@@ -160,7 +180,8 @@ Result<QVariant> positionFrom(const QString& text)
         QStringLiteral("\\A(?:(?:(\\d{1,3}):)?(\\d{1,4}):)?(\\d{1,6}(?:\\.\\d+)?)\\z"));
     const QRegularExpressionMatch match = pattern.match(text);
     if (!match.hasMatch())
-        return Failure::wrongUse(QStringLiteral("'%1' is no position, such as 90, 1:30 or 1:02:30").arg(text));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "'%1' is no position, such as 90, 1:30 or 1:02:30"), {text}));
     constexpr int minute = 60;
     constexpr int hour = 60 * minute;
     constexpr double milliseconds = 1000;
@@ -174,14 +195,15 @@ Result<QVariant> volumeFrom(const QString& text)
     bool isNumber = false;
     const int volume = text.toInt(&isNumber);
     if (!isNumber || volume < 0 || volume > loudest)
-        return Failure::wrongUse(QStringLiteral("'%1' is no volume from 0 to 100").arg(text));
+        return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "'%1' is no volume from 0 to 100"), {text}));
     return QVariant(volume);
 }
 
 Result<QVariant> wordFrom(const QString& text, const QStringList& words)
 {
     if (!words.contains(text))
-        return Failure::wrongUse(QStringLiteral("'%1' is none of %2").arg(text, words.join(QStringLiteral(", "))));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "'%1' is none of %2"), {text, words.join(QStringLiteral(", "))}));
     return QVariant(text);
 }
 
@@ -261,14 +283,27 @@ std::vector<Command> playerCommands()
 {
     const auto options = serverOptions;
     return {
-        {"player", "", "Print what the player does.", playerManual, none, printPlayer, playerOptions},
-        {"play", "[ID]", "Play, or go on playing.", playManual, {0, 1}, runPlay, options},
-        {"pause", "", "Pause.", pauseManual, none, runPause, options},
-        {"stop", "", "Stop playing.", stopManual, none, runStop, options},
-        {"next", "", "Go to the next entry.", nextManual, none, runNext, options},
-        {"previous", "", "Go to the entry before.", previousManual, none, runPrevious, options},
-        {"seek", "POSITION", "Go to a position in the current entry.", seekManual, one, runSeek, options},
-        {"volume", "0-100", "Set the volume.", volumeManual, one, runVolume, options},
-        {"repeat", "off|all|one", "Repeat nothing, the queue, or an entry.", repeatManual, one, runRepeat, options},
-        {"shuffle", "on|off", "Play in a random order, or in the queue's.", shuffleManual, one, runShuffle, options}};
+        {"player", "", QT_TRANSLATE_NOOP("Host", "Print what the player does."), playerManual, none, printPlayer,
+         playerOptions},
+        {"play",
+         QT_TRANSLATE_NOOP("Host", "[ID]"),
+         QT_TRANSLATE_NOOP("Host", "Play, or go on playing."),
+         playManual,
+         {0, 1},
+         runPlay,
+         options},
+        {"pause", "", QT_TRANSLATE_NOOP("Host", "Pause."), pauseManual, none, runPause, options},
+        {"stop", "", QT_TRANSLATE_NOOP("Host", "Stop playing."), stopManual, none, runStop, options},
+        {"next", "", QT_TRANSLATE_NOOP("Host", "Go to the next entry."), nextManual, none, runNext, options},
+        {"previous", "", QT_TRANSLATE_NOOP("Host", "Go to the entry before."), previousManual, none, runPrevious,
+         options},
+        {"seek", QT_TRANSLATE_NOOP("Host", "POSITION"),
+         QT_TRANSLATE_NOOP("Host", "Go to a position in the current entry."), seekManual, one, runSeek, options},
+        {"volume", QT_TRANSLATE_NOOP("Host", "0-100"), QT_TRANSLATE_NOOP("Host", "Set the volume."), volumeManual, one,
+         runVolume, options},
+        {"repeat", QT_TRANSLATE_NOOP("Host", "off|all|one"),
+         QT_TRANSLATE_NOOP("Host", "Repeat nothing, the queue, or an entry."), repeatManual, one, runRepeat, options},
+        {"shuffle", QT_TRANSLATE_NOOP("Host", "on|off"),
+         QT_TRANSLATE_NOOP("Host", "Play in a random order, or in the queue's."), shuffleManual, one, runShuffle,
+         options}};
 }

@@ -1,6 +1,7 @@
 #include "cli/commands/arguments.h"
 #include "cli/commands/command.h"
 
+#include "language/translatable.h"
 #include "prepare/preparation.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
@@ -13,12 +14,13 @@
 
 namespace {
 
-constexpr char manual[] =
+constexpr char manual[] = QT_TRANSLATE_NOOP(
+    "Host",
     R"(Reads the tags of playable files and prints the items that they make in a playlist or in the music library.
 A directory stands for all files below it.
 
   tavo --root ~/Music prepare playlist Albums/Blue "Singles/One.mp3"
-  tavo --root ~/Music prepare library . --json > library.json)";
+  tavo --root ~/Music prepare library . --json > library.json)");
 
 Result<Preparation::Kind> kindFrom(const QString& argument)
 {
@@ -26,7 +28,8 @@ Result<Preparation::Kind> kindFrom(const QString& argument)
         return Preparation::Kind::PlayList;
     if (argument == QStringLiteral("library"))
         return Preparation::Kind::MusicLibrary;
-    return Failure::wrongUse(QStringLiteral("'%1' is neither playlist nor library").arg(argument));
+    return Failure::wrongUse(
+        translatable(QT_TRANSLATE_NOOP("Host", "'%1' is neither playlist nor library"), {argument}));
 }
 
 /// The worker passes over a path that does not exist, but a person who has named it wants to know.
@@ -91,8 +94,12 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command prepareCommand()
 {
     return {
-        "prepare",  "playlist|library PATH...", "Read tags and print the items for a playlist or the library.",
-        manual,     {2, Command::anyNumber},    run,
+        "prepare",
+        QT_TRANSLATE_NOOP("Host", "playlist|library PATH..."),
+        QT_TRANSLATE_NOOP("Host", "Read tags and print the items for a playlist or the library."),
+        manual,
+        {2, Command::anyNumber},
+        run,
         jsonOption,
     };
 }

@@ -2,6 +2,7 @@
 #include "cli/commands/command.h"
 #include "cli/commands/queueserver.h"
 
+#include "language/translatable.h"
 #include "process/output.h"
 #include "terminal/itemtext.h"
 #include "terminal/table.h"
@@ -13,7 +14,8 @@
 
 namespace {
 
-constexpr char manual[] = R"(Prints the queue of a running server, with ">" before the current entry, or edits it.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Prints the queue of a running server, with ">" before the current entry, or edits it.
 
   tavo queue
   tavo queue add Albums/Blue drive:Singles
@@ -32,14 +34,15 @@ An EDIT is one of these:
   shuffle                   puts the entries into a random order
   undo NUMBER               brings back what an edit has removed, under the number that it has printed
 
-A PATH is relative to the server's root, or ID:PATH where it has several, or encoded as in rows.)";
+A PATH is relative to the server's root, or ID:PATH where it has several, or encoded as in rows.)");
 
 const QLatin1String afterOption("after");
 
 OptionList options()
 {
     const OptionList own = {
-        {afterOption, QStringLiteral("Entry behind which others move, or head."), QStringLiteral("ID")}};
+        {afterOption, translatable(QT_TRANSLATE_NOOP("Host", "Entry behind which others move, or head.")),
+         QT_TRANSLATE_NOOP("Host", "ID")}};
     return own + serverOptions() + jsonOption();
 }
 
@@ -57,7 +60,7 @@ QString idIn(const QString& path)
 
 QByteArray tableText(const Content::Page& page, const QString& currentId, const Terminal& terminal)
 {
-    Table table(QStringList{QString(), QStringLiteral("ID")} + itemHeadings());
+    Table table(QStringList{QString(), translated(QT_TRANSLATE_NOOP("Host", "ID"))} + itemHeadings());
     const auto valueOf = [](const QVariantList& row, const QString& role) { return row.value(roles().indexOf(role)); };
     for (const QVariant& value : page.rows) {
         const QVariantList row = value.toList();
@@ -137,13 +140,15 @@ Result<QVariant> undoFrom(const QStringList& arguments, const QCommandLineParser
     bool isNumber = false;
     const int number = arguments.first().toInt(&isNumber);
     if (!isNumber)
-        return Failure::wrongUse(QStringLiteral("'%1' is no number that an edit has printed").arg(arguments.first()));
+        return Failure::wrongUse(
+            translatable(QT_TRANSLATE_NOOP("Host", "'%1' is no number that an edit has printed"), {arguments.first()}));
     return QVariant(number);
 }
 
 struct Edit
 {
     const char* name;
+    /// Marked for translation, as is `missing`.
     const char* arguments;
     Command::ArgumentCount argumentCount;
     /// Of the service that does it.
@@ -160,23 +165,29 @@ struct Edit
     }
 };
 
-constexpr char nothingThere[] = "there is nothing to play";
-constexpr char noEntry[] = "the queue has no such entry";
-constexpr char notUndone[] = "that edit cannot be undone any more";
+constexpr char nothingThere[] = QT_TRANSLATE_NOOP("Host", "there is nothing to play");
+constexpr char noEntry[] = QT_TRANSLATE_NOOP("Host", "the queue has no such entry");
+constexpr char notUndone[] = QT_TRANSLATE_NOOP("Host", "that edit cannot be undone any more");
 
 constexpr Command::ArgumentCount some{1, Command::anyNumber};
 
 constexpr std::array<Edit, 9> edits = {{
-    {"add", " PATH...", some, "addToQueue", nothingThere, nullptr},
-    {"next", " PATH...", some, "playNext", nothingThere, nullptr},
-    {"play", " PATH...", some, "playNow", nothingThere, nullptr, true},
-    {"replace", " PATH...", some, "replaceQueue", nothingThere, nullptr, true},
-    {"remove", " ID...", some, "remove", noEntry, idsFrom},
-    {"move", " ID... --after ID", some, "move", noEntry, moveFrom},
+    {"add", QT_TRANSLATE_NOOP("Host", "PATH..."), some, "addToQueue", nothingThere, nullptr},
+    {"next", QT_TRANSLATE_NOOP("Host", "PATH..."), some, "playNext", nothingThere, nullptr},
+    {"play", QT_TRANSLATE_NOOP("Host", "PATH..."), some, "playNow", nothingThere, nullptr, true},
+    {"replace", QT_TRANSLATE_NOOP("Host", "PATH..."), some, "replaceQueue", nothingThere, nullptr, true},
+    {"remove", QT_TRANSLATE_NOOP("Host", "ID..."), some, "remove", noEntry, idsFrom},
+    {"move", QT_TRANSLATE_NOOP("Host", "ID... --after ID"), some, "move", noEntry, moveFrom},
     {"clear", "", {0, 0}, "clear", noEntry, nothingFrom},
     {"shuffle", "", {0, 0}, "shuffleQueue", noEntry, nothingFrom},
-    {"undo", " NUMBER", {1, 1}, "undo", notUndone, undoFrom},
+    {"undo", QT_TRANSLATE_NOOP("Host", "NUMBER"), {1, 1}, "undo", notUndone, undoFrom},
 }};
+
+QString usageOf(const Edit& edit)
+{
+    const QString name = QLatin1String(edit.name);
+    return *edit.arguments == '\0' ? name : QString(name + u' ' + translated(edit.arguments));
+}
 
 const Edit* findEdit(const QString& name)
 {
@@ -190,10 +201,13 @@ QByteArray textOf(const QVariantMap& answer)
 {
     QString text;
     if (const QVariant added = answer.value(QStringLiteral("added")); added.isValid())
-        text += added.toInt() == 1 ? QStringLiteral("added 1 entry\n")
-                                   : QStringLiteral("added %1 entries\n").arg(added.toInt());
+        text += (added.toInt() == 1 ? translated(QT_TRANSLATE_NOOP("Host", "added 1 entry"))
+                                    : translated(QT_TRANSLATE_NOOP("Host", "added %1 entries"), {added.toString()})) +
+                u'\n';
     if (const QVariant undo = answer.value(QStringLiteral("undo")); undo.isValid())
-        text += QStringLiteral("'tavo queue undo %1' brings back what was removed\n").arg(undo.toInt());
+        text += translated(
+                    QT_TRANSLATE_NOOP("Host", "'tavo queue undo %1' brings back what was removed"), {undo.toString()}) +
+                u'\n';
     return text.toUtf8();
 }
 
@@ -203,7 +217,7 @@ void warnOfMissing(const QVariantMap& answer, const QStringList& arguments, cons
     for (const QVariant& missing : answer.value(QStringLiteral("missing")).toList()) {
         const int index = paths.indexOf(missing.toString());
         if (index >= 0)
-            report(QStringLiteral("there is nothing to play at '%1'").arg(arguments.at(index)));
+            report(translated(QT_TRANSLATE_NOOP("Host", "there is nothing to play at '%1'"), {arguments.at(index)}));
     }
 }
 
@@ -212,7 +226,8 @@ void warnIfSilent(const QueueServer& server)
 {
     const Result<QVariantMap> player = server.player();
     if (player && player.value().value(QStringLiteral("output")).isNull())
-        report(QStringLiteral("the player is paused, since it has no output: see 'tavo output'"));
+        report(
+            translated(QT_TRANSLATE_NOOP("Host", "the player is paused, since it has no output: see 'tavo output'")));
 }
 
 Result<int> runEdit(const Edit& edit, const QStringList& arguments, int output, const QCommandLineParser& parser)
@@ -245,11 +260,10 @@ Result<int> run(int output, const QCommandLineParser& parser)
     const QString name = arguments.isEmpty() ? QString() : arguments.takeFirst();
     const Edit* const edit = findEdit(name);
     if (!edit)
-        return Failure::wrongUse(
-            QStringLiteral("'%1' is nothing to do with the queue (see 'tavo queue --help')").arg(name));
+        return Failure::wrongUse(translatable(
+            QT_TRANSLATE_NOOP("Host", "'%1' is nothing to do with the queue (see 'tavo queue --help')"), {name}));
     if (!edit->fits(arguments.size(), hasAnchor))
-        return Failure::wrongUse(
-            QStringLiteral("write 'tavo queue %1%2'").arg(QLatin1String(edit->name), QLatin1String(edit->arguments)));
+        return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "write 'tavo queue %1'"), {usageOf(*edit)}));
     return runEdit(*edit, arguments, output, parser);
 }
 
@@ -258,6 +272,12 @@ Result<int> run(int output, const QCommandLineParser& parser)
 Command queueCommand()
 {
     return {
-        "queue", "[EDIT [PATH...|ID...]]", "Print or edit the queue.", manual, {0, Command::anyNumber}, run, options,
+        "queue",
+        QT_TRANSLATE_NOOP("Host", "[EDIT [PATH...|ID...]]"),
+        QT_TRANSLATE_NOOP("Host", "Print or edit the queue."),
+        manual,
+        {0, Command::anyNumber},
+        run,
+        options,
     };
 }

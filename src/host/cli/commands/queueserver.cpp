@@ -3,6 +3,7 @@
 #include "cli/commands/arguments.h"
 #include "cli/rowsreader.h"
 #include "http/tokenfile.h"
+#include "language/translatable.h"
 
 #include <tavo/tavokeys.h>
 #include <tavo/tavoroles.h>
@@ -55,15 +56,15 @@ Content::Page pageFrom(const QVariantMap& answer)
 /// Servers give little more than the names of errors to a network.
 Failure inWords(Failure failure, const char* missing)
 {
-    static const QHash<QString, QString> texts = {
-        {QStringLiteral("noOutput"), QStringLiteral("there is no such output, or none at all: see 'tavo output'")},
-        {QStringLiteral("queueFull"), QStringLiteral("the queue has no room for so many entries")},
-        {TavoErrorAccessViolation(), QStringLiteral("the server does not show that path")},
-        {TavoErrorInvalidPath(), QStringLiteral("the server has no such path")}};
-    const QString text =
-        failure.name == QLatin1String("noSuchItem") ? QString::fromLatin1(missing) : texts.value(failure.name);
-    if (!text.isEmpty())
-        failure.message = text;
+    static const QHash<QString, const char*> texts = {
+        {QStringLiteral("noOutput"),
+         QT_TRANSLATE_NOOP("Host", "there is no such output, or none at all: see 'tavo output'")},
+        {QStringLiteral("queueFull"), QT_TRANSLATE_NOOP("Host", "the queue has no room for so many entries")},
+        {TavoErrorAccessViolation(), QT_TRANSLATE_NOOP("Host", "the server does not show that path")},
+        {TavoErrorInvalidPath(), QT_TRANSLATE_NOOP("Host", "the server has no such path")}};
+    const char* const text = failure.name == QLatin1String("noSuchItem") ? missing : texts.value(failure.name);
+    if (text)
+        failure.message = translatable(text);
     return failure;
 }
 
@@ -73,11 +74,14 @@ OptionList serverOptions()
 {
     return {
         {serverOption,
-         QStringLiteral("Address of the server. Default: the variable TAVO_SERVER, or %1.").arg(usualServer),
-         QStringLiteral("URL")},
+         translatable(
+             QT_TRANSLATE_NOOP("Host", "Address of the server. Default: the variable TAVO_SERVER, or %1."),
+             {QString(usualServer)}),
+         QT_TRANSLATE_NOOP("Host", "URL")},
         {tokenFileOption,
-         QStringLiteral("File with the server's token, if it needs one. Default: the variable TAVO_TOKEN_FILE."),
-         QStringLiteral("FILE")}};
+         translatable(QT_TRANSLATE_NOOP(
+             "Host", "File with the server's token, if it needs one. Default: the variable TAVO_TOKEN_FILE.")),
+         QT_TRANSLATE_NOOP("Host", "FILE")}};
 }
 
 Result<QueueServer> QueueServer::find(const QCommandLineParser& parser)
@@ -108,7 +112,8 @@ Result<void> QueueServer::describe()
     if (!m_queueId.isEmpty())
         return {};
     return Failure{
-        Failure::Kind::Refused, QStringLiteral("the server at %1 has no queue").arg(m_client.server().toUrl())};
+        Failure::Kind::Refused,
+        translatable(QT_TRANSLATE_NOOP("Host", "the server at %1 has no queue"), {m_client.server().toUrl()})};
 }
 
 Result<CMPath> QueueServer::pathFrom(const QString& argument) const

@@ -20,7 +20,8 @@ public:
     /// relative to that.
     [[nodiscard]] Result<CMPath> pathFrom(const QString& argument) const;
 
-    /// The answer, mostly an object. `missing`: why the server has no such item.
+    /// The answer, mostly an object. `missing`: why the server has no such item, marked for
+    /// translation.
     [[nodiscard]] Result<QVariant> set(const QString& base, const QVariant& value, const char* missing) const;
     [[nodiscard]] Result<QVariantList> data(const QString& base, const QStringList& roles) const;
     /// All rows.

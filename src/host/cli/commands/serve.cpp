@@ -8,6 +8,7 @@
 #include "exec/workerthread.h"
 #include "http/httpserver.h"
 #include "http/tokenfile.h"
+#include "language/translatable.h"
 #include "process/displaytext.h"
 #include "process/output.h"
 #include "process/queuedlog.h"
@@ -16,6 +17,7 @@
 #include "process/signalwatcher.h"
 #include "process/statedirectory.h"
 
+#include <i18n/trlanguage.h>
 #include <log/dbglog.h>
 
 #include <QCoreApplication>
@@ -29,14 +31,15 @@
 
 namespace {
 
-constexpr char manual[] = R"(Serves people with a browser, and programs over HTTP and WebSocket.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Serves people with a browser, and programs over HTTP and WebSocket.
 Prints where, as soon as it does. Ends with status 0 on SIGINT or SIGTERM.
 
   tavo --root ~/Music serve
   tavo --root ~/Music serve --listen 192.168.1.2:8420 --token-file ~/.config/tavo-token
 
 Without --listen it serves 127.0.0.1:8420, or the sockets that systemd passes. Other addresses than those of this
-machine need a token, or --no-token. On SIGHUP it reads the configuration again: roots come and go.)";
+machine need a token, or --no-token. On SIGHUP it reads the configuration again: roots come and go.)");
 
 const log4cplus::Logger& logger()
 {
@@ -125,8 +128,11 @@ QByteArray announcement(const ContentHost& host, const std::vector<ListeningSock
     });
     const QString separator = QStringLiteral(", ");
     const QStringList directories = host.rootDirectories();
-    const QString served = directories.isEmpty() ? QStringLiteral("no directory yet") : directories.join(separator);
-    const QString text = QStringLiteral("Serving %1 at %2").arg(served, addresses.join(separator));
+    const QString where = addresses.join(separator);
+    const QString text =
+        directories.isEmpty()
+            ? translated(QT_TRANSLATE_NOOP("Host", "Serving no directory yet at %1"), {where})
+            : translated(QT_TRANSLATE_NOOP("Host", "Serving %1 at %2"), {directories.join(separator), where});
     return DisplayText::visible(text).toUtf8() + '\n';
 }
 
@@ -173,6 +179,8 @@ Configuration withServeOptions(Configuration configuration, const QCommandLinePa
 /// Reads the configuration again, and takes over what can change while the server runs.
 void reload(const CommandContext& context, const QCommandLineParser& parser)
 {
+    // All texts are for the log.
+    const TrLanguage::Scope language(TrLanguage::find(QStringLiteral("en")));
     const ReadConfiguration read = context.readConfiguration();
     for (const ConfigurationProblem& problem : read.problems)
         LOG(ERROR, problem.toText());
@@ -245,6 +253,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command serveCommand()
 {
     return {
-        "serve", "", "Serve browsers and other programs over HTTP.", manual, {0, 0}, run, options, true,
+        "serve", "",   QT_TRANSLATE_NOOP("Host", "Serve browsers and other programs over HTTP."), manual, {0, 0}, run,
+        options, true,
     };
 }

@@ -2,6 +2,7 @@
 
 #include "cli/queuemount.h"
 #include "exec/workerthread.h"
+#include "language/translatable.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
 #include "process/statedirectory.h"
@@ -17,19 +18,22 @@
 
 namespace {
 
-constexpr char manual[] = R"(Serves one client over standard input and output: JSON-RPC 2.0, one message a line.
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Serves one client over standard input and output: JSON-RPC 2.0, one message a line.
 Ends with status 0 when the input ends and everything is answered, and on SIGINT or SIGTERM.
 
   echo '{"jsonrpc":"2.0","id":1,"method":"rows","params":{"path":"/file/Albums"}}' |
-      tavo --root ~/Music session)";
+      tavo --root ~/Music session)");
 
 const QLatin1String stateOption("state");
 
 OptionList options()
 {
     const OptionList own = {
-        {stateOption, QStringLiteral("Directory for what outlives the program. Default: the queue ends with it."),
-         QStringLiteral("DIR")}};
+        {stateOption,
+         translatable(
+             QT_TRANSLATE_NOOP("Host", "Directory for what outlives the program. Default: the queue ends with it.")),
+         QT_TRANSLATE_NOOP("Host", "DIR")}};
     return queueOptions() + own;
 }
 
@@ -77,7 +81,13 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command sessionCommand()
 {
     return {
-        "session", "",   "Serve a client that speaks JSON-RPC 2.0 over standard input and output.", manual, {0, 0}, run,
-        options,   true,
+        "session",
+        "",
+        QT_TRANSLATE_NOOP("Host", "Serve a client that speaks JSON-RPC 2.0 over standard input and output."),
+        manual,
+        {0, 0},
+        run,
+        options,
+        true,
     };
 }

@@ -1,6 +1,7 @@
 #include "cli/commands/command.h"
 
 #include "http/tokenfile.h"
+#include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
 #include "process/statedirectory.h"
@@ -11,10 +12,11 @@
 
 namespace {
 
-constexpr char manual[] = R"(Prints the token that a server on this machine has made for itself (serve --make-token):
+constexpr char manual[] = QT_TRANSLATE_NOOP(
+    "Host", R"(Prints the token that a server on this machine has made for itself (serve --make-token):
 your own server, or else the system's service, whose token only root can read.
 
-  sudo tavo token)";
+  sudo tavo token)");
 
 const QLatin1String stateOption("state");
 
@@ -25,8 +27,10 @@ OptionList options()
 {
     return {
         {stateOption,
-         QStringLiteral("State directory of the server. Default: your own, or else %1.").arg(serviceDirectory),
-         QStringLiteral("DIR")}};
+         translatable(
+             QT_TRANSLATE_NOOP("Host", "State directory of the server. Default: your own, or else %1."),
+             {QString(serviceDirectory)}),
+         QT_TRANSLATE_NOOP("Host", "DIR")}};
 }
 
 Result<int> run(int output, const QCommandLineParser& parser)
@@ -40,8 +44,10 @@ Result<int> run(int output, const QCommandLineParser& parser)
     if (directory == directories.cend())
         return Failure{
             Failure::Kind::Refused,
-            QStringLiteral("there is no token in %1 that you may read; root can read that of the service")
-                .arg(directories.join(QStringLiteral(" or ")))};
+            translatable(
+                QT_TRANSLATE_NOOP(
+                    "Host", "there is no token in %1 that you may read; root can read that of the service"),
+                {directories.join(translated(QT_TRANSLATE_NOOP("Host", " or ")))})};
     const Result<QByteArray> token = TokenFile(TokenFile::inState(*directory)).read();
     if (!token)
         return token.failure();
@@ -55,8 +61,10 @@ Result<int> run(int output, const QCommandLineParser& parser)
 
 Command tokenCommand()
 {
-    Command command = {"token", "",     "Print the token that a server on this machine has made.", manual, {0, 0},
-                       run,     options};
+    Command command = {
+        "token", "",     QT_TRANSLATE_NOOP("Host", "Print the token that a server on this machine has made."),
+        manual,  {0, 0}, run,
+        options};
     command.asksServer = false;
     return command;
 }

@@ -2,6 +2,7 @@
 #include "cli/commands/command.h"
 
 #include "content/subscriptions.h"
+#include "language/translatable.h"
 #include "process/displaytext.h"
 #include "process/output.h"
 #include "process/shutdown.h"
@@ -20,11 +21,12 @@
 
 namespace {
 
-constexpr char manual[] = R"(Opens directories below the root and prints every change as it arrives:
+constexpr char manual[] =
+    QT_TRANSLATE_NOOP("Host", R"(Opens directories below the root and prints every change as it arrives:
 "reset" where the rows have to be read again, "close" where the directory is gone.
 Ends with status 0 when interrupted, with 1 when all the directories are gone.
 
-  tavo --root ~/Music watch . Albums/Blue)";
+  tavo --root ~/Music watch . Albums/Blue)");
 
 /// Prints changes until no path is open any more. Thread-safe.
 class ChangePrinter
@@ -61,7 +63,10 @@ private:
             return toJson(changeParameters(path, changes, version)).value_or(QByteArray());
         const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
         const QString shown = DisplayText::visible(pathText(m_host, path));
-        return QStringLiteral("%1  %2  %3  (version %4)").arg(time, changes.join(u','), shown).arg(version).toUtf8();
+        return translated(
+                   QT_TRANSLATE_NOOP("Host", "%1  %2  %3  (version %4)"),
+                   {time, changes.join(u','), shown, QString::number(version)})
+            .toUtf8();
     }
 
     void printEnd(const CMPath& path, const QByteArray& line)
@@ -73,7 +78,7 @@ private:
             if (!m_open.isEmpty())
                 return;
         }
-        report(QStringLiteral("nothing is left to watch"));
+        report(translated(QT_TRANSLATE_NOOP("Host", "nothing is left to watch")));
         Shutdown::exitLater(Refused);
     }
 
@@ -92,15 +97,14 @@ Result<void> open(Subscriptions& subscriptions, const CMPath& path)
     return opened->get_future().get();
 }
 
-QString counted(int directories)
-{
-    return directories == 1 ? QStringLiteral("1 directory") : QStringLiteral("%1 directories").arg(directories);
-}
-
 int watchUntilSignalled(int directories)
 {
     const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
-    report(QStringLiteral("watching %1, interrupt to end").arg(counted(directories)));
+    report(
+        directories == 1 ? translated(QT_TRANSLATE_NOOP("Host", "watching 1 directory, interrupt to end"))
+                         : translated(
+                               QT_TRANSLATE_NOOP("Host", "watching %1 directories, interrupt to end"),
+                               {QString::number(directories)}));
     return QCoreApplication::exec();
 }
 
@@ -130,7 +134,12 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
 Command watchCommand()
 {
     return {
-        "watch", "PATH...",  "Print every change of directories as it arrives.", manual, {1, Command::anyNumber},
-        run,     jsonOption,
+        "watch",
+        QT_TRANSLATE_NOOP("Host", "PATH..."),
+        QT_TRANSLATE_NOOP("Host", "Print every change of directories as it arrives."),
+        manual,
+        {1, Command::anyNumber},
+        run,
+        jsonOption,
     };
 }
