@@ -158,10 +158,13 @@ TEST_F(Serve, TakesTheSocketsThatItIsPassed)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     ASSERT_EQ(bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
     ASSERT_EQ(listen(listening, 8), 0);
+    socklen_t size = sizeof(address);
+    ASSERT_EQ(getsockname(listening, reinterpret_cast<sockaddr*>(&address), &size), 0);
     serving.program().setPassedSocket(listening);
     serving.program().start(serving.arguments());
     close(listening);
     const quint16 port = portIn(serving.program().readLine());
+    EXPECT_EQ(port, ntohs(address.sin_port));
     EXPECT_EQ(HttpClient(port).get("/health").status, 200);
 }
 

@@ -12,8 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <string>
 
 #include <linux/capability.h>
 #include <sys/prctl.h>
@@ -25,6 +23,8 @@ namespace {
 /// Milliseconds; programs under an emulator are slow.
 constexpr int patience = 60000;
 constexpr int shortPatience = 2000;
+/// As systemd numbers them.
+constexpr int firstPassedDescriptor = 3;
 
 /// Without the configuration of the person who runs the tests.
 QProcessEnvironment testEnvironment()
@@ -109,7 +109,10 @@ void Tavo::start(const QStringList& arguments)
 {
     if (processEnvironment().isEmpty())
         setProcessEnvironment(testEnvironment());
-    QProcess::start(QStringLiteral(TAVO_PROGRAM), arguments);
+    if (m_passedSocket)
+        startWithSocket(arguments);
+    else
+        QProcess::start(QStringLiteral(TAVO_PROGRAM), arguments);
     const bool started = waitForStarted(patience);
     Q_ASSERT(started);
 }
@@ -243,7 +246,7 @@ void Tavo::setupChildProcess()
     if (m_closedDescriptor)
         ::close(*m_closedDescriptor);
     if (m_passedSocket)
-        passSocket();
+        dup2(*m_passedSocket, firstPassedDescriptor);
     if (m_rights == Rights::Usual)
         return;
     // A program started by root gets all capabilities of the bounding set.
@@ -251,12 +254,12 @@ void Tavo::setupChildProcess()
     prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
 }
 
-void Tavo::passSocket() const
+void Tavo::startWithSocket(const QStringList& arguments)
 {
-    constexpr int firstPassed = 3;
-    dup2(*m_passedSocket, firstPassed);
-    setenv("LISTEN_FDS", "1", 1);
-    setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
+    // Only the process itself knows its id.
+    const QString script = QStringLiteral(R"(LISTEN_FDS=1 LISTEN_PID=$$ exec "$0" "$@")");
+    QProcess::start(
+        QStringLiteral("/bin/sh"), QStringList{QStringLiteral("-c"), script, QStringLiteral(TAVO_PROGRAM)} + arguments);
 }
 
 Outcome runTavo(const QStringList& arguments, const QByteArray& input)

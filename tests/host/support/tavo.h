@@ -95,7 +95,7 @@ protected:
     void setupChildProcess() override;
 
 private:
-    void passSocket() const;
+    void startWithSocket(const QStringList& arguments);
     [[nodiscard]] QByteArray readLine(ProcessChannel channel);
     void setInotifyLimit(const char* variable, int limit);
     /// `file` is in the program's folder.
