@@ -38,11 +38,11 @@ bool hasVisibleNames(const QByteArray& path)
         names.cbegin(), names.cend(), [](const QByteArray& name) { return !name.isEmpty() && !name.startsWith('.'); });
 }
 
-FileDescriptor openFromTop(const QByteArray& absolutePath, Lookup lookup)
+FileDescriptor openFromTop(const QByteArray& absolutePath)
 {
     const FileDescriptor top(::open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
     const QByteArray path = absolutePath.mid(1);
-    return openPath(top.get(), path.isEmpty() ? "." : path, Links::Refused, lookup);
+    return openPath(top.get(), path.isEmpty() ? "." : path, Links::Refused);
 }
 
 bool areEqual(const timespec& a, const timespec& b)
@@ -56,7 +56,7 @@ std::optional<GuardedTree> GuardedTree::open(const Mount& mount)
 {
     if (!mount.isTree())
         return std::nullopt;
-    FileDescriptor directory = openFromTop(QFile::encodeName(mount.rootDirectory), Lookup::Complete);
+    FileDescriptor directory = openFromTop(QFile::encodeName(mount.rootDirectory));
     if (!directory.isOpen())
         return std::nullopt;
     return GuardedTree(std::move(directory), mount.followsLinks);
@@ -116,7 +116,7 @@ std::optional<struct stat> promptStatus(const Mount& mount, const QString& base)
     const QByteArray path = mount.localPath(base);
     if (!hasVisibleNames(QFile::encodeName(base)) || path.contains('\0'))
         return std::nullopt;
-    const FileDescriptor found = openFromTop(path, Lookup::CachedOnly);
+    const FileDescriptor found = openCachedPath(path);
     struct statx known = {};
     if (!found.isOpen() || statx(found.get(), "", AT_EMPTY_PATH | AT_STATX_DONT_SYNC, STATX_BASIC_STATS, &known) != 0)
         return std::nullopt;

@@ -62,12 +62,15 @@ FileDescriptor openStepwise(int directory, const QByteArray& path)
 
 } // namespace
 
-FileDescriptor openPath(int directory, const QByteArray& path, Links links, Lookup lookup)
+FileDescriptor openPath(int directory, const QByteArray& path, Links links)
 {
-    if (lookup == Lookup::CachedOnly)
-        return FileDescriptor(openChecked(directory, path, resolutionFor(links) | RESOLVE_CACHED));
     FileDescriptor found(openPatiently(directory, path, links));
     if (!found.isOpen() && (errno == ENOSYS || errno == EPERM))
         return openStepwise(directory, path);
     return found;
+}
+
+FileDescriptor openCachedPath(const QByteArray& absolutePath)
+{
+    return FileDescriptor(openChecked(AT_FDCWD, absolutePath, RESOLVE_NO_SYMLINKS | RESOLVE_CACHED));
 }

@@ -11,17 +11,13 @@ enum class Links {
     Followed
 };
 
-enum class Lookup {
-    /// Reads from the disk if need be.
-    Complete,
-    /// Finds only what the kernel can find without waiting; before Linux 5.12, nothing.
-    CachedOnly
-};
-
 /// A descriptor (O_PATH) for the file or directory at `path`, relative to an open directory. The descriptor is not open
 /// if nothing is there or a symlink on the way is refused. The magic links of /proc are never followed.
 ///
 /// The kernel checks the symlinks while it follows them, so nothing can be swapped in between. Before Linux 5.6 and in
 /// some sandboxes it cannot; there all symlinks are refused.
-[[nodiscard]] FileDescriptor
-openPath(int directory, const QByteArray& path, Links links, Lookup lookup = Lookup::Complete);
+[[nodiscard]] FileDescriptor openPath(int directory, const QByteArray& path, Links links);
+
+/// As openPath() of an absolute path, without symlinks. Does not wait: the descriptor is not open, too, if the kernel
+/// has to read from the disk, and before Linux 5.12.
+[[nodiscard]] FileDescriptor openCachedPath(const QByteArray& absolutePath);
