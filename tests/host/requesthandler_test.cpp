@@ -43,7 +43,7 @@ TEST(RequestHandler, RootThatHangsLeavesAThreadToOtherRequests)
     request.route.kind = Route::Kind::Media;
     request.route.prefix = QStringLiteral("file");
     request.route.base = QStringLiteral("1.mp3");
-    std::vector<std::shared_ptr<void>> underWay;
+    std::vector<std::variant<Answer, RequestHandler::UnderWay>> underWay;
     for (int i = 0; i < RequestExecutor::Settings().quickThreads; ++i)
         underWay.push_back(handler.handle(request, [](const Answer&) {}));
     RequestExecutor::Job other;

@@ -15,11 +15,9 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/basic_stream.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/error.hpp>
 #include <boost/beast/http/parser.hpp>
-#include <boost/beast/http/read.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
@@ -39,11 +37,12 @@ namespace http = boost::beast::http;
 namespace {
 
 using Tcp = asio::ip::tcp;
-using Executor = asio::io_context::executor_type;
-using Stream = beast::basic_stream<Tcp, Executor, beast::unlimited_rate_policy>;
+using Socket = Tcp::socket::rebind_executor<asio::io_context::executor_type>::other;
 using Parser = http::request_parser<http::string_body>;
 using ErrorCode = boost::system::error_code;
 using Clock = std::chrono::steady_clock;
+
+constexpr Clock::time_point never = Clock::time_point::max();
 
 constexpr std::uint32_t longestHead = 16 * 1024;
 constexpr std::uint64_t longestForm = 4096;
@@ -96,16 +95,12 @@ std::uint64_t bodyLimitOf(Route::Kind kind, const Limits& limits)
     }
 }
 
-/// Nothing if the client is to get no answer.
-std::optional<Refusal> refusalOf(const ErrorCode& error)
+/// `error`: the parser's.
+Refusal refusalOf(const ErrorCode& error)
 {
-    if (error == http::error::header_limit || error == http::error::buffer_overflow)
+    if (error == http::error::header_limit)
         return Refusal{431};
-    if (error == http::error::body_limit)
-        return Refusal{413};
-    const bool isMalformed = error.category() == make_error_code(http::error::bad_target).category();
-    const bool isGone = error == http::error::end_of_stream || error == http::error::partial_message;
-    return isMalformed && !isGone ? std::optional(Refusal{400}) : std::nullopt;
+    return Refusal{error == http::error::body_limit ? 413 : 400};
 }
 
 /// Nothing if the request opens a WebSocket that can be served.
@@ -142,11 +137,13 @@ private:
     [[nodiscard]] auto handler(void (HttpConnection::*function)(const ErrorCode&));
 
     void awaitRequest();
-    void readHead();
-    void headRead(const ErrorCode& error);
+    void receive();
+    void received(const ErrorCode& error, std::size_t size);
+    void parse();
+    void headRead();
     void admitted(Admission admission);
     void readBody();
-    void bodyRead(const ErrorCode& error);
+    void bodyRead();
     void upgrade();
 
     void handle();
@@ -154,15 +151,13 @@ private:
     void refuse(const Refusal& refusal);
     void answer(Answer answer);
     /// Drops the answer if that request is no longer being handled.
-    void receive(quint64 serial, Answer received);
+    void receiveAnswer(quint64 serial, Answer received);
     void writeHead();
     void written(const ErrorCode& error);
     void failed();
     void sendFile();
     void awaitSocket();
     void awaitDisk();
-    /// Aborts when the timer is not cancelled in time.
-    void limitWaiting();
     void answered();
     /// The answer is sent, as far as it could be.
     void account();
@@ -171,14 +166,24 @@ private:
     void awaitClose();
     void drain(const ErrorCode& error);
 
+    /// Aborts unless the limit is set anew, or lifted, in time.
+    void limit(ServerTimes::Time time);
+    void lift() { m_limit = never; }
+    void waitForLimit();
+    void checkLimit();
+
     ServerParts m_parts;
     const ConnectionTable::Place m_place;
     const Connection m_ends;
     const bool m_isV4;
-    Stream m_stream;
+    Socket m_socket;
     asio::steady_timer m_timer;
+    Clock::time_point m_limit = never;
+    /// When the timer looks at the limit, which changes with every step and is seldom reached.
+    Clock::time_point m_nextLook = never;
     beast::flat_buffer m_buffer{longestBuffer};
     std::optional<Parser> m_parser;
+    bool m_isReadingBody = false;
 
     HttpRequest m_request;
     /// Of the request, if it is admitted.
@@ -201,13 +206,12 @@ private:
 HttpConnection::HttpConnection(
     const ServerParts& parts, FileDescriptor socket, const Connection& ends, ConnectionTable::Place place)
     : ServedConnection(parts.connections), m_parts(parts), m_place(std::move(place)), m_ends(ends),
-      m_isV4(ends.local.isV4()), m_stream(Tcp::socket::rebind_executor<Executor>::other(
-                                     parts.io.context(), m_isV4 ? Tcp::v4() : Tcp::v6(), socket.release())),
+      m_isV4(ends.local.isV4()), m_socket(parts.io.context(), m_isV4 ? Tcp::v4() : Tcp::v6(), socket.release()),
       m_timer(parts.io.context())
 {
     ErrorCode ignored;
-    m_stream.socket().native_non_blocking(true, ignored);
-    m_stream.socket().set_option(Tcp::no_delay(true), ignored);
+    m_socket.native_non_blocking(true, ignored);
+    m_socket.set_option(Tcp::no_delay(true), ignored);
 }
 
 auto HttpConnection::handler(void (HttpConnection::*function)(const ErrorCode&))
@@ -227,8 +231,9 @@ void HttpConnection::abort()
 {
     const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
-    m_timer.cancel();
-    m_stream.close();
+    lift();
+    ErrorCode ignored;
+    m_socket.close(ignored);
 }
 
 void HttpConnection::checkAccess()
@@ -244,34 +249,60 @@ void HttpConnection::awaitRequest()
     m_parser.emplace();
     m_parser->header_limit(longestHead);
     m_parser->body_limit(std::max(bodyLimitOf(Route::Kind::Rpc, m_parts.services.limits), longestForm));
-    if (m_buffer.size() > 0)
-        return readHead();
-    m_stream.expires_after(m_parts.times.idle);
-    m_stream.async_read_some(m_buffer.prepare(readingStep), [self = self()](const ErrorCode& error, std::size_t size) {
-        self->m_buffer.commit(size);
-        if (!error)
-            self->readHead();
-    });
-}
-
-void HttpConnection::readHead()
-{
+    m_isReadingBody = false;
     m_request = {};
     m_request.ends = m_ends;
     m_credential = {};
     m_staysOpen = false;
-    m_stream.expires_after(m_parts.times.head);
-    http::async_read_header(m_stream, m_buffer, *m_parser, handler(&HttpConnection::headRead));
+    if (m_buffer.size() > 0) {
+        limit(m_parts.times.head);
+        // After the others have had their turn.
+        return asio::post(m_parts.io.context(), [self = self()] { self->parse(); });
+    }
+    limit(m_parts.times.idle);
+    receive();
 }
 
-void HttpConnection::headRead(const ErrorCode& error)
+void HttpConnection::receive()
 {
-    m_begin = Clock::now();
-    if (error) {
-        if (const std::optional<Refusal> refusal = refusalOf(error))
-            refuse(*refusal);
+    const auto handler = [self = self()](const ErrorCode& error, std::size_t size) { self->received(error, size); };
+    m_socket.async_read_some(m_buffer.prepare(readingStep), handler);
+}
+
+void HttpConnection::received(const ErrorCode& error, std::size_t size)
+{
+    // Nobody waits for an answer to a part of a request.
+    if (error)
         return;
-    }
+    const bool isBeginning = !m_isReadingBody && m_buffer.size() == 0;
+    m_buffer.commit(size);
+    if (isBeginning)
+        limit(m_parts.times.head);
+    parse();
+}
+
+/// What has come, and reads more if need be.
+void HttpConnection::parse()
+{
+    const auto isRead = [this] { return m_isReadingBody ? m_parser->is_done() : m_parser->is_header_done(); };
+    ErrorCode error;
+    while (!error && !isRead() && m_buffer.size() > 0)
+        m_buffer.consume(m_parser->put(m_buffer.data(), error));
+    if (error == http::error::need_more || (!error && !isRead()))
+        return receive();
+    lift();
+    if (!m_isReadingBody)
+        m_begin = Clock::now();
+    if (error)
+        refuse(refusalOf(error));
+    else if (m_isReadingBody)
+        bodyRead();
+    else
+        headRead();
+}
+
+void HttpConnection::headRead()
+{
     m_request.head = headOf(*m_parser);
     if (const std::optional<Refusal> refusal = checkFraming(m_request.head))
         return refuse(*refusal);
@@ -298,23 +329,20 @@ void HttpConnection::admitted(Admission admission)
 
 void HttpConnection::readBody()
 {
-    m_stream.expires_after(m_parts.times.body);
+    m_isReadingBody = true;
+    m_parser->eager(true);
+    limit(m_parts.times.body);
     if (m_request.head.value("Expect").toLower() != "100-continue")
-        return http::async_read(m_stream, m_buffer, *m_parser, handler(&HttpConnection::bodyRead));
+        return parse();
     static const std::string goOn = "HTTP/1.1 100 Continue\r\n\r\n";
-    asio::async_write(m_stream, asio::buffer(goOn), [self = self()](const ErrorCode& error, std::size_t /*size*/) {
+    asio::async_write(m_socket, asio::buffer(goOn), [self = self()](const ErrorCode& error, std::size_t /*size*/) {
         if (!error)
-            http::async_read(self->m_stream, self->m_buffer, *self->m_parser, self->handler(&HttpConnection::bodyRead));
+            self->parse();
     });
 }
 
-void HttpConnection::bodyRead(const ErrorCode& error)
+void HttpConnection::bodyRead()
 {
-    if (error) {
-        if (const std::optional<Refusal> refusal = refusalOf(error))
-            refuse(*refusal);
-        return;
-    }
     // The token may have changed while the body came.
     if (!m_parts.access.holds(m_credential))
         return abort();
@@ -327,8 +355,7 @@ void HttpConnection::upgrade()
 {
     if (const std::optional<Refusal> refusal = checkUpgrade(*m_parser, m_request.head, m_buffer))
         return refuse(*refusal);
-    m_stream.expires_never();
-    FileDescriptor socket(m_stream.socket().release());
+    FileDescriptor socket(m_socket.release());
     const QByteArray key = m_request.head.value("Sec-WebSocket-Key");
     const TrLanguage* const language = acceptedLanguage(m_request.head);
     serveWebSocket(m_parts, {std::move(socket), m_isV4, key, m_credential, language}, m_place);
@@ -337,36 +364,38 @@ void HttpConnection::upgrade()
 
 void HttpConnection::handle()
 {
-    m_stream.expires_never();
-    m_handling = self();
     const auto postAnswer = [weak = std::weak_ptr(self()), io = &m_parts.io, serial = ++m_serial](Answer answer) {
         const auto shared = std::make_shared<Answer>(std::move(answer));
         io->post([weak, shared, serial] {
             if (const auto connection = weak.lock())
-                connection->receive(serial, std::move(*shared));
+                connection->receiveAnswer(serial, std::move(*shared));
         });
     };
-    m_underWay = m_parts.handler.handle(m_request, postAnswer);
+    std::variant<Answer, RequestHandler::UnderWay> handled = m_parts.handler.handle(m_request, postAnswer);
+    if (auto* const prompt = std::get_if<Answer>(&handled))
+        return answer(std::move(*prompt));
+    m_handling = self();
+    m_underWay = std::get<RequestHandler::UnderWay>(std::move(handled));
     // Only these may take long.
     if (m_request.route.kind == Route::Kind::Rpc)
         watchClient();
     // The disk of a cover may hang; the executor limits the other requests.
-    if (m_request.route.kind == Route::Kind::Cover && m_handling)
-        limitWaiting();
+    if (m_request.route.kind == Route::Kind::Cover)
+        limit(m_parts.times.idle);
 }
 
 /// Nobody waits any more for the answer to a client that is gone.
 void HttpConnection::watchClient()
 {
-    m_stream.socket().async_wait(Tcp::socket::wait_read, [self = self()](const ErrorCode& error) {
+    m_socket.async_wait(Tcp::socket::wait_read, [self = self()](const ErrorCode& error) {
         char byte = 0;
-        const bool isGone = !error && recv(self->m_stream.socket().native_handle(), &byte, 1, MSG_PEEK) == 0;
+        const bool isGone = !error && recv(self->m_socket.native_handle(), &byte, 1, MSG_PEEK) == 0;
         if (isGone && self->m_handling)
             self->abort();
     });
 }
 
-void HttpConnection::receive(quint64 serial, Answer received)
+void HttpConnection::receiveAnswer(quint64 serial, Answer received)
 {
     if (m_handling && serial == m_serial)
         answer(std::move(received));
@@ -384,9 +413,9 @@ void HttpConnection::answer(Answer answer)
 {
     const std::shared_ptr<HttpConnection> untilReturn = std::move(m_handling);
     m_underWay.reset();
-    m_timer.cancel();
+    lift();
     m_request.body.clear();
-    if (!m_stream.socket().is_open())
+    if (!m_socket.is_open())
         return;
     m_answer = std::move(answer);
     m_staysOpen = m_staysOpen && !m_isFinishing;
@@ -411,30 +440,30 @@ void HttpConnection::writeHead()
         asio::buffer(m_headText.constData(), static_cast<std::size_t>(m_headText.size())),
         asio::buffer(m_answer->body.constData(), static_cast<std::size_t>(size))};
     m_sentBody = size;
-    m_stream.expires_after(m_parts.times.idle);
-    asio::async_write(m_stream, buffers, handler(&HttpConnection::written));
+    limit(m_parts.times.idle);
+    asio::async_write(m_socket, buffers, handler(&HttpConnection::written));
 }
 
 void HttpConnection::written(const ErrorCode& error)
 {
     if (error)
         return failed();
-    m_stream.expires_never();
     const int left = m_answer->body.size() - m_sentBody;
     if (left == 0)
         return answered();
     const int size = std::min(left, writingStep);
     const auto buffer = asio::buffer(m_answer->body.constData() + m_sentBody, static_cast<std::size_t>(size));
     m_sentBody += size;
-    m_stream.expires_after(m_parts.times.idle);
-    asio::async_write(m_stream, buffer, handler(&HttpConnection::written));
+    limit(m_parts.times.idle);
+    asio::async_write(m_socket, buffer, handler(&HttpConnection::written));
 }
 
 void HttpConnection::sendFile()
 {
-    if (!m_stream.socket().is_open())
+    lift();
+    if (!m_socket.is_open())
         return failed();
-    switch (m_answer->file->send(m_stream.socket().native_handle())) {
+    switch (m_answer->file->send(m_socket.native_handle())) {
     case FilePart::Step::Done:
         return answered();
     case FilePart::Step::Again:
@@ -450,10 +479,8 @@ void HttpConnection::sendFile()
 
 void HttpConnection::awaitSocket()
 {
-    // The stream's own limits do not cover waiting.
-    limitWaiting();
-    m_stream.socket().async_wait(Tcp::socket::wait_write, [self = self()](const ErrorCode& error) {
-        self->m_timer.cancel();
+    limit(m_parts.times.idle);
+    m_socket.async_wait(Tcp::socket::wait_write, [self = self()](const ErrorCode& error) {
         if (error)
             self->failed();
         else
@@ -463,23 +490,11 @@ void HttpConnection::awaitSocket()
 
 void HttpConnection::awaitDisk()
 {
-    limitWaiting();
+    limit(m_parts.times.idle);
     // The connection is destroyed in no thread but its own.
     m_parts.disk.post([self = self(), io = &m_parts.io]() mutable {
         self->m_answer->file->load();
-        io->post([self = std::move(self)] {
-            self->m_timer.cancel();
-            self->sendFile();
-        });
-    });
-}
-
-void HttpConnection::limitWaiting()
-{
-    m_timer.expires_after(m_parts.times.idle);
-    m_timer.async_wait([self = self()](const ErrorCode& error) {
-        if (!error)
-            self->abort();
+        io->post([self = std::move(self)] { self->sendFile(); });
     });
 }
 
@@ -519,8 +534,8 @@ void HttpConnection::log(int status, qint64 bytes)
 void HttpConnection::awaitClose()
 {
     ErrorCode ignored;
-    m_stream.socket().shutdown(Tcp::socket::shutdown_send, ignored);
-    m_stream.expires_after(m_parts.times.lastResponse);
+    m_socket.shutdown(Tcp::socket::shutdown_send, ignored);
+    limit(m_parts.times.lastResponse);
     drain({});
 }
 
@@ -528,7 +543,34 @@ void HttpConnection::drain(const ErrorCode& error)
 {
     m_buffer.clear();
     if (!error)
-        m_stream.async_read_some(m_buffer.prepare(readingStep), handler(&HttpConnection::drain));
+        m_socket.async_read_some(m_buffer.prepare(readingStep), handler(&HttpConnection::drain));
+}
+
+void HttpConnection::limit(ServerTimes::Time time)
+{
+    m_limit = Clock::now() + time;
+    if (m_limit < m_nextLook)
+        waitForLimit();
+}
+
+void HttpConnection::waitForLimit()
+{
+    m_nextLook = m_limit;
+    m_timer.expires_at(m_limit);
+    m_timer.async_wait([weak = std::weak_ptr(self())](const ErrorCode& error) {
+        const auto connection = weak.lock();
+        if (!error && connection)
+            connection->checkLimit();
+    });
+}
+
+void HttpConnection::checkLimit()
+{
+    m_nextLook = never;
+    if (m_limit <= Clock::now())
+        abort();
+    else if (m_limit != never)
+        waitForLimit();
 }
 
 } // namespace

@@ -58,45 +58,39 @@ SharedMediaFile openFile(const MediaLibrary& library, KeptFiles& files, const Ro
 
 } // namespace
 
-std::shared_ptr<void> RequestHandler::handle(const HttpRequest& request, const Receive& receive)
+std::variant<Answer, RequestHandler::UnderWay>
+RequestHandler::handle(const HttpRequest& request, const Receive& receive)
 {
     switch (request.route.kind) {
     case Route::Kind::Page:
-        receive(servePage(request.head, request.route.asset));
-        break;
+        return servePage(request.head, request.route.asset);
     case Route::Kind::Rpc:
         return handleRpc(request, receive);
     case Route::Kind::Media:
         return handleMedia(request, receive);
     case Route::Kind::Cover:
         handleCover(request, receive);
-        break;
+        return UnderWay();
     case Route::Kind::Health:
-        receive(health());
-        break;
+        return health();
     case Route::Kind::Metrics:
-        receive(metrics());
-        break;
+        return metrics();
     case Route::Kind::Login:
-        receive(logIn(request));
-        break;
+        return logIn(request);
     case Route::Kind::Logout:
-        receive(logOut(request));
-        break;
+        return logOut(request);
     case Route::Kind::Session:
-        receive(makeResponse(Refusal{426, {{"Upgrade", "websocket"}}}));
         break;
     }
-    return nullptr;
+    return makeResponse(Refusal{426, {{"Upgrade", "websocket"}}});
 }
 
-std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, const Receive& receive)
+std::variant<Answer, RequestHandler::UnderWay>
+RequestHandler::handleMedia(const HttpRequest& request, const Receive& receive)
 {
     const Route& route = request.route;
-    if (const SharedMediaFile file = m_parts.files.find(route.prefix, route.base)) {
-        receive(mediaAnswer(request.head, file));
-        return nullptr;
-    }
+    if (const SharedMediaFile file = m_parts.files.find(route.prefix, route.base))
+        return mediaAnswer(request.head, file);
     RequestExecutor::Job job;
     job.root = m_parts.services.host.knownPrefix(route.prefix);
     job.context = std::make_shared<CMRequestContext>();
@@ -111,7 +105,7 @@ std::shared_ptr<void> RequestHandler::handleMedia(const HttpRequest& request, co
     job.refuse = [receive](RequestExecutor::Refusal /*reason*/) { receive(makeResponse(Refusal{503})); };
     const std::shared_ptr<CMRequestContext> context = job.context;
     m_parts.services.executor.submit(client, std::move(job));
-    return {context.get(), [context](void*) { context->cancel(); }};
+    return UnderWay(context.get(), [context](void*) { context->cancel(); });
 }
 
 /// All requests for a root share a client, so that a slow root takes no more than one client's threads.
@@ -125,12 +119,11 @@ std::shared_ptr<RequestExecutor::Client> RequestHandler::mediaClient(const QStri
     return client;
 }
 
-std::shared_ptr<void> RequestHandler::handleRpc(const HttpRequest& request, const Receive& receive)
+std::variant<Answer, RequestHandler::UnderWay>
+RequestHandler::handleRpc(const HttpRequest& request, const Receive& receive)
 {
-    if (!hasJsonBody(request.head)) {
-        receive(makeResponse(Refusal{415}));
-        return nullptr;
-    }
+    if (!hasJsonBody(request.head))
+        return makeResponse(Refusal{415});
     const auto respond = [receive](const std::optional<QByteArray>& answer) {
         receive(answer ? makeResponse(200, jsonType, *answer) : makeEmptyResponse());
     };

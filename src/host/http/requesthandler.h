@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <variant>
 
 class KeptFiles;
 
@@ -29,6 +30,8 @@ public:
     /// Gets the answer, in any thread. Must not block. A request that takes too long is refused while it still runs,
     /// and may have a second answer then; the first counts.
     using Receive = std::function<void(Answer)>;
+    /// To destroy it cancels the request; its answer may still come then. Null: the request cannot be cancelled.
+    using UnderWay = std::shared_ptr<void>;
 
     struct Parts
     {
@@ -44,14 +47,13 @@ public:
     /// The parts must outlive the handler.
     explicit RequestHandler(Parts parts) : m_parts(std::move(parts)) {}
 
-    /// `receive` may be called before this returns. To destroy what is returned cancels the request; `receive` may
-    /// still be called then.
-    [[nodiscard]] std::shared_ptr<void> handle(const HttpRequest& request, const Receive& receive);
+    /// Returns the answer if it takes no waiting. Otherwise `receive` gets it, perhaps before this returns.
+    [[nodiscard]] std::variant<Answer, UnderWay> handle(const HttpRequest& request, const Receive& receive);
 
 private:
-    [[nodiscard]] std::shared_ptr<void> handleMedia(const HttpRequest& request, const Receive& receive);
+    [[nodiscard]] std::variant<Answer, UnderWay> handleMedia(const HttpRequest& request, const Receive& receive);
     [[nodiscard]] std::shared_ptr<RequestExecutor::Client> mediaClient(const QString& prefix);
-    [[nodiscard]] std::shared_ptr<void> handleRpc(const HttpRequest& request, const Receive& receive);
+    [[nodiscard]] std::variant<Answer, UnderWay> handleRpc(const HttpRequest& request, const Receive& receive);
     void handleCover(const HttpRequest& request, const Receive& receive);
     [[nodiscard]] Response health() const;
     [[nodiscard]] Response metrics() const;
