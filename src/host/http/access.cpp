@@ -211,7 +211,7 @@ std::optional<Refusal> AccessPolicy::checkSender(const RequestHead& head, const 
 
 bool AccessPolicy::isOwnHost(const QByteArray& host, const Connection& connection) const
 {
-    return host == hostText(connection.local) || std::find(m_hosts.cbegin(), m_hosts.cend(), host) != m_hosts.cend();
+    return std::find(m_hosts.cbegin(), m_hosts.cend(), host) != m_hosts.cend() || host == hostText(connection.local);
 }
 
 bool AccessPolicy::isHostOfOrigin(const QByteArray& host) const

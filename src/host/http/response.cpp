@@ -98,11 +98,14 @@ ResponseHead& ResponseHead::setLength(qint64 bytes)
 
 QByteArray ResponseHead::toText(std::time_t now) const
 {
-    QByteArray text = "HTTP/1.1 " + QByteArray::number(m_status) + ' ' + reasonOf(m_status) + "\r\n";
-    text += "Date: " + toHttpDate(now) + "\r\n";
+    constexpr int usualSize = 1024;
+    QByteArray text;
+    text.reserve(usualSize);
+    text.append("HTTP/1.1 ").append(QByteArray::number(m_status)).append(' ').append(reasonOf(m_status)).append("\r\n");
+    text.append("Date: ").append(toHttpDate(now)).append("\r\n");
     for (const HeaderField& field : m_fields)
-        text += field.name + ": " + field.value + "\r\n";
-    return text + protection + "\r\n";
+        text.append(field.name).append(": ").append(field.value).append("\r\n");
+    return text.append(protection).append("\r\n");
 }
 
 Response makeResponse(int status, const QByteArray& type, const QByteArray& body)

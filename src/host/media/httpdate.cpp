@@ -10,9 +10,11 @@ namespace {
 constexpr std::array days = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr std::array months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
-QByteArray twoDigits(int number)
+/// `number`: up to 99.
+QByteArray& appendTwoDigits(QByteArray& text, int number)
 {
-    return QByteArray::number(number).rightJustified(2, '0');
+    constexpr int ten = 10;
+    return text.append(static_cast<char>('0' + number / ten)).append(static_cast<char>('0' + number % ten));
 }
 
 QDateTime parsed(const QString& text, const char* format)
@@ -35,14 +37,18 @@ QDateTime withRecentCentury(const QDateTime& time)
 QByteArray toHttpDate(std::time_t time)
 {
     constexpr qint64 firstYear = 1900;
+    constexpr int usualLength = 29;
     std::tm parts{};
     gmtime_r(&time, &parts);
-    QByteArray text = days.at(static_cast<std::size_t>(parts.tm_wday));
-    text.append(", ").append(twoDigits(parts.tm_mday)).append(' ');
+    QByteArray text;
+    text.reserve(usualLength);
+    text.append(days.at(static_cast<std::size_t>(parts.tm_wday))).append(", ");
+    appendTwoDigits(text, parts.tm_mday).append(' ');
     text.append(months.at(static_cast<std::size_t>(parts.tm_mon))).append(' ');
     text.append(QByteArray::number(firstYear + parts.tm_year).rightJustified(4, '0')).append(' ');
-    text.append(twoDigits(parts.tm_hour)).append(':').append(twoDigits(parts.tm_min)).append(':');
-    return text.append(twoDigits(parts.tm_sec)).append(" GMT");
+    appendTwoDigits(text, parts.tm_hour).append(':');
+    appendTwoDigits(text, parts.tm_min).append(':');
+    return appendTwoDigits(text, parts.tm_sec).append(" GMT");
 }
 
 std::optional<std::time_t> fromHttpDate(const QByteArray& text)
