@@ -105,6 +105,24 @@ TEST_F(HttpServerTest, CutsAConnectionWhoseHeadDoesNotEnd)
     EXPECT_TRUE(connection.isClosedByPeer());
 }
 
+TEST_F(HttpServerTest, ServesAConnectionBeyondALimitThatItHasKept)
+{
+    HttpServer::Settings settings;
+    settings.times.head = std::chrono::milliseconds(50);
+    start(std::move(settings));
+    const QByteArray request = requestText("HEAD", "/health");
+    RawConnection connection(port);
+    // The second one has begun when the first is answered, and its head is limited.
+    connection.send(request + request);
+    for (int i = 0; i < 2; ++i)
+        EXPECT_TRUE(connection.receiveUntil("\r\n\r\n").startsWith("HTTP/1.1 200"));
+    RawConnection later(port);
+    later.send("GET / HTTP/1.1\r\n");
+    EXPECT_TRUE(later.isClosedByPeer());
+    connection.send(request);
+    EXPECT_TRUE(connection.receiveUntil("\r\n\r\n").startsWith("HTTP/1.1 200"));
+}
+
 TEST_F(HttpServerTest, CutsAWebSocketThatAnswersNoPing)
 {
     HttpServer::Settings settings;
