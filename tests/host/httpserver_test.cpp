@@ -63,8 +63,8 @@ protected:
 
     TemporaryTree tree;
     std::unique_ptr<ContentHost> host;
-    RequestExecutor executor;
     SharedRequests sharedRequests;
+    RequestExecutor executor;
     quint16 port = 0;
     std::unique_ptr<HttpServer> server;
 };
