@@ -40,11 +40,9 @@ std::vector<EntryId> idsOf(const std::vector<QueuePlace>& places)
 
 std::vector<EntryId> presentOf(const std::vector<EntryId>& ids, const Queue& queue)
 {
-    std::vector<EntryId> all = queue.ids();
-    std::sort(all.begin(), all.end());
     std::vector<EntryId> present;
-    std::copy_if(ids.cbegin(), ids.cend(), std::back_inserter(present), [&all](EntryId id) {
-        return std::binary_search(all.cbegin(), all.cend(), id);
+    std::copy_if(ids.cbegin(), ids.cend(), std::back_inserter(present), [&queue](EntryId id) {
+        return queue.contains(id);
     });
     return present;
 }

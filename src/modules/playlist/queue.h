@@ -2,6 +2,7 @@
 
 #include "model/cmerror.h"
 #include "queueentry.h"
+#include "sharedmap.h"
 
 #include <QtGlobal>
 
@@ -49,8 +50,8 @@ struct [[nodiscard]] QueueEdit
 
 /// Entries in their order.
 ///
-/// A value: copies are cheap and share the entries, and a copy may be read while another one is edited in another
-/// thread. An edit at one place costs some microseconds, however long the queue is; finding an id at most some ten.
+/// A value: copies cost next to nothing and share the entries, and a copy may be read while another one is edited in
+/// another thread. Finding an entry and editing at one place cost some microseconds, however long the queue is.
 class Queue
 {
 public:
@@ -60,8 +61,8 @@ public:
     /// A stored queue, in the order of the ranks, which differ. `lastId` is the last id that was ever used.
     Queue(std::vector<QueuePlace> places, EntryId lastId);
 
-    [[nodiscard]] int size() const { return m_parts.empty() ? 0 : m_parts.back().end; }
-    [[nodiscard]] bool isEmpty() const { return m_parts.empty(); }
+    [[nodiscard]] int size() const { return m_order.size(); }
+    [[nodiscard]] bool isEmpty() const { return m_order.isEmpty(); }
     /// `index` from 0 to size() - 1. Valid as long as this queue is not edited.
     [[nodiscard]] const QueueEntry& at(int index) const;
     /// -1: no entry has the id.
@@ -94,35 +95,33 @@ public:
     QueueEdit describe(const std::vector<QueueEntry>& entries);
 
 private:
-    struct Chunk;
-    /// A part of the queue, shared with copies of it. None is empty, and few are small.
-    struct Part
-    {
-        /// The index behind its last entry.
-        int end;
-        std::shared_ptr<const Chunk> chunk;
-    };
     using Places = std::vector<QueuePlace>;
 
-    [[nodiscard]] const QueuePlace& placeAt(int index) const;
-    [[nodiscard]] Places placesBetween(int begin, int end) const;
+    using Order = SharedMap<qint64, EntryId>;
+    using Ranks = SharedMap<EntryId, qint64>;
+    using Entries = SharedMap<EntryId, QueueEntryPointer>;
+
+    [[nodiscard]] const QueueEntryPointer& entryAt(int index) const;
     /// The index behind the anchor; none if no entry has the id.
     [[nodiscard]] std::optional<int> indexBehind(const Anchor& anchor) const;
     [[nodiscard]] bool isAt(int index, const std::vector<EntryId>& ids) const;
+    /// Empty if the queue has all these ids.
     [[nodiscard]] CMError missingOf(const std::vector<EntryId>& ids) const;
-    [[nodiscard]] std::vector<QueueEntryPointer> makeEntries(std::vector<QueueItem> items);
+    /// The entries get the next ids, and no place yet.
+    [[nodiscard]] std::vector<EntryId> makeEntries(std::vector<QueueItem> items);
+    /// The indices in this queue of those of these ids that it has and the other one lacks; they rise.
+    [[nodiscard]] std::vector<int> indicesMissingIn(const Queue& other, const std::vector<EntryId>& ids) const;
 
-    void appendPart(std::shared_ptr<const Chunk> chunk);
-    void appendParts(Places places);
-    void replaceRange(int begin, int end, const Places& places);
-    /// Takes out the entries with these ids, which are sorted and differ; returns them in this order. None if one is
-    /// missing; what is left of the queue is undefined then.
-    [[nodiscard]] std::optional<std::vector<QueueEntryPointer>> take(const std::vector<EntryId>& ids);
+    /// Takes the entries out of the order. The queue has these ids.
+    void take(const std::vector<EntryId>& ids);
     /// Puts the entries before the index. `placed` gets them with their ranks; `moved` entries that have new ranks.
-    void put(int index, const std::vector<QueueEntryPointer>& entries, Places& placed, Places& moved);
+    void put(int index, const std::vector<EntryId>& ids, Places& placed, Places& moved);
     /// Ranks for `count` entries in place of those from `begin` to `end`; empty if they would be too close.
     [[nodiscard]] std::vector<qint64> ranksFor(int begin, int end, std::size_t count, qint64 leastStep) const;
 
-    std::vector<Part> m_parts;
+    /// By their ranks.
+    Order m_order;
+    Ranks m_ranks;
+    Entries m_entries;
     EntryId m_lastId = 0;
 };
