@@ -38,7 +38,10 @@ const std::vector<QStringList>& migrations()
                         " position INTEGER NOT NULL, at INTEGER NOT NULL, serial INTEGER NOT NULL,"
                         " volume INTEGER NOT NULL, repeat INTEGER NOT NULL, shuffle INTEGER NOT NULL)"),
          QStringLiteral("INSERT INTO state VALUES (1, 0, 0, 0, NULL, 0, 0, 0, 100, 0, 0)"),
-         QStringLiteral("PRAGMA application_id = %1").arg(applicationId)}};
+         QStringLiteral("PRAGMA application_id = %1").arg(applicationId)},
+        // That of the last edit that moved the entry: a move writes only the entry's page, and leaves the state's
+        // alone.
+        {QStringLiteral("ALTER TABLE entries ADD COLUMN version INTEGER NOT NULL DEFAULT 0")}};
     return steps;
 }
 
@@ -131,6 +134,7 @@ private:
         QSqlQuery deleteEntry;
         QSqlQuery deleteEntries;
         QSqlQuery rankEntry;
+        QSqlQuery forgetVersions;
         QSqlQuery describeEntry;
         QSqlQuery writeVersion;
         QSqlQuery writePlayer;
@@ -150,7 +154,13 @@ private:
     [[nodiscard]] bool loadEntries(Content& content, EntryId lastId);
     [[nodiscard]] bool loadOperations(Content& content);
 
-    [[nodiscard]] bool writeChange(const Queue& queue, const QueueChange& change);
+    /// Whether moved entries can hold all that is new.
+    [[nodiscard]] bool isMoveOnly(const Playlist& playlist, const QueueChange& change) const;
+    /// Undoes all that `write` has done if it returns false.
+    template<typename Write>
+    [[nodiscard]] bool inTransaction(const Write& write);
+    [[nodiscard]] bool writeChange(const Playlist& playlist, const QueueChange& change);
+    [[nodiscard]] bool writeMoved(const QueueChange& change, int version);
     [[nodiscard]] bool writeRemoved(const Queue& queue, const QueueChange& change);
     [[nodiscard]] bool writeVersion(const Playlist& playlist);
     [[nodiscard]] bool writePlayer(const PlayerState& player);
@@ -161,14 +171,16 @@ private:
     std::unique_ptr<Statements> m_statements;
     /// As the file has it.
     PlayerState m_player;
+    EntryId m_lastId = 0;
+    int m_version = 0;
     qint64 m_lastOperation = 0;
     Problem m_problem = {};
 };
 
 QueueStore::Connection::Statements::Statements(const QSqlDatabase& database)
     : begin(database), commit(database), insertEntry(database), deleteEntry(database), deleteEntries(database),
-      rankEntry(database), describeEntry(database), writeVersion(database), writePlayer(database),
-      insertOperation(database), deleteOperations(database)
+      rankEntry(database), forgetVersions(database), describeEntry(database), writeVersion(database),
+      writePlayer(database), insertOperation(database), deleteOperations(database)
 {
 }
 
@@ -232,10 +244,11 @@ bool QueueStore::Connection::prepare()
     const std::vector<std::pair<QSqlQuery*, QString>> texts = {
         {&s.begin, QStringLiteral("BEGIN")},
         {&s.commit, QStringLiteral("COMMIT")},
-        {&s.insertEntry, QStringLiteral("INSERT INTO entries VALUES (?, ?, ?, ?, ?, ?)")},
+        {&s.insertEntry, QStringLiteral("INSERT INTO entries VALUES (?, ?, ?, ?, ?, ?, 0)")},
         {&s.deleteEntry, QStringLiteral("DELETE FROM entries WHERE id = ?")},
         {&s.deleteEntries, QStringLiteral("DELETE FROM entries")},
-        {&s.rankEntry, QStringLiteral("UPDATE entries SET rank = ? WHERE id = ?")},
+        {&s.rankEntry, QStringLiteral("UPDATE entries SET rank = ?, version = ? WHERE id = ?")},
+        {&s.forgetVersions, QStringLiteral("UPDATE entries SET version = 0")},
         {&s.describeEntry, QStringLiteral("UPDATE entries SET title = ?, type = ?, media = ? WHERE id = ?")},
         {&s.writeVersion, QStringLiteral("UPDATE state SET last_id = ?, version = ?, last_edit = ?")},
         {&s.writePlayer, QStringLiteral("UPDATE state SET current = ?, position = ?, at = ?, serial = ?, volume = ?,"
@@ -269,13 +282,17 @@ bool QueueStore::Connection::load(Content& content)
     player.repeat = repeatOf(query.value(8).toInt());
     player.shuffle = query.value(9).toBool();
     m_player = storedPart(player);
-    return loadEntries(content, lastId) && loadOperations(content);
+    const bool isLoaded = loadEntries(content, lastId) && loadOperations(content);
+    m_lastId = lastId;
+    m_version = content.version;
+    return isLoaded;
 }
 
 bool QueueStore::Connection::loadEntries(Content& content, EntryId lastId)
 {
     QSqlQuery query(m_database);
-    if (!select(query, QStringLiteral("SELECT rank, id, source, title, type, media FROM entries ORDER BY rank")))
+    if (!select(
+            query, QStringLiteral("SELECT rank, id, source, title, type, media, version FROM entries ORDER BY rank")))
         return false;
     std::vector<QueuePlace> places;
     while (query.next()) {
@@ -287,6 +304,8 @@ bool QueueStore::Connection::loadEntries(Content& content, EntryId lastId)
             query.value(2).toString(), query.value(3).toString(), query.value(4).toString(),
             StoredJson::toValue(query.value(5).toString())};
         places.push_back({rank, std::make_shared<const QueueEntry>(QueueEntry{id, item})});
+        if (const int version = query.value(6).toInt(); version > content.version)
+            content.version = content.lastEdit = version;
     }
     if (query.lastError().isValid())
         return fails(problemOf(query.lastError()));
@@ -314,23 +333,46 @@ bool QueueStore::Connection::save(
     const bool hasNewPlayer = player != m_player;
     if (change.isEmpty() && !operation && !hasNewPlayer)
         return true;
-    const auto write = [&] {
-        return writeChange(playlist.queue(), change) && writeVersion(playlist) &&
-               (!hasNewPlayer || writePlayer(player)) && (!operation || writeOperation(*operation));
+    const auto writeMovedOnly = [&] { return writeMoved(change, playlist.version()); };
+    const auto writeAll = [&] {
+        return writeChange(playlist, change) && writeVersion(playlist) && (!hasNewPlayer || writePlayer(player)) &&
+               (!operation || writeOperation(*operation));
     };
-    if (!run(m_statements->begin, {}))
+    const bool isMove = !hasNewPlayer && !operation && isMoveOnly(playlist, change);
+    const bool isOneStatement = isMove && change.moved.size() == 1;
+    const bool isWritten = isOneStatement ? writeMovedOnly()
+                           : isMove       ? inTransaction(writeMovedOnly)
+                                          : inTransaction(writeAll);
+    if (!isWritten)
         return false;
-    if (!write() || !run(m_statements->commit, {})) {
-        // SQLite has rolled back by itself after some errors.
-        QSqlQuery(m_database).exec(QStringLiteral("ROLLBACK"));
-        return false;
-    }
     m_player = player;
+    m_lastId = playlist.queue().lastId();
+    m_version = playlist.version();
     m_lastOperation += operation ? 1 : 0;
     return true;
 }
 
-bool QueueStore::Connection::writeChange(const Queue& queue, const QueueChange& change)
+template<typename Write>
+bool QueueStore::Connection::inTransaction(const Write& write)
+{
+    if (!run(m_statements->begin, {}))
+        return false;
+    if (write() && run(m_statements->commit, {}))
+        return true;
+    // SQLite has rolled back by itself after some errors.
+    QSqlQuery(m_database).exec(QStringLiteral("ROLLBACK"));
+    return false;
+}
+
+bool QueueStore::Connection::isMoveOnly(const Playlist& playlist, const QueueChange& change) const
+{
+    const bool isMove =
+        !change.moved.empty() && change.removed.empty() && change.added.empty() && change.described.empty();
+    return isMove && playlist.version() == playlist.lastEdit() && playlist.version() > m_version &&
+           playlist.queue().lastId() == m_lastId;
+}
+
+bool QueueStore::Connection::writeChange(const Playlist& playlist, const QueueChange& change)
 {
     Statements& s = *m_statements;
     const auto insert = [&](const QueuePlace& place) {
@@ -339,20 +381,28 @@ bool QueueStore::Connection::writeChange(const Queue& queue, const QueueChange& 
             s.insertEntry, {place.entry->id, place.rank, notNull(item.source), notNull(item.title), notNull(item.type),
                             StoredJson::fromValue(item.mediaData)});
     };
-    const auto rank = [&](const QueuePlace& place) { return run(s.rankEntry, {place.rank, place.entry->id}); };
     const auto describe = [&](const QueueEntryPointer& entry) {
         const QueueItem& item = entry->item;
         return run(
             s.describeEntry,
             {notNull(item.title), notNull(item.type), StoredJson::fromValue(item.mediaData), entry->id});
     };
+    // Versions begin again at 1 after the highest one.
+    const bool isBehind = playlist.version() < m_version;
+    return writeRemoved(playlist.queue(), change) && std::all_of(change.added.cbegin(), change.added.cend(), insert) &&
+           (!isBehind || run(s.forgetVersions, {})) && writeMoved(change, playlist.version()) &&
+           std::all_of(change.described.cbegin(), change.described.cend(), describe);
+}
+
+bool QueueStore::Connection::writeMoved(const QueueChange& change, int version)
+{
     // In the order of the file, so that each page of it is written once; the last rank of an entry counts.
     std::vector<QueuePlace> moved = change.moved;
     std::stable_sort(
         moved.begin(), moved.end(), [](const QueuePlace& a, const QueuePlace& b) { return a.entry->id < b.entry->id; });
-    return writeRemoved(queue, change) && std::all_of(change.added.cbegin(), change.added.cend(), insert) &&
-           std::all_of(moved.cbegin(), moved.cend(), rank) &&
-           std::all_of(change.described.cbegin(), change.described.cend(), describe);
+    return std::all_of(moved.cbegin(), moved.cend(), [&](const QueuePlace& place) {
+        return run(m_statements->rankEntry, {place.rank, version, place.entry->id});
+    });
 }
 
 bool QueueStore::Connection::writeRemoved(const Queue& queue, const QueueChange& change)

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -125,6 +126,70 @@ TEST_F(QueueStoreTest, ReturnsWhatWasStored)
     EXPECT_EQ(content.player.volume, 40);
     EXPECT_EQ(content.player.repeat, Repeat::One);
     EXPECT_TRUE(content.player.shuffle);
+}
+
+TEST_F(QueueStoreTest, ReturnsMovesAndTheirVersions)
+{
+    Playlist playlist;
+    {
+        QueueStore store(directory());
+        const auto save = [&] { ASSERT_EQ(store.save(playlist, playlist.takeChange(), std::nullopt), QString()); };
+        ASSERT_TRUE(playlist.addToQueue(makeItems(20), 0));
+        save();
+        ASSERT_TRUE(playlist.move({3}, 15, 0));
+        save();
+        ASSERT_TRUE(playlist.move({9, 4}, std::nullopt, 0));
+        save();
+    }
+    const QueueStore::Content content = stored();
+    expectSameQueues(content.queue, playlist.queue());
+    EXPECT_EQ(content.version, playlist.version());
+    EXPECT_EQ(content.lastEdit, playlist.version());
+}
+
+TEST_F(QueueStoreTest, AVersionThatOutlivesTheMovedEntryIsReturned)
+{
+    Playlist playlist;
+    {
+        QueueStore store(directory());
+        const auto save = [&] { ASSERT_EQ(store.save(playlist, playlist.takeChange(), std::nullopt), QString()); };
+        ASSERT_TRUE(playlist.addToQueue(makeItems(3), 0));
+        save();
+        ASSERT_TRUE(playlist.move({3}, std::nullopt, 0));
+        save();
+        ASSERT_TRUE(playlist.remove({3}, 0));
+        save();
+    }
+    EXPECT_EQ(stored().version, playlist.version());
+    EXPECT_EQ(stored().lastEdit, playlist.version());
+}
+
+TEST_F(QueueStoreTest, ReturnsTheVersionThatFollowsTheHighest)
+{
+    Playlist playlist(std::numeric_limits<int>::max() - 3);
+    {
+        QueueStore store(directory());
+        const auto save = [&] { ASSERT_EQ(store.save(playlist, playlist.takeChange(), std::nullopt), QString()); };
+        ASSERT_TRUE(playlist.addToQueue(makeItems(3), 0));
+        save();
+        for (const EntryId id : {3, 2, 1, 3}) {
+            ASSERT_TRUE(playlist.move({id}, std::nullopt, 0));
+            save();
+        }
+    }
+    ASSERT_EQ(playlist.version(), 2);
+    EXPECT_EQ(stored().version, 2);
+    EXPECT_EQ(stored().lastEdit, 2);
+}
+
+TEST_F(QueueStoreTest, ReadsAFileWithoutVersionsOfEntries)
+{
+    storeSome();
+    runSql(file(), {"ALTER TABLE entries DROP COLUMN version", "PRAGMA user_version = 1"});
+    const QueueStore::Content content = stored();
+    EXPECT_EQ(content.queue.ids(), (std::vector<EntryId>{1, 2, 3}));
+    EXPECT_EQ(content.version, 1);
+    EXPECT_THAT(damagedFiles(), SizeIs(0));
 }
 
 TEST_F(QueueStoreTest, ReturnsReplacedAndRestoredEntries)
@@ -306,6 +371,12 @@ TEST_F(QueueStoreTest, AFullDiskLeavesEverythingAsItWas)
             const FileSizeLimit limit(256 * 1024);
             EXPECT_FALSE(store.save(larger, change, std::nullopt).isEmpty());
             EXPECT_FALSE(store.save(larger, change, std::nullopt).isEmpty());
+        }
+        {
+            Playlist moved = playlist;
+            ASSERT_TRUE(moved.move({1}, 100, 0));
+            const FileSizeLimit limit(1);
+            EXPECT_FALSE(store.save(moved, moved.takeChange(), std::nullopt).isEmpty());
         }
         ASSERT_TRUE(playlist.addToQueue(makeItems(2), 0));
         ASSERT_EQ(store.save(playlist, playlist.takeChange(), std::nullopt), QString()) << "there is room again";
