@@ -41,9 +41,8 @@ std::vector<EntryId> idsOf(const std::vector<QueuePlace>& places)
 std::vector<EntryId> presentOf(const std::vector<EntryId>& ids, const Queue& queue)
 {
     std::vector<EntryId> present;
-    std::copy_if(ids.cbegin(), ids.cend(), std::back_inserter(present), [&queue](EntryId id) {
-        return queue.contains(id);
-    });
+    std::copy_if(
+        ids.cbegin(), ids.cend(), std::back_inserter(present), [&queue](EntryId id) { return queue.contains(id); });
     return present;
 }
 

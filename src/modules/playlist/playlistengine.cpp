@@ -101,11 +101,7 @@ PlaylistEngine::PlaylistEngine(Settings settings, Listener listener)
 
 PlaylistEngine::~PlaylistEngine()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_isEnding = true;
-    }
-    m_hasTask.notify_one();
+    m_wakeUps.release();
     m_thread.join();
 }
 
@@ -115,7 +111,7 @@ void PlaylistEngine::post(Guard guard, Command command, Completion completion)
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_tasks.push_back({std::move(guard), std::move(command), std::move(completion)});
     }
-    m_hasTask.notify_one();
+    m_wakeUps.release();
 }
 
 std::optional<QVariantHash> PlaylistEngine::answerTo(const QString& operation) const
@@ -144,8 +140,8 @@ void PlaylistEngine::run(std::promise<void>& isLoaded)
 
 std::optional<PlaylistEngine::Task> PlaylistEngine::nextTask()
 {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    m_hasTask.wait(lock, [this] { return m_isEnding || !m_tasks.empty(); });
+    m_wakeUps.acquire();
+    const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_tasks.empty())
         return std::nullopt;
     Task task = std::move(m_tasks.front());

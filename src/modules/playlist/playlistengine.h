@@ -3,10 +3,10 @@
 #include "operationanswers.h"
 #include "playlist.h"
 
+#include <QSemaphore>
 #include <QString>
 #include <QtGlobal>
 
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <future>
@@ -91,10 +91,11 @@ private:
     const Listener m_listener;
     OperationAnswers m_answers;
 
+    /// Counts the tasks, and at last the end.
+    QSemaphore m_wakeUps;
+    /// Guards what follows; a leaf.
     mutable std::mutex m_mutex;
-    std::condition_variable m_hasTask;
     std::deque<Task> m_tasks;
-    bool m_isEnding = false;
     std::shared_ptr<const Playlist> m_playlist;
 
     std::thread m_thread;

@@ -206,6 +206,7 @@ QueueEdit Queue::restore(const Queue& earlier, const std::vector<EntryId>& ids)
     m_entries.apply(std::move(entries));
     int last = -1;
     for (const int index : indices) {
+        // Entries have a rank when they have their place.
         int before = index - 1;
         while (before > last && !m_ranks.find(earlier.m_order.at(before).value))
             --before;

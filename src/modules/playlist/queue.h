@@ -67,7 +67,7 @@ public:
     [[nodiscard]] const QueueEntry& at(int index) const;
     /// -1: no entry has the id.
     [[nodiscard]] int indexOf(EntryId id) const;
-    [[nodiscard]] bool contains(EntryId id) const { return indexOf(id) >= 0; }
+    [[nodiscard]] bool contains(EntryId id) const { return m_ranks.find(id); }
     /// Null: no entry has the id.
     [[nodiscard]] const QueueEntry* find(EntryId id) const;
     /// All ids in their order.
