@@ -17,7 +17,9 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSet>
+#include <QVector>
 
 #include <algorithm>
 #include <cstdlib>
@@ -185,6 +187,40 @@ QStringList sortedFiles(const QString& directory, const QStringList& patterns)
 }
 
 } // namespace
+
+/// Decides as QDir::match() does, which compiles the patterns again for each name. Copies share the compiled patterns.
+class CMFileWorker::NamePatterns
+{
+public:
+    /// Compiled again only if the thread's last call had another list.
+    [[nodiscard]] static NamePatterns shared(const QStringList& texts)
+    {
+        static thread_local NamePatterns last(QStringList{});
+        if (last.texts() != texts)
+            last = NamePatterns(texts);
+        return last;
+    }
+
+    [[nodiscard]] const QStringList& texts() const { return m_texts; }
+
+    [[nodiscard]] bool match(const QString& name) const
+    {
+        return std::any_of(m_compiled.cbegin(), m_compiled.cend(), [&name](const QRegularExpression& pattern) {
+            return pattern.match(name).hasMatch();
+        });
+    }
+
+private:
+    explicit NamePatterns(const QStringList& texts) : m_texts(texts)
+    {
+        for (const QString& text : texts)
+            m_compiled.append(QRegularExpression(
+                QRegularExpression::wildcardToRegularExpression(text), QRegularExpression::CaseInsensitiveOption));
+    }
+
+    QStringList m_texts;
+    QVector<QRegularExpression> m_compiled;
+};
 
 /// The entries that scandir() found, in alphabetic order. Each is freed when it is released, at the latest with the
 /// list.
@@ -649,13 +685,14 @@ CMFileWorker::prepareItems(const QStringList& itemIds, const TagReader& reader, 
 {
     LOG(Signature::prepareList, TRACE, entering(Signature::prepareList));
     QVariantList result;
+    const NamePatterns names = NamePatterns::shared(patterns);
     for (const QString& itemId : itemIds)
-        result += prepareItem(itemId, reader, patterns);
+        result += prepareItem(itemId, reader, names);
     LOG(Signature::prepareList, TRACE, "res: " << result);
     return result;
 }
 
-QVariantList CMFileWorker::prepareItem(const QString& itemId, const TagReader& reader, const QStringList& patterns)
+QVariantList CMFileWorker::prepareItem(const QString& itemId, const TagReader& reader, const NamePatterns& patterns)
 {
     QVariantList items;
     const CMPath path = CMPath::fromEncoded(itemId);
@@ -672,9 +709,9 @@ QVariantList CMFileWorker::prepareItem(const QString& itemId, const TagReader& r
     const QFileInfo info(absolutePath);
     if (info.isDir()) {
         LOG(Signature::prepareList, TRACE, "item is a dir: going through on subdirectories");
-        for (const QString& file : sortedFiles(absolutePath, patterns))
+        for (const QString& file : sortedFiles(absolutePath, patterns.texts()))
             prepareFile(m_rootDir.absoluteFilePath(file), file);
-    } else if (info.isFile() && QDir::match(patterns, info.fileName())) {
+    } else if (info.isFile() && patterns.match(info.fileName())) {
         LOG(Signature::prepareList, TRACE, "item is a file");
         prepareFile(absolutePath, absolutePath);
     } else {

@@ -52,6 +52,7 @@ private:
     friend class CMFileWorkerInspector;
 
     class Entry;
+    class NamePatterns;
     class ScannedDirectory;
 
     struct CacheItem
@@ -100,7 +101,8 @@ private:
     [[nodiscard]] QVariantList
     prepareItems(const QStringList& itemIds, const TagReader& reader, const QStringList& patterns);
     /// The items of a file, or of all files below a directory; none if nothing playable has this id.
-    [[nodiscard]] QVariantList prepareItem(const QString& itemId, const TagReader& reader, const QStringList& patterns);
+    [[nodiscard]] QVariantList
+    prepareItem(const QString& itemId, const TagReader& reader, const NamePatterns& patterns);
 
     [[nodiscard]] CMError errorAccessViolation(const QString& path) const;
     [[nodiscard]] CMError errorNoReadPermission(const QString& path) const;

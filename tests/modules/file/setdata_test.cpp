@@ -215,6 +215,21 @@ TEST_F(SetData, AFilesNameIsMatchedWithoutCaseByAnyPattern)
         files({"S.FLAC", "d/c.mp3"}));
 }
 
+TEST_F(SetData, AFilesNameIsMatchedAsQtMatchesNames)
+{
+    const QStringList names = {"a.mp3", "b.MP3", "c[1].mp3", "^.mp3", "!.mp3", "ab.mp3", "\u00e4.mp3", "a\nb.mp3"};
+    for (const QString& name : names)
+        tree.addFile(name);
+    for (const char* pattern : {"?.mp3", "[^a].mp3", "[!a].mp3", "[a-c]*", "c\\[1\\]*", "[", "", "*.Mp3", "\u00c4*"}) {
+        const auto other = makeFileWorker(fileConfiguration(tree.root(), {pattern}));
+        for (const QString& name : names) {
+            const bool isPrepared =
+                !set(*other, TavoMusicLibraryPrepareItems(), QStringList{id(name)}).value().toList().isEmpty();
+            EXPECT_EQ(isPrepared, QDir::match(QStringList{pattern}, name)) << pattern << " " << name.toStdString();
+        }
+    }
+}
+
 TEST_F(SetData, AHiddenFileThatIsNamedIsPrepared)
 {
     tree.addFile(".h.mp3");
