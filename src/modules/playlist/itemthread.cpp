@@ -6,6 +6,7 @@
 #include "model/cmrequestcontext.h"
 #include "refusal.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -21,8 +22,8 @@ const log4cplus::Logger& logger()
     return instance;
 }
 
-/// Each may wait for a dead mount, and holds what it has found.
-constexpr int mostWalks = 4;
+/// A walk that takes longer may wait for a dead mount.
+constexpr std::chrono::seconds patience{5};
 
 /// The ids of the entries that an addition made, by its answer.
 std::vector<EntryId> newIds(const QVariantHash& answer)
@@ -161,10 +162,9 @@ private:
 };
 
 ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
-    : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)),
+    : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)), m_walks(patience),
       m_thread([state = m_state] { state->run(); })
 {
-    m_walks.setMaxThreadCount(mostWalks);
 }
 
 ItemThread::~ItemThread()

@@ -2,16 +2,15 @@
 
 #include "playlistcommands.h"
 #include "playlistengine.h"
-
-#include <QThreadPool>
+#include "walkpool.h"
 
 #include <memory>
 #include <thread>
 
 /// Walks containers and prepares entries, in threads of its own that ask other workers through the root worker.
 ///
-/// One thread prepares. Several additions are walked at once, so that one that waits for a dead mount does not hold up
-/// the others; what they find is added in the order in which the walks end.
+/// One thread prepares. Several additions are walked at once, and those that wait for a dead mount do not hold up the
+/// others; what they find is added in the order in which the walks end.
 class ItemThread
 {
 public:
@@ -39,6 +38,6 @@ private:
     PlaylistEngine& m_engine;
     /// Completions that the engine still holds share it.
     const std::shared_ptr<State> m_state;
-    QThreadPool m_walks;
+    WalkPool m_walks;
     std::thread m_thread;
 };

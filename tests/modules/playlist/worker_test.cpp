@@ -383,6 +383,23 @@ TEST_F(PlaylistServices, AddWhileOtherAdditionsWaitForADeadMount)
     EXPECT_EQ(rows().rowsCount(), 1 + 3 * 3);
 }
 
+TEST_F(PlaylistServices, AddAfterSomeTimeWhenAsManyOthersAsAreWalkedAtOnceWaitForADeadMount)
+{
+    std::atomic<bool> isAlive{false};
+    music.served = [&isAlive](const CMRequest& request) {
+        while (request.path().base() == QLatin1String("album") && !isAlive)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    std::vector<CMReply<QVariant>> hanging;
+    while (hanging.size() < 2 * WalkPool::mostWalks)
+        hanging.push_back(send(QStringLiteral("addToQueue"), source("album")));
+    set("addToQueue", source("single"));
+    EXPECT_EQ(sources(), QStringList(source("single")));
+    isAlive = true;
+    for (const CMReply<QVariant>& addition : hanging)
+        EXPECT_TRUE(addition.waitForFinished(20'000));
+}
+
 TEST_F(PlaylistServices, EndWithTheWorker)
 {
     std::atomic<bool> isServing{false};
