@@ -78,13 +78,6 @@ public:
         m_changed.notify_one();
     }
 
-    void prepareAll()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_preparesAll = true;
-        m_changed.notify_one();
-    }
-
     void end()
     {
         m_context.cancel();
@@ -98,6 +91,7 @@ public:
     {
         const CMRequestContext::Scope scope(m_context);
         ItemPreparation preparation(m_engine);
+        prepare(unpreparedIds(m_engine.playlist()->queue()));
         while (waitForWork(preparation))
             proceed(preparation);
     }
@@ -107,11 +101,7 @@ private:
     [[nodiscard]] bool waitForWork(ItemPreparation& preparation)
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(
-            lock, [&] { return m_isEnding || m_preparesAll || !m_unprepared.empty() || !preparation.isIdle(); });
-        if (m_preparesAll)
-            m_unprepared = unpreparedIds(m_engine.playlist()->queue());
-        m_preparesAll = false;
+        m_changed.wait(lock, [&] { return m_isEnding || !m_unprepared.empty() || !preparation.isIdle(); });
         if (!m_unprepared.empty())
             preparation.add(m_unprepared);
         m_unprepared.clear();
@@ -157,7 +147,6 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<EntryId> m_unprepared;
-    bool m_preparesAll = true;
     bool m_isEnding = false;
 };
 
@@ -170,7 +159,6 @@ ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
 ItemThread::~ItemThread()
 {
     m_state->end();
-    m_walks.waitForDone();
     m_thread.join();
 }
 
@@ -187,10 +175,19 @@ void ItemThread::restore(
     const PlaylistEngine::Guard& guard, PlaylistCommands::Restoration restoration,
     PlaylistEngine::Completion completion)
 {
-    const auto complete = [state = m_state, completion = std::move(completion)](const Outcome& outcome) {
+    const auto unprepared = std::make_shared<std::vector<EntryId>>();
+    const auto command = [restore = std::move(restoration.command), unprepared](Playlist& playlist, qint64 now) {
+        Outcome outcome = restore(playlist, now);
+        for (const QueuePlace& place : playlist.change().added) {
+            if (!ItemPreparation::isPrepared(place.entry->item))
+                unprepared->push_back(place.entry->id);
+        }
+        return outcome;
+    };
+    const auto complete = [state = m_state, unprepared, completion = std::move(completion)](const Outcome& outcome) {
         completion(outcome);
         if (outcome)
-            state->prepareAll();
+            state->prepare(*unprepared);
     };
-    m_engine.post(guard, std::move(restoration.command), complete);
+    m_engine.post(guard, command, complete);
 }

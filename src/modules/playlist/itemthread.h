@@ -27,7 +27,7 @@ public:
     void
     add(const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
         PlaylistEngine::Completion completion);
-    /// Has the engine run the command, and then prepares all entries that lack their tags. Any thread.
+    /// Has the engine run the command, and then prepares those entries that it brings back without tags. Any thread.
     void restore(
         const PlaylistEngine::Guard& guard, PlaylistCommands::Restoration restoration,
         PlaylistEngine::Completion completion);

@@ -92,6 +92,8 @@ public:
     /// As Player::report(). Errors: noOutput, if the output is not the active one.
     Outcome report(const QString& output, const OutputReport& report, qint64 now);
 
+    /// What the commands have done to the queue since the last takeChange().
+    [[nodiscard]] const QueueChange& change() const { return m_change; }
     /// What the commands have done to the queue since the last call.
     [[nodiscard]] QueueChange takeChange();
 
