@@ -60,9 +60,9 @@ bool isEscaped(QChar unit)
 void appendText(QString& json, const QString& text)
 {
     json += u'"';
-    auto begin = text.cbegin();
+    const auto* begin = text.cbegin();
     for (;;) {
-        const auto end = std::find_if(begin, text.cend(), isEscaped);
+        const auto* const end = std::find_if(begin, text.cend(), isEscaped);
         json.append(begin, static_cast<int>(end - begin));
         if (end == text.cend())
             break;
