@@ -1,17 +1,11 @@
 #include "walkpool.h"
 
-#include <algorithm>
 #include <utility>
 
-WalkPool::WalkPool(std::chrono::milliseconds patience) : m_patience(patience)
-{
-    m_pool.setMaxThreadCount(mostWalks);
-    m_overseer = std::thread([this] { oversee(); });
-}
+WalkPool::WalkPool(std::chrono::milliseconds patience) : m_patience(patience), m_overseer([this] { oversee(); }) {}
 
 WalkPool::~WalkPool()
 {
-    m_pool.waitForDone();
     {
         const std::lock_guard lock(m_mutex);
         m_isEnding = true;
@@ -22,44 +16,61 @@ WalkPool::~WalkPool()
 
 void WalkPool::start(std::function<void()> walk)
 {
-    m_pool.start([this, walk = std::move(walk)] { run(walk); });
-}
-
-void WalkPool::run(const std::function<void()>& walk)
-{
-    int number = 0;
     {
         const std::lock_guard lock(m_mutex);
-        number = ++m_lastNumber;
-        m_deadlines.emplace(number, Clock::now() + m_patience);
+        m_waiting.push_back(std::move(walk));
+        begin();
     }
     m_changed.notify_one();
+}
+
+void WalkPool::begin()
+{
+    while (!m_waiting.empty() && m_deadlines.size() < mostWalks && m_threads.size() < mostWalks + mostOverdue) {
+        const int number = ++m_lastNumber;
+        m_threads.emplace(number, std::thread([this, number, walk = m_waiting.front()] { run(number, walk); }));
+        m_deadlines.emplace(number, Clock::now() + m_patience);
+        m_waiting.pop_front();
+    }
+}
+
+void WalkPool::run(int number, const std::function<void()>& walk)
+{
     walk();
-    const std::lock_guard lock(m_mutex);
-    if (m_deadlines.erase(number) == 0)
-        changeOverdue(-1);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_deadlines.erase(number);
+        m_ended.push_back(number);
+    }
+    m_changed.notify_one();
 }
 
 void WalkPool::oversee()
 {
     std::unique_lock lock(m_mutex);
-    while (!m_isEnding) {
-        if (m_deadlines.empty()) {
+    for (;;) {
+        joinEnded(lock);
+        while (!m_deadlines.empty() && m_deadlines.begin()->second <= Clock::now())
+            m_deadlines.erase(m_deadlines.begin());
+        begin();
+        if (!m_ended.empty())
+            continue;
+        if (m_isEnding && m_threads.empty())
+            return;
+        if (m_deadlines.empty())
             m_changed.wait(lock);
-            continue;
-        }
-        const auto earliest = m_deadlines.begin();
-        if (const Clock::time_point deadline = earliest->second; Clock::now() < deadline) {
-            m_changed.wait_until(lock, deadline);
-            continue;
-        }
-        m_deadlines.erase(earliest);
-        changeOverdue(1);
+        else
+            m_changed.wait_until(lock, Clock::time_point(m_deadlines.begin()->second));
     }
 }
 
-void WalkPool::changeOverdue(int difference)
+void WalkPool::joinEnded(std::unique_lock<std::mutex>& lock)
 {
-    m_overdue += difference;
-    m_pool.setMaxThreadCount(mostWalks + std::min(m_overdue, mostOverdue));
+    for (const int number : std::exchange(m_ended, {})) {
+        std::thread thread = std::move(m_threads.at(number));
+        m_threads.erase(number);
+        lock.unlock();
+        thread.join();
+        lock.lock();
+    }
 }

@@ -1,13 +1,15 @@
 #pragma once
 
-#include <QThreadPool>
+#include <QtGlobal>
 
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 /// Runs walks in threads of its own, a few at once, in the order in which they are started.
 ///
@@ -31,19 +33,23 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void run(const std::function<void()>& walk);
+    void run(int number, const std::function<void()>& walk);
     void oversee();
-    /// With the lock held.
-    void changeOverdue(int difference);
+    /// Begins the walks that may begin. With the lock held.
+    void begin();
+    void joinEnded(std::unique_lock<std::mutex>& lock);
 
     const std::chrono::milliseconds m_patience;
     std::mutex m_mutex;
     std::condition_variable m_changed;
+    std::deque<std::function<void()>> m_waiting;
+    /// By the numbers of their walks.
+    std::map<int, std::thread> m_threads;
+    std::vector<int> m_ended;
     /// When the walks that count become overdue, by their numbers, which rise with the time.
     std::map<int, Clock::time_point> m_deadlines;
     int m_lastNumber = 0;
-    int m_overdue = 0;
     bool m_isEnding = false;
-    QThreadPool m_pool;
+    /// Joins the others.
     std::thread m_overseer;
 };
