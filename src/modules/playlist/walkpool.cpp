@@ -1,5 +1,6 @@
 #include "walkpool.h"
 
+#include <system_error>
 #include <utility>
 
 WalkPool::WalkPool(std::chrono::milliseconds patience) : m_patience(patience), m_overseer([this] { oversee(); }) {}
@@ -27,8 +28,14 @@ void WalkPool::start(std::function<void()> walk)
 void WalkPool::begin()
 {
     while (!m_waiting.empty() && m_deadlines.size() < mostWalks && m_threads.size() < mostWalks + mostOverdue) {
-        const int number = ++m_lastNumber;
-        m_threads.emplace(number, std::thread([this, number, walk = m_waiting.front()] { run(number, walk); }));
+        const int number = m_lastNumber + 1;
+        try {
+            m_threads.emplace(number, std::thread([this, number, walk = m_waiting.front()] { run(number, walk); }));
+        } catch (const std::system_error&) {
+            // The system has no thread left now.
+            return;
+        }
+        m_lastNumber = number;
         m_deadlines.emplace(number, Clock::now() + m_patience);
         m_waiting.pop_front();
     }
@@ -57,10 +64,10 @@ void WalkPool::oversee()
             continue;
         if (m_isEnding && m_threads.empty())
             return;
-        if (m_deadlines.empty())
+        if (m_deadlines.empty() && m_waiting.empty())
             m_changed.wait(lock);
         else
-            m_changed.wait_until(lock, Clock::time_point(m_deadlines.begin()->second));
+            m_changed.wait_until(lock, m_deadlines.empty() ? Clock::now() + m_patience : m_deadlines.begin()->second);
     }
 }
 

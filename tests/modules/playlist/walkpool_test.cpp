@@ -4,8 +4,27 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <memory>
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+namespace {
+
+std::atomic<bool> hasSystemThreads{true};
+
+} // namespace
+
+/// Fails as where the system has no thread left.
+int pthread_create(
+    pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*), void* argument) noexcept
+{
+    static const auto original = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return hasSystemThreads ? original(thread, attributes, function, argument) : EAGAIN;
+}
 
 namespace {
 
@@ -69,6 +88,16 @@ TEST(WalkPool, WalksThatTakeTooLongHaveALimit)
     const HangingWalks hanging(pool, most + 1);
     EXPECT_TRUE(hanging.waitUntilBegun(most));
     EXPECT_EQ(hanging.begun(), 0);
+}
+
+TEST(WalkPool, AWalkWaitsUntilTheSystemHasAThread)
+{
+    QSemaphore hasRun;
+    WalkPool pool{std::chrono::milliseconds(1)};
+    hasSystemThreads = false;
+    pool.start([&hasRun] { hasRun.release(); });
+    hasSystemThreads = true;
+    EXPECT_TRUE(hasRun.tryAcquire(1, longTime));
 }
 
 TEST(WalkPool, WaitsForWalksThatHaveNotBegun)
