@@ -184,6 +184,23 @@ TEST_F(Doctor, FindsNothingWrongWithATavoThatServesAlready)
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(Doctor, FindsNothingWrongWithATavoThatNeedsAToken)
+{
+    Serving serving;
+    serving.tree.addFile(QStringLiteral("token"), "a-token-of-the-server\n");
+    const QString file = serving.tree.absolute(QStringLiteral("token"));
+    QFile::setPermissions(file, QFile::ReadOwner);
+    serving.start({QStringLiteral("--token-file"), file});
+    const QStringList listen = {QStringLiteral("--listen"), QStringLiteral("127.0.0.1:%1").arg(serving.port())};
+    examine(listen);
+    EXPECT_THAT(names, IsEmpty());
+    tree.addFile(QStringLiteral("token"), "a-token-of-somebody-else\n");
+    QFile::setPermissions(tree.absolute(QStringLiteral("token")), QFile::ReadOwner);
+    examine(listen + QStringList{QStringLiteral("--token-file"), tree.absolute(QStringLiteral("token"))});
+    expectOnly("address");
+    EXPECT_THAT(problem(), HasSubstr("does not accept the token"));
+}
+
 TEST_F(Doctor, WarnsOfAnAddressThatEverybodyCouldUse)
 {
     const QStringList everywhere = {QStringLiteral("--listen"), QStringLiteral("0.0.0.0:0")};

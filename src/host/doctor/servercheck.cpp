@@ -48,14 +48,14 @@ Findings checkState(const QString& directory)
     return checkRoom(directory, QStorageInfo(existing).bytesAvailable());
 }
 
-/// Why what listens there is no tavo, as far as one can know; success if it is one.
+/// Why what listens there is no tavo with that token; success if it is one, as far as one can know without a token.
 Result<void> checkOccupant(const ListenAddress& address, const QByteArray& token)
 {
     const RpcClient client(ServerAddress{address.address.toText(), address.port, {}}, token, answerPatience);
     const Result<QVariant> description = client.call(QStringLiteral("describe"));
-    if (description)
-        return {};
-    return description.failure();
+    const bool isLocked =
+        token.isEmpty() && !description && description.failure().name == QLatin1String(RpcClient::unauthorized);
+    return description || isLocked ? Result<void>() : description.failure();
 }
 
 Findings checkAddress(const ListenAddress& address, const ServerPlan& plan, const QByteArray& token)

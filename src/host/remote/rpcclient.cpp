@@ -8,9 +8,17 @@
 
 namespace {
 
-Failure refused(const char* message, const QList<TrArg>& arguments)
+Failure refused(const char* message, const QList<TrArg>& arguments, const QString& name = {})
 {
-    return {Failure::Kind::Refused, translatable(message, arguments)};
+    return {Failure::Kind::Refused, translatable(message, arguments), name};
+}
+
+Failure unauthorized(const HttpPost& post)
+{
+    const char* const message = post.token.isEmpty()
+                                    ? QT_TRANSLATE_NOOP("Host", "the server at %1 needs a token: --token-file FILE")
+                                    : QT_TRANSLATE_NOOP("Host", "the server at %1 does not accept the token");
+    return refused(message, {post.server.toUrl()}, QLatin1String(RpcClient::unauthorized));
 }
 
 Failure failureOf(const HttpPost& post, const HttpPost::Reply& reply)
@@ -19,9 +27,7 @@ Failure failureOf(const HttpPost& post, const HttpPost::Reply& reply)
     const QString status = QStringLiteral("%1 %2").arg(reply.status).arg(QString::fromUtf8(reply.reason));
     switch (reply.status) {
     case 401:
-        return post.token.isEmpty()
-                   ? refused(QT_TRANSLATE_NOOP("Host", "the server at %1 needs a token: --token-file FILE"), {url})
-                   : refused(QT_TRANSLATE_NOOP("Host", "the server at %1 does not accept the token"), {url});
+        return unauthorized(post);
     case 404:
     case 405:
         return refused(QT_TRANSLATE_NOOP("Host", "no tavo server answers at %1 (status %2)"), {url, status});

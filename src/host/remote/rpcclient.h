@@ -11,6 +11,9 @@
 class RpcClient
 {
 public:
+    /// The name of the failure where the server needs another token, or one at all.
+    static constexpr char unauthorized[] = "unauthorized";
+
     /// `token`: empty: none. `patience` is long, since a server may have to walk through a large tree.
     RpcClient(ServerAddress server, QByteArray token, std::chrono::milliseconds patience = std::chrono::minutes(10))
         : m_server(std::move(server)), m_token(std::move(token)), m_patience(patience)
