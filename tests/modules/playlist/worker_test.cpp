@@ -365,39 +365,37 @@ TEST_F(PlaylistServices, AreAnsweredAfterTheWorkerHasReturned)
     EXPECT_TRUE(addition.waitForFinished(20'000));
 }
 
-TEST_F(PlaylistServices, AddWhileOtherAdditionsWaitForADeadMount)
+class PlaylistBesideADeadMount : public PlaylistServices
 {
-    std::atomic<bool> isAlive{false};
-    music.served = [&isAlive](const CMRequest& request) {
-        while (request.path().base() == QLatin1String("album") && !isAlive)
-            std::this_thread::yield();
-    };
-    std::vector<CMReply<QVariant>> hanging;
-    while (hanging.size() < 3)
-        hanging.push_back(send(QStringLiteral("addToQueue"), source("album")));
-    set("addToQueue", source("single"));
-    EXPECT_EQ(sources(), QStringList(source("single")));
-    isAlive = true;
-    for (const CMReply<QVariant>& addition : hanging)
-        EXPECT_TRUE(addition.waitForFinished(20'000));
+protected:
+    /// Adds while so many other additions hang, which end then.
+    void addWhileOthersHang(std::size_t count)
+    {
+        const auto isAlive = std::make_shared<std::atomic<bool>>(false);
+        music.served = [isAlive](const CMRequest& request) {
+            while (request.path().base() == QLatin1String("album") && !*isAlive)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        };
+        std::vector<CMReply<QVariant>> hanging;
+        while (hanging.size() < count)
+            hanging.push_back(send(QStringLiteral("addToQueue"), source("album")));
+        set("addToQueue", source("single"));
+        EXPECT_EQ(sources(), QStringList(source("single")));
+        *isAlive = true;
+        for (const CMReply<QVariant>& addition : hanging)
+            EXPECT_TRUE(addition.waitForFinished(20'000));
+    }
+};
+
+TEST_F(PlaylistBesideADeadMount, AddsAtOnceIfFewAdditionsWaitForIt)
+{
+    addWhileOthersHang(3);
     EXPECT_EQ(rows().rowsCount(), 1 + 3 * 3);
 }
 
-TEST_F(PlaylistServices, AddAfterSomeTimeWhenAsManyOthersAsAreWalkedAtOnceWaitForADeadMount)
+TEST_F(PlaylistBesideADeadMount, AddsAfterSomeTimeIfMoreAdditionsWaitForItThanAreWalkedAtOnce)
 {
-    std::atomic<bool> isAlive{false};
-    music.served = [&isAlive](const CMRequest& request) {
-        while (request.path().base() == QLatin1String("album") && !isAlive)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    };
-    std::vector<CMReply<QVariant>> hanging;
-    while (hanging.size() < 2 * WalkPool::mostWalks)
-        hanging.push_back(send(QStringLiteral("addToQueue"), source("album")));
-    set("addToQueue", source("single"));
-    EXPECT_EQ(sources(), QStringList(source("single")));
-    isAlive = true;
-    for (const CMReply<QVariant>& addition : hanging)
-        EXPECT_TRUE(addition.waitForFinished(20'000));
+    addWhileOthersHang(2 * WalkPool::mostWalks);
 }
 
 TEST_F(PlaylistServices, EndWithTheWorker)
