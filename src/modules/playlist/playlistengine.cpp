@@ -36,6 +36,8 @@ public:
 
     [[nodiscard]] const std::shared_ptr<const Playlist>& playlist() const { return m_playlist; }
     Outcome run(const Guard& guard, const Command& command);
+    /// To be called when the command is answered.
+    void settle() { m_store.checkpoint(); }
 
 private:
     void warnOnce(const QString& failure);
@@ -135,6 +137,7 @@ void PlaylistEngine::run(std::promise<void>& isLoaded)
         publish(runner.playlist());
         if (task->completion)
             task->completion(outcome);
+        runner.settle();
     }
 }
 

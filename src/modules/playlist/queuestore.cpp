@@ -25,6 +25,9 @@ namespace {
 /// In the file's header: it belongs to this store.
 constexpr int applicationId = 0x7461766f;
 
+/// Most of them write one page of 4 kB each.
+constexpr int statementsPerCheckpoint = 1000;
+
 /// What makes a file of version n - 1 one of version n.
 const std::vector<QStringList>& migrations()
 {
@@ -119,6 +122,7 @@ public:
     [[nodiscard]] bool load(Content& content);
     [[nodiscard]] bool
     save(const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation);
+    void checkpoint();
 
     [[nodiscard]] const Problem& problem() const { return m_problem; }
 
@@ -174,6 +178,7 @@ private:
     EntryId m_lastId = 0;
     int m_version = 0;
     qint64 m_lastOperation = 0;
+    int m_statementsSinceCheckpoint = 0;
     Problem m_problem = {};
 };
 
@@ -206,6 +211,7 @@ bool QueueStore::Connection::open()
     // The lock keeps a second process from answering what this one would overwrite.
     return run(QStringLiteral("PRAGMA locking_mode = EXCLUSIVE")) && check() &&
            run(QStringLiteral("PRAGMA journal_mode = WAL")) && run(QStringLiteral("PRAGMA synchronous = NORMAL")) &&
+           run(QStringLiteral("PRAGMA wal_autocheckpoint = 0")) &&
            run(QStringLiteral("PRAGMA journal_size_limit = 4194304")) && migrate() && prepare();
 }
 
@@ -434,6 +440,15 @@ bool QueueStore::Connection::writeOperation(const Operation& operation)
            run(m_statements->deleteOperations, {number - mostOperations});
 }
 
+void QueueStore::Connection::checkpoint()
+{
+    if (m_statementsSinceCheckpoint < statementsPerCheckpoint)
+        return;
+    m_statementsSinceCheckpoint = 0;
+    // After a failure the log has everything still, and the next checkpoint includes it.
+    QSqlQuery(m_database).exec(QStringLiteral("PRAGMA wal_checkpoint"));
+}
+
 bool QueueStore::Connection::fails(Problem problem)
 {
     m_problem = std::move(problem);
@@ -454,6 +469,7 @@ bool QueueStore::Connection::run(QSqlQuery& query, const QVariantList& values)
     if (!isDone)
         m_problem = problemOf(query.lastError());
     query.finish();
+    ++m_statementsSinceCheckpoint;
     return isDone;
 }
 
@@ -529,4 +545,10 @@ QString QueueStore::save(const Playlist& playlist, const QueueChange& change, co
     if (!m_connection)
         return m_failure;
     return m_connection->save(playlist, change, operation) ? QString() : m_connection->problem().text;
+}
+
+void QueueStore::checkpoint()
+{
+    if (m_connection)
+        m_connection->checkpoint();
 }

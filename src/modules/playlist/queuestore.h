@@ -61,6 +61,10 @@ public:
     [[nodiscard]] QString
     save(const Playlist& playlist, const QueueChange& change, const std::optional<Operation>& operation);
 
+    /// Moves what SQLite has written ahead into the database, if it is much, and waits for the disk. To be called after
+    /// each save(), when nobody waits for its result any more: only this keeps the log short.
+    void checkpoint();
+
 private:
     class Connection;
 

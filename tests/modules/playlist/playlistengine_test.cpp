@@ -4,6 +4,7 @@
 #include "support/randomcommands.h"
 #include "support/stored.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -102,6 +103,21 @@ TEST(PlaylistEngine, SaysWhatHasChanged)
         (void)run(engine, [](Playlist& playlist, qint64 now) { return playlist.remove({77}, now); });
     }
     EXPECT_THAT(told, ElementsAre("rows ", "player ", "outputs", "rows player "));
+}
+
+TEST(PlaylistEngine, WhatSqliteWritesAheadDoesNotGrowWithTheEdits)
+{
+    const QTemporaryDir folder;
+    PlaylistEngine engine(settingsFor(folder), {});
+    const auto shuffle = [](Playlist& playlist, qint64 now) { return playlist.shuffleQueue(now); };
+    const auto logSize = [&folder] { return QFileInfo(folder.filePath(QStringLiteral("queue.sqlite-wal"))).size(); };
+    ASSERT_TRUE(run(engine, add(1000)));
+    ASSERT_TRUE(run(engine, shuffle));
+    const qint64 first = logSize();
+    ASSERT_GT(first, 0);
+    for (int i = 0; i < 20; ++i)
+        ASSERT_TRUE(run(engine, shuffle));
+    EXPECT_LT(logSize(), 3 * first);
 }
 
 TEST(PlaylistEngine, TakesTheTimeOfItsClock)
