@@ -2,8 +2,9 @@
 
 #include "check.h"
 
-#include "rpc/json.h"
 #include "rpc/jsonparser.h"
+
+#include <tavo/tavojson.h>
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -23,13 +24,13 @@ std::optional<QVariant> valueIn(const QByteArray& text)
 
 void checkWriting(const QVariant& value)
 {
-    const std::optional<QByteArray> text = toJson(value);
+    const std::optional<QByteArray> text = TavoJson::write(value);
     FUZZ_CHECK(text && !text->contains('\n'));
     const std::optional<QVariant> again = valueIn(*text);
     FUZZ_CHECK(again && *again == value);
-    FUZZ_CHECK(toJson(*again) == text);
-    FUZZ_CHECK(toJson(value, text->size()) == text);
-    FUZZ_CHECK(!toJson(value, text->size() - 1));
+    FUZZ_CHECK(TavoJson::write(*again) == text);
+    FUZZ_CHECK(TavoJson::write(value, text->size()) == text);
+    FUZZ_CHECK(!TavoJson::write(value, text->size() - 1));
 }
 
 /// Numbers that are out of range and byte order marks are not compared: QJsonDocument refuses the ones, and drops the

@@ -12,12 +12,12 @@
 #include "content/contenthost.h"
 #include "exec/workerthread.h"
 #include "rpc/dispatcher.h"
-#include "rpc/json.h"
 #include "rpc/jsonrpc.h"
 #include "stdio/linereader.h"
 #include "stdio/outputqueue.h"
 
 #include <model/cmroot.h>
+#include <tavo/tavojson.h>
 
 #include <QCoreApplication>
 #include <QFile>
@@ -189,9 +189,9 @@ public:
         if (id)
             add(*id);
     }
-    void add(const QVariant& id) { ++m_counts[toJson(id).value()]; }
+    void add(const QVariant& id) { ++m_counts[TavoJson::write(id).value()]; }
 
-    void take(const QVariant& id) { FUZZ_CHECK(--m_counts[toJson(id).value()] >= 0); }
+    void take(const QVariant& id) { FUZZ_CHECK(--m_counts[TavoJson::write(id).value()] >= 0); }
 
     [[nodiscard]] bool isEmpty() const
     {

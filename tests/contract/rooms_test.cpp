@@ -243,9 +243,9 @@ const std::vector<Rule> rules = {
          {"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/http", "src/host/remote",
           "liveness/kernelevents.h", "process/filedescriptor.h", "process/statedirectory.h"})},
     {"HostRemote", "src/host/remote", Side::Both, hostRoom({"content/result.h", "src/host/rpc"})},
-    {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process", "rpc/json.h"})},
+    {"HostTerminal", "src/host/terminal", Side::Both, hostRoom({"src/host/content", "src/host/process"})},
     {"HostPrepare", "src/host/prepare", Side::Both,
-     hostRoom({"src/host/content", "src/host/terminal", "src/host/process", "rpc/json.h"})},
+     hostRoom({"src/host/content", "src/host/terminal", "src/host/process"})},
     {"HostConfig", "src/host/config", Side::Both,
      hostRoom(
          {"content/contenthost.h", "content/limits.h", "http/access.h", "http/listenaddress.h", "process/logging.h"})},

@@ -13,6 +13,7 @@
 #include "model/cmversion.h"
 #include "model/cmworker.h"
 #include "tavo/mimetypes.h"
+#include "tavo/tavojson.h"
 #include "tavo/tavokeys.h"
 #include "tavo/tavomedia.h"
 #include "tavo/tavonamematcher.h"

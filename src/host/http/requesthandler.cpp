@@ -7,10 +7,10 @@
 #include "http/mediaresponse.h"
 #include "http/pageassets.h"
 #include "http/rpccall.h"
-#include "rpc/json.h"
 #include "rpc/jsonparser.h"
 
 #include <model/cmrequestcontext.h>
+#include <tavo/tavojson.h>
 
 #include <iterator>
 #include <utility>
@@ -142,7 +142,7 @@ Response RequestHandler::health() const
 {
     const QVariantHash fields{
         {QStringLiteral("status"), QStringLiteral("ok")}, {QStringLiteral("token"), m_parts.access.needsToken()}};
-    return makeResponse(200, jsonType, *toJson(fields));
+    return makeResponse(200, jsonType, *TavoJson::write(fields));
 }
 
 Response RequestHandler::metrics() const

@@ -1,9 +1,9 @@
 #include "prepare/itemsink.h"
 
 #include "language/translatable.h"
-#include "rpc/json.h"
 #include "terminal/itemtext.h"
 
+#include <tavo/tavojson.h>
 #include <tavo/tavoroles.h>
 
 namespace {
@@ -19,7 +19,7 @@ public:
         for (const QVariant& item : items) {
             text += m_isEmpty ? "[" : ",\n ";
             m_isEmpty = false;
-            if (!appendJson(text, item))
+            if (!TavoJson::append(text, item))
                 return Failure{
                     Failure::Kind::TooLarge,
                     translatable(QT_TRANSLATE_NOOP("Host", "the items are longer than 2 GiB"))};

@@ -2,9 +2,10 @@
 
 #include "language/translatable.h"
 #include "remote/httppost.h"
-#include "rpc/json.h"
 #include "rpc/jsonparser.h"
 #include "rpc/jsonrpc.h"
+
+#include <tavo/tavojson.h>
 
 namespace {
 
@@ -86,7 +87,7 @@ QByteArray requestText(const QString& method, const QVariantHash& parameters)
         {QStringLiteral("id"), 1},
         {QStringLiteral("method"), method},
         {QStringLiteral("params"), parameters}};
-    return toJson(request).value();
+    return TavoJson::write(request).value();
 }
 
 } // namespace

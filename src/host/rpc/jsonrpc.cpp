@@ -77,7 +77,7 @@ std::variant<JsonRpc::Request, JsonRpc::Malformed> requestFrom(const QVariantMap
 /// Up to the value of the member.
 QByteArray answerStart(const QVariant& id, const char* member)
 {
-    return R"({"jsonrpc":"2.0","id":)" + toJson(id).value() + ",\"" + member + "\":";
+    return R"({"jsonrpc":"2.0","id":)" + TavoJson::write(id).value() + ",\"" + member + "\":";
 }
 
 } // namespace
@@ -105,7 +105,7 @@ QByteArray JsonRpc::error(const QVariant& id, const Error& error)
     QVariantHash fields{{QStringLiteral("code"), int(error.code)}, {QStringLiteral("message"), error.message}};
     if (!error.data.isEmpty())
         fields.insert(QStringLiteral("data"), error.data);
-    return answerStart(id, "error") + toJson(fields).value() + '}';
+    return answerStart(id, "error") + TavoJson::write(fields).value() + '}';
 }
 
 QByteArray JsonRpc::notification(const QString& method, const QVariantHash& parameters)
@@ -114,5 +114,5 @@ QByteArray JsonRpc::notification(const QString& method, const QVariantHash& para
         {QStringLiteral("jsonrpc"), QStringLiteral("2.0")},
         {QStringLiteral("method"), method},
         {QStringLiteral("params"), parameters}};
-    return toJson(message).value();
+    return TavoJson::write(message).value();
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "rpc/json.h"
 #include "rpc/message.h"
+
+#include <tavo/tavojson.h>
 
 #include <QByteArray>
 #include <QString>
@@ -55,7 +56,7 @@ struct Malformed
 
 [[nodiscard]] std::variant<Request, Malformed> parse(const QByteArray& message);
 
-/// `json`: the result as toJson() writes it; it becomes the body.
+/// `json`: the result as TavoJson::write() makes it; it becomes the body.
 [[nodiscard]] Message result(const QVariant& id, const QByteArray& json);
 /// Without a limit: errors and notifications are short. `id` null: it is not known.
 [[nodiscard]] QByteArray error(const QVariant& id, const Error& error);

@@ -1,9 +1,9 @@
 #include "rpc/methods.h"
 
 #include "content/failures.h"
-#include "rpc/json.h"
 
 #include <i18n/trlanguage.h>
+#include <tavo/tavojson.h>
 #include <tavo/tavoroles.h>
 
 #include <algorithm>
@@ -32,7 +32,7 @@ constexpr int largeListing = 100'000;
 
 Result<QByteArray> toText(const QVariant& value, const Content& content)
 {
-    std::optional<QByteArray> text = toJson(value, content.limits().answer);
+    std::optional<QByteArray> text = TavoJson::write(value, content.limits().answer);
     if (!text)
         return Failures::tooLarge();
     return *std::move(text);

@@ -1,8 +1,8 @@
 #include "terminal/roletext.h"
 
 #include "language/translatable.h"
-#include "rpc/json.h"
 
+#include <tavo/tavojson.h>
 #include <tavo/tavoroles.h>
 
 #include <QDateTime>
@@ -45,7 +45,7 @@ QString plainText(const QVariant& value)
                               : translated(QT_TRANSLATE_NOOP("Host", "no"));
     if (value.canConvert<QString>() && value.userType() != QMetaType::QStringList)
         return value.toString();
-    return QString::fromUtf8(toJson(value).value_or(QByteArray()));
+    return QString::fromUtf8(TavoJson::write(value).value_or(QByteArray()));
 }
 
 } // namespace

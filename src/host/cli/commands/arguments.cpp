@@ -3,7 +3,8 @@
 #include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "process/output.h"
-#include "rpc/json.h"
+
+#include <tavo/tavojson.h>
 
 #include <QDir>
 
@@ -83,7 +84,7 @@ Result<int> print(int output, const QByteArray& text)
 
 Result<int> printJson(int output, const QVariant& value)
 {
-    std::optional<QByteArray> text = toJson(value);
+    std::optional<QByteArray> text = TavoJson::write(value);
     if (!text)
         return Failure{
             Failure::Kind::TooLarge, translatable(QT_TRANSLATE_NOOP("Host", "the result is longer than 2 GiB"))};

@@ -4,8 +4,9 @@
 #include "cli/options.h"
 #include "cli/rowsreader.h"
 #include "language/translatable.h"
-#include "rpc/json.h"
 #include "terminal/pagetext.h"
+
+#include <tavo/tavojson.h>
 
 #include <optional>
 
@@ -87,14 +88,14 @@ public:
         m_head.rows.clear();
         for (const QVariant& row : page.rows) {
             m_rows += m_rows.isEmpty() ? "" : ",";
-            m_isComplete = m_isComplete && appendJson(m_rows, row);
+            m_isComplete = m_isComplete && TavoJson::append(m_rows, row);
         }
     }
 
     /// Nothing if the rows are longer than a text can be.
     [[nodiscard]] std::optional<QByteArray> text() const
     {
-        const std::optional<QByteArray> head = toJson(m_head.toVariant());
+        const std::optional<QByteArray> head = TavoJson::write(m_head.toVariant());
         if (!m_isComplete || !head)
             return std::nullopt;
         return QByteArray(*head).replace("\"rows\":[]", "\"rows\":[" + m_rows + ']') + '\n';

@@ -7,9 +7,10 @@
 #include "process/output.h"
 #include "process/shutdown.h"
 #include "process/signalwatcher.h"
-#include "rpc/json.h"
 #include "rpc/methods.h"
 #include "stdio/outputqueue.h"
+
+#include <tavo/tavojson.h>
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -60,7 +61,7 @@ private:
     [[nodiscard]] QByteArray lineOf(const CMPath& path, const QStringList& changes, int version) const
     {
         if (m_json)
-            return toJson(changeParameters(path, changes, version)).value_or(QByteArray());
+            return TavoJson::write(changeParameters(path, changes, version)).value_or(QByteArray());
         const QString time = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss.zzz"));
         const QString shown = DisplayText::visible(pathText(m_host, path));
         return translated(

@@ -1,10 +1,9 @@
-#include "rpc/json.h"
+#include "tavo/tavojson.h"
 
+#include "i18n/trstring.h"
+#include "model/cmpath.h"
 #include "printers.h"
-
-#include <i18n/trstring.h>
-#include <model/cmpath.h>
-#include <tavo/tavovalue.h>
+#include "tavo/tavovalue.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -20,7 +19,7 @@ namespace {
 /// Without a limit every value has a text.
 QByteArray json(const QVariant& value)
 {
-    return toJson(value).value_or(QByteArray());
+    return TavoJson::write(value).value_or(QByteArray());
 }
 
 /// As another reader of JSON understands it.
@@ -132,20 +131,20 @@ TEST(Json, TextBeyondTheLimitIsNotBuilt)
         QVariantList{1, QStringLiteral("text"), QVariantMap{{QStringLiteral("name"), 2}}}};
     for (const QVariant& value : values) {
         const QByteArray text = json(value);
-        EXPECT_EQ(toJson(value, text.size()), text);
-        EXPECT_EQ(toJson(value, text.size() - 1), std::nullopt);
-        EXPECT_EQ(toJson(value, 0), std::nullopt);
+        EXPECT_EQ(TavoJson::write(value, text.size()), text);
+        EXPECT_EQ(TavoJson::write(value, text.size() - 1), std::nullopt);
+        EXPECT_EQ(TavoJson::write(value, 0), std::nullopt);
     }
 }
 
 TEST(Json, ValueIsAppendedOrTheTextStays)
 {
     QByteArray text = "{\"a\":";
-    EXPECT_FALSE(appendJson(text, QString(10000, QLatin1Char('x')), 1000));
+    EXPECT_FALSE(TavoJson::append(text, QString(10000, QLatin1Char('x')), 1000));
     EXPECT_EQ(text, "{\"a\":");
-    EXPECT_FALSE(appendJson(text, 12, 6));
+    EXPECT_FALSE(TavoJson::append(text, 12, 6));
     EXPECT_EQ(text, "{\"a\":");
-    EXPECT_TRUE(appendJson(text, 12, 7));
+    EXPECT_TRUE(TavoJson::append(text, 12, 7));
     EXPECT_EQ(text, "{\"a\":12");
 }
 
@@ -157,7 +156,7 @@ TEST(Json, EndlessValuesTakeNoMoreMemoryThanTheLimit)
         value = QVariantList(QVector<QVariant>(2000, value).toList());
     constexpr int limit = 1 << 20;
     QByteArray text;
-    EXPECT_FALSE(appendJson(text, value, limit));
+    EXPECT_FALSE(TavoJson::append(text, value, limit));
     EXPECT_LE(text.capacity(), 2 * limit);
 }
 

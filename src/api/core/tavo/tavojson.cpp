@@ -1,6 +1,6 @@
-#include "rpc/json.h"
+#include "tavo/tavojson.h"
 
-#include <tavo/tavovalue.h>
+#include "tavo/tavovalue.h"
 
 #include <QLocale>
 #include <QStringList>
@@ -78,7 +78,7 @@ char continuation(uint codePoint)
 }
 
 Writer::Writer(QByteArray& text, qint64 limit)
-    : m_text(text), m_oldSize(text.size()), m_limit(std::min(limit, longestJson)), m_data(text.data()),
+    : m_text(text), m_oldSize(text.size()), m_limit(std::min(limit, TavoJson::longest)), m_data(text.data()),
       m_size(text.size())
 {
 }
@@ -303,15 +303,15 @@ void Writer::grow(int size)
 
 } // namespace
 
-std::optional<QByteArray> toJson(const QVariant& value, qint64 limit)
+std::optional<QByteArray> TavoJson::write(const QVariant& value, qint64 limit)
 {
     QByteArray text;
-    if (!appendJson(text, value, limit))
+    if (!append(text, value, limit))
         return std::nullopt;
     return text;
 }
 
-bool appendJson(QByteArray& text, const QVariant& value, qint64 limit)
+bool TavoJson::append(QByteArray& text, const QVariant& value, qint64 limit)
 {
     Writer writer(text, limit);
     writer.add(value);
