@@ -250,16 +250,17 @@ bool QueueStore::Connection::prepare()
     const std::vector<std::pair<QSqlQuery*, QString>> texts = {
         {&s.begin, QStringLiteral("BEGIN")},
         {&s.commit, QStringLiteral("COMMIT")},
-        {&s.insertEntry, QStringLiteral("INSERT INTO entries VALUES (?, ?, ?, ?, ?, ?, 0)")},
+        {&s.insertEntry, QStringLiteral("INSERT INTO entries VALUES (?, ?, ?, ?, ?, CAST(? AS TEXT), 0)")},
         {&s.deleteEntry, QStringLiteral("DELETE FROM entries WHERE id = ?")},
         {&s.deleteEntries, QStringLiteral("DELETE FROM entries")},
         {&s.rankEntry, QStringLiteral("UPDATE entries SET rank = ?, version = ? WHERE id = ?")},
         {&s.forgetVersions, QStringLiteral("UPDATE entries SET version = 0")},
-        {&s.describeEntry, QStringLiteral("UPDATE entries SET title = ?, type = ?, media = ? WHERE id = ?")},
+        {&s.describeEntry,
+         QStringLiteral("UPDATE entries SET title = ?, type = ?, media = CAST(? AS TEXT) WHERE id = ?")},
         {&s.writeVersion, QStringLiteral("UPDATE state SET last_id = ?, version = ?, last_edit = ?")},
         {&s.writePlayer, QStringLiteral("UPDATE state SET current = ?, position = ?, at = ?, serial = ?, volume = ?,"
                                         " repeat = ?, shuffle = ?")},
-        {&s.insertOperation, QStringLiteral("INSERT INTO operations VALUES (?, ?, ?)")},
+        {&s.insertOperation, QStringLiteral("INSERT INTO operations VALUES (?, ?, CAST(? AS TEXT))")},
         {&s.deleteOperations, QStringLiteral("DELETE FROM operations WHERE number <= ?")}};
     return std::all_of(texts.cbegin(), texts.cend(), [this](const auto& text) {
         return text.first->prepare(text.second) || fails(problemOf(text.first->lastError()));
@@ -308,7 +309,7 @@ bool QueueStore::Connection::loadEntries(Content& content, EntryId lastId)
             return fails(damage(QStringLiteral("entry %1 is not in order").arg(id)));
         const QueueItem item{
             query.value(2).toString(), query.value(3).toString(), query.value(4).toString(),
-            StoredJson::toValue(query.value(5).toString())};
+            StoredJson::toValue(query.value(5).toByteArray())};
         places.push_back({rank, std::make_shared<const QueueEntry>(QueueEntry{id, item})});
         if (const int version = query.value(6).toInt(); version > content.version)
             content.version = content.lastEdit = version;
@@ -327,7 +328,7 @@ bool QueueStore::Connection::loadOperations(Content& content)
     while (query.next()) {
         m_lastOperation = query.value(0).toLongLong();
         content.operations.push_back(
-            {query.value(1).toString(), StoredJson::toValue(query.value(2).toString()).toHash()});
+            {query.value(1).toString(), StoredJson::toValue(query.value(2).toByteArray()).toHash()});
     }
     return !query.lastError().isValid() || fails(problemOf(query.lastError()));
 }

@@ -1,14 +1,13 @@
 #include "storedjson.h"
 
+#include "tavo/tavojson.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
 
-#include <algorithm>
 #include <cmath>
-#include <iterator>
-#include <utility>
 
 namespace {
 
@@ -51,93 +50,15 @@ QVariant toVariant(const QJsonValue& json)
     }
 }
 
-/// Alone, a surrogate is no character that a file can have.
-bool isEscaped(QChar unit)
-{
-    return unit < u' ' || unit == u'"' || unit == u'\\' || unit.isSurrogate();
-}
-
-void appendText(QString& json, const QString& text)
-{
-    json += u'"';
-    const auto* begin = text.cbegin();
-    for (;;) {
-        const auto* const end = std::find_if(begin, text.cend(), isEscaped);
-        json.append(begin, static_cast<int>(end - begin));
-        if (end == text.cend())
-            break;
-        json += QStringLiteral("\\u%1").arg(end->unicode(), 4, 16, QLatin1Char('0'));
-        begin = std::next(end);
-    }
-    json += u'"';
-}
-
-void appendOther(QString& json, const QVariant& value)
-{
-    const QJsonDocument document(QJsonArray{QJsonValue::fromVariant(value)});
-    const QByteArray array = document.toJson(QJsonDocument::Compact);
-    json += QString::fromUtf8(array.mid(1, array.size() - 2));
-}
-
-// NOLINTNEXTLINE(misc-no-recursion): as deep as the value
-void appendValue(QString& json, const QVariant& value);
-
-// NOLINTNEXTLINE(misc-no-recursion): as deep as the value
-void appendHash(QString& json, const QVariantHash& hash)
-{
-    QChar separator = u'{';
-    for (auto member = hash.cbegin(); member != hash.cend(); ++member) {
-        json += std::exchange(separator, u',');
-        appendText(json, member.key());
-        json += u':';
-        appendValue(json, member.value());
-    }
-    json += hash.isEmpty() ? QStringLiteral("{}") : QStringLiteral("}");
-}
-
-// NOLINTNEXTLINE(misc-no-recursion): as deep as the value
-void appendList(QString& json, const QVariantList& list)
-{
-    QChar separator = u'[';
-    for (const QVariant& element : list) {
-        json += std::exchange(separator, u',');
-        appendValue(json, element);
-    }
-    json += list.isEmpty() ? QStringLiteral("[]") : QStringLiteral("]");
-}
-
-void appendValue(QString& json, const QVariant& value)
-{
-    switch (value.userType()) {
-    case QMetaType::QVariantHash:
-        return appendHash(json, value.toHash());
-    case QMetaType::QVariantList:
-        return appendList(json, value.toList());
-    case QMetaType::QString:
-        return appendText(json, value.toString());
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-        json += QString::number(value.toLongLong());
-        return;
-    default:
-        appendOther(json, value);
-    }
-}
-
 } // namespace
 
-QString StoredJson::fromValue(const QVariant& value)
+QByteArray StoredJson::fromValue(const QVariant& value)
 {
-    if (!value.isValid())
-        return {};
-    // An entry is written in a fraction of the time that QJsonDocument takes.
-    QString json;
-    appendHash(json, value.toHash());
-    return json;
+    return value.isValid() ? TavoJson::write(value.toHash()).value_or(QByteArray()) : QByteArray();
 }
 
-QVariant StoredJson::toValue(const QString& json)
+QVariant StoredJson::toValue(const QByteArray& json)
 {
-    const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+    const QJsonDocument document = QJsonDocument::fromJson(json);
     return document.isObject() ? QVariant(toHash(document.object())) : QVariant();
 }

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <QString>
+#include <QByteArray>
 #include <QVariant>
 
 /// Hashes, lists, texts, numbers and truth values as JSON, for the store.
 namespace StoredJson {
 
 /// Null if the value is invalid.
-[[nodiscard]] QString fromValue(const QVariant& value);
+[[nodiscard]] QByteArray fromValue(const QVariant& value);
 /// What fromValue() was given, with its hashes as QVariantHash and whole numbers as qlonglong; invalid if the text is
 /// no JSON object.
-[[nodiscard]] QVariant toValue(const QString& json);
+[[nodiscard]] QVariant toValue(const QByteArray& json);
 
 } // namespace StoredJson
