@@ -10,8 +10,11 @@
 #include "tavo/tavomedia.h"
 #include "tavo/tavoroles.h"
 
+#include <QSemaphore>
 #include <QTemporaryDir>
 
+#include <atomic>
+#include <functional>
 #include <memory>
 #include <random>
 #include <thread>
@@ -182,15 +185,54 @@ std::shared_ptr<BareSqlite> bareSqlite(const Workshop& workshop, int tracks)
     return std::make_shared<BareSqlite>(directory.filePath(QStringLiteral("bare.sqlite")).toStdString(), tracks);
 }
 
+/// Runs the same work again and again in a thread of its own, and waits for it.
+class OtherThread
+{
+public:
+    explicit OtherThread(std::function<void()> work) : m_work(std::move(work)), m_thread([this] { run(); }) {}
+    ~OtherThread()
+    {
+        m_isEnding = true;
+        m_calls.release();
+        m_thread.join();
+    }
+    Q_DISABLE_COPY_MOVE(OtherThread)
+
+    void call()
+    {
+        m_calls.release();
+        m_ends.acquire();
+    }
+
+private:
+    void run()
+    {
+        for (m_calls.acquire(); !m_isEnding; m_calls.acquire()) {
+            m_work();
+            m_ends.release();
+        }
+    }
+
+    const std::function<void()> m_work;
+    QSemaphore m_calls;
+    QSemaphore m_ends;
+    std::atomic_bool m_isEnding = false;
+    std::thread m_thread;
+};
+
 Race oneEdit(const Workshop& workshop, int entries)
 {
     const auto host = filledHost(workshop, entries);
     const auto sqlite = bareSqlite(workshop, entries);
     const auto mover = std::make_shared<Mover>(1, entries);
+    const auto thread = std::make_shared<OtherThread>([=] { sqlite->moveOne(); });
     return {
         {{"floor", repeating([=] { sqlite->moveOne(); })},
+         {"floor in another thread", repeating([=] { thread->call(); })},
          {"stored and notified", repeating([=] { host->edit(QStringLiteral("move"), mover->next()); })}},
-        {{"stored and notified", "floor", 3.0}}};
+        {{"stored and notified", "floor", 3.0},
+         {"stored and notified", "floor in another thread"},
+         {"floor in another thread", "floor"}}};
 }
 
 Race page(const Workshop& workshop, int entries, const QStringList& roles)
