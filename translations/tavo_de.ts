@@ -382,7 +382,7 @@ tun lässt.
     </message>
     <message>
         <source>Prints what a running server can play on, with &quot;&gt;&quot; before the one that plays, or chooses one.
-Playing goes on there at the same place. Without any output the player pauses.
+Playing continues there at the same place. Without any output the player pauses.
 
   tavo output
   tavo output Kitchen
@@ -437,7 +437,7 @@ oder spielt den Eintrag mit der ID.
   tavo play 12</translation>
     </message>
     <message>
-        <source>Pauses the player; &apos;tavo play&apos; goes on.
+        <source>Pauses the player; &apos;tavo play&apos; resumes it.
 
   tavo pause</source>
         <translation>Hält die Wiedergabe an; „tavo play“ setzt sie fort.

@@ -403,7 +403,7 @@ void HttpConnection::receiveAnswer(quint64 serial, Answer received)
 
 void HttpConnection::refuse(const Refusal& refusal)
 {
-    // What follows in the input cannot be told apart from a request.
+    // The rest of the input could look like a request.
     if (!m_parser->is_done())
         m_staysOpen = false;
     answer(makeResponse(refusal));

@@ -3,7 +3,7 @@
 #include <QCoreApplication>
 
 /// The program's application object. It logs an exception that escapes from an event handler, in whatever thread, and
-/// goes on with the next event.
+/// continues with the next event.
 class HostApplication : public QCoreApplication
 {
 public:

@@ -80,7 +80,7 @@ public:
     /// Where the current entry has got to at `now`: the reported position, and the time since.
     [[nodiscard]] qint64 positionAt(qint64 now) const;
 
-    /// Plays the entry from its beginning. Without an id it goes on with the current entry, or begins with the first.
+    /// Plays the entry from its beginning. Without an id it resumes the current entry, or begins with the first.
     /// Errors: noSuchItem, noOutput.
     [[nodiscard]] CMError play(const Queue& queue, std::optional<EntryId> id, qint64 now);
     /// As play(), but paused as long as there is no output. The queue has the entry.
@@ -100,7 +100,7 @@ public:
     void setRepeat(const Queue& queue, Repeat repeat);
     /// Shuffle plays in a random order that begins with the current entry; the order of the queue stays.
     void setShuffle(const Queue& queue, bool shuffle);
-    /// Another output goes on at the same place; without one (empty) the player pauses. The caller knows that the
+    /// Another output continues at the same place; without one (empty) the player pauses. The caller knows that the
     /// output is there.
     void setOutput(const QString& name, qint64 now);
 
@@ -119,7 +119,7 @@ private:
     /// The entry that is `step` (1 or -1) from the current one in the order of playing.
     [[nodiscard]] std::optional<EntryId> neighbour(const Queue& queue, int step) const;
     [[nodiscard]] std::optional<EntryId> first(const Queue& queue) const;
-    /// What play() without an id plays from its beginning; none: it goes on with the current entry.
+    /// What play() without an id plays from its beginning; none: it resumes the current entry.
     [[nodiscard]] std::optional<EntryId> beginning(const Queue& queue) const;
     [[nodiscard]] std::optional<EntryId> survivor(const Queue& before, const std::vector<EntryId>& removed) const;
 

@@ -88,7 +88,7 @@ Outcome PlaylistEngine::Runner::run(const Guard& guard, const Command& command)
 void PlaylistEngine::Runner::warnOnce(const QString& failure)
 {
     if (!failure.isEmpty() && !m_hasWarned)
-        warn(QStringLiteral("the player goes on without being stored: ") + failure);
+        warn(QStringLiteral("the player continues without being stored: ") + failure);
     m_hasWarned = !failure.isEmpty();
 }
 

@@ -19,7 +19,7 @@
 ///
 /// A command runs on a copy. What it has changed is stored first, in one transaction; then it is published, and then
 /// the command is answered: what was answered survives a killed process. If it cannot be stored, an edit of the queue
-/// ends in an error and nothing has changed; the player goes on without being stored.
+/// ends in an error and nothing has changed; the player continues without being stored.
 class PlaylistEngine
 {
 public:

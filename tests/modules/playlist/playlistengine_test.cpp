@@ -87,10 +87,10 @@ TEST(PlaylistEngine, RunsCommandsInTheirOrder)
 
 TEST(PlaylistEngine, SaysWhatHasChanged)
 {
-    std::vector<std::string> told;
+    std::vector<std::string> publications;
     {
-        PlaylistEngine engine({}, [&told](const PlaylistEngine::Publication& publication) {
-            told.push_back(
+        PlaylistEngine engine({}, [&publications](const PlaylistEngine::Publication& publication) {
+            publications.push_back(
                 std::string(publication.hasNewRows ? "rows " : "") + (publication.hasNewPlayer ? "player " : "") +
                 (publication.hasNewOutputs ? "outputs" : ""));
         });
@@ -102,7 +102,7 @@ TEST(PlaylistEngine, SaysWhatHasChanged)
         (void)run(engine, [](Playlist& playlist, qint64 now) { return playlist.remove({}, now); });
         (void)run(engine, [](Playlist& playlist, qint64 now) { return playlist.remove({77}, now); });
     }
-    EXPECT_THAT(told, ElementsAre("rows ", "player ", "outputs", "rows player "));
+    EXPECT_THAT(publications, ElementsAre("rows ", "player ", "outputs", "rows player "));
 }
 
 TEST(PlaylistEngine, WhatSqliteWritesAheadDoesNotGrowWithTheEdits)

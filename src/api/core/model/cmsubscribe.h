@@ -41,7 +41,7 @@ public:
 /// before it have ended, and when none for that very path is under way. Nobody waits for it, and what the worker has
 /// queued for itself is delivered first; so nothing that adds or removes paths may be queued for the worker. A removal
 /// waits for the removals of the paths below it. Only requests that reach the worker through the root worker count:
-/// whoever calls a worker directly must not do so from another thread while paths are closed.
+/// code that calls a worker directly must not do so from another thread while paths are closed.
 ///
 /// Thread-safe where nothing else is said. Its lock is a leaf: it is held neither during a signal nor during a call of
 /// a worker or client.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr char manual[] = QT_TRANSLATE_NOOP(
     "Host", R"(Prints what a running server can play on, with ">" before the one that plays, or chooses one.
-Playing goes on there at the same place. Without any output the player pauses.
+Playing continues there at the same place. Without any output the player pauses.
 
   tavo output
   tavo output Kitchen

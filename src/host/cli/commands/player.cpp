@@ -28,7 +28,7 @@ constexpr char playManual[] = QT_TRANSLATE_NOOP(
   tavo play
   tavo play 12)");
 
-constexpr char pauseManual[] = QT_TRANSLATE_NOOP("Host", R"(Pauses the player; 'tavo play' goes on.
+constexpr char pauseManual[] = QT_TRANSLATE_NOOP("Host", R"(Pauses the player; 'tavo play' resumes it.
 
   tavo pause)");
 
