@@ -93,7 +93,7 @@ public:
     void add()
     {
         const auto sink = std::make_shared<LastMessage>(m_answers);
-        const Services services{*m_host, m_executor, m_sharedRequests};
+        const Services services{*m_host, m_executor, m_sharedListings};
         m_clients.push_back({sink, std::make_unique<Dispatcher>(services, Dispatcher::Profile(), sink, [] {})});
     }
 
@@ -128,7 +128,7 @@ private:
     }
 
     std::unique_ptr<ContentHost> m_host;
-    SharedRequests m_sharedRequests;
+    SharedListings m_sharedListings;
     Answers m_answers;
     RequestExecutor m_executor;
     std::vector<Client> m_clients;

@@ -75,7 +75,7 @@ private:
     QCoreApplication m_application;
     log4cplus::Initializer m_logging;
     std::unique_ptr<ContentHost> m_host;
-    SharedRequests m_sharedRequests;
+    SharedListings m_sharedListings;
     RequestExecutor m_executor;
     std::shared_ptr<OutputQueue> m_output;
     std::unique_ptr<Dispatcher> m_client;
@@ -117,7 +117,7 @@ void World::addClient()
     };
     m_output = std::make_shared<OutputQueue>(m_outputFile.descriptor(), abort);
     m_client = std::make_unique<Dispatcher>(
-        Services{*m_host, m_executor, m_sharedRequests}, Dispatcher::Profile{reach}, m_output, notify);
+        Services{*m_host, m_executor, m_sharedListings}, Dispatcher::Profile{reach}, m_output, notify);
 }
 
 void World::waitForAnswers()

@@ -23,6 +23,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <future>
 #include <new>
@@ -119,7 +121,7 @@ protected:
     newDispatcher(const Dispatcher::Profile& profile, const std::shared_ptr<MemorySink>& itsSink)
     {
         return std::make_unique<Dispatcher>(
-            Services{*host, *executor, sharedRequests}, profile, itsSink, [this] { ++readyCalls; });
+            Services{*host, *executor, sharedListings}, profile, itsSink, [this] { ++readyCalls; });
     }
 
     [[nodiscard]] QJsonObject call(const char* method, const QJsonObject& parameters = {})
@@ -150,7 +152,7 @@ protected:
 
     TemporaryTree tree;
     std::unique_ptr<ContentHost> host;
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     std::unique_ptr<RequestExecutor> executor;
     std::atomic<int> readyCalls = 0;
     std::shared_ptr<MemorySink> sink;
@@ -174,6 +176,39 @@ TEST_F(DispatcherTest, AnswersEachMethod)
     const QString count = host->mountAt(QStringLiteral("file"))->countFiles().toEncoded();
     const QJsonObject countAll{{QStringLiteral("path"), count}, {QStringLiteral("value"), QString()}};
     EXPECT_EQ(call("set", countAll)[result], 1);
+}
+
+TEST_F(DispatcherTest, PagesOfADirectoryAreRightHoweverManyClientsAskAtATime)
+{
+    constexpr int files = 100;
+    constexpr int requests = 128;
+    constexpr int pageSize = 7;
+    const auto nameOf = [](int file) { return QStringLiteral("%1.mp3").arg(file, 3, 10, QLatin1Char('0')); };
+    for (int file = 0; file < files; ++file)
+        tree.addFile(nameOf(file));
+    start();
+    std::array<std::shared_ptr<MemorySink>, 16> sinks;
+    std::array<std::unique_ptr<Dispatcher>, 16> clients;
+    for (std::size_t i = 0; i < clients.size(); ++i) {
+        sinks[i] = std::make_shared<MemorySink>();
+        clients[i] = newDispatcher({}, sinks[i]);
+    }
+    const auto clientOf = [&](int request) { return static_cast<std::size_t>(request) % clients.size(); };
+    const auto firstOf = [](int request) { return request * 37 % (files + pageSize); };
+    for (int i = 0; i < requests; ++i) {
+        QJsonObject page = at("/file");
+        page[QStringLiteral("first")] = firstOf(i);
+        page[QStringLiteral("last")] = firstOf(i) + pageSize - 1;
+        page[QStringLiteral("roles")] = QJsonArray{QStringLiteral("title")};
+        clients[clientOf(i)]->accept(rpcRequest(i, "rows", page));
+    }
+    for (int i = 0; i < requests; ++i) {
+        QJsonArray expected;
+        for (int file = firstOf(i); file < std::min(firstOf(i) + pageSize, files); ++file)
+            expected.append(QJsonArray{nameOf(file)});
+        const QJsonObject answer = sinks[clientOf(i)]->readAnswer(i);
+        EXPECT_EQ(answer[QStringLiteral("result")].toObject()[QStringLiteral("rows")].toArray(), expected);
+    }
 }
 
 TEST_F(DispatcherTest, SetWithoutAValueSetsNull)
@@ -272,7 +307,7 @@ TEST_F(DispatcherTest, ReadyHandlerMayEndIt)
         Gate accepted;
         Gate ended;
         ending = std::make_unique<Dispatcher>(
-            Services{*host, *executor, sharedRequests}, Dispatcher::Profile(), itsSink, [&] {
+            Services{*host, *executor, sharedListings}, Dispatcher::Profile(), itsSink, [&] {
                 EXPECT_TRUE(std::this_thread::get_id() == caller || accepted.wait());
                 ending.reset();
                 ended.open();
@@ -292,7 +327,7 @@ TEST_F(DispatcherTest, EndWaitsForTheReadyHandler)
     Gate mayReturn;
     std::atomic<bool> hasReturned = false;
     auto ending = std::make_unique<Dispatcher>(
-        Services{*host, *executor, sharedRequests}, Dispatcher::Profile(), std::make_shared<MemorySink>(), [&] {
+        Services{*host, *executor, sharedListings}, Dispatcher::Profile(), std::make_shared<MemorySink>(), [&] {
             called.open();
             EXPECT_TRUE(mayReturn.wait());
             hasReturned = true;

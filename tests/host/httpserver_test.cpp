@@ -31,7 +31,7 @@ protected:
         ASSERT_TRUE(socket);
         port = socket.value().address.port;
         settings.sockets.push_back(std::move(socket.value()));
-        auto started = HttpServer::start({*host, executor, sharedRequests}, std::move(settings));
+        auto started = HttpServer::start({*host, executor, sharedListings}, std::move(settings));
         ASSERT_TRUE(started);
         server = std::move(started.value());
     }
@@ -63,7 +63,7 @@ protected:
 
     TemporaryTree tree;
     std::unique_ptr<ContentHost> host;
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     RequestExecutor executor;
     quint16 port = 0;
     std::unique_ptr<HttpServer> server;

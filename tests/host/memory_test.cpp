@@ -32,12 +32,12 @@ TEST(Memory, IdleClientTakesNoMoreThanTwentyFourKilobytes)
     tree.addDirectory(QStringLiteral("a"));
     const auto host = startHost(settingsFor(tree.root()));
     RequestExecutor executor;
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     std::vector<std::pair<std::shared_ptr<MemorySink>, std::unique_ptr<Dispatcher>>> clients;
     const auto addClient = [&] {
         auto sink = std::make_shared<MemorySink>();
         auto dispatcher =
-            std::make_unique<Dispatcher>(Services{*host, executor, sharedRequests}, Dispatcher::Profile(), sink, [] {});
+            std::make_unique<Dispatcher>(Services{*host, executor, sharedListings}, Dispatcher::Profile(), sink, [] {});
         dispatcher->accept(R"({"jsonrpc":"2.0","id":1,"method":"rows","params":["/file/"]})");
         dispatcher->accept(R"({"jsonrpc":"2.0","id":2,"method":"open","params":["/file/a"]})");
         EXPECT_FALSE(sink->readAnswer(1).isEmpty());

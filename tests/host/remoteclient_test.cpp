@@ -34,12 +34,12 @@ TEST(RemoteClientTest, CallsNoReadyHandlerAfterItsEndWhileALongMessageIsParsed)
     HostSettings settings = settingsFor(tree.root());
     settings.moduleFile = QStringLiteral(TAVO_MODULE);
     const std::unique_ptr<ContentHost> host = startHost(settings);
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     RequestExecutor executor{RequestExecutor::Settings()};
     const auto sink = std::make_shared<SlowSink>();
     std::atomic<int> readyCalls = 0;
     auto client = std::make_unique<RemoteClient>(
-        Services{*host, executor, sharedRequests}, Dispatcher::Profile(), sink, [&readyCalls] { ++readyCalls; });
+        Services{*host, executor, sharedListings}, Dispatcher::Profile(), sink, [&readyCalls] { ++readyCalls; });
     EXPECT_FALSE(client->accept(QByteArray(10'000, '['), [] {}));
     EXPECT_TRUE(sink->called.wait());
     client.reset();

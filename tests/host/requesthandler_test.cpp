@@ -29,14 +29,14 @@ TEST(RequestHandler, RootThatHangsLeavesAThreadToOtherRequests)
     host->workerThread().post([&mayGoOn] { EXPECT_TRUE(mayGoOn.wait()); });
     Gate served;
     RequestExecutor executor;
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     AccessPolicy access{AccessSettings()};
     Metrics metrics;
     CoverStore covers(*host, {});
     IoThread io;
     ThreadPool disk(1);
     KeptFiles files(MediaLibrary(*host), io, disk, {});
-    RequestHandler handler({{*host, executor, sharedRequests}, access, metrics, covers, files, [] {}});
+    RequestHandler handler({{*host, executor, sharedListings}, access, metrics, covers, files, [] {}});
 
     HttpRequest request;
     request.head = {"GET", "/media/file/1.mp3", {}};

@@ -61,7 +61,7 @@ protected:
         settings.moduleFile = QStringLiteral(MODULE_SCRIPTED_WORKER);
         host = startHost(settings);
         server = std::make_unique<StdioServer>(
-            Services{*host, executor, sharedRequests}, input.readingEnd(), output.writingEnd(),
+            Services{*host, executor, sharedListings}, input.readingEnd(), output.writingEnd(),
             [this](int errorNumber) { failure.set_value(errorNumber); });
         serving = std::async(std::launch::async, [this] { return server->serve(); }).share();
     }
@@ -102,7 +102,7 @@ protected:
     Pipe& output = Pipe::lasting();
     std::promise<int> failure;
     std::unique_ptr<ContentHost> host;
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     RequestExecutor executor;
     std::unique_ptr<StdioServer> server;
     std::shared_future<bool> serving;
@@ -167,7 +167,7 @@ TEST_F(StdioServerTest, ClientThatDoesNotReadHoldsNoOtherUp)
     sendTooMuch();
     for (int round = 0; round < 10; ++round) {
         const auto sink = std::make_shared<MemorySink>();
-        Dispatcher other({*host, executor, sharedRequests}, {}, sink, [] {});
+        Dispatcher other({*host, executor, sharedListings}, {}, sink, [] {});
         other.accept(requestText(1, "describe"));
         EXPECT_FALSE(sink->readAnswer(1).isEmpty());
     }

@@ -266,6 +266,12 @@ bool Content::isWalk(const CMPath& service) const
     return mount && mount->isWalk(service);
 }
 
+bool Content::isListing(const CMPath& path) const
+{
+    const QString& prefix = path.prefix();
+    return m_host->isRoot(prefix) && !path.startsWith(Mount{prefix, {}, {}}.contextMenu());
+}
+
 Result<Content::Page> Content::menu(const CMPath& item, const QStringList& roles) const
 {
     const SharedMount mount = m_host->findMount(item.prefix());

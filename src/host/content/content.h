@@ -61,6 +61,8 @@ public:
 
     /// The mounts, roles and limits, as clients read them.
     [[nodiscard]] QVariantHash describe() const;
+    /// The query with a last row that keeps the answer within the limit, as rows() takes it.
+    [[nodiscard]] RowsQuery cut(RowsQuery query) const;
     /// The path "/" has the mounts as rows.
     [[nodiscard]] Result<Page> rows(const RowsQuery& query) const;
     /// The values of one entry, in the order of the roles.
@@ -69,14 +71,15 @@ public:
     [[nodiscard]] Result<QVariant> set(const CMPath& service, const QVariant& value) const;
     /// Whether the service may walk a whole tree, if its root is there. Never waits.
     [[nodiscard]] bool isWalk(const CMPath& service) const;
+    /// Whether the path is in a tree of directories, and a page of its rows costs a listing of all its entries. Never
+    /// waits.
+    [[nodiscard]] bool isListing(const CMPath& path) const;
     /// The context menu of an item.
     [[nodiscard]] Result<Page> menu(const CMPath& item, const QStringList& roles) const;
 
 private:
     using SharedMount = std::shared_ptr<const Mount>;
 
-    /// The query with a last row that keeps the answer within the limit.
-    [[nodiscard]] RowsQuery cut(RowsQuery query) const;
     [[nodiscard]] Result<Page> rowsOfRoot(const RowsQuery& query) const;
     [[nodiscard]] Result<Page> rowsOf(const SharedMount& mount, const RowsQuery& query) const;
     /// Refuses what leads out of the root directory; workers let some of it through.

@@ -148,7 +148,7 @@ Response RequestHandler::health() const
 Response RequestHandler::metrics() const
 {
     Metrics::Content content;
-    content.listings = m_parts.services.sharedRequests.computed();
+    content.listings = m_parts.services.sharedListings.listings();
     content.openPaths = m_parts.services.host.openPaths();
     return makeResponse(200, "text/plain; version=0.0.4; charset=utf-8", m_parts.metrics.toText(content));
 }

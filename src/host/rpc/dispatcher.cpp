@@ -109,10 +109,10 @@ private:
     /// Without its function.
     [[nodiscard]] RequestExecutor::Job jobFor(const Call& call, const SharedPending& pending);
     [[nodiscard]] RequestExecutor::Job runningJobFor(Call call, const SharedPending& pending);
-    /// Has the request answered by the thread that computes an equal one; false if there is none, or the request may
-    /// not begin yet.
+    /// Has the request answered by the thread that computes one with the same key; false if there is none, or the
+    /// request may not begin yet.
     [[nodiscard]] bool join(const Call& call, const SharedPending& pending);
-    [[nodiscard]] SharedRequests::Receive receiverFor(const SharedPending& pending, RequestExecutor::Slot slot);
+    [[nodiscard]] SharedListings::Receive receiverFor(const SharedPending& pending, RequestExecutor::Slot slot);
     void serveSubscription(const Call& call, const SharedPending& pending);
     /// As refuse() and finish(), throws nothing.
     void answer(const SharedPending& pending, const Result<QByteArray>& result);
@@ -254,13 +254,12 @@ RequestExecutor::Job Dispatcher::State::runningJobFor(Call call, const SharedPen
     RequestExecutor::Job job = jobFor(call, pending);
     job.run = [state = shared_from_this(), call = std::move(call), pending](RequestExecutor::Slot slot) {
         const TrLanguage::Scope scope(pending->language);
-        const auto compute = [&call, &state] { return Failures::guarded([&] { return call.run(state->m_content); }); };
         try {
-            SharedRequests::Receive receive = state->receiverFor(pending, std::move(slot));
-            if (call.key.isEmpty())
-                receive(compute());
+            SharedListings::Receive receive = state->receiverFor(pending, std::move(slot));
+            if (call.rows)
+                state->m_services.sharedListings.run(*call.rows, std::move(receive));
             else
-                state->m_services.sharedRequests.run(call.key, compute, std::move(receive));
+                receive(Failures::guarded([&] { return call.run(state->m_content); }));
         } catch (...) {
             state->answer(pending, Failures::fromException());
         }
@@ -270,14 +269,14 @@ RequestExecutor::Job Dispatcher::State::runningJobFor(Call call, const SharedPen
 
 bool Dispatcher::State::join(const Call& call, const SharedPending& pending)
 {
-    if (call.key.isEmpty() || !m_services.sharedRequests.isComputing(call.key))
+    if (!call.rows || !m_services.sharedListings.isComputing(call.rows->key))
         return false;
     RequestExecutor::Slot slot = m_services.executor.hold(m_client, jobFor(call, pending));
-    return slot && m_services.sharedRequests.join(call.key, receiverFor(pending, std::move(slot)));
+    return slot && m_services.sharedListings.join(*call.rows, receiverFor(pending, std::move(slot)));
 }
 
 /// Keeps the slot until the answer.
-SharedRequests::Receive Dispatcher::State::receiverFor(const SharedPending& pending, RequestExecutor::Slot slot)
+SharedListings::Receive Dispatcher::State::receiverFor(const SharedPending& pending, RequestExecutor::Slot slot)
 {
     return [state = shared_from_this(), pending, slot = std::move(slot)](const Result<QByteArray>& text) {
         state->answer(pending, text);

@@ -3,7 +3,7 @@
 #include "content/limits.h"
 #include "exec/requestexecutor.h"
 #include "rpc/messagesink.h"
-#include "rpc/sharedrequests.h"
+#include "rpc/sharedlistings.h"
 
 #include <functional>
 #include <memory>
@@ -16,7 +16,7 @@ struct Services
 {
     ContentHost& host;
     RequestExecutor& executor;
-    SharedRequests& sharedRequests;
+    SharedListings& sharedListings;
     Limits limits = {};
 };
 

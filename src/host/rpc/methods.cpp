@@ -48,18 +48,13 @@ Result<QByteArray> toText(const Result<Content::Page>& page, const Content& cont
     return page ? toText(page.value().toVariant(), content) : page.failure();
 }
 
-Result<QByteArray> rowsText(const Content::RowsQuery& query, const Content& content)
+Result<Content::Page> pageOf(const Content::RowsQuery& query, const Content& content)
 {
-    bool isLarge = false;
-    Result<QByteArray> text = [&] {
-        const Result<Content::Page> page = content.rows(query);
-        isLarge = page && page.value().count >= largeListing;
-        return toText(page, content);
-    }();
+    Result<Content::Page> page = content.rows(query);
     // The allocator would keep what names and rows took, which may be more than a small device can spare.
-    if (isLarge)
+    if (page && page.value().count >= largeListing)
         malloc_trim(0);
-    return text;
+    return page;
 }
 
 Call describe(Parameters& parameters, const Content& /*content*/)
@@ -81,7 +76,19 @@ void append(QByteArray& key, const QString& text)
     key.append(reinterpret_cast<const char*>(text.constData()), text.size() * int{sizeof(QChar)});
 }
 
-/// Different queries have different keys: numbers have one size, texts begin with theirs.
+Lane laneOf(const Content::RowsQuery& query)
+{
+    const qint64 rows = qint64{query.last} - query.first + 1;
+    return rows * std::max(1, query.roles.size()) > longPage ? Lane::LongPage : Lane::Quick;
+}
+
+/// Whether the worker lists the whole directory for each page, so that a page can be cut out of a longer one.
+bool isListing(const Content::RowsQuery& query, const Content& content)
+{
+    return query.first >= 0 && query.last >= -1 && content.isListing(query.path);
+}
+
+/// Different rows have different keys: numbers have one size, texts begin with theirs.
 QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
 {
     constexpr int usualSize = 256;
@@ -89,8 +96,6 @@ QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
     key.reserve(usualSize);
     append(key, query.path.prefix());
     append(key, query.path.base());
-    append(key, query.first);
-    append(key, query.last);
     append(key, query.version);
     append(key, query.roles.size());
     for (const QString& role : query.roles)
@@ -100,13 +105,25 @@ QByteArray keyOf(const Content::RowsQuery& query, const Content& content)
     append(key, content.limits().answer);
     const TrLanguage* const language = TrLanguage::current();
     append(key, language ? language->tag() : QString());
+    if (laneOf(query) != Lane::Quick || !isListing(query, content)) {
+        append(key, query.first);
+        append(key, query.last);
+    }
     return key;
 }
 
-Lane laneOf(const Content::RowsQuery& query)
+SharedListings::Request sharedRequestFor(const Content::RowsQuery& query, const Content& content)
 {
-    const qint64 rows = qint64{query.last} - query.first + 1;
-    return rows * std::max(1, query.roles.size()) > longPage ? Lane::LongPage : Lane::Quick;
+    using Range = SharedListings::Range;
+    const auto list = [query, content](const Range& range) {
+        Content::RowsQuery wider = query;
+        wider.first = static_cast<int>(range.first);
+        wider.last = static_cast<int>(range.last);
+        return pageOf(wider, content);
+    };
+    const auto write = [content](const Content::Page& page) { return toText(page.toVariant(), content); };
+    const int roles = std::max(1, query.roles.size());
+    return {keyOf(query, content), {query.first, query.last}, content.limits().values / roles, roles, list, write};
 }
 
 Call rows(Parameters& parameters, const Content& content)
@@ -117,11 +134,11 @@ Call rows(Parameters& parameters, const Content& content)
     query.last = parameters.integer(lastName, query.last);
     query.version = parameters.integer(versionName, query.version);
     query.roles = parameters.roles(query.roles);
+    query = content.cut(query);
     Call call;
     call.path = query.path;
     call.lane = laneOf(query);
-    call.key = keyOf(query, content);
-    call.run = [query](const Content& served) { return rowsText(query, served); };
+    call.rows = sharedRequestFor(query, content);
     return call;
 }
 

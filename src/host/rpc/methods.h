@@ -3,8 +3,10 @@
 #include "content/content.h"
 #include "exec/requestexecutor.h"
 #include "rpc/parameters.h"
+#include "rpc/sharedlistings.h"
 
 #include <functional>
+#include <optional>
 
 class TrLanguage;
 
@@ -23,11 +25,11 @@ struct Call
     /// Empty if the call concerns no path.
     CMPath path = {};
     RequestExecutor::Lane lane = RequestExecutor::Lane::Quick;
-    /// Of a request: equal keys, equal answers at the same moment. Empty: the answer is not to be shared.
-    QByteArray key = {};
+    /// Of a request for rows.
+    std::optional<SharedListings::Request> rows = {};
     /// In which the client reads texts from this call on; null: as before.
     const TrLanguage* language = nullptr;
-    /// Gives the result as JSON. May throw what a worker, or a lack of memory, throws.
+    /// Gives the result of any other request as JSON. May throw what a worker, or a lack of memory, throws.
     std::function<Result<QByteArray>(const Content&)> run = {};
 };
 

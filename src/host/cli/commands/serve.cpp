@@ -241,10 +241,10 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
         return settings.failure();
     if (const Result<void> mounted = mountQueue(context.host, parser, state.value().path()); !mounted)
         return mounted.failure();
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     RequestExecutor executor;
     return serve(
-        context, parser, {context.host, executor, sharedRequests, context.configuration.limits.toLimits()},
+        context, parser, {context.host, executor, sharedListings, context.configuration.limits.toLimits()},
         std::move(settings.value()));
 }
 

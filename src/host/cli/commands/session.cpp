@@ -39,10 +39,10 @@ OptionList options()
 
 Result<int> serve(const CommandContext& context)
 {
-    SharedRequests sharedRequests;
+    SharedListings sharedListings;
     RequestExecutor executor;
     StdioServer server(
-        {context.host, executor, sharedRequests, context.configuration.limits.toLimits()}, STDIN_FILENO, context.output,
+        {context.host, executor, sharedListings, context.configuration.limits.toLimits()}, STDIN_FILENO, context.output,
         Shutdown::exitAfterFailedOutput);
     const SignalWatcher signalWatcher([](int) { QCoreApplication::exit(Success); });
 
