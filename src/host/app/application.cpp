@@ -5,6 +5,7 @@
 #include "cli/options.h"
 #include "content/contenthost.h"
 #include "exec/workerthread.h"
+#include "language/programlanguage.h"
 #include "language/translatable.h"
 #include "process/exitstatus.h"
 #include "process/logging.h"
@@ -223,7 +224,7 @@ int runCommand(const Invocation& call)
 /// Programs that read JSON get the same in every environment. Null: the environment's.
 const TrLanguage* languageFor(const QCommandLineParser& parser)
 {
-    return wantsJson(parser) ? TrLanguage::find(QStringLiteral("en")) : nullptr;
+    return wantsJson(parser) ? englishLanguage() : nullptr;
 }
 
 int runCommandLine(const Command& command, const QCommandLineParser& program, int output)

@@ -1,6 +1,7 @@
 #include "cli/completions.h"
 
 #include "cli/commands/command.h"
+#include "language/programlanguage.h"
 #include "language/translatable.h"
 #include "process/logging.h"
 
@@ -410,7 +411,7 @@ Result<QString> completionScript(const QString& shell)
         {QStringLiteral("bash"), Bash::make}, {QStringLiteral("zsh"), Zsh::make}, {QStringLiteral("fish"), Fish::make}};
     if (const auto make = makers.value(shell)) {
         // Packages are the same wherever they are built.
-        const TrLanguage::Scope scope(TrLanguage::find(QStringLiteral("en")));
+        const TrLanguage::Scope scope(englishLanguage());
         return make();
     }
     return Failure::wrongUse(translatable(QT_TRANSLATE_NOOP("Host", "'%1' is none of bash, zsh and fish"), {shell}));

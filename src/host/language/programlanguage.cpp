@@ -50,11 +50,16 @@ const TrLanguage* environmentLanguage()
     return nullptr;
 }
 
+const TrLanguage* englishLanguage()
+{
+    return TrLanguage::find(QStringLiteral("en"));
+}
+
 QByteArray shownLanguage()
 {
     const TrLanguage* const current = TrLanguage::current();
     const TrLanguage* const language = current ? current : environmentLanguage();
-    return language ? language->tag().toLatin1() : QByteArrayLiteral("en");
+    return (language ? language : englishLanguage())->tag().toLatin1();
 }
 
 QString ProgramLanguage::translate(const char* context, const char* sourceText, const char* disambiguation, int n) const

@@ -9,6 +9,9 @@ class TrLanguage;
 /// English. It needs no locale of that name on the machine.
 [[nodiscard]] const TrLanguage* environmentLanguage();
 
+/// English, which needs no catalogue. Never null.
+[[nodiscard]] const TrLanguage* englishLanguage();
+
 /// The tag of the language in which the calling thread reads texts.
 [[nodiscard]] QByteArray shownLanguage();
 

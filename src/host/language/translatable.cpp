@@ -1,5 +1,7 @@
 #include "language/translatable.h"
 
+#include "language/programlanguage.h"
+
 #include <i18n/trlanguage.h>
 
 TrString translatable(const char* sourceText, const QList<TrArg>& arguments)
@@ -14,6 +16,6 @@ QString translated(const char* sourceText, const QList<TrArg>& arguments)
 
 QString inEnglish(const TrString& text)
 {
-    const TrLanguage::Scope scope(TrLanguage::find(QStringLiteral("en")));
+    const TrLanguage::Scope scope(englishLanguage());
     return text.toString();
 }

@@ -8,6 +8,7 @@
 #include "exec/workerthread.h"
 #include "http/httpserver.h"
 #include "http/tokenfile.h"
+#include "language/programlanguage.h"
 #include "language/translatable.h"
 #include "process/displaytext.h"
 #include "process/output.h"
@@ -180,7 +181,7 @@ Configuration withServeOptions(Configuration configuration, const QCommandLinePa
 void reload(const CommandContext& context, const QCommandLineParser& parser)
 {
     // All texts are for the log.
-    const TrLanguage::Scope language(TrLanguage::find(QStringLiteral("en")));
+    const TrLanguage::Scope language(englishLanguage());
     const ReadConfiguration read = context.readConfiguration();
     for (const ConfigurationProblem& problem : read.problems)
         LOG(ERROR, problem.toText());
