@@ -43,7 +43,7 @@ std::unique_ptr<CMWorker> loadQueue(const QString& stateDirectory)
 {
     return load(
         TAVO_QUEUE_MODULE,
-        {{TavoService_Id(), QStringLiteral("playlist")}, {QStringLiteral("playlistStateDirectory"), stateDirectory}});
+        {{TavoService_Id(), QStringLiteral("playlist")}, {TavoPlaylist_StateDirectory(), stateDirectory}});
 }
 
 QStringList playablePatterns()

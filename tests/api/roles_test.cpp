@@ -104,8 +104,13 @@ TEST(RowsRoles, UnsetFieldsAreAbsent)
 TEST(Keys, AreDistinct)
 {
     const QStringList keys = {
-        TavoService_Id(),           TavoFilesystem_Path(),          TavoFilesystem_Filter(),
-        TavoPlayListPrepareItems(), TavoMusicLibraryPrepareItems(), TavoFilesystemCountFilesPathSuffix()};
+        TavoService_Id(),
+        TavoFilesystem_Path(),
+        TavoFilesystem_Filter(),
+        TavoPlaylist_StateDirectory(),
+        TavoPlayListPrepareItems(),
+        TavoMusicLibraryPrepareItems(),
+        TavoFilesystemCountFilesPathSuffix()};
     const QSet<QString> distinct(keys.cbegin(), keys.cend());
     EXPECT_EQ(distinct.size(), keys.size());
     EXPECT_FALSE(distinct.contains(QString()));

@@ -27,7 +27,7 @@ WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirect
     settings.title = translatable(QT_TRANSLATE_NOOP("Host", "Queue"));
     settings.kind = QStringLiteral("playlist");
     settings.configuration = {
-        {TavoService_Id(), QStringLiteral("playlist")}, {QStringLiteral("playlistStateDirectory"), stateDirectory}};
+        {TavoService_Id(), QStringLiteral("playlist")}, {TavoPlaylist_StateDirectory(), stateDirectory}};
     settings.longServices = QStringList{
         QStringLiteral("playNow"), QStringLiteral("playNext"), QStringLiteral("addToQueue"),
         QStringLiteral("replaceQueue")};

@@ -24,7 +24,7 @@ const QString playerBase = QStringLiteral("player");
 PlaylistEngine::Settings settingsFrom(const QVariantHash& configuration)
 {
     PlaylistEngine::Settings settings;
-    settings.directory = configuration.value(CMPlaylistWorker::StateDirectory()).toString();
+    settings.directory = configuration.value(TavoPlaylist_StateDirectory()).toString();
     settings.firstVersion = CMVersion::next();
     settings.seed = std::random_device()();
     settings.clock = [] { return QDateTime::currentMSecsSinceEpoch(); };
@@ -59,12 +59,6 @@ QVariantList pageOf(const CMGetRowsRequest& request, int count, const Row& row)
 extern "C" Q_DECL_EXPORT CMWorker* worker_create(void* /*host*/, const QVariantHash& configuration)
 {
     return new CMPlaylistWorker(configuration);
-}
-
-const QString& CMPlaylistWorker::StateDirectory()
-{
-    static const QString key = QStringLiteral("playlistStateDirectory");
-    return key;
 }
 
 CMPlaylistWorker::CMPlaylistWorker(const QVariantHash& configuration)

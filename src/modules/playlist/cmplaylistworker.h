@@ -20,9 +20,6 @@ class CMPlaylistWorker : public CMWorker
 {
     Q_OBJECT
 public:
-    /// Key of the configuration: the directory in which the queue is kept, a QString; empty: it ends with the worker.
-    [[nodiscard]] static const QString& StateDirectory();
-
     /// Without a service id its prefix is "playlist". Returns when the stored queue has been read.
     explicit CMPlaylistWorker(const QVariantHash& configuration);
     /// Returns when all commands that reached the queue are stored.

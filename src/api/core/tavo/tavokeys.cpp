@@ -6,6 +6,7 @@
 TAVO_KEY(TavoService_Id, "serviceId")
 TAVO_KEY(TavoFilesystem_Path, "filesystem/path")
 TAVO_KEY(TavoFilesystem_Filter, "filesystem/filter")
+TAVO_KEY(TavoPlaylist_StateDirectory, "playlistStateDirectory")
 TAVO_KEY(TavoPlayListPrepareItems, "playList/prepareItems")
 TAVO_KEY(TavoMusicLibraryPrepareItems, "musicLibrary/prepareItems")
 TAVO_KEY(TavoFilesystemCountFilesPathSuffix, "filesystem/countFiles")

@@ -15,6 +15,9 @@ class CMPath;
 [[nodiscard]] TAVO_API_EXPORT const QString& TavoFilesystem_Path();
 /// Key of a worker's configuration: the wildcard patterns of playable files, a QStringList (see TavoNameMatcher).
 [[nodiscard]] TAVO_API_EXPORT const QString& TavoFilesystem_Filter();
+/// Key of a worker's configuration: the directory in which the queue is kept, a QString. Empty: the queue ends with
+/// the worker.
+[[nodiscard]] TAVO_API_EXPORT const QString& TavoPlaylist_StateDirectory();
 
 /// Base of the service that prepares a playlist: a worker serves it under `addPrefix(TavoPlayListPrepareItems())`.
 ///

@@ -12,7 +12,7 @@ namespace {
 
 QVariantHash configuration(const QString& directory)
 {
-    return {{TavoService_Id(), QStringLiteral("playlist")}, {CMPlaylistWorker::StateDirectory(), directory}};
+    return {{TavoService_Id(), QStringLiteral("playlist")}, {TavoPlaylist_StateDirectory(), directory}};
 }
 
 constexpr int patience = 60'000;
