@@ -269,15 +269,19 @@ Verzeichnisse, dann abspielbare Dateien.
         <translation>Ein Skript ausgeben, das Befehlszeilen ergänzt.</translation>
     </message>
     <message>
-        <source>Prints the settings that a server would have, and where each comes from: a line of the
-configuration file, an option, or the default. Names all that is wrong and ends with status 1 then.
+        <source>Prints the settings that a server would have if you started it, and where each comes from: a line of
+the configuration file, an option, an environment variable, or the default. Names all that is wrong and ends with
+status 1 then. The system&apos;s service has an environment and options of its own (&apos;systemctl cat tavo&apos; shows them): it
+keeps its state in /var/lib/tavo.
 
   tavo config
   tavo --config /etc/tavo/tavo.toml config --json
   tavo --root ~/Music config --listen 192.168.1.2:8420</source>
-        <translation>Gibt die Einstellungen aus, die ein Server hätte, und woher jede kommt: aus
-einer Zeile der Konfigurationsdatei, von einer Option oder aus der Vorgabe.
-Nennt alles, was falsch ist, und endet dann mit Status 1.
+        <translation>Gibt die Einstellungen aus, die ein hier gestarteter Server hätte, und woher jede
+kommt: aus einer Zeile der Konfigurationsdatei, von einer Option, aus einer
+Umgebungsvariablen oder aus der Vorgabe. Nennt alles, was falsch ist, und endet
+dann mit Status 1. Der Dienst des Systems hat seine eigene Umgebung und eigene
+Optionen (&apos;systemctl cat tavo&apos; zeigt sie): Sein Zustand ist in /var/lib/tavo.
 
   tavo config
   tavo --config /etc/tavo/tavo.toml config --json

@@ -181,6 +181,22 @@ TEST_F(Config, CommandPrintsValuesWithTheirOrigins)
     EXPECT_EQ(line("server.limits.values"), "server.limits.values 100000 default");
 }
 
+TEST_F(Config, CommandNamesTheVariableThatDecidesTheStateDirectory)
+{
+    const auto shown = [this](const char* stateHome) {
+        Tavo tavo;
+        tavo.setVariable(QStringLiteral("XDG_CONFIG_HOME"), tree.absolute(QStringLiteral("home")));
+        tavo.setVariable(QStringLiteral("XDG_STATE_HOME"), QString::fromUtf8(stateHome));
+        tavo.setVariable(QStringLiteral("HOME"), QStringLiteral("/home/ann"));
+        tavo.start({QStringLiteral("config")});
+        const QStringList lines = QString::fromUtf8(tavo.finish().output).split(u'\n');
+        return lines.filter(QStringLiteral("server.state")).value(0).simplified().toStdString();
+    };
+    EXPECT_EQ(shown("/var/lib"), "server.state /var/lib/tavo $XDG_STATE_HOME");
+    EXPECT_EQ(shown(""), "server.state /home/ann/.local/state/tavo $HOME");
+    EXPECT_EQ(shown("relative"), "server.state /home/ann/.local/state/tavo $HOME");
+}
+
 TEST_F(Config, CommandPrintsJson)
 {
     configureRoots();
@@ -200,6 +216,7 @@ TEST_F(Config, CommandPrintsJson)
         QJsonValue(QJsonObject{{QStringLiteral("option"), QStringLiteral("--no-token")}}));
     EXPECT_EQ(fieldOf("server.listen", "value"), QJsonValue(QJsonArray{QStringLiteral("127.0.0.1:8420")}));
     EXPECT_EQ(fieldOf("server.listen", "from"), QJsonValue(QJsonObject()));
+    EXPECT_TRUE(fieldOf("server.state", "from").toObject().value(QLatin1String("variable")).isString());
     EXPECT_EQ(fieldOf("root.songs.title", "from").toObject().value(QLatin1String("line")), QJsonValue(3));
 }
 

@@ -62,6 +62,6 @@ ServerConfiguration serverConfiguration(ServerConfiguration configured, const QC
     takeAll(configured.origins, originOption);
     takeLast(configured.state, stateOption);
     if (configured.state.value.isEmpty())
-        configured.state = {StateDirectory::usualPath()};
+        configured.state = {StateDirectory::usualPath(), Origin::variable(StateDirectory::usualVariable())};
     return configured;
 }

@@ -58,6 +58,11 @@ void collectProblems(
 
 } // namespace
 
+Origin Origin::variable(const QString& name)
+{
+    return {Kind::Variable, name};
+}
+
 Origin Origin::option(const QString& name)
 {
     return {Kind::Option, QStringLiteral("--") + name};
@@ -67,6 +72,8 @@ QString Origin::toText() const
 {
     if (kind == Kind::Default)
         return translated(QT_TRANSLATE_NOOP("Host", "default"));
+    if (kind == Kind::Variable)
+        return u'$' + name;
     return line > 0 ? QStringLiteral("%1:%2").arg(name).arg(line) : name;
 }
 

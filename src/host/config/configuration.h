@@ -11,17 +11,18 @@
 /// Where a setting's value comes from.
 struct Origin
 {
-    enum class Kind { Default, Option, File };
+    enum class Kind { Default, Variable, Option, File };
 
     Kind kind = Kind::Default;
-    /// The option with its dashes, or the file; empty for a default.
+    /// The environment variable, the option with its dashes, or the file; empty for a default.
     QString name = {};
     /// In the file, from 1; 0 if it is not known.
     int line = 0;
     int column = 0;
 
+    [[nodiscard]] static Origin variable(const QString& name);
     [[nodiscard]] static Origin option(const QString& name);
-    /// For people: "default", "--listen", "/etc/tavo/tavo.toml:3".
+    /// For people: "default", "$HOME", "--listen", "/etc/tavo/tavo.toml:3".
     [[nodiscard]] QString toText() const;
 };
 

@@ -22,6 +22,13 @@ Failure cannotUse(const QString& path, const QString& why)
         translatable(QT_TRANSLATE_NOOP("Host", "cannot use the state directory %1: %2"), {path, why})};
 }
 
+/// Empty if it is not set to an absolute path: a relative one is invalid there.
+QString stateHome()
+{
+    const QString path = qEnvironmentVariable("XDG_STATE_HOME");
+    return QDir::isAbsolutePath(path) ? path : QString();
+}
+
 bool make(const QString& path)
 {
     const QFileInfo directory(path);
@@ -49,9 +56,12 @@ Result<StateDirectory> StateDirectory::claim(const QString& path)
 
 QString StateDirectory::usualPath()
 {
-    const QString stateHome = qEnvironmentVariable("XDG_STATE_HOME");
-    // A relative path is invalid there.
-    const QString base =
-        QDir::isAbsolutePath(stateHome) ? stateHome : QDir::homePath() + QStringLiteral("/.local/state");
+    const QString named = stateHome();
+    const QString base = named.isEmpty() ? QDir::homePath() + QStringLiteral("/.local/state") : named;
     return base + QStringLiteral("/tavo");
+}
+
+QString StateDirectory::usualVariable()
+{
+    return stateHome().isEmpty() ? QStringLiteral("HOME") : QStringLiteral("XDG_STATE_HOME");
 }

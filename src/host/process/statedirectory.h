@@ -13,6 +13,8 @@ public:
     [[nodiscard]] static Result<StateDirectory> claim(const QString& path);
     /// As the user's environment says.
     [[nodiscard]] static QString usualPath();
+    /// The environment variable that decides usualPath().
+    [[nodiscard]] static QString usualVariable();
 
     [[nodiscard]] const QString& path() const { return m_path; }
 

@@ -10,9 +10,11 @@
 
 namespace {
 
-constexpr char manual[] =
-    QT_TRANSLATE_NOOP("Host", R"(Prints the settings that a server would have, and where each comes from: a line of the
-configuration file, an option, or the default. Names all that is wrong and ends with status 1 then.
+constexpr char manual[] = QT_TRANSLATE_NOOP(
+    "Host", R"(Prints the settings that a server would have if you started it, and where each comes from: a line of
+the configuration file, an option, an environment variable, or the default. Names all that is wrong and ends with
+status 1 then. The system's service has an environment and options of its own ('systemctl cat tavo' shows them): it
+keeps its state in /var/lib/tavo.
 
   tavo config
   tavo --config /etc/tavo/tavo.toml config --json
@@ -45,6 +47,8 @@ QVariantHash jsonOf(const Origin& origin)
     switch (origin.kind) {
     case Origin::Kind::Default:
         break;
+    case Origin::Kind::Variable:
+        return {{QStringLiteral("variable"), origin.name}};
     case Origin::Kind::Option:
         return {{QStringLiteral("option"), origin.name}};
     case Origin::Kind::File:
