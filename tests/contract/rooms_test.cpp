@@ -225,19 +225,17 @@ const std::vector<Rule> rules = {
      {"std", "Qt Core", "Qt Sql", "log4cplus", "src/api/core", "src/api/core/log", "src/modules/playlist", "moc"}},
     {"HostLanguage", "src/host/language", Side::Both, hostRoom({})},
     {"HostLiveness", "src/host/liveness", Side::Both,
-     hostRoom({"log4cplus", "src/api/core/log", "exec/patientcall.h", "process/filedescriptor.h"})},
+     hostRoom({"exec/patientcall.h", "process/filedescriptor.h", "process/hostlog.h"})},
     {"HostExec", "src/host/exec", Side::Both, hostRoom({"process/guardedcall.h"})},
     {"HostContent", "src/host/content", Side::Both,
-     hostRoom({"log4cplus", "src/api/core/log", "src/host/exec", "src/host/liveness"})},
+     hostRoom({"src/host/exec", "src/host/liveness", "process/hostlog.h"})},
     {"HostMedia", "src/host/media", Side::Both,
      hostRoom({"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/process"})},
     {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "src/api/core/log", "content/result.h"})},
     {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec", "process/guardedcall.h"})},
     {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
     {"HostHttp", "src/host/http", Side::Both,
-     hostRoom(
-         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/media", "src/host/process",
-          "src/host/rpc"})},
+     hostRoom({"src/host/content", "src/host/exec", "src/host/media", "src/host/process", "src/host/rpc"})},
     {"HostDoctor", "src/host/doctor", Side::Both,
      hostRoom(
          {"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/http", "src/host/remote",
@@ -251,8 +249,8 @@ const std::vector<Rule> rules = {
          {"content/contenthost.h", "content/limits.h", "http/access.h", "http/listenaddress.h", "process/logging.h"})},
     {"HostCli", "src/host/cli", Side::Both,
      hostRoom(
-         {"log4cplus", "src/api/core/log", "src/host/config", "src/host/content", "src/host/doctor", "src/host/exec",
-          "src/host/http", "src/host/prepare", "src/host/process", "src/host/remote", "src/host/rpc", "src/host/stdio",
+         {"src/host/config", "src/host/content", "src/host/doctor", "src/host/exec", "src/host/http",
+          "src/host/prepare", "src/host/process", "src/host/remote", "src/host/rpc", "src/host/stdio",
           "src/host/terminal"})},
     {"HostApp", "src/host/app", Side::Both,
      hostRoom({"src/host/cli", "src/host/config", "src/host/content", "src/host/process", "exec/workerthread.h"})}};

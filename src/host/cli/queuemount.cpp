@@ -1,8 +1,8 @@
 #include "cli/queuemount.h"
 
 #include "language/translatable.h"
+#include "process/hostlog.h"
 
-#include <log/dbglog.h>
 #include <tavo/tavokeys.h>
 
 #include <QFile>
@@ -11,14 +11,7 @@ namespace {
 
 const QLatin1String moduleOption("queue-module");
 
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
-    return instance;
-}
-
-#define LOG(level, pieces)                                                                                             \
-    DBGLOG(logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/cli/queuemount", __LINE__, __func__}), pieces)
+constexpr char sourceFile[] = "src/host/cli/queuemount";
 
 WorkerSettings settingsFor(const QString& moduleFile, const QString& stateDirectory)
 {
@@ -49,12 +42,12 @@ Result<void> mountQueue(ContentHost& host, const QCommandLineParser& parser, con
     const bool isNamed = parser.isSet(moduleOption);
     const QString moduleFile = isNamed ? parser.value(moduleOption) : besideProgram(TAVO_QUEUE_MODULE_FILE);
     if (!isNamed && !QFile::exists(moduleFile)) {
-        LOG(INFO, "there is no queue, since there is no module " << moduleFile);
+        HOST_LOG(hostLogger(), INFO, sourceFile, "there is no queue, since there is no module " << moduleFile);
         return {};
     }
     Result<void> mounted = host.mountWorker(settingsFor(moduleFile, stateDirectory));
     if (mounted || isNamed)
         return mounted;
-    LOG(WARN, "there is no queue: " << inEnglish(mounted.failure().message));
+    HOST_LOG(hostLogger(), WARN, sourceFile, "there is no queue: " << inEnglish(mounted.failure().message));
     return {};
 }

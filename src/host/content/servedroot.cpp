@@ -3,8 +3,8 @@
 #include "content/workermodule.h"
 #include "language/translatable.h"
 #include "liveness/healer.h"
+#include "process/hostlog.h"
 
-#include <log/dbglog.h>
 #include <model/cmroot.h>
 #include <tavo/tavokeys.h>
 
@@ -13,16 +13,7 @@
 
 namespace {
 
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
-    return instance;
-}
-
-#define LOG(level, pieces)                                                                                             \
-    DBGLOG(                                                                                                            \
-        logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/content/servedroot", __LINE__, __func__}),       \
-        pieces)
+constexpr char sourceFile[] = "src/host/content/servedroot";
 
 /// The canonical path of the directory, or why there is none.
 Result<QString> canonicalDirectory(const QString& directory)
@@ -119,7 +110,7 @@ Result<void> ServedRoot::mount(const QString& directory, std::chrono::millisecon
     const auto localPath = [mount = m_mount](const CMPath& path) { return mount->localPath(path.base()); };
     m_healer = std::make_unique<Healer>(*m_worker, localPath, m_sweepInterval);
     if (m_hasWarned)
-        LOG(WARN, "the root " << m_root.directory << " is back");
+        HOST_LOG(hostLogger(), WARN, sourceFile, "the root " << m_root.directory << " is back");
     m_hasWarned = false;
     m_problem = {};
     m_changed();
@@ -176,6 +167,6 @@ void ServedRoot::warn()
 {
     if (m_problem.isEmpty() || m_hasWarned)
         return;
-    LOG(WARN, inEnglish(m_problem) << "; the root is served as soon as it can be");
+    HOST_LOG(hostLogger(), WARN, sourceFile, inEnglish(m_problem) << "; the root is served as soon as it can be");
     m_hasWarned = true;
 }

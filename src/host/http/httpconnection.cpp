@@ -8,8 +8,7 @@
 #include "http/metrics.h"
 #include "http/requesthandler.h"
 #include "http/websocketclient.h"
-
-#include <log/dbglog.h>
+#include "process/hostlog.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -50,12 +49,6 @@ constexpr std::uint64_t longestForm = 4096;
 constexpr std::size_t readingStep = 4096;
 constexpr std::size_t longestBuffer = 65536;
 constexpr int writingStep = 256 * 1024;
-
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo.http");
-    return instance;
-}
 
 QByteArray bytes(boost::string_view text)
 {
@@ -525,8 +518,8 @@ void HttpConnection::log(int status, qint64 bytes)
     const Clock::duration duration = Clock::now() - m_begin;
     const RequestHead& head = m_request.head;
     m_parts.metrics.requestAnswered(head.method, status, bytes, duration);
-    DBGLOG(
-        logger(), log4cplus::INFO_LOG_LEVEL, (DbgLogSite{"src/host/http/httpconnection", __LINE__, __func__}),
+    HOST_LOG(
+        httpLogger(), INFO, "src/host/http/httpconnection",
         accessLine({head.method, head.target, status, bytes, duration, m_ends.client}).constData());
 }
 

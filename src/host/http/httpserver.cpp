@@ -10,8 +10,7 @@
 #include "http/pendingbudget.h"
 #include "http/requesthandler.h"
 #include "http/tokenfile.h"
-
-#include <log/dbglog.h>
+#include "process/hostlog.h"
 
 #include <QSemaphore>
 
@@ -26,12 +25,6 @@ constexpr int diskThreads = 4;
 constexpr qint64 mostPending = qint64{256} << 20;
 /// For the I/O thread, which may hang in the kernel when a disk does.
 constexpr std::chrono::milliseconds ioPatience(500);
-
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo.http");
-    return instance;
-}
 
 QString coverDirectory(const QString& stateDirectory)
 {
@@ -135,8 +128,8 @@ void HttpServer::State::checkTokenLater()
 void HttpServer::State::setToken(const Result<QByteArray>& token)
 {
     if (!token)
-        DBGLOG(
-            logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/host/http/httpserver", __LINE__, __func__}),
+        HOST_LOG(
+            httpLogger(), WARN, "src/host/http/httpserver",
             token.failure().message.toString() << "; nobody is served until it is right");
     m_access.setToken(token ? token.value() : QByteArray());
     m_connections.checkAccess();

@@ -1,6 +1,6 @@
 #include "http/iothread.h"
 
-#include <log/dbglog.h>
+#include "process/hostlog.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -9,16 +9,6 @@
 
 #include <exception>
 #include <utility>
-
-namespace {
-
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo.http");
-    return instance;
-}
-
-} // namespace
 
 IoThread::IoThread() : m_context(std::make_unique<boost::asio::io_context>(1)), m_thread([this] { run(); }) {}
 
@@ -56,9 +46,7 @@ void IoThread::run()
             m_context->run();
         } catch (const std::exception& exception) {
             // Say for want of memory. What was being served is dropped with its handler.
-            DBGLOG(
-                logger(), log4cplus::ERROR_LOG_LEVEL, (DbgLogSite{"src/host/http/iothread", __LINE__, __func__}),
-                "a connection was dropped: " << exception.what());
+            HOST_LOG(httpLogger(), ERROR, "src/host/http/iothread", "a connection was dropped: " << exception.what());
         }
     }
 }

@@ -1,8 +1,8 @@
 #include "liveness/healer.h"
 
 #include "liveness/kernelevents.h"
+#include "process/hostlog.h"
 
-#include <log/dbglog.h>
 #include <model/cmworker.h>
 
 #include <algorithm>
@@ -13,19 +13,12 @@
 
 namespace {
 
+constexpr char sourceFile[] = "src/host/liveness/healer";
+
 /// Long enough for the other resets of the same change to arrive.
 constexpr std::chrono::milliseconds afterReset{100};
 
 constexpr std::chrono::seconds lookPatience{1};
-
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
-    return instance;
-}
-
-#define WARN(pieces)                                                                                                   \
-    DBGLOG(logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/host/liveness/healer", __LINE__, __func__}), pieces)
 
 std::chrono::system_clock::time_point timePoint(const statx_timestamp& time)
 {
@@ -187,7 +180,8 @@ void Healer::warnOfBlindFileSystem(const QByteArray& localPath)
     if (!sendsNoEvents(type))
         return;
     m_eventsArrive = false;
-    WARN(
+    HOST_LOG(
+        hostLogger(), WARN, sourceFile,
         localPath.constData() << " is on a file system of type " << type.constData()
                               << ", which sends no events: changes are found by looking, and later");
 }
@@ -202,7 +196,8 @@ void Healer::warnOfWatchLimit()
     m_hasWarnedOfLimit = true;
     m_eventsArrive = false;
     const KernelLimit limit = watchLimit();
-    WARN(
+    HOST_LOG(
+        hostLogger(), WARN, sourceFile,
         "the limit of watched directories is reached, " << limit.name << " = " << limit.value
                                                         << ": further changes are found by looking, and later");
 }

@@ -1,6 +1,6 @@
 #include "process/guardedcall.h"
 
-#include <log/dbglog.h>
+#include "process/hostlog.h"
 
 #include <exception>
 
@@ -8,10 +8,7 @@ namespace {
 
 void logError(const char* problem, const char* reason)
 {
-    static const log4cplus::Logger logger = log4cplus::Logger::getInstance("tavo");
-    DBGLOG(
-        logger, log4cplus::ERROR_LOG_LEVEL, (DbgLogSite{"src/host/process/guardedcall", __LINE__, __func__}),
-        problem << ": " << reason);
+    HOST_LOG(hostLogger(), ERROR, "src/host/process/guardedcall", problem << ": " << reason);
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include "language/programlanguage.h"
 #include "language/translatable.h"
 #include "process/displaytext.h"
+#include "process/hostlog.h"
 #include "process/output.h"
 #include "process/queuedlog.h"
 #include "process/servicemanager.h"
@@ -19,7 +20,6 @@
 #include "process/statedirectory.h"
 
 #include <i18n/trlanguage.h>
-#include <log/dbglog.h>
 
 #include <QCoreApplication>
 
@@ -42,16 +42,7 @@ Prints where, as soon as it does. Ends with status 0 on SIGINT or SIGTERM.
 Without --listen it serves 127.0.0.1:8420, or the sockets that systemd passes. Other addresses than those of this
 machine need a token, or --no-token. On SIGHUP it reads the configuration again: roots come and go.)");
 
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("tavo");
-    return instance;
-}
-
-#define LOG(level, pieces)                                                                                             \
-    DBGLOG(                                                                                                            \
-        logger(), log4cplus::level##_LOG_LEVEL, (DbgLogSite{"src/host/cli/commands/serve", __LINE__, __func__}),       \
-        pieces)
+constexpr char sourceFile[] = "src/host/cli/commands/serve";
 
 OptionList options()
 {
@@ -167,7 +158,9 @@ void warnOfRestart(const Configuration& running, const Configuration& read)
             return known.key == setting.key && known.value == setting.value;
         });
         if (isNew && !isTakenOver(setting.key))
-            LOG(WARN, setting.origin.toText() << ": " << setting.key << " changes at the next start only");
+            HOST_LOG(
+                hostLogger(), WARN, sourceFile,
+                setting.origin.toText() << ": " << setting.key << " changes at the next start only");
     }
 }
 
@@ -184,16 +177,16 @@ void reload(const CommandContext& context, const QCommandLineParser& parser)
     const TrLanguage::Scope language(englishLanguage());
     const ReadConfiguration read = context.readConfiguration();
     for (const ConfigurationProblem& problem : read.problems)
-        LOG(ERROR, problem.toText());
+        HOST_LOG(hostLogger(), ERROR, sourceFile, problem.toText());
     const Result<void> changed = read.problems.empty()
                                      ? context.host.setRoots(rootSettings(read.configuration))
                                      : Failure::wrongUse(QStringLiteral("the configuration is wrong"));
     if (!changed) {
-        LOG(ERROR, changed.failure().message.toString() << "; the former settings stay");
+        HOST_LOG(hostLogger(), ERROR, sourceFile, changed.failure().message.toString() << "; the former settings stay");
         return;
     }
     warnOfRestart(withServeOptions(context.configuration, parser), withServeOptions(read.configuration, parser));
-    LOG(INFO, "the configuration was read again");
+    HOST_LOG(hostLogger(), INFO, sourceFile, "the configuration was read again");
 }
 
 /// Serves until a signal comes. Returns the program's exit status.
