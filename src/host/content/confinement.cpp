@@ -62,7 +62,7 @@ bool isPublic(const Mount& mount, const QString& base)
 {
     const QString& root = mount.rootDirectory;
     const QString path = joined(root, base);
-    // An absolute base would tell where the root is.
+    // An absolute base would show where the root is.
     if (base.startsWith(slash) || !isConfined(root, base))
         return false;
     const auto isHidden = [&root](const QString& inside) { return hasHiddenName(inside.mid(root.size())); };

@@ -45,8 +45,8 @@ Content::Page pageOf(const TavoRowsRoles& answer)
     return page;
 }
 
-/// 0 for a file that is no directory. To the worker a directory that it cannot read is empty, say for want of file
-/// descriptors.
+/// The error that keeps the directory from being read, 0 for none or if it is not a directory. A worker that cannot
+/// read a directory, for example because no file descriptor is left, takes it for an empty one.
 int readError(const QByteArray& localPath)
 {
     DIR* const directory = opendir(localPath.constData());
@@ -78,7 +78,7 @@ void collectTexts(const QVariant& value, QStringList& texts)
     }
 }
 
-/// Fails if the thread's request has come to its limits, so that its items are incomplete.
+/// Fails if the thread's request was cancelled or has exceeded its limit: its items are incomplete then.
 Result<void> checkContext()
 {
     const CMRequestContext* const context = CMRequestContext::current();
@@ -89,7 +89,7 @@ Result<void> checkContext()
     return {};
 }
 
-/// A walk takes links to files, wherever they lead.
+/// The items that network clients may see: a walk follows links to files, wherever they lead.
 QVariantList publicItems(const Mount& mount, const QVariantList& items)
 {
     QVariantList shown;
@@ -122,8 +122,8 @@ QVariantHash description(const Mount& mount)
     return fields;
 }
 
-/// Waits for an answer that comes later; a worker without a tree gives one for each value. Not longer than the thread's
-/// request may take.
+/// Waits for an answer that comes later, but not longer than the thread's request may take. A worker without a tree
+/// answers every value.
 void waitForAnswer(const CMVoidReply& reply)
 {
     constexpr int step = 50;
@@ -301,7 +301,7 @@ Result<void> Content::checkValue(const SharedMount& mount, const CMPath& service
     collectTexts(value, texts);
     if (mount->isWalk(service) && texts.size() > m_limits.items)
         return Failure::wrongUse(QStringLiteral("there are more than %1 paths").arg(m_limits.items));
-    // A preparing worker takes every path for its own, whatever the prefix.
+    // A worker that prepares items takes every path as one of its own, whatever the prefix.
     const bool isPreparation = mount->isTree() && mount->isWalk(service);
     for (const QString& text : qAsConst(texts)) {
         const CMPath path = CMPath::fromEncoded(text);

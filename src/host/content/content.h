@@ -82,7 +82,7 @@ private:
 
     [[nodiscard]] Result<Page> rowsOfRoot(const RowsQuery& query) const;
     [[nodiscard]] Result<Page> rowsOf(const SharedMount& mount, const RowsQuery& query) const;
-    /// Refuses what leads out of the root directory; workers let some of it through.
+    /// Refuses bases that lead out of the root directory; workers let some of them through.
     [[nodiscard]] Result<void> checkAccess(const Mount& mount, const QString& base) const;
     /// Checks every path in the value.
     [[nodiscard]] Result<void> checkValue(const SharedMount& mount, const CMPath& service, const QVariant& value) const;

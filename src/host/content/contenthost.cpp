@@ -93,7 +93,7 @@ ContentHost::~ContentHost()
 {
     QThread* const home = QThread::currentThread();
     m_workerThread->run([this, home] {
-        // They may have requests under way at the roots' workers.
+        // They may have made requests to the roots' workers that are still under way.
         m_workers.clear();
         m_roots.clear();
         m_retired.clear();

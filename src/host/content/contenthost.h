@@ -44,10 +44,10 @@ struct RootSettings
 
 /// Letters, digits, "-" and "_" of ASCII only, and at least one of them.
 [[nodiscard]] bool isRootId(const QString& text);
-/// Fails if no root may have the ID: it must be one, and the host must not need it itself.
+/// Fails unless a root may have the ID: isRootId() must hold, and the host must not use the ID itself.
 [[nodiscard]] Result<void> checkRootId(const QString& id);
 
-/// Fails if a root has no directory's name or no ID of its own.
+/// Fails if a root names no directory, or has an ID that checkRootId() refuses or that another root has.
 [[nodiscard]] Result<void> checkRoots(const std::vector<RootSettings>& roots);
 
 struct HostSettings
@@ -57,7 +57,7 @@ struct HostSettings
     std::vector<RootSettings> roots;
     /// Pixels; none: the platform's default.
     std::optional<int> albumArtWidth = {};
-    /// Between two looks at the opened directories and at the roots; 0: never looks.
+    /// Between two checks of the opened directories and of the roots; 0: no checks.
     std::chrono::milliseconds sweepInterval = std::chrono::seconds(5);
 };
 
@@ -65,11 +65,11 @@ struct HostSettings
 struct WorkerSettings
 {
     QString moduleFile;
-    /// Has the prefix of its paths.
+    /// Contains the prefix of its paths.
     QVariantHash configuration;
     /// For people.
     TrString title;
-    /// What clients know it for.
+    /// Names the kind of worker for clients, such as "playlist".
     QString kind;
     /// Bases of its services that may take long.
     QStringList longServices = {};
@@ -85,7 +85,7 @@ class ContentHost
 public:
     using SharedMount = std::shared_ptr<const Mount>;
 
-    /// Fails if a root has no directory's name or no id of its own, or if the module makes no worker.
+    /// Fails if checkRoots() does, or if the module makes no worker.
     static Result<std::unique_ptr<ContentHost>> start(const HostSettings& settings);
     /// Call when no request is under way.
     ~ContentHost();
@@ -94,7 +94,7 @@ public:
     /// Mounts a worker behind the roots and those mounted before. Fails if its module makes none, or if its prefix is
     /// taken.
     [[nodiscard]] Result<void> mountWorker(const WorkerSettings& settings);
-    /// Unmounts and destroys, later, the workers that are not roots. No request may be under way there.
+    /// Unmounts the workers that are not roots, and destroys them later. No request to them may be under way.
     void unmountWorkers();
 
     /// The present roots, in their order, and then the other workers.
@@ -107,9 +107,9 @@ public:
     /// The prefix, if a root or another worker has it, or had it; otherwise empty.
     [[nodiscard]] QString knownPrefix(const QString& prefix) const;
 
-    /// Serves these roots from now on, in this order. Roots that are new or have other settings are mounted, those that
-    /// are missing here are unmounted, as when their directories come and go; the others go on. Does not wait. Fails,
-    /// and changes nothing, where start() would fail.
+    /// Serves these roots from now on, in this order. Mounts roots that are new or have other settings, unmounts those
+    /// that are missing here, as when their directories come and go, and leaves the others alone. Does not wait. Fails
+    /// and changes nothing if checkRoots() fails.
     [[nodiscard]] Result<void> setRoots(const std::vector<RootSettings>& roots);
 
     /// The IDs of all roots, present or missing, in their order.
@@ -154,11 +154,11 @@ private:
 
     std::unique_ptr<WorkerThread> m_workerThread;
     std::unique_ptr<const WorkerModule> m_module;
-    /// Its roots are those of the start.
+    /// Its roots are those that start() got.
     const HostSettings m_settings;
     /// In the worker thread only, as the members below.
     std::vector<std::unique_ptr<ServedRoot>> m_roots;
-    /// No roots any more, but requests may still use their workers.
+    /// Unmounted for good; requests may still use their workers.
     std::vector<std::unique_ptr<ServedRoot>> m_retired;
     std::vector<std::unique_ptr<ServedWorker>> m_workers;
 

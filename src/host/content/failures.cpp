@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A worker may have put in a text without translations, too.
+/// A worker may also have used a text without translations.
 TrString textOf(const QVariant& value)
 {
     return value.userType() == qMetaTypeId<TrString>() ? value.value<TrString>() : TrString(value.toString());

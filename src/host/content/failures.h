@@ -7,7 +7,7 @@ class CMError;
 class CMPath;
 class QString;
 
-/// The host's refusals, in the form that a worker's have.
+/// The host's refusals, in the same form as those of a worker.
 namespace Failures {
 
 [[nodiscard]] Failure refused(const CMError& error);
@@ -16,7 +16,7 @@ namespace Failures {
 /// `base` leads out of the directory.
 [[nodiscard]] Failure accessViolation(const QString& base, const QString& directory);
 [[nodiscard]] Failure noReadPermission(const QString& base);
-/// `errorNumber`: errno's.
+/// `errorNumber`: a value of errno.
 [[nodiscard]] Failure unreadable(const CMPath& path, int errorNumber);
 /// A client may not have more than `limit` paths open.
 [[nodiscard]] Failure tooManyOpen(int limit);
@@ -28,10 +28,10 @@ namespace Failures {
 [[nodiscard]] Failure busy();
 /// Too many requests to the root hang.
 [[nodiscard]] Failure rootHangs(const QString& prefix);
-/// That of the exception that is being handled.
+/// The failure that stands for the exception being handled.
 [[nodiscard]] Failure fromException();
 
-/// Calls the function, which gives a result; what it throws is its failure.
+/// Returns the function's result, or the failure that stands for an exception that it throws.
 template<typename Function>
 [[nodiscard]] auto guarded(const Function& function) -> decltype(function())
 {
@@ -42,7 +42,7 @@ template<typename Function>
     }
 }
 
-/// The failure of a request for the path as the client may see it: in a network a refusal has no path of the local file
+/// The failure of a request for the path, as the client may see it: a network client sees no path of the local file
 /// system.
 [[nodiscard]] Failure shownTo(Reach reach, Failure failure, const CMPath& path);
 

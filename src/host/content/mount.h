@@ -6,11 +6,11 @@
 #include <QByteArray>
 #include <QStringList>
 
-/// A worker that the host serves, as clients see it: mostly of a directory tree, the root. A value that stays valid
-/// when its worker has gone.
+/// A worker that the host serves, as clients see it. It usually serves a directory tree, the root. A value, which stays
+/// valid after the end of its worker.
 struct Mount
 {
-    /// Of all its paths.
+    /// Begins all its paths.
     QString prefix;
     /// For people.
     TrString title;
@@ -20,7 +20,7 @@ struct Mount
     QStringList playable = {};
     /// Whether network clients may follow symlinks that lead out of the root directory.
     bool followsLinks = false;
-    /// What clients know the worker for.
+    /// Names the kind of worker for clients.
     QString kind = QStringLiteral("files");
     /// Bases of services of its own that may walk trees.
     QStringList longServices = {};
@@ -36,11 +36,11 @@ struct Mount
 
     /// Whether the path names a service that may walk a whole tree.
     [[nodiscard]] bool isWalk(const CMPath& service) const;
-    /// The patterns of the files that a service which prepares items takes. Without any it takes every file below a
-    /// directory, but no file by itself.
+    /// The patterns of the files from which the service prepares items. If there are none, it takes every file below a
+    /// directory, but no file that is named by itself.
     [[nodiscard]] QStringList preparablePatterns(const CMPath& service) const;
-    /// Whether a file of the base's name is an item.
+    /// Whether the last name in the base is that of a playable file.
     [[nodiscard]] bool isPlayable(const QString& base) const;
-    /// The file or directory that the base stands for, as the system's calls take it.
+    /// The path of the file or directory at the base, encoded for system calls.
     [[nodiscard]] QByteArray localPath(const QString& base) const;
 };

@@ -39,7 +39,7 @@ bool isReadable(const QByteArray& path)
     return eaccess(path.constData(), R_OK) == 0;
 }
 
-/// Looks whether all paths, which belong to the opened one, stand for directories that the client may read.
+/// Fails unless all paths, those that are held for the opened one, are directories that the client may read.
 Result<void> checkDirectories(const Mount& mount, const CMPath& opened, const QVector<CMPath>& paths, Reach reach)
 {
     if (reach == Reach::Network && !isPublic(mount, opened.base()))
@@ -146,7 +146,7 @@ Result<void> OpenPaths::openSettled(const CMPath& path)
     return held;
 }
 
-/// Whatever needs memory comes first, so that either all are counted or none.
+/// Allocates all memory first, so that either all are counted or none.
 void OpenPaths::count(const CMPath& path, const QVector<CMPath>& users)
 {
     for (const CMPath& user : users)
@@ -181,7 +181,7 @@ Result<void> OpenPaths::checkOpenable(const CMPath& path) const
     if (path == CMPath())
         return {};
     const ContentHost::SharedMount mount = m_host.mountAt(path.prefix());
-    // The worker decides when it is asked to open the path.
+    // The worker itself decides, in connectChange().
     if (mount && !mount->isTree())
         return {};
     if (!mount || !isNormal(path.base()) || path.startsWith(mount->contextMenu()))
@@ -220,7 +220,7 @@ Result<void> OpenPaths::hold(const CMPath& opened, const QVector<CMPath>& paths)
         if (!isHeld(path) && !CMRoot()->connectChange(path, this))
             return Failures::invalidPath(opened);
     }
-    // The worker may have closed one while it took another.
+    // The worker may have closed one of them while it opened another.
     if (std::all_of(paths.cbegin(), paths.cend(), [this](const CMPath& path) { return isHeld(path); }))
         return {};
     return Failures::invalidPath(opened);

@@ -28,11 +28,11 @@ public:
     using Completion = std::function<void(const Result<void>& result)>;
 
     OpenPaths(ContentHost& host, Reach reach, int limit, ChangeHandler handler);
-    /// Closes everything, children first. What has not been opened yet never is.
+    /// Closes everything, children first. Paths that wait to be opened are dropped.
     ~OpenPaths() override;
 
-    /// Opens and closes run in the order of the calls. A path that is open already stays open once. The completion is
-    /// called before the handler hears of the path.
+    /// Opens and closes run in the order of the calls. Opening an open path changes nothing. The completion is called
+    /// before the handler gets the first change of the path.
     void open(const CMPath& path, Completion completion);
     void close(const CMPath& path, Completion completion);
 
@@ -53,9 +53,9 @@ private:
     [[nodiscard]] Result<void> closeNow(const CMPath& path);
 
     [[nodiscard]] Result<void> checkOpenable(const CMPath& path) const;
-    /// Whether the path is one of a directory tree, be that missing or not.
+    /// Whether the path belongs to a directory tree, even to a missing one.
     [[nodiscard]] bool hasAncestors(const CMPath& path) const;
-    /// The paths that are held for this one: ancestors, from the root down, and itself.
+    /// The paths that are held for this one: its ancestors, from the root down, and itself.
     [[nodiscard]] QVector<CMPath> lineage(const CMPath& path) const;
     /// Makes this a client of the paths, in their order. Fails if one of them does not stay open.
     [[nodiscard]] Result<void> hold(const CMPath& opened, const QVector<CMPath>& paths);

@@ -51,7 +51,7 @@ public:
     /// Valid only with a value.
     [[nodiscard]] T& value() { return std::get<T>(m_content); }
     [[nodiscard]] const T& value() const { return std::get<T>(m_content); }
-    /// Valid only without a value.
+    /// Valid only on failure.
     [[nodiscard]] const Failure& failure() const { return std::get<Failure>(m_content); }
 
 private:
@@ -68,7 +68,7 @@ public:
 
     [[nodiscard]] explicit operator bool() const { return !m_failure; }
 
-    /// Valid only without success.
+    /// Valid only on failure.
     [[nodiscard]] const Failure& failure() const { return *m_failure; }
 
 private:

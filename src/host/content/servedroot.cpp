@@ -134,7 +134,7 @@ void ServedRoot::change(const RootSettings& root, int position)
 {
     moveTo(position);
     if (root != m_root) {
-        // Looks at the former directory may hang.
+        // A check of the former directory may hang.
         m_look.emplace();
         m_inspection.emplace();
         m_root = root;

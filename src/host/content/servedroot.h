@@ -29,8 +29,8 @@ public:
     /// the file system does not answer within `patience`, everything stays as it is, and later calls do not wait until
     /// it answers.
     [[nodiscard]] Result<void> check(std::chrono::milliseconds patience = lookPatience);
-    /// Serves with these settings, of the same ID, from now on, and checks. If they are others than before, the root is
-    /// unmounted first, and mounted again when the requests under way have ended.
+    /// Serves the root with these settings, which have the same ID, from now on, and calls check(). If they differ from
+    /// those before, it unmounts the root first, and mounts it again when the requests under way have ended.
     void change(const RootSettings& root, int position);
     /// Unmounts the root, and does not mount it again before the next change(). True if it may be destroyed: no request
     /// uses its worker.
@@ -76,7 +76,7 @@ private:
     /// Looks for the directory.
     std::optional<PatientCall<Result<QString>>> m_look{std::in_place};
     std::optional<PatientCall<Result<void>>> m_inspection{std::in_place};
-    /// Also while requests to the unmounted worker are still under way.
+    /// Kept while requests to the unmounted worker are under way.
     std::unique_ptr<CMWorker> m_worker;
     std::unique_ptr<Healer> m_healer;
     ContentHost::SharedMount m_mount;

@@ -4,11 +4,12 @@
 
 #include <model/cmworker.h>
 
-/// Keeps a worker that is no root mounted, from its construction on. Lives in the worker thread.
+/// Keeps a worker that is not a root mounted as long as this object lives. Lives in the worker thread.
 class ServedWorker
 {
 public:
-    /// Fails if the module makes no worker, or another one has its prefix. `position` is that of its row.
+    /// Fails if the module makes no worker, or another one has its prefix. `position`: that of its row in the list of
+    /// mounts.
     [[nodiscard]] static Result<std::unique_ptr<ServedWorker>> mount(const WorkerSettings& settings, int position);
     ~ServedWorker();
     Q_DISABLE_COPY_MOVE(ServedWorker)

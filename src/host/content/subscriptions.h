@@ -14,10 +14,10 @@ public:
     using ChangeHandler = OpenPaths::ChangeHandler;
     using Completion = OpenPaths::Completion;
 
-    /// `limit`: of open paths. The handler runs in the worker thread and must not block; it may still be called until
-    /// the worker thread has learned of the end of the subscriptions. The host must outlive them.
+    /// `limit`: the most open paths. The handler runs in the worker thread and must not block; it may still be called
+    /// until the worker thread has closed the paths. The host must outlive the subscriptions.
     Subscriptions(ContentHost& host, Reach reach, int limit, ChangeHandler handler);
-    /// Closes, later, what is open.
+    /// Has the worker thread close all paths, without waiting for it.
     ~Subscriptions();
     Q_DISABLE_COPY_MOVE(Subscriptions)
 
