@@ -13,8 +13,8 @@ class WorkerThread;
 
 /// Beats as long as requests are answered.
 ///
-/// Before each beat a request runs in the executor, as a client's would, and then the worker thread has its turn. While
-/// one of them is stuck there is no beat. Lives in a thread with an event loop.
+/// Before each beat a request runs in the executor, as a client's would, and then the worker thread has to answer.
+/// While either is stuck, there is no beat. Lives in a thread with an event loop.
 class Heartbeat
 {
 public:

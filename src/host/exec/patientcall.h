@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-/// Calls functions that may hang in the kernel, such as looks at a dead mount, each in a thread of its own. For one
+/// Calls functions that may hang in the kernel, for example on a dead mount, each in a thread of its own. For one
 /// thread at a time.
 template<typename Value>
 class PatientCall
@@ -21,11 +21,11 @@ public:
 
     PatientCall() = default;
     Q_DISABLE_COPY_MOVE(PatientCall)
-    /// Leaves a function that hangs behind.
+    /// Abandons a function that hangs.
     ~PatientCall() = default;
 
-    /// What the function gives or throws. None if it has not ended after `patience`, if an earlier one still hangs, and
-    /// if the system has no thread left.
+    /// Returns or throws what the function does. None if it has not ended after `patience`, if an earlier one still
+    /// hangs, or if the system has no thread left.
     [[nodiscard]] std::optional<Value> call(Function function, std::chrono::milliseconds patience)
     {
         if (isHanging())

@@ -132,7 +132,7 @@ private:
 
     void startThreadLocked(Lane lane);
     void startSparesLocked();
-    /// True if the calling thread of the lane is one too many, and has to end.
+    /// True if the lane has one thread too many, and the calling one has to end.
     [[nodiscard]] bool leavesLocked(Lane lane);
     void work(Lane lane);
     void watchDeadlines();
@@ -148,10 +148,10 @@ private:
     [[nodiscard]] bool mayBegin(const Client& client, Lane lane) const;
     [[nodiscard]] bool mayBegin(const Line& line) const;
     [[nodiscard]] bool hangs(const Root& root) const { return root.hanging >= m_settings.hangingPerRoot; }
-    /// Without waiting for a thread, or for the client's other jobs.
+    /// Whether a job may begin without waiting for a thread, or for the client's other jobs.
     [[nodiscard]] bool mayBeginAtOnce(const Client& client, Line& line) const;
     [[nodiscard]] Line& lineOf(const Job& job);
-    /// None if a job of the root may wait.
+    /// Why a new job of the root may not wait; none if it may.
     [[nodiscard]] std::optional<Refusal> refusalLocked(const Root& root) const;
     [[nodiscard]] TicketList::iterator addLocked(const std::shared_ptr<Client>& client, Line& line, Job job);
     void beginLocked(Client& client, TicketList::iterator ticket);
@@ -211,7 +211,7 @@ void RequestExecutor::State::startThreadLocked(Lane lane)
     ++m_crews[indexOf(lane)].serving;
 }
 
-/// Replaces the threads whose jobs hang. Where the system has no thread left, the next look may find one.
+/// Replaces the threads whose jobs hang. If the system has no thread left, the next call may succeed.
 void RequestExecutor::State::startSparesLocked()
 {
     for (std::size_t lane = 0; lane < laneCount; ++lane) {
@@ -448,7 +448,7 @@ void RequestExecutor::State::run(TicketList::iterator ticket)
     if (!callGuarded([&] { call(ticket); }))
         callGuarded([&] { (*refuse)(Refusal::Failed); });
     const std::lock_guard lock(m_mutex);
-    // Otherwise only the thread that watches the deadlines waits, and not for this.
+    // Before that, only the thread that watches the deadlines waits, and not for this.
     if (--m_runningFunctions == 0 && m_isStopping)
         m_hasEnded.notify_all();
 }
@@ -518,7 +518,7 @@ void RequestExecutor::State::removeClient(Client& client)
     }
 }
 
-/// The ring of a root that hangs would keep the client.
+/// Otherwise the ring of a root that hangs would keep the client.
 void RequestExecutor::State::leaveRingLocked(Line& line, const Client& client)
 {
     const auto isClient = [&client](const std::shared_ptr<Client>& queued) { return queued.get() == &client; };
@@ -566,7 +566,7 @@ std::function<void()> RequestExecutor::State::giveUpLocked(TicketList::iterator 
     return [refuse = std::move(refuse), reason] { (*refuse)(reason); };
 }
 
-/// The job no longer counts as one of its client's, and another thread takes the place of its own.
+/// The job no longer counts as one of its client's, and another thread replaces the one that it blocks.
 std::function<void()> RequestExecutor::State::giveUpRunningLocked(TicketList::iterator ticket)
 {
     ticket->isTimedOut = true;
@@ -591,7 +591,7 @@ bool RequestExecutor::State::isOverdueLocked(const Ticket& ticket, Clock::time_p
         return true;
     const std::shared_ptr<Client> client = ticket.client.lock();
     const bool standsStill = !ticket.isRunning && client && client->isPaused;
-    // A walk may take its time, but not to end after its client has gone.
+    // A walk may take long, but has to end soon after its client was removed.
     const bool isLimited = ticket.job.lane != Lane::Walk || ticket.job.context->isCancelled();
     return isLimited && !ticket.isTimedOut && !standsStill && ticket.deadline <= now;
 }
@@ -608,7 +608,7 @@ std::vector<std::function<void()>> RequestExecutor::State::takeOverdueLocked()
     return refusals;
 }
 
-/// Looks now and then rather than at every deadline, which would wake a thread for each request.
+/// Checks at intervals rather than at every deadline, which would wake a thread for each request.
 void RequestExecutor::State::watchDeadlines()
 {
     std::unique_lock lock(m_mutex);

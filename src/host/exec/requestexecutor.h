@@ -45,9 +45,9 @@ public:
     /// The job counts as running as long as its slot exists; the job may keep it beyond the end of its function.
     using Slot = std::shared_ptr<void>;
 
-    /// Calls either `run` or `refuse`, once, unless the client is removed before. A job that runs for too long gets
-    /// both calls: `refuse` while `run` is still busy, in a thread that its lane then replaces. So does a job whose
-    /// `run` throws. `refuse` must neither throw nor block.
+    /// The executor calls either `run` or `refuse`, once, unless the client is removed before. If `run` takes too long,
+    /// the executor also calls `refuse`, while `run` is still busy, and another thread of the lane replaces that of
+    /// `run`. If `run` throws, it calls `refuse`, too. `refuse` must neither throw nor block.
     struct Job
     {
         Lane lane = Lane::Quick;
@@ -64,21 +64,21 @@ public:
 
     struct Settings
     {
-        /// More than one client's running jobs, so that no client takes them all. One thread of each lane is left to
-        /// the other roots, unless the lane has no more.
+        /// The threads of each lane: more than one client may use, so that no client takes them all. One root may use
+        /// all but one of them, or the only one.
         int quickThreads = 6;
         int longPageThreads = 3;
         int walkThreads = 3;
-        /// A job hangs if it has timed out and still runs; another thread takes the place of its own. When so many jobs
-        /// of a root hang, none begins there, and those that wait or come are refused.
+        /// A job hangs if it has timed out and still runs; another thread replaces the one that it blocks. While this
+        /// many jobs of a root hang, all other jobs of the root are refused.
         int hangingPerRoot = 4;
         /// Jobs of one client that run at a time, in all lanes together and in the walks' lane.
         int runningPerClient = 4;
         int walksPerClient = 2;
         /// Jobs of all clients that wait.
         int waiting = 10'000;
-        /// A job is refused when it has waited, or run, for so long; a walk only when it has run on for so long after
-        /// the end of its client. The time of a paused client stands still.
+        /// A job is refused when it has waited or run for this long; a walk only when it has run for this long after
+        /// its client was removed. Jobs of a paused client may wait for longer.
         std::chrono::milliseconds timeLimit = std::chrono::minutes(1);
     };
 
@@ -91,13 +91,13 @@ public:
     [[nodiscard]] std::shared_ptr<Client> addClient();
 
     void submit(const std::shared_ptr<Client>& client, Job job);
-    /// As submit(), but where the job may begin at once in a lane without a walk, the caller is to run it in its own
+    /// As submit(), but a job that may begin at once, and is no walk, is returned for the caller to run in its own
     /// thread, which saves a change of threads. Empty if the job was submitted. Each client has one such job at a time,
     /// so that it does not lose all its threads to a root that hangs.
     [[nodiscard]] std::function<void()> submitOrTake(const std::shared_ptr<Client>& client, Job job);
 
-    /// Begins a job that another thread answers: it needs no thread, and `run` is not called. Null, and nothing has
-    /// happened, if the job may not begin at once.
+    /// Begins a job that needs no thread, because another thread answers it: `run` is not called. Null, without any
+    /// effect, if the job may not begin at once.
     [[nodiscard]] Slot hold(const std::shared_ptr<Client>& client, Job job);
 
     /// A paused client's jobs do not begin.

@@ -18,7 +18,7 @@ public:
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
 
-    /// What the function throws is logged. After stop() it is dropped.
+    /// An exception that the function throws is logged. After stop() the function is dropped.
     void post(std::function<void()> function);
 
     /// Drops the functions that wait. False if one still runs after `patience`.

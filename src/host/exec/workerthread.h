@@ -22,7 +22,7 @@ public:
     void run(const std::function<void()>& function);
     /// Calls the function in the thread, after those that were posted before. From any thread. It should not throw.
     void post(std::function<void()> function);
-    /// False if the thread is still busy with what was posted before, or hangs in the kernel, after `patience`.
+    /// False if the thread is still busy with earlier functions, or hangs in the kernel, after `patience`.
     [[nodiscard]] bool answersWithin(std::chrono::milliseconds patience);
 
 private:

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The same file can be asked for its tags' picture and as a picture.
+/// The same file can be a source for the picture in its tags and as a picture itself.
 QByteArray identityOf(const CoverMaker::Source& source)
 {
     return identityOf(source.file.status) + (source.kind == CoverMaker::Kind::Audio ? "a" : "p");

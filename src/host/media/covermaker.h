@@ -11,7 +11,7 @@
 #include <condition_variable>
 #include <mutex>
 
-/// A cover, or that there is none, or that only decoding would tell.
+/// The result of a search: a cover, none, or unknown before the file is decoded.
 struct CoverAnswer
 {
     bool isKnown = false;
@@ -27,7 +27,7 @@ class CoverMaker
 {
 public:
     enum class Effort {
-        /// Answers from what is kept and remembered.
+        /// Answers only from earlier results, on the disk and in memory.
         Look,
         Decode
     };
@@ -71,6 +71,6 @@ private:
     std::condition_variable m_turnEnded;
     /// The files that are being decoded, by identity.
     QSet<QByteArray> m_turns;
-    /// By identity, when it was found out.
+    /// When each file, by its identity, was found to have no cover.
     QCache<QByteArray, Clock::time_point> m_withoutCover{4096};
 };

@@ -113,7 +113,7 @@ private:
     /// Of the queries that are not answered yet.
     std::map<Key, Receivers> m_receivers;
 
-    /// What is kept does not wait for what is decoded. Last, since their functions use the members above.
+    /// Covers that are kept do not wait for the decoding of others. Last, since the functions use the members above.
     ThreadPool m_looking{lookingThreads};
     ThreadPool m_decoding{decodingThreads};
 };

@@ -66,8 +66,8 @@ public:
     /// Files that were searched for a picture, since the start.
     [[nodiscard]] qint64 decoded() const;
 
-    /// Answers what waits, and all that comes, with nothing. False if a thread still works after `patience`: it hangs
-    /// in the kernel, and the store must not be destroyed.
+    /// Answers all waiting and later queries with nothing. False if a thread still works after `patience`: it hangs in
+    /// the kernel, and the store must not be destroyed.
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
 
 private:

@@ -45,7 +45,7 @@ DirectoryCovers coversAmong(const QByteArrayList& names, const Mount& mount)
     return covers;
 }
 
-/// Whether the directory has been as it is for so long that the next change will give it another time.
+/// Whether the last change of the directory is so old that the next one will give it another timestamp.
 bool isSettled(const struct stat& directory)
 {
     constexpr time_t coarsestTime = 3;

@@ -21,7 +21,7 @@ QByteArray linkTo(const FileDescriptor& descriptor)
     return "/proc/self/fd/" + QByteArray::number(descriptor.get());
 }
 
-/// Empty if it cannot be had.
+/// Empty on failure.
 QByteArray realPathOf(const FileDescriptor& descriptor)
 {
     std::array<char, PATH_MAX> path{};
@@ -30,7 +30,7 @@ QByteArray realPathOf(const FileDescriptor& descriptor)
     return isWhole ? QByteArray(path.data(), static_cast<int>(length)) : QByteArray();
 }
 
-/// Whether no name of the relative path is hidden; one with an empty name has none.
+/// Whether all names of the relative path are visible: not empty, and without a dot in front.
 bool hasVisibleNames(const QByteArray& path)
 {
     const QByteArrayList names = path.split('/');
@@ -82,7 +82,7 @@ std::optional<GuardedTree::Directory> GuardedTree::openDirectory(const QString& 
 FileDescriptor GuardedTree::find(const QByteArray& path) const
 {
     FileDescriptor found = openPath(m_directory.get(), path, Links::Below);
-    // The kernel takes every absolute symlink for one that leads out. isShown() checks where it has led.
+    // The kernel takes every absolute symlink for one that leads out. isShown() checks the file that it leads to.
     return found.isOpen() ? std::move(found) : openPath(m_directory.get(), path, Links::Followed);
 }
 

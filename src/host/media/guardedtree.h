@@ -11,7 +11,7 @@
 
 struct Mount;
 
-/// What network clients may read of a root, safe from whatever is swapped while they read it.
+/// The files of a root that network clients may read. It stays confined even if files and links are swapped meanwhile.
 ///
 /// Bases are relative and decoded. Nothing is found under a name that starts with a dot, even if a visible symlink
 /// leads to it below the root. Symlinks that lead out of the root are followed only if the mount follows them. All
@@ -43,7 +43,7 @@ private:
 
     [[nodiscard]] std::optional<File> open(const QByteArray& path, mode_t type, int flags) const;
     [[nodiscard]] FileDescriptor find(const QByteArray& path) const;
-    /// Whether clients may read what has this absolute path without symlinks.
+    /// Whether clients may read the file at this absolute path, which has no symlinks.
     [[nodiscard]] bool isShown(const QByteArray& realPath) const;
 
     FileDescriptor m_directory;
@@ -51,15 +51,15 @@ private:
     bool m_followsLinks;
 };
 
-/// The status of what openFile() would find at the base if no symlink leads there. Does not wait for the disk: nothing,
-/// too, if the kernel would have to.
+/// The status of the file that openFile() would open, provided that no symlink leads there. Does not wait for the disk:
+/// also nothing if the kernel would have to.
 [[nodiscard]] std::optional<struct stat> promptStatus(const Mount& mount, const QString& base);
 
-/// Whether both are of the same file, and nothing of it has changed in between, its permissions included.
+/// Whether both belong to the same file, and neither its content nor its permissions have changed in between.
 [[nodiscard]] bool isUnchanged(const struct stat& before, const struct stat& now);
 
-/// A text of hexadecimal digits that no other file has, and that changes when the file is written. It does not show
-/// what it is made from.
+/// Hexadecimal digits that identify the file and change when it is written. They are a digest, which does not reveal
+/// the status.
 [[nodiscard]] QByteArray identityOf(const struct stat& status);
 
 /// The names of the directory's entries that do not start with a dot, in no order.

@@ -50,7 +50,7 @@ public:
     [[nodiscard]] std::optional<MediaFile> open(const QString& prefix, const QString& base) const;
 
     /// Whether open() would give this very file, and the file has not changed since it was opened. Does not wait for
-    /// the disk: false, too, if the kernel would have to, or if a symlink leads to the file.
+    /// the disk: also false if the kernel would have to, or if a symlink leads to the file.
     [[nodiscard]] bool isCurrent(const MediaFile& file, const QString& prefix, const QString& base) const;
 
 private:

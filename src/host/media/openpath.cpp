@@ -34,7 +34,7 @@ int openChecked(int directory, const QByteArray& path, quint64 resolution)
 
 int openPatiently(int directory, const QByteArray& path, Links links)
 {
-    // The kernel gives up when something is renamed meanwhile; a tree that is never still has no files.
+    // The kernel gives up when something is renamed meanwhile. In a tree that is renamed all the time nothing is found.
     constexpr int mostAttempts = 100;
     int descriptor = -1;
     for (int i = 0; i < mostAttempts; ++i) {
@@ -51,7 +51,7 @@ FileDescriptor openStepwise(int directory, const QByteArray& path)
     for (const QByteArray& name : path.split('/')) {
         if (name == "..")
             return {};
-        // O_NOFOLLOW with O_PATH gives a link's own descriptor, which cannot be looked into.
+        // For a link, O_NOFOLLOW with O_PATH opens the link itself, in which the next name cannot be opened.
         const int parent = current.isOpen() ? current.get() : directory;
         current = FileDescriptor(openat(parent, name.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
         if (!current.isOpen())

@@ -18,6 +18,6 @@ enum class Links {
 /// some sandboxes it cannot; there all symlinks are refused.
 [[nodiscard]] FileDescriptor openPath(int directory, const QByteArray& path, Links links);
 
-/// As openPath() of an absolute path, without symlinks. Does not wait: the descriptor is not open, too, if the kernel
-/// has to read from the disk, and before Linux 5.12.
+/// As openPath() of an absolute path, without symlinks. Does not wait: the descriptor is also not open if the kernel
+/// would have to read from the disk, and before Linux 5.12.
 [[nodiscard]] FileDescriptor openCachedPath(const QByteArray& absolutePath);
