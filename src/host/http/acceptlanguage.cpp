@@ -9,7 +9,7 @@
 
 namespace {
 
-/// More are of no use, and searching takes its time.
+/// Nobody needs more, and each costs a search.
 constexpr int mostTags = 32;
 
 struct Wish
@@ -19,7 +19,7 @@ struct Wish
     double weight = 0;
 };
 
-/// A member of the list, such as "de-AT;q=0.8". A weight that is no number counts as none.
+/// A member of the list, such as "de-AT;q=0.8". A weight that is not a number counts as 0.
 Wish wishFrom(const QByteArray& member)
 {
     const int semicolon = member.indexOf(';');

@@ -4,6 +4,6 @@
 
 class TrLanguage;
 
-/// The language that the client likes best of those that there are, by its Accept-Language. Null if there is none, or
-/// the client names none.
+/// Of the languages that the program has, the one that the client's Accept-Language prefers. Null if it names none of
+/// them.
 [[nodiscard]] const TrLanguage* acceptedLanguage(const RequestHead& head);

@@ -12,14 +12,14 @@ namespace {
 
 const QByteArray cookieAttributes = "; HttpOnly; SameSite=Strict";
 
-/// As the field Host has it.
+/// As it stands in the field Host.
 QByteArray hostText(const IpAddress& address)
 {
     return address.isV4() ? address.toText() : '[' + address.toText() + ']';
 }
 
-/// A host in its only form: lower case, without a trailing dot, addresses in their shortest notation. Empty: it is
-/// none.
+/// A host in canonical form: lower case, without a trailing dot, addresses in their shortest notation. Empty: it is
+/// malformed.
 QByteArray normalHost(QByteArray host)
 {
     if (host.startsWith('[')) {
@@ -31,13 +31,13 @@ QByteArray normalHost(QByteArray host)
     return host.toLower();
 }
 
-/// Of the colon in front of the port in the value of Host; negative if there is none.
+/// The position of the colon in front of the port in the value of Host; negative if there is none.
 int portColon(const QByteArray& value)
 {
     return value.indexOf(':', value.startsWith('[') ? value.indexOf(']') + 1 : 0);
 }
 
-/// The host in the value of Host, in its only form. Empty: it is none.
+/// The host in the value of Host, in canonical form. Empty: it is malformed.
 QByteArray hostIn(const QByteArray& value)
 {
     const int colon = portColon(value);
@@ -54,8 +54,8 @@ QByteArray hostOf(const QByteArray& origin)
     return hostIn(origin.mid(origin.indexOf("://") + 3));
 }
 
-/// Browsers send a cookie to all ports of a host, so servers beside each other need names of their own. `head`: with a
-/// Host that was checked.
+/// Browsers send a cookie to all ports of a host, so servers on the same host need different names. `head`: its Host is
+/// valid.
 QByteArray cookieName(const RequestHead& head)
 {
     const QByteArray host = head.value("Host");

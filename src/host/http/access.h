@@ -15,8 +15,8 @@
 #include <variant>
 #include <vector>
 
-/// The two ends of a connection, as the socket knows them. What a proxy claims in X-Forwarded-For or the like is
-/// ignored.
+/// The two ends of a connection, as the socket knows them. Addresses that a proxy claims, in X-Forwarded-For or the
+/// like, are ignored.
 struct Connection
 {
     IpAddress client;
@@ -36,10 +36,10 @@ struct AccessSettings
 {
     /// Made by readHostName(). Loopback names and the socket's own addresses need not be named.
     std::vector<QByteArray> hosts = {};
-    /// Made by readOrigin(). A request may be for their hosts, too, but a page that a browser got from such a host
-    /// under another origin is foreign: what comes without TLS may be anybody's.
+    /// Made by readOrigin(). Requests may also name their hosts. A page from such a host, but of another origin, is
+    /// foreign: anybody may have sent it if it came without TLS.
     std::vector<QByteArray> origins = {};
-    /// Then nobody is admitted before setToken().
+    /// If so, nobody is admitted before setToken().
     bool needsToken = false;
 };
 
@@ -80,14 +80,14 @@ public:
     [[nodiscard]] bool holds(const Credential& credential) const;
 
     /// The value of Set-Cookie for a new session, or 401 or 429. `head`: of an admitted request to log in. The cookie
-    /// is for the port that the client has asked only.
+    /// counts only for the port that the client addressed.
     [[nodiscard]] std::variant<QByteArray, Refusal>
     logIn(const QByteArray& token, const RequestHead& head, const Connection& connection, Time now);
     /// Ends the request's session, if it has one. Returns the value of Set-Cookie that makes the browser forget it.
     [[nodiscard]] QByteArray logOut(const RequestHead& head);
 
 private:
-    /// Whether the host has the server's address, or one of its names. `host`: in its only form.
+    /// Whether the host is the server's address or one of its names. `host`: in canonical form.
     [[nodiscard]] bool isOwnHost(const QByteArray& host, const Connection& connection) const;
     [[nodiscard]] bool isHostOfOrigin(const QByteArray& host) const;
     [[nodiscard]] bool isOwnOrigin(const RequestHead& head, const Connection& connection) const;
@@ -95,7 +95,7 @@ private:
     [[nodiscard]] std::optional<Refusal> checkSender(const RequestHead& head, const Connection& connection) const;
     [[nodiscard]] std::variant<Credential, Refusal>
     authenticate(const RequestHead& head, const Connection& connection, Time now);
-    /// The key of the session that the request has a cookie of; empty if it has none.
+    /// The key of the session that the request's cookie names; empty if there is none.
     [[nodiscard]] QByteArray sessionOf(const RequestHead& head) const;
     [[nodiscard]] bool isToken(const QByteArray& text) const;
     /// Counts a wrong token.

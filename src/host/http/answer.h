@@ -5,7 +5,7 @@
 
 #include <optional>
 
-/// What a request is answered with: a head, and behind it either bytes or a part of a file.
+/// The answer to a request: a head, and as its body either bytes or a part of a file.
 struct Answer
 {
     Answer(Response response) : head(std::move(response.head)), body(std::move(response.body)) {}

@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int mostConnections = 1024;
-/// Of one site, but for this machine, where a proxy may be.
+/// Of one site, except this machine, where a proxy may run.
 constexpr int mostOfSite = 64;
 
 } // namespace
@@ -70,7 +70,7 @@ void ConnectionTable::checkAccess()
     forEach([](ServedConnection& connection) { connection.checkAccess(); });
 }
 
-/// The function may end connections, but not the table's view of them.
+/// The function may end connections: it runs on a copy of the table.
 template<typename Function>
 void ConnectionTable::forEach(const Function& function)
 {

@@ -11,7 +11,7 @@
 class ConnectionTable;
 class Metrics;
 
-/// A connection that the server ends at its own end, or when access is withdrawn. In the I/O thread.
+/// A connection that the server ends when it stops, or when access is withdrawn. In the I/O thread.
 class ServedConnection : public std::enable_shared_from_this<ServedConnection>
 {
 public:
@@ -19,9 +19,9 @@ public:
     virtual ~ServedConnection();
     Q_DISABLE_COPY_MOVE(ServedConnection)
 
-    /// Ends when what is being sent has been sent.
+    /// Ends as soon as the pending output has been sent.
     virtual void finish() = 0;
-    /// Closes the socket and cancels what is under way.
+    /// Closes the socket and cancels the requests under way.
     virtual void abort() = 0;
     /// Ends if the client may no longer be connected.
     virtual void checkAccess() = 0;
@@ -46,7 +46,7 @@ public:
     /// `emptied` is called when no connection is left.
     void finishAll(std::function<void()> emptied);
     void abortAll();
-    /// After a change of what AccessPolicy::holds() says.
+    /// Call when AccessPolicy::holds() may have changed.
     void checkAccess();
 
 private:

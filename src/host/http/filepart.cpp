@@ -15,12 +15,12 @@ constexpr qint64 window = qint64{1} << 20;
 constexpr qint64 turn = qint64{1} << 20;
 constexpr qint64 probeDistance = qint64{128} << 10;
 
-/// Whether the byte is in the page cache. If the file system cannot say so, it is taken to be on the disk.
+/// Whether the byte is in the page cache. If the file system does not know, it is assumed to be on the disk.
 bool isResidentAt(int file, qint64 offset)
 {
     char byte = 0;
     iovec target = {&byte, 1};
-    // A failure, or a file that has become shorter, shows when it is sent.
+    // Sending reports a failure, or that the file has become shorter.
     return preadv2(file, &target, 1, offset, RWF_NOWAIT) >= 0 || (errno != EAGAIN && errno != EOPNOTSUPP);
 }
 

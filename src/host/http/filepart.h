@@ -34,7 +34,7 @@ public:
 
     /// Is sent before the part. Call before send().
     void setHead(QByteArray head) { m_head = std::move(head); }
-    /// Sends what is in the page cache to the socket, which does not block. Does not wait for the disk.
+    /// Sends bytes from the page cache to the socket, which must not block. Does not wait for the disk.
     [[nodiscard]] Step send(int socket);
     /// Reads the next bytes into the page cache. Waits for the disk.
     void load();
@@ -46,11 +46,11 @@ private:
     [[nodiscard]] bool isResident(qint64 from, qint64 to) const;
 
     std::shared_ptr<const MediaFile> m_file;
-    /// What is not sent of it.
+    /// The rest that has not been sent.
     QByteArray m_head;
     qint64 m_first;
     qint64 m_next;
     qint64 m_end;
-    /// The bytes before it are taken to be in the page cache.
+    /// The bytes before it are assumed to be in the page cache.
     qint64 m_warmEnd = 0;
 };

@@ -64,7 +64,7 @@ RequestHead headOf(const Parser& parser)
     return head;
 }
 
-/// What the parser lets through although two readers could disagree about where the request ends.
+/// Refuses requests that the parser accepts although two readers could disagree about where they end.
 std::optional<Refusal> checkFraming(const RequestHead& head)
 {
     if (head.count("Transfer-Encoding") > 0)
@@ -104,7 +104,7 @@ std::optional<Refusal> checkUpgrade(const Parser& parser, const RequestHead& hea
         return Refusal{426, {{"Upgrade", "websocket"}, {"Sec-WebSocket-Version", version}}};
     const QByteArray key = head.value("Sec-WebSocket-Key");
     constexpr int keyLength = 24;
-    // A client that sends frames before the answer tries to pass something by.
+    // A client that sends frames before the answer tries to smuggle something past a proxy.
     if (key.size() != keyLength || !parser.is_done() || buffer.size() > 0)
         return Refusal{400};
     return std::nullopt;
@@ -152,7 +152,7 @@ private:
     void awaitSocket();
     void awaitDisk();
     void answered();
-    /// The answer is sent, as far as it could be.
+    /// Counts and logs the answer, which has been sent as far as possible.
     void account();
     /// `bytes`: of the body.
     void log(int status, qint64 bytes);
@@ -172,7 +172,7 @@ private:
     Socket m_socket;
     asio::steady_timer m_timer;
     Clock::time_point m_limit = never;
-    /// When the timer looks at the limit, which changes with every step and is seldom reached.
+    /// When the timer next checks the limit, which changes with every step and is seldom reached.
     Clock::time_point m_nextLook = never;
     beast::flat_buffer m_buffer{longestBuffer};
     std::optional<Parser> m_parser;
@@ -186,7 +186,7 @@ private:
     std::shared_ptr<void> m_underWay;
     /// Of the request that was handled last.
     quint64 m_serial = 0;
-    /// While the request is being handled: no operation keeps the connection then.
+    /// Keeps the connection while the request is being handled, when no operation does.
     std::shared_ptr<HttpConnection> m_handling;
     std::optional<Answer> m_answer;
     QByteArray m_headText;
@@ -231,7 +231,7 @@ void HttpConnection::abort()
 
 void HttpConnection::checkAccess()
 {
-    // Who logs out gets an answer.
+    // A request to log out gets its answer.
     const bool isServing = (m_handling || m_answer) && m_request.route.kind != Route::Kind::Logout;
     if (isServing && !m_parts.access.holds(m_credential))
         abort();
@@ -264,7 +264,7 @@ void HttpConnection::receive()
 
 void HttpConnection::received(const ErrorCode& error, std::size_t size)
 {
-    // Nobody waits for an answer to a part of a request.
+    // The client is gone, and does not wait for an answer to a part of a request.
     if (error)
         return;
     const bool isBeginning = !m_isReadingBody && m_buffer.size() == 0;
@@ -274,7 +274,7 @@ void HttpConnection::received(const ErrorCode& error, std::size_t size)
     parse();
 }
 
-/// What has come, and reads more if need be.
+/// Parses the bytes that have arrived, and reads more if need be.
 void HttpConnection::parse()
 {
     const auto isRead = [this] { return m_isReadingBody ? m_parser->is_done() : m_parser->is_header_done(); };
@@ -369,7 +369,7 @@ void HttpConnection::handle()
         return answer(std::move(*prompt));
     m_handling = self();
     m_underWay = std::get<RequestHandler::UnderWay>(std::move(handled));
-    // Only these may take long.
+    // Only calls may take long.
     if (m_request.route.kind == Route::Kind::Rpc)
         watchClient();
     // The disk of a cover may hang; the executor limits the other requests.
@@ -377,7 +377,7 @@ void HttpConnection::handle()
         limit(m_parts.times.idle);
 }
 
-/// Nobody waits any more for the answer to a client that is gone.
+/// Aborts if the client goes away before its answer comes.
 void HttpConnection::watchClient()
 {
     m_socket.async_wait(Tcp::socket::wait_read, [self = self()](const ErrorCode& error) {
@@ -396,7 +396,7 @@ void HttpConnection::receiveAnswer(quint64 serial, Answer received)
 
 void HttpConnection::refuse(const Refusal& refusal)
 {
-    // The rest of the input could look like a request.
+    // The rest of the body would be read as the next request.
     if (!m_parser->is_done())
         m_staysOpen = false;
     answer(makeResponse(refusal));
@@ -425,7 +425,7 @@ void HttpConnection::answer(Answer answer)
     sendFile();
 }
 
-/// With the beginning of the body.
+/// Writes the beginning of the body with it.
 void HttpConnection::writeHead()
 {
     const int size = std::min(m_answer->body.size(), writingStep);
@@ -484,7 +484,7 @@ void HttpConnection::awaitSocket()
 void HttpConnection::awaitDisk()
 {
     limit(m_parts.times.idle);
-    // The connection is destroyed in no thread but its own.
+    // Only its own thread may destroy the connection.
     m_parts.disk.post([self = self(), io = &m_parts.io]() mutable {
         self->m_answer->file->load();
         io->post([self = std::move(self)] { self->sendFile(); });
@@ -523,7 +523,7 @@ void HttpConnection::log(int status, qint64 bytes)
         accessLine({head.method, head.target, status, bytes, duration, m_ends.client}).constData());
 }
 
-/// To close with input unread would make the system drop the response before the client has read it.
+/// If the socket were closed with unread input, the system would drop the response before the client has read it.
 void HttpConnection::awaitClose()
 {
     ErrorCode ignored;

@@ -19,7 +19,7 @@
 
 namespace {
 
-/// Threads that read ahead what is to be sent.
+/// Threads that read files ahead of sending.
 constexpr int diskThreads = 4;
 /// Bytes of messages that wait for all WebSockets together.
 constexpr qint64 mostPending = qint64{256} << 20;
@@ -33,7 +33,7 @@ QString coverDirectory(const QString& stateDirectory)
 
 } // namespace
 
-/// Members that others use come before them.
+/// Each member uses only members above it.
 class HttpServer::State
 {
 public:
@@ -47,7 +47,7 @@ public:
     }
     ~State()
     {
-        // What the threads of the disk bring back is not served any more.
+        // Functions that the disk's threads still post are not called any more.
         m_io.stop();
     }
     Q_DISABLE_COPY_MOVE(State)
@@ -77,7 +77,7 @@ private:
     KeptFiles m_files;
     RequestHandler m_handler;
     std::optional<TokenFile> m_tokenFile;
-    /// A disk that hangs does not keep a new token from being read.
+    /// A thread of its own, so that a disk that hangs does not delay a new token.
     ThreadPool m_tokenReading{1};
     /// In the I/O thread.
     std::vector<std::unique_ptr<Acceptor>> m_acceptors;

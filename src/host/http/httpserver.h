@@ -34,8 +34,8 @@ public:
 
     /// Accepts no connection any more.
     void stopAccepting();
-    /// Ends all connections; the clients have `patience` to read what is on its way. False if a thread still waits for
-    /// the disk then: to destroy the server would wait for it.
+    /// Ends all connections; the clients have `patience` to read the pending output. False if a thread still waits for
+    /// the disk after that: the destructor would wait for it.
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
 
 private:

@@ -45,7 +45,7 @@ void IoThread::run()
         try {
             m_context->run();
         } catch (const std::exception& exception) {
-            // Say for want of memory. What was being served is dropped with its handler.
+            // Memory may have run out. The connection ends with the handler that has thrown.
             HOST_LOG(httpLogger(), ERROR, "src/host/http/iothread", "a connection was dropped: " << exception.what());
         }
     }

@@ -16,7 +16,7 @@ const IpAddress::Bytes mappedPrefix = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF}
 std::optional<IpAddress> IpAddress::fromText(std::string_view text)
 {
     const std::string terminated(text);
-    // Otherwise inet_pton() would ignore what is behind.
+    // Otherwise inet_pton() would ignore the rest.
     if (text.find('\0') != std::string_view::npos)
         return std::nullopt;
     Bytes bytes = mappedPrefix;

@@ -25,7 +25,7 @@ public:
 
     [[nodiscard]] bool isV4() const;
     [[nodiscard]] bool isLoopback() const;
-    /// The network that one site has as a rule: the address itself, or the first 64 bits of an IPv6 address.
+    /// The network that a site usually has: the address itself, or the first 64 bits of an IPv6 address.
     [[nodiscard]] IpAddress site() const;
 
     friend bool operator==(const IpAddress& a, const IpAddress& b) { return a.m_bytes == b.m_bytes; }

@@ -19,11 +19,12 @@ public:
     struct Settings
     {
         std::size_t most = 16;
-        /// Between two looks at the files; one that was not used in between is closed.
+        /// Between two checks, which close the files that were not used since the one before.
         std::chrono::milliseconds interval = std::chrono::seconds(1);
     };
 
-    /// Closes the files in a thread of `disk`, since a file system may take long for that, too. All must outlive this.
+    /// A thread of `disk` closes the files, since closing may wait for the file system. `io` and `disk` must outlive
+    /// this object.
     KeptFiles(MediaLibrary library, IoThread& io, ThreadPool& disk, const Settings& settings);
 
     /// The file, if it is kept and is what the library would open. Does not wait for the disk. In the I/O thread.

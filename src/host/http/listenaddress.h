@@ -15,6 +15,6 @@ struct ListenAddress
 
     /// `text`: ADDRESS:PORT; an IPv6 address is in brackets.
     [[nodiscard]] static Result<ListenAddress> fromText(const QString& text);
-    /// As fromText() takes it.
+    /// In the form that fromText() reads.
     [[nodiscard]] QByteArray toText() const;
 };

@@ -22,6 +22,6 @@ public:
 
 private:
     QSet<QByteArray> m_keys;
-    /// The keys in the order of their beginnings.
+    /// The keys, the oldest session first.
     std::deque<QByteArray> m_order;
 };

@@ -56,7 +56,7 @@ private:
     Counter m_sentBytes = 0;
     /// By method and the status's first digit.
     std::array<std::array<Counter, classCount>, methodCount> m_requests = {};
-    /// By the longest duration of the bucket; the last one has no longest.
+    /// By the bucket's longest duration; the last bucket has no limit.
     std::array<Counter, bucketCount> m_durations = {};
     Counter m_nanoseconds = 0;
 };

@@ -8,13 +8,13 @@
 #include <optional>
 #include <utility>
 
-/// The messages to a client that are written elsewhere, one after the other.
+/// The pending messages to a client, for a writer that takes them one by one.
 class Outbox : public MessageSink
 {
 public:
     using Wake = std::function<void()>;
 
-    /// `wake` is called, in any thread, when the first message comes and whenever one comes after next() has given
+    /// `wake` is called, in any thread, when the first message arrives, when one arrives after next() has returned
     /// nothing, and when the outbox becomes overfull. It must not block.
     Outbox(const PendingBudget& budget, Wake wake) : m_wake(std::move(wake)), m_part(budget) {}
 
@@ -22,20 +22,20 @@ public:
     void sendLatest(const QString& key, QByteArray message) override;
     void endReplacing() override;
 
-    /// More than 1 MiB is pending, with what is being written.
+    /// True if more than 1 MiB is pending, including the message that is being written.
     [[nodiscard]] bool isFull() const override;
     void setRoomHandler(std::function<void()> handler) override;
 
-    /// The message to be written now; what was given before is written. Nothing: `wake` will be called.
+    /// The next message to write, once the one before has been written. If there is none, `wake` announces the next.
     [[nodiscard]] std::optional<Message> next();
-    /// So much was pending, for this client or for all together, that the client has to go.
+    /// True if so much was pending, for this client or for all together, that the client must be disconnected.
     [[nodiscard]] bool isOverfull() const;
     /// Drops pending and later messages. Calls no handler any more; one may still be running.
     void close();
 
 private:
     void add(PendingMessages::Entry entry);
-    /// After a message came. True if the client has to go since then.
+    /// Call after adding a message. True if the outbox has become overfull with it.
     [[nodiscard]] bool becomesOverfullLocked();
     [[nodiscard]] bool isFullLocked() const;
 

@@ -5,14 +5,14 @@
 #include <atomic>
 #include <memory>
 
-/// What may wait for all clients together. When more waits, a client that has more than its fair part must go.
-/// Thread-safe.
+/// Limits the bytes that wait for all clients together. When more wait, clients with more than an equal part must be
+/// disconnected. Thread-safe.
 class PendingBudget
 {
     struct State;
 
 public:
-    /// What waits for one client; it may outlive the budget. For one thread at a time.
+    /// The bytes that wait for one client. May outlive the budget. For one thread at a time.
     class Part
     {
     public:
@@ -21,7 +21,7 @@ public:
         Q_DISABLE_COPY_MOVE(Part)
 
         void set(qint64 bytes);
-        /// More waits for all clients than is allowed, and more for this one than its equal part of that.
+        /// True if more than the limit waits for all clients, and more than an equal part of it for this one.
         [[nodiscard]] bool isTooLarge() const;
 
     private:
@@ -29,7 +29,7 @@ public:
         qint64 m_bytes = 0;
     };
 
-    /// `limit`: bytes; texts that several clients share count for each.
+    /// `limit`: bytes; a text that several clients share counts once for each.
     explicit PendingBudget(qint64 limit) : m_state(std::make_shared<State>(limit)) {}
 
 private:

@@ -11,7 +11,7 @@ QByteArray randomHex(int bytes)
     do {
         count = getrandom(random.data(), static_cast<std::size_t>(bytes), 0);
     } while (count < 0 && errno == EINTR);
-    // The kernel gives up to 256 bytes at once, or none.
+    // The kernel returns up to 256 bytes at once, or none.
     Q_ASSERT(count == bytes);
     return random.toHex();
 }

@@ -2,5 +2,5 @@
 
 #include <QByteArray>
 
-/// As many bytes that nobody can guess, from 1 to 256, in hexadecimal digits.
+/// Random bytes that nobody can guess, from 1 to 256 of them, in hexadecimal digits.
 [[nodiscard]] QByteArray randomHex(int bytes);

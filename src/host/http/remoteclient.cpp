@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Bytes; parsing a shorter message takes less time than a change of threads disturbs.
+/// Bytes; parsing a shorter message takes less time than a change of threads.
 constexpr int longMessage = 8192;
 
 } // namespace
@@ -35,7 +35,7 @@ bool RemoteClient::accept(const QByteArray& message, Function accepted)
     }
     const auto parse = [weak = std::weak_ptr(m_dispatcher), message, accepted = std::move(accepted),
                         isDone = std::make_shared<std::atomic_flag>()] {
-        // A job that takes too long is refused, too.
+        // A job that takes too long is also refused, and would parse twice.
         if (isDone->test_and_set())
             return;
         if (const auto dispatcher = weak.lock())
@@ -45,7 +45,7 @@ bool RemoteClient::accept(const QByteArray& message, Function accepted)
     RequestExecutor::Job job;
     job.context = std::make_shared<CMRequestContext>();
     job.run = [parse](const RequestExecutor::Slot& /*slot*/) { parse(); };
-    // Then the executor refuses the request itself, whose client hears of it.
+    // The executor then also refuses the request in the message, and so answers it.
     job.refuse = [parse](RequestExecutor::Refusal /*refusal*/) { parse(); };
     m_executor.submit(m_parsing, std::move(job));
     return false;

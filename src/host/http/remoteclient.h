@@ -5,13 +5,13 @@
 #include <functional>
 #include <memory>
 
-/// A client of the network: its dispatcher, and the reading of its messages.
+/// A network client: its dispatcher, and the parsing of its long messages in threads of the executor.
 class RemoteClient
 {
 public:
     using Function = std::function<void()>;
 
-    /// The parameters are the dispatcher's; the client's answers are for a network.
+    /// Passes all parameters to the dispatcher.
     RemoteClient(
         const Services& services, const Dispatcher::Profile& profile, std::shared_ptr<MessageSink> sink,
         Function readyHandler);
@@ -20,9 +20,8 @@ public:
     ~RemoteClient();
     Q_DISABLE_COPY_MOVE(RemoteClient)
 
-    /// Takes a message. False: it is so long that parsing takes a while, so another thread does it and then calls
-    /// `accepted`; give no other message before. `accepted` must not block; it may still be called after the client's
-    /// end.
+    /// Takes a message. False: it is so long that another thread parses it, and then calls `accepted`; pass no other
+    /// message before that. `accepted` must not block; it may still be called after the client's end.
     [[nodiscard]] bool accept(const QByteArray& message, Function accepted);
     [[nodiscard]] bool isReady() const { return m_dispatcher->isReady(); }
     [[nodiscard]] bool isIdle() const { return m_dispatcher->isIdle(); }

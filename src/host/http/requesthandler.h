@@ -23,14 +23,14 @@ struct HttpRequest
     QByteArray body = {};
 };
 
-/// Answers all requests but those for a WebSocket. In the I/O thread, which it does not hold up.
+/// Answers all requests except those for a WebSocket. In the I/O thread, which it never blocks.
 class RequestHandler
 {
 public:
     /// Gets the answer, in any thread. Must not block. A request that takes too long is refused while it still runs,
     /// and may have a second answer then; the first counts.
     using Receive = std::function<void(Answer)>;
-    /// To destroy it cancels the request; its answer may still come then. Null: the request cannot be cancelled.
+    /// Its destruction cancels the request, whose answer may still come. Null: the request cannot be cancelled.
     using UnderWay = std::shared_ptr<void>;
 
     struct Parts
@@ -47,7 +47,7 @@ public:
     /// The parts must outlive the handler.
     explicit RequestHandler(Parts parts) : m_parts(std::move(parts)) {}
 
-    /// Returns the answer if it takes no waiting. Otherwise `receive` gets it, perhaps before this returns.
+    /// Returns the answer if nothing has to wait for it. Otherwise `receive` gets it, perhaps before this returns.
     [[nodiscard]] std::variant<Answer, UnderWay> handle(const HttpRequest& request, const Receive& receive);
 
 private:

@@ -14,7 +14,7 @@ struct Endpoint
     QByteArray path;
     Route::Kind kind;
     QByteArrayList methods;
-    /// Paths that go on behind `path` are the endpoint's too.
+    /// Whether longer paths that begin with `path` belong to the endpoint, too.
     bool hasRest = false;
     bool isOpen = false;
 };
@@ -46,7 +46,7 @@ struct Halves
     QByteArray behind;
 };
 
-/// The text at both sides of the first separator. Without one all of it comes before.
+/// The text on both sides of the first separator; without one, all of it is `before`.
 Halves splitAt(const QByteArray& text, char separator)
 {
     const int position = text.indexOf(separator);

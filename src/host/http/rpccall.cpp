@@ -19,7 +19,7 @@ public:
     [[nodiscard]] bool isFull() const override { return false; }
     void setRoomHandler(std::function<void()> /*handler*/) override {}
 
-    /// The first call counts.
+    /// Only the first call has an effect.
     void finish(const std::optional<QByteArray>& answer)
     {
         RpcCall::Receive receive;

@@ -14,8 +14,9 @@ namespace RpcCall {
 /// The answer, or nothing if the message asks for none.
 using Receive = std::function<void(const std::optional<QByteArray>& answer)>;
 
-/// Calls `receive` once, in any thread, perhaps before it returns, unless what it returns is destroyed before: that
-/// cancels the call. `receive` must not block. From one thread at a time. `language`: as in Dispatcher::Profile.
+/// Calls `receive` once, in any thread, perhaps before start() returns. Destroying the returned object cancels the
+/// call: `receive` is not called after that. `receive` must not block. From one thread at a time. `language`: as in
+/// Dispatcher::Profile.
 [[nodiscard]] std::shared_ptr<void>
 start(const Services& services, const TrLanguage* language, const QByteArray& message, Receive receive);
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int shortestToken = 16;
 constexpr int longestToken = 1024;
-/// Of a token that is made: few enough to type.
+/// Of a new token: few enough to type.
 constexpr int tokenBytes = 16;
 
 /// Changes with the file's content and permissions. Null if there is no such file.

@@ -27,6 +27,6 @@ public:
 
 private:
     QString m_file;
-    /// Of the file as it was read last.
+    /// That of the file when it was read last.
     QByteArray m_stamp;
 };

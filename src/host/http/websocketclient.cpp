@@ -90,7 +90,7 @@ private:
     void opened(const ErrorCode& error);
     void readIfReady();
     void received(const ErrorCode& error);
-    /// A long message has been parsed.
+    /// Called when a long message has been parsed.
     void accepted();
     void writeNext();
     void written(const ErrorCode& error);
@@ -119,13 +119,13 @@ private:
 
     Message m_message;
     bool m_isReading = false;
-    /// Reading waits until the client is ready. Read in all threads.
+    /// True while reading waits for the client to be ready. Read in all threads.
     std::atomic<bool> m_isPaused = false;
     bool m_isWriting = false;
     bool m_isAccepting = false;
     std::optional<websocket::close_code> m_closeCode;
     bool m_isPinging = false;
-    /// When the ping was sent, or looked at last.
+    /// Bytes when the ping was sent, or at the last check.
     std::size_t m_receivedBefore = 0;
     std::size_t m_sentBefore = 0;
 };
@@ -142,7 +142,7 @@ WebSocketClient::WebSocketClient(const ServerParts& parts, WebSocketOpening open
     m_stream.read_message_max(static_cast<std::size_t>(parts.services.limits.message));
     m_stream.auto_fragment(false);
     m_stream.text(true);
-    // By itself the library names itself.
+    // Otherwise the library would name itself.
     m_stream.set_option(websocket::stream_base::decorator(
         [](websocket::response_type& response) { response.set(http::field::server, "tavo"); }));
 }
@@ -193,7 +193,7 @@ std::function<void()> WebSocketClient::poster(void (WebSocketClient::*function)(
     };
 }
 
-/// One reading is always under way, for pings and closes too, unless the client has too much under way.
+/// Unless the client has too much under way, one read is always pending, also for pings and closes.
 void WebSocketClient::readIfReady()
 {
     if (m_isReading || m_isAccepting || m_closeCode || !m_client)
@@ -216,7 +216,7 @@ void WebSocketClient::received(const ErrorCode& error)
     const auto bytes = m_buffer.cdata();
     const QByteArray message(static_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
     m_buffer.consume(m_buffer.size());
-    // The closing reads the rest.
+    // async_close() reads the rest.
     if (m_closeCode)
         return;
     if (m_buffer.capacity() > usualBuffer)
@@ -330,7 +330,7 @@ void WebSocketClient::checkPong()
     const CountingPolicy& traffic = beast::get_lowest_layer(m_stream).rate_policy();
     const bool hasReceived = traffic.received() != m_receivedBefore;
     const bool hasSent = traffic.sent() != m_sentBefore;
-    // The ping waits behind a message that the client reads slowly, or not at all.
+    // The ping may wait behind a message that the client reads slowly, or not at all.
     const bool isStuck = m_isPinging && !hasSent;
     const bool isSilent = m_isReading && !hasReceived && !m_isPinging;
     if (isStuck || isSilent)

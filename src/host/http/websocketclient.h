@@ -11,12 +11,12 @@ class TrLanguage;
 struct WebSocketOpening
 {
     FileDescriptor socket;
-    /// Which addresses the socket has.
+    /// Whether the socket's addresses are IPv4.
     bool isV4 = true;
     /// The value of Sec-WebSocket-Key.
     QByteArray key;
     Credential credential;
-    /// In which the client reads texts; null: the application's.
+    /// The language of the client's texts; null: the application's.
     const TrLanguage* language = nullptr;
 };
 
