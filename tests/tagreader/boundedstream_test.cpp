@@ -1,6 +1,6 @@
 // The stream that TagLib reads a file through.
 
-#include "support/audiofile.h"
+#include "audiofile.h"
 
 #include "model/cmrequestcontext.h"
 #include "tagreader/boundedstream_p.h"

@@ -2,8 +2,7 @@
 
 #include "tagreader/coverreader.h"
 
-#include "support/audiofile.h"
-
+#include "audiofile.h"
 #include "printers.h"
 
 #include <QBuffer>

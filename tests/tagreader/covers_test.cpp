@@ -1,8 +1,8 @@
 // Pictures in tags and the art that they become.
 
-#include "support/audiofile.h"
 #include "support/item.h"
 
+#include "audiofile.h"
 #include "printers.h"
 
 #include <QBuffer>

@@ -1,10 +1,10 @@
 // Files that are made to do harm, each named after its flaw: they cost bounded time and memory, and never end the
 // process.
 
-#include "support/audiofile.h"
 #include "support/cost.h"
 #include "support/item.h"
 
+#include "audiofile.h"
 #include "printers.h"
 
 #include <QBuffer>

@@ -1,8 +1,8 @@
 // What a reader makes of a file's rows, and of a path alone.
 
-#include "support/audiofile.h"
 #include "support/item.h"
 
+#include "audiofile.h"
 #include "printers.h"
 
 #include "tavo/tavoroles.h"

@@ -1,7 +1,8 @@
 // Items for a request that is cancelled, or whose answer may take only so many bytes.
 
-#include "support/audiofile.h"
 #include "support/item.h"
+
+#include "audiofile.h"
 
 #include "model/cmrequestcontext.h"
 #include "tavo/tavoroles.h"

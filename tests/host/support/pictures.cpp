@@ -1,20 +1,10 @@
 #include "support/pictures.h"
 
+#include "audiofile.h"
+
 #include <QBuffer>
 
 #include <gtest/gtest.h>
-
-namespace {
-
-QByteArray synchsafe(int number)
-{
-    QByteArray bytes;
-    for (const int shift : {21, 14, 7, 0})
-        bytes.append(static_cast<char>((number >> shift) & 0x7f));
-    return bytes;
-}
-
-} // namespace
 
 QByteArray pictureFile(const QSize& size, const char* format)
 {
@@ -41,8 +31,5 @@ QByteArray monochromePng(const QSize& size)
 
 QByteArray songWithCover(const QByteArray& picture)
 {
-    // Latin-1, the MIME type, a front cover, no description.
-    const QByteArray content = QByteArray("\0image/png\0\3\0", 13) + picture;
-    const QByteArray frame = "APIC" + synchsafe(content.size()) + QByteArray(2, '\0') + content;
-    return QByteArray("ID3\4\0\0", 6) + synchsafe(frame.size()) + frame;
+    return id3Tag(id3Frame("APIC", pictureContent(picture)));
 }
