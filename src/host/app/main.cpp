@@ -23,7 +23,7 @@ int main(int argc, char** argv)
     }
     limitFreeMemory();
     const int output = claimStandardOutput();
-    // Whoever writes to a closed pipe learns of it from write().
+    // Instead of the signal, write() reports that a pipe is closed.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     const HostApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavo"));

@@ -39,7 +39,7 @@ using OptionList = QList<Option>;
 /// What the program takes without a command, and the global options.
 [[nodiscard]] OptionList programOptions();
 
-/// The functions below take what both parsers were given; where both have a value, the second's.
+/// The functions below use the options of both parsers; if both have a value, the second's.
 
 /// The configuration file and the options, which win. Roots of the command line replace configured ones. May wait for
 /// the disk.
@@ -50,7 +50,7 @@ logConfiguration(LogConfiguration configured, const QCommandLineParser& program,
 Result<HostSettings>
 hostSettings(const Configuration& configuration, const QCommandLineParser& program, const QCommandLineParser& command);
 
-/// The configured roots, as the host takes them.
+/// The configured roots as settings of the host.
 [[nodiscard]] std::vector<RootSettings> rootSettings(const Configuration& configuration);
 
 /// The value of an option that takes a number from `minimum` up; `byDefault` if it is not given.

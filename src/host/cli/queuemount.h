@@ -8,7 +8,7 @@
 /// The options of a command that serves the queue beside the roots.
 [[nodiscard]] OptionList queueOptions();
 
-/// Mounts the queue, which keeps what outlives the program in the directory; empty: it keeps nothing. Without its
-/// module there is no queue, and a log line says so; fails only if the module was named on the command line.
+/// Mounts the queue, which is kept in the directory; empty: it ends with the program. If the module is missing, there
+/// is no queue, and a log line says so; fails only if the command line names the module.
 [[nodiscard]] Result<void>
 mountQueue(ContentHost& host, const QCommandLineParser& parser, const QString& stateDirectory);

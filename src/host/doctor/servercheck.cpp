@@ -48,7 +48,7 @@ Findings checkState(const QString& directory)
     return checkRoom(directory, QStorageInfo(existing).bytesAvailable());
 }
 
-/// Why what listens there is no tavo with that token; success if it is one, as far as one can know without a token.
+/// Fails unless a tavo with that token listens there. Without a token, one that needs a token counts, too.
 Result<void> checkOccupant(const ListenAddress& address, const QByteArray& token)
 {
     const RpcClient client(ServerAddress{address.address.toText(), address.port, {}}, token, answerPatience);

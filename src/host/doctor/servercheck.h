@@ -3,7 +3,7 @@
 #include "doctor/finding.h"
 #include "http/listenaddress.h"
 
-/// What a server is to be started with.
+/// The settings with which a server is to be started.
 struct ServerPlan
 {
     std::vector<ListenAddress> addresses;
@@ -20,5 +20,5 @@ struct ServerPlan
 /// finding.
 [[nodiscard]] Findings checkServer(const ServerPlan& plan);
 
-/// `freeBytes`: what the file system of the state directory has left.
+/// `freeBytes`: free space in the file system of the state directory.
 [[nodiscard]] Findings checkRoom(const QString& stateDirectory, qint64 freeBytes);

@@ -89,7 +89,7 @@ dev_t deviceOf(const fs::path& path)
     return lstat(path.c_str(), &status) == 0 ? status.st_dev : 0;
 }
 
-/// Goes through the directory of one root.
+/// Walks through the directory of one root.
 class Walk
 {
 public:

@@ -8,7 +8,7 @@
 #include <chrono>
 #include <functional>
 
-/// What a walk through the directory of a root has met.
+/// The result of a walk through the directory of a root.
 struct TreeReport
 {
     Findings findings;

@@ -3,7 +3,7 @@
 #include "doctor/finding.h"
 #include "liveness/kernelevents.h"
 
-/// What the kernel grants beyond what is in use now.
+/// Whether the kernel still grants the watches and instances of inotify that a host needs.
 struct FreeWatches
 {
     bool watch = true;

@@ -25,7 +25,7 @@ class Healer : public CMChangeReceiver
 {
     Q_OBJECT
 public:
-    /// The directory of a path of the worker, as the system's calls take it.
+    /// The directory of a path of the worker, encoded for system calls.
     using LocalPath = std::function<QByteArray(const CMPath& path)>;
 
     /// `interval` 0: no sweeps; it examines the directories only after resets.
@@ -57,7 +57,7 @@ private:
     {
         QByteArray localPath;
         Snapshot last;
-        /// When the last reset was announced that the last sweep knew.
+        /// The time of the last reset before the last sweep.
         Time announced;
         /// The last sweep found a change that no reset had announced.
         bool suspect = false;
@@ -73,7 +73,7 @@ private:
     void removed(const CMPath& path);
 
     void sweep();
-    /// Does nothing while the file system does not answer; then it is done later.
+    /// Does nothing if the file system does not answer; a later sweep makes up for it.
     void checkIdentities();
     /// Of all directories; none if the file system does not answer.
     [[nodiscard]] std::optional<QHash<CMPath, Snapshot>> takeSnapshots();
@@ -92,6 +92,6 @@ private:
     bool m_watchesAdded = false;
     bool m_fileSystemChecked = false;
     bool m_hasWarnedOfLimit = false;
-    /// As far as the healer can know, every directory is watched.
+    /// Whether every directory is watched, as far as the healer can know.
     bool m_eventsArrive = true;
 };

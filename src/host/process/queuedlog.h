@@ -8,9 +8,9 @@
 #include <thread>
 #include <vector>
 
-/// As long as it lives, a thread of its own writes all lines of the process's log: a log that takes no more, such as a
-/// pipe that nobody reads, holds up no thread that logs. At most 1,000 lines wait; further ones are dropped, and
-/// counted in the line that comes before the next one that is not.
+/// As long as it lives, a thread of its own writes all lines of the process's log, so that a log that takes no more,
+/// such as a pipe that nobody reads, blocks no thread that logs. At most 1,000 lines wait; further ones are dropped,
+/// and the log then says how many.
 class QueuedLog
 {
 public:
@@ -21,7 +21,7 @@ public:
     QueuedLog(const QueuedLog&) = delete;
     QueuedLog& operator=(const QueuedLog&) = delete;
 
-    /// False if some lines still wait then: to destroy the object would wait for them.
+    /// False if some lines still wait after that: the destructor would wait for them.
     [[nodiscard]] bool isWrittenWithin(std::chrono::milliseconds patience);
 
 private:

@@ -13,13 +13,14 @@ constexpr std::chrono::milliseconds requestPatience{1200};
 constexpr std::chrono::milliseconds outputPatience{500};
 constexpr std::chrono::milliseconds workerPatience{200};
 constexpr std::chrono::milliseconds logPatience{100};
-/// How long the clients of a network may take to read what is on its way.
+/// How long network clients may take to read the pending output.
 constexpr std::chrono::milliseconds connectionPatience{200};
 
 /// Makes the event loop end with this status as soon as it can. From any thread.
 void exitLater(ExitStatus status);
 
-/// For an output that cannot be written to: it is no failure that the reader is gone. From any thread; does not block.
+/// Ends the program because its output cannot be written: with success if only the reader is gone. From any thread;
+/// does not block.
 void exitAfterFailedOutput(int errorNumber);
 
 } // namespace Shutdown

@@ -11,7 +11,7 @@
 class RpcClient
 {
 public:
-    /// The name of the failure where the server needs another token, or one at all.
+    /// The name of the failure if the server needs a token, or another one.
     static constexpr char unauthorized[] = "unauthorized";
 
     /// `token`: empty: none. `patience` is long, since a server may have to walk through a large tree.
@@ -22,7 +22,7 @@ public:
 
     [[nodiscard]] const ServerAddress& server() const { return m_server; }
 
-    /// The result, as parseJson() gives it. A failure has what the server says, or why it says nothing.
+    /// The result, as parseJson() returns it. A failure has the server's message, or says why there is none.
     [[nodiscard]] Result<QVariant> call(const QString& method, const QVariantHash& parameters = {}) const;
 
 private:

@@ -16,7 +16,7 @@ struct ServerAddress
 
     /// `url`: http://HOST[:PORT][/FOLDER]
     [[nodiscard]] static Result<ServerAddress> fromUrl(const QString& url);
-    /// As fromUrl() takes it.
+    /// In the form that fromUrl() reads.
     [[nodiscard]] QString toUrl() const;
     /// The value of the field Host in requests to the server.
     [[nodiscard]] QByteArray hostField() const;

@@ -358,7 +358,7 @@ void Dispatcher::State::notify(const CMPath& path, const QStringList& changes, i
     updateFlow();
 }
 
-/// A full sink pauses the client's requests; the carrier learns when it may read again.
+/// A full sink pauses the client's requests; the ready handler is called when the carrier may read again.
 void Dispatcher::State::updateFlow()
 {
     const std::lock_guard lock(m_flowMutex);

@@ -35,7 +35,7 @@ public:
         Limits limits = {};
         /// False: the client gets nothing but answers, so open and close are no methods for it.
         bool notifies = true;
-        /// In which the client reads texts until it asks for another one; null: the application's.
+        /// The language of the client's texts until it asks for another one; null: the application's.
         const TrLanguage* language = nullptr;
         /// Called for each notification, in the worker thread. Must not block.
         Task notified = [] {};
@@ -44,9 +44,9 @@ public:
     /// `readyHandler` is called, in any thread, whenever isReady() or isIdle() may have become true; it must not block,
     /// and it may end the dispatcher. The services must outlive the dispatcher and the requests that it leaves behind.
     Dispatcher(const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler);
-    /// Cancels what is under way and closes what is open; the sink gets no further messages. Waits until the ready
-    /// handler has returned, unless it is called in the handler itself, so the caller holds no lock that the handler
-    /// takes. From any thread, but not while accept(), or another function, runs in another one.
+    /// Cancels the requests under way and closes the open paths; the sink gets no further messages. Waits until the
+    /// ready handler has returned, unless it is called in the handler itself, so the caller holds no lock that the
+    /// handler takes. From any thread, but not while accept(), or another function, runs in another one.
     ~Dispatcher();
     Q_DISABLE_COPY_MOVE(Dispatcher)
 
@@ -56,8 +56,8 @@ public:
 
     /// Takes a message from the client.
     void accept(const QByteArray& message);
-    /// As accept(), but where the request may run at once, the caller is to run the task that is returned, in its own
-    /// thread, which saves a change of threads. Empty: nothing is left to do.
+    /// As accept(), but a request that may run at once is returned as a task for the caller to run in its own thread,
+    /// which saves a change of threads. Empty: nothing is left to do.
     [[nodiscard]] Task acceptOrTake(const QByteArray& message);
     /// Refuses a message that the carrier has dropped because it was longer than the limit.
     void refuseTooLong();

@@ -24,7 +24,7 @@ const QLatin1String rolesName("roles");
 const QLatin1String valueName("value");
 const QLatin1String languageName("language");
 
-/// A page of more values takes its time.
+/// A page of more values takes long.
 constexpr int longPage = 10'000;
 
 /// Entries of a listing whose memory is worth returning to the system.
@@ -51,7 +51,7 @@ Result<QByteArray> toText(const Result<Content::Page>& page, const Content& cont
 Result<Content::Page> pageOf(const Content::RowsQuery& query, const Content& content)
 {
     Result<Content::Page> page = content.rows(query);
-    // The allocator would keep what names and rows took, which may be more than a small device can spare.
+    // The allocator would keep the memory of names and rows, which may be more than a small device can spare.
     if (page && page.value().count >= largeListing)
         malloc_trim(0);
     return page;

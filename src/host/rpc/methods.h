@@ -27,9 +27,9 @@ struct Call
     RequestExecutor::Lane lane = RequestExecutor::Lane::Quick;
     /// Of a request for rows.
     std::optional<SharedListings::Request> rows = {};
-    /// In which the client reads texts from this call on; null: as before.
+    /// The language of the client's texts from this call on; null: as before.
     const TrLanguage* language = nullptr;
-    /// Gives the result of any other request as JSON. May throw what a worker, or a lack of memory, throws.
+    /// Returns the result of any other request as JSON. May throw what a worker throws, and `std::bad_alloc`.
     std::function<Result<QByteArray>(const Content&)> run = {};
 };
 
@@ -37,7 +37,7 @@ struct Call
 struct Method
 {
     const char* name;
-    /// In the order that they have where they come without names.
+    /// In the order of calls that give them without names.
     QStringList parameters;
     /// Reads the parameters. The caller checks them for problems before it runs the call.
     Call (*read)(Parameters& parameters, const Content& content);

@@ -38,7 +38,7 @@ public:
     [[nodiscard]] qint64 bytes() const { return m_bytes; }
     /// With the message that is being written.
     [[nodiscard]] qint64 heldBytes() const { return m_bytes + m_writtenBytes; }
-    /// With the message that is being written there is enough to keep the client busy.
+    /// True if enough is pending to keep the client busy, including the message that is being written.
     [[nodiscard]] bool isFull() const;
 
 private:

@@ -3,7 +3,7 @@
 #include <QStringList>
 #include <QVariant>
 
-/// The headings of the properties that people look for in an item.
+/// The headings of the columns that describe an item.
 [[nodiscard]] QStringList itemHeadings();
 /// The cells below them.
 [[nodiscard]] QStringList itemCells(const QVariant& title, const QVariant& mediaData);

@@ -23,7 +23,7 @@ public:
     Writer(QByteArray& text, qint64 limit);
 
     void add(const QVariant& value);
-    /// Cuts the text to what was written; to what was there before if that is beyond the limit.
+    /// Cuts the text behind the last byte written; to its former size if it is longer than the limit.
     [[nodiscard]] bool finish();
 
 private:
@@ -54,7 +54,7 @@ private:
     QByteArray& m_text;
     const int m_oldSize;
     const qint64 m_limit;
-    /// The text's, which is longer than what has been written: to append byte by byte is a call into a library each.
+    /// The text's. The text is kept longer than its content: appending each byte to it would be a call into a library.
     char* m_data;
     int m_size;
     bool m_isTooLong = false;

@@ -21,7 +21,7 @@ struct CommandContext
     std::function<ReadConfiguration()> readConfiguration;
 };
 
-/// The settings of a host that a command does without.
+/// The settings of a host, for a command that starts none.
 struct SettingsContext
 {
     const HostSettings& settings;
@@ -58,11 +58,11 @@ struct Command
     /// Its arguments, as in the usage line; empty: none. Marked for translation, as are the next two.
     const char* arguments;
     const char* summary;
-    /// Shown by --help: what it is good for, and an example.
+    /// Shown by --help: the purpose and an example.
     const char* manual;
     ArgumentCount argumentCount;
-    /// A command that runs alone needs no root; one that runs with settings starts no host for them. One on the
-    /// configuration takes it with its problems.
+    /// A command that runs alone needs no root, and one that runs with settings needs no host. One that runs on the
+    /// configuration gets it with its problems.
     std::variant<RunWithHost, RunWithSettings, RunOnConfiguration, RunAlone> run;
     /// Null: it has none of its own.
     OptionList (*options)() = nullptr;

@@ -63,7 +63,7 @@ private:
     QElapsedTimer m_sinceShown;
 };
 
-/// What the walks through all roots have met.
+/// The results of the walks through all roots.
 TreeReport checkRoots(const HostSettings& settings)
 {
     WalkDisplay display;

@@ -78,7 +78,7 @@ qint64 positionOf(const QVariantMap& player, qint64 duration)
     return duration > 0 ? std::min(position, duration) : position;
 }
 
-/// What the player has to say of its current entry.
+/// The rows about the current entry.
 QVector<QStringList> currentRows(const QVariantMap& player, const QVariantList& entry)
 {
     const QVariant mediaData = entry.value(1);

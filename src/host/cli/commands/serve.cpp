@@ -63,7 +63,7 @@ Result<std::vector<ListeningSocket>> adoptSockets(std::vector<FileDescriptor> de
         descriptors, [](FileDescriptor& descriptor) { return ListeningSocket::adopt(std::move(descriptor)); });
 }
 
-/// Those of the command line; without any, those that were passed; without these, the configured ones.
+/// Those of the command line, or else those that the service manager passed, or else the configured ones.
 Result<std::vector<ListeningSocket>> socketsFor(const Setting<QStringList>& listen)
 {
     std::vector<FileDescriptor> passed = ServiceManager::takeSockets();
@@ -128,7 +128,7 @@ QByteArray announcement(const ContentHost& host, const std::vector<ListeningSock
     return DisplayText::visible(text).toUtf8() + '\n';
 }
 
-/// What keeps the service manager from ending the process; null if it does not watch.
+/// Reports to the service manager's watchdog; null if there is none.
 std::unique_ptr<Heartbeat> heartbeatFor(const Services& services)
 {
     // Some may be late.
