@@ -3,7 +3,9 @@
 #include "media/coverstore.h"
 
 #include "content/contenthost.h"
+#include "exec/workerthread.h"
 
+#include "support/gate.h"
 #include "support/pictures.h"
 #include "support/servedcontent.h"
 #include "support/temporarytree.h"
@@ -18,6 +20,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <limits>
 #include <vector>
@@ -361,6 +364,53 @@ TEST_F(CoverStoreTest, MissingRootHasNoCover)
     auto answer = std::make_shared<std::promise<bool>>();
     store->find({QStringLiteral("other"), QString(), 100}, [answer](const auto& found) { answer->set_value(!!found); });
     EXPECT_FALSE(answer->get_future().get());
+}
+
+/// Beside root/ there is a root "drive", whose requests hang until the gate is open.
+class CoverStoreBesideADeadRoot : public CoverStoreTest
+{
+protected:
+    CoverStoreBesideADeadRoot()
+    {
+        store.reset();
+        host.reset();
+        HostSettings settings = settingsFor(root);
+        settings.roots.push_back(rootFor(QStringLiteral("drive"), tree.absolute(QStringLiteral("missing"))));
+        host = startHost(settings);
+        start(state);
+        // To find a missing root takes the worker thread.
+        host->workerThread().post([this] { EXPECT_TRUE(mayGoOn.wait()); });
+    }
+
+    ~CoverStoreBesideADeadRoot() override { mayGoOn.open(); }
+    Q_DISABLE_COPY_MOVE(CoverStoreBesideADeadRoot)
+
+    void askThere(const QString& base, CoverStore::Receive receive)
+    {
+        store->find({QStringLiteral("drive"), base, 100}, std::move(receive));
+    }
+
+    Gate mayGoOn;
+};
+
+TEST_F(CoverStoreBesideADeadRoot, OthersAreServed)
+{
+    add("cover.jpg", pictureFile({50, 50}));
+    for (int i = 0; i < 10; ++i)
+        askThere(QString::number(i), [](const auto& /*cover*/) {});
+    EXPECT_EQ(sizeOfCover(""), QSize(50, 50));
+}
+
+TEST_F(CoverStoreBesideADeadRoot, OnlySoManyRequestsWait)
+{
+    std::atomic<int> answers{0};
+    const auto count = [&answers](const auto& /*cover*/) { ++answers; };
+    for (int i = 0; i < 5000; ++i)
+        askThere(QString::number(i % 2500), count);
+    EXPECT_EQ(answers, 3000);
+    mayGoOn.open();
+    store.reset();
+    EXPECT_EQ(answers, 5000);
 }
 
 TEST_F(CoverStoreTest, StoppedStoreAnswersEveryRequest)

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-ThreadPool::ThreadPool(int threads)
+ThreadPool::ThreadPool(int threads) : ThreadPool()
 {
     for (int i = 0; i < threads; ++i)
         m_threads.emplace_back([this] { work(); });

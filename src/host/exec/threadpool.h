@@ -25,6 +25,9 @@ public:
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
 
 private:
+    /// Without threads. The destructor ends those that the other constructor has begun, even if that throws.
+    ThreadPool() = default;
+
     void work();
 
     std::mutex m_mutex;

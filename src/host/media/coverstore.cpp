@@ -1,7 +1,7 @@
 #include "media/coverstore.h"
 
 #include "content/contenthost.h"
-#include "exec/threadpool.h"
+#include "exec/rootpools.h"
 #include "media/covermaker.h"
 #include "media/directorycovers.h"
 #include "process/guardedcall.h"
@@ -17,8 +17,11 @@ namespace {
 
 using Effort = CoverMaker::Effort;
 
+/// Of each root.
 constexpr int lookingThreads = 2;
 constexpr int decodingThreads = 2;
+/// Of a root: more come from clients that do not wait any longer.
+constexpr int mostUnanswered = 2000;
 
 int nextWidth(int width)
 {
@@ -91,7 +94,7 @@ class CoverStore::State
 public:
     State(ContentHost& host, const Settings& settings) : m_host(host), m_maker(settings) {}
 
-    void find(Query query, Receive receive);
+    void find(Query query, const Receive& receive);
     [[nodiscard]] bool stop(std::chrono::milliseconds patience);
     [[nodiscard]] qint64 decoded() const { return m_maker.decoded(); }
 
@@ -100,6 +103,8 @@ private:
     using Receivers = std::vector<Receive>;
 
     [[nodiscard]] static Key keyOf(const Query& query) { return {query.prefix, query.base, query.width}; }
+    /// False if the query cannot be answered.
+    [[nodiscard]] bool takes(const Query& query, const Receive& receive);
     void run(const Query& query, Effort effort);
     [[nodiscard]] CoverAnswer answer(const Query& query, Effort effort);
     [[nodiscard]] Receivers takeReceivers(const Query& query);
@@ -112,25 +117,35 @@ private:
     bool m_isStopping = false;
     /// Of the queries that are not answered yet.
     std::map<Key, Receivers> m_receivers;
+    /// Their receivers, by the roots' IDs.
+    std::map<QString, int> m_unanswered;
 
-    /// Covers that are kept do not wait for the decoding of others. Last, since the functions use the members above.
-    ThreadPool m_looking{lookingThreads};
-    ThreadPool m_decoding{decodingThreads};
+    /// Covers that are kept do not wait for the decoding of others. Last, since their functions use the members above.
+    RootPools m_looking{lookingThreads};
+    RootPools m_decoding{decodingThreads};
 };
 
-void CoverStore::State::find(Query query, Receive receive)
+void CoverStore::State::find(Query query, const Receive& receive)
 {
     query.width = nextWidth(query.width);
-    std::unique_lock lock(m_mutex);
-    if (m_isStopping) {
-        lock.unlock();
+    if (!takes(query, receive))
         receive(std::nullopt);
-        return;
-    }
+}
+
+bool CoverStore::State::takes(const Query& query, const Receive& receive)
+{
+    if (!m_host.isRoot(query.prefix))
+        return false;
+    const std::lock_guard lock(m_mutex);
+    int& unanswered = m_unanswered[query.prefix];
+    if (m_isStopping || unanswered >= mostUnanswered)
+        return false;
     // Nobody waits for a query that could not be posted.
     if (m_receivers.count(keyOf(query)) == 0)
-        m_looking.post([this, query] { run(query, Effort::Look); });
-    m_receivers[keyOf(query)].push_back(std::move(receive));
+        m_looking.post(query.prefix, [this, query] { run(query, Effort::Look); });
+    m_receivers[keyOf(query)].push_back(receive);
+    ++unanswered;
+    return true;
 }
 
 void CoverStore::State::run(const Query& query, Effort effort)
@@ -142,7 +157,7 @@ void CoverStore::State::run(const Query& query, Effort effort)
         if (found.isKnown) {
             cover = std::move(found.cover);
         } else {
-            m_decoding.post([this, query] { run(query, Effort::Decode); });
+            m_decoding.post(query.prefix, [this, query] { run(query, Effort::Decode); });
             isPostponed = true;
         }
     });
@@ -165,7 +180,10 @@ CoverStore::State::Receivers CoverStore::State::takeReceivers(const Query& query
 {
     const std::lock_guard lock(m_mutex);
     const auto node = m_receivers.extract(keyOf(query));
-    return node ? std::move(node.mapped()) : Receivers();
+    if (!node)
+        return {};
+    m_unanswered[query.prefix] -= static_cast<int>(node.mapped().size());
+    return std::move(node.mapped());
 }
 
 bool CoverStore::State::stop(std::chrono::milliseconds patience)
@@ -195,9 +213,9 @@ CoverStore::~CoverStore()
     static_cast<void>(stop(std::chrono::milliseconds::zero()));
 }
 
-void CoverStore::find(const Query& query, Receive receive)
+void CoverStore::find(const Query& query, const Receive& receive)
 {
-    m_state->find(query, std::move(receive));
+    m_state->find(query, receive);
 }
 
 qint64 CoverStore::decoded() const

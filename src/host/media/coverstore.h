@@ -27,8 +27,9 @@ struct Cover
 /// its file cover, folder or front with the extension jpg, jpeg or png, in any case; the first in that order. The same
 /// rules as for MediaLibrary say which files and directories are looked at.
 ///
-/// The threads of the store do all work: equal requests share one answer, and two pictures are decoded at a time.
-/// All functions may be called from any thread.
+/// The threads of the store do all work. Each root has its own, so that one that hangs holds up no other: equal
+/// requests share one answer, and two pictures of a root are decoded at a time. All functions may be called from any
+/// thread.
 class CoverStore
 {
 public:
@@ -59,9 +60,9 @@ public:
     ~CoverStore();
     Q_DISABLE_COPY_MOVE(CoverStore)
 
-    /// Does not block. `receive` is called once, in a thread of the store or, after stop(), in this one; it must not
-    /// block or throw.
-    void find(const Query& query, Receive receive);
+    /// Does not block. `receive` is called once, in a thread of the store or, where there is no such root, too many
+    /// wait for it, or after stop(), in this one; it must not block or throw.
+    void find(const Query& query, const Receive& receive);
 
     /// Files that were searched for a picture, since the start.
     [[nodiscard]] qint64 decoded() const;
