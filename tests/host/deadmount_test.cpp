@@ -1,6 +1,9 @@
 // A root's file system stops answering: the other roots are served, and the program ends when it is asked to.
 
 #include "support/deadmount.h"
+#include "support/httpclient.h"
+#include "support/rpcrequest.h"
+#include "support/serving.h"
 #include "support/sessionclient.h"
 #include "support/temporarytree.h"
 
@@ -13,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <vector>
 
 namespace {
 
@@ -116,6 +120,32 @@ TEST_F(DeadRoot, WatchingItEndsWhenInterrupted)
     tree.addFile(QStringLiteral("bad/b/4.mp3"));
     ASSERT_TRUE(isLookedAt());
     program.signal(SIGINT);
+    EXPECT_EQ(program.waitForEnd().status, 0);
+}
+
+TEST_F(DeadRoot, FilesOfOthersAreSent)
+{
+    const QByteArray sound(100'000, 'x');
+    tree.addFile(QStringLiteral("good/a/1.mp3"), sound);
+    tree.addFile(QStringLiteral("bad/b/2.mp3"), sound);
+    Tavo program;
+    prepare(program);
+    program.start(
+        options("0") + QStringList{
+                           QStringLiteral("serve"), QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"),
+                           QStringLiteral("--state"), tree.absolute(QStringLiteral("state"))});
+    const quint16 port = portIn(program.readLine());
+    kill();
+    // More than there are threads that read ahead.
+    std::vector<HttpClient> stalled;
+    for (int i = 0; i < 20; ++i) {
+        HttpClient& client = stalled.emplace_back(port);
+        client.send(requestText("GET", "/media/bad/b/2.mp3"));
+        ASSERT_TRUE(client.connection().receiveUntil("\r\n\r\n").startsWith("HTTP/1.1 200"));
+    }
+    EXPECT_TRUE(HttpClient(port).get("/media/good/a/1.mp3").body == sound);
+    EXPECT_TRUE(isLookedAt());
+    program.signal(SIGTERM);
     EXPECT_EQ(program.waitForEnd().status, 0);
 }
 

@@ -1,6 +1,6 @@
 #include "http/keptfiles.h"
 
-#include "exec/threadpool.h"
+#include "exec/rootpools.h"
 #include "http/iothread.h"
 
 #include "support/gate.h"
@@ -65,7 +65,7 @@ protected:
     TemporaryTree tree;
     std::unique_ptr<ContentHost> host;
     IoThread io;
-    ThreadPool disk{1};
+    RootPools disk{1};
     std::unique_ptr<KeptFiles> files;
     static constexpr std::chrono::hours never{1};
 };

@@ -1,6 +1,6 @@
 #include "http/requesthandler.h"
 
-#include "exec/threadpool.h"
+#include "exec/rootpools.h"
 #include "exec/workerthread.h"
 #include "http/iothread.h"
 #include "http/keptfiles.h"
@@ -34,7 +34,7 @@ TEST(RequestHandler, RootThatHangsLeavesAThreadToOtherRequests)
     Metrics metrics;
     CoverStore covers(*host, {});
     IoThread io;
-    ThreadPool disk(1);
+    RootPools disk(1);
     KeptFiles files(MediaLibrary(*host), io, disk, {});
     RequestHandler handler({{*host, executor, sharedListings}, access, metrics, covers, files, [] {}});
 

@@ -1,6 +1,6 @@
 #include "http/httpconnection.h"
 
-#include "exec/threadpool.h"
+#include "exec/rootpools.h"
 #include "http/acceptlanguage.h"
 #include "http/accesslog.h"
 #include "http/answer.h"
@@ -485,7 +485,7 @@ void HttpConnection::awaitDisk()
 {
     limit(m_parts.times.idle);
     // Only its own thread may destroy the connection.
-    m_parts.disk.post([self = self(), io = &m_parts.io]() mutable {
+    m_parts.disk.post(m_request.route.prefix, [self = self(), io = &m_parts.io]() mutable {
         self->m_answer->file->load();
         io->post([self = std::move(self)] { self->sendFile(); });
     });

@@ -1,5 +1,6 @@
 #include "http/httpserver.h"
 
+#include "exec/rootpools.h"
 #include "exec/threadpool.h"
 #include "http/acceptor.h"
 #include "http/connectiontable.h"
@@ -19,7 +20,7 @@
 
 namespace {
 
-/// Threads that read files ahead of sending.
+/// Threads of each root that read files ahead of sending.
 constexpr int diskThreads = 4;
 /// Bytes of messages that wait for all WebSockets together.
 constexpr qint64 mostPending = qint64{256} << 20;
@@ -72,7 +73,7 @@ private:
     const PendingBudget m_pending{mostPending};
     ConnectionTable m_connections{m_metrics};
     IoThread m_io;
-    ThreadPool m_disk{diskThreads};
+    RootPools m_disk{diskThreads};
     CoverStore m_covers;
     KeptFiles m_files;
     RequestHandler m_handler;

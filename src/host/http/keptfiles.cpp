@@ -1,13 +1,13 @@
 #include "http/keptfiles.h"
 
-#include "exec/threadpool.h"
+#include "exec/rootpools.h"
 #include "http/iothread.h"
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
-KeptFiles::KeptFiles(MediaLibrary library, IoThread& io, ThreadPool& disk, const Settings& settings)
+KeptFiles::KeptFiles(MediaLibrary library, IoThread& io, RootPools& disk, const Settings& settings)
     : m_library(library), m_io(io), m_disk(disk), m_settings(settings)
 {
 }
@@ -69,6 +69,6 @@ void KeptFiles::closeUnused()
 void KeptFiles::close(Entries::iterator begin, Entries::iterator end)
 {
     for (auto entry = begin; entry != end; ++entry)
-        m_disk.post([file = std::move(entry->file)]() mutable { file.reset(); });
+        m_disk.post(entry->prefix, [file = std::move(entry->file)]() mutable { file.reset(); });
     m_entries.erase(begin, end);
 }

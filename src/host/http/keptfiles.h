@@ -7,7 +7,7 @@
 #include <vector>
 
 class IoThread;
-class ThreadPool;
+class RootPools;
 
 /// Keeps the files that were sent last open for a moment, since players ask for one range of a file after the other.
 /// A file stays open for two seconds at most after its last use: its drive cannot be unmounted meanwhile.
@@ -25,7 +25,7 @@ public:
 
     /// A thread of `disk` closes the files, since closing may wait for the file system. `io` and `disk` must outlive
     /// this object.
-    KeptFiles(MediaLibrary library, IoThread& io, ThreadPool& disk, const Settings& settings);
+    KeptFiles(MediaLibrary library, IoThread& io, RootPools& disk, const Settings& settings);
 
     /// The file, if it is kept and is what the library would open. Does not wait for the disk. In the I/O thread.
     [[nodiscard]] File find(const QString& prefix, const QString& base);
@@ -50,7 +50,7 @@ private:
 
     const MediaLibrary m_library;
     IoThread& m_io;
-    ThreadPool& m_disk;
+    RootPools& m_disk;
     const Settings m_settings;
     /// The file that was opened last comes last.
     Entries m_entries;

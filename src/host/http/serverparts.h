@@ -5,11 +5,11 @@
 
 class AccessPolicy;
 class ConnectionTable;
-class ThreadPool;
 class IoThread;
 class Metrics;
 class PendingBudget;
 class RequestHandler;
+class RootPools;
 
 /// What all connections of a server use. It outlives them.
 struct ServerParts
@@ -20,8 +20,8 @@ struct ServerParts
     RequestHandler& handler;
     Metrics& metrics;
     const PendingBudget& pending;
-    /// Reads ahead from the disk.
-    ThreadPool& disk;
+    /// Reads ahead from the disks.
+    RootPools& disk;
     Services services;
     const ServerTimes& times;
 };
