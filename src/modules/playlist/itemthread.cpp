@@ -6,6 +6,8 @@
 #include "model/cmrequestcontext.h"
 #include "refusal.h"
 
+#include <QHash>
+
 #include <chrono>
 #include <condition_variable>
 #include <exception>
@@ -69,6 +71,24 @@ public:
         } catch (const std::exception& exception) {
             job.completion({{}, Refusal::failed(QString::fromLocal8Bit(exception.what()))});
         }
+    }
+
+    /// False if the operation is under way: the completion is called with that one's outcome.
+    [[nodiscard]] bool begin(const QString& operation, PlaylistEngine::Completion completion)
+    {
+        const std::lock_guard lock(m_mutex);
+        std::vector<PlaylistEngine::Completion>& waiting = m_underWay[operation];
+        waiting.push_back(std::move(completion));
+        return waiting.size() == 1;
+    }
+
+    void complete(const QString& operation, const Outcome& outcome)
+    {
+        std::unique_lock lock(m_mutex);
+        const std::vector<PlaylistEngine::Completion> waiting = m_underWay.take(operation);
+        lock.unlock();
+        for (const PlaylistEngine::Completion& completion : waiting)
+            completion(outcome);
     }
 
     void prepare(const std::vector<EntryId>& ids)
@@ -148,6 +168,8 @@ private:
     std::condition_variable m_changed;
     std::vector<EntryId> m_unprepared;
     bool m_isEnding = false;
+    /// Who waits for the operations that are walking, by their texts.
+    QHash<QString, std::vector<PlaylistEngine::Completion>> m_underWay;
 };
 
 ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
@@ -168,6 +190,13 @@ void ItemThread::add(
 {
     if (const std::optional<QVariantHash> answer = m_engine.answerTo(guard.operation))
         return completion({*answer, CMError()});
+    if (!guard.operation.isEmpty()) {
+        if (!m_state->begin(guard.operation, std::move(completion)))
+            return;
+        completion = [state = m_state, operation = guard.operation](const Outcome& outcome) {
+            state->complete(operation, outcome);
+        };
+    }
     m_walks.start([state = m_state, job = State::Job{guard, addition, std::move(completion)}] { state->walk(job); });
 }
 

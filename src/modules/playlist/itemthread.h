@@ -22,8 +22,8 @@ public:
     ~ItemThread();
     Q_DISABLE_COPY_MOVE(ItemThread)
 
-    /// Finds the items and has the engine add them; an operation that was made before gets its answer at once. The
-    /// completion is called once, in any thread. Any thread.
+    /// Finds the items and has the engine add them. An operation that was made before gets its answer at once, one that
+    /// is under way the outcome of that. The completion is called once, in any thread. Any thread.
     void
     add(const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
         PlaylistEngine::Completion completion);

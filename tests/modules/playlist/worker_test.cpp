@@ -11,6 +11,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace {
 
 using testing::ElementsAre;
@@ -334,6 +336,34 @@ TEST_F(PlaylistServices, AnswerARepeatedAdditionWithoutLookingForItsItems)
     EXPECT_TRUE(again.isFinished());
     EXPECT_EQ(again.value().toHash(), answer);
     EXPECT_EQ(rows().rowsCount(), 1);
+}
+
+TEST_F(PlaylistServices, AnswerAnAdditionThatIsRepeatedMeanwhileWithoutLookingTwice)
+{
+    std::atomic<int> looks{0};
+    const auto mayServe = std::make_shared<std::atomic<bool>>(false);
+    music.served = [mayServe, &looks](const CMRequest& request) {
+        if (request.path().base() != QLatin1String("single"))
+            return;
+        if (++looks > 1)
+            throw std::runtime_error("it is looked for again");
+        while (!*mayServe)
+            std::this_thread::yield();
+    };
+    const QVariantHash wrap{
+        {QStringLiteral("value"), source("single")}, {QStringLiteral("operation"), QStringLiteral("once")}};
+    const CMReply<QVariant> first = send(QStringLiteral("addToQueue"), wrap);
+    ASSERT_TRUE(processEventsUntil([&looks] { return looks > 0; }));
+    const CMReply<QVariant> again = send(QStringLiteral("addToQueue"), wrap);
+    // Walks side by side with the repeated one.
+    set("addToQueue", source("album"));
+    EXPECT_FALSE(again.isFinished());
+    *mayServe = true;
+    EXPECT_TRUE(first.waitForFinished(20'000));
+    EXPECT_TRUE(again.waitForFinished(20'000));
+    EXPECT_EQ(first.value().toHash().value(QStringLiteral("added")).toInt(), 1);
+    EXPECT_EQ(again.value(), first.value());
+    EXPECT_EQ(rows().rowsCount(), 3 + 1);
 }
 
 TEST_F(PlaylistServices, MoveAndRemoveById)
