@@ -1,5 +1,7 @@
 #include "http/httpserver.h"
 
+#include "exec/workerthread.h"
+
 #include "support/gate.h"
 #include "support/rpcrequest.h"
 #include "support/servedcontent.h"
@@ -18,6 +20,7 @@
 
 namespace {
 
+/// The roots are "file", and "drive", which is missing.
 class HttpServerTest : public testing::Test
 {
 protected:
@@ -26,7 +29,9 @@ protected:
     /// `settings`: but for the sockets.
     void start(HttpServer::Settings settings = {})
     {
-        host = startHost(settingsFor(tree.absolute(QStringLiteral("root"))));
+        HostSettings roots = settingsFor(tree.absolute(QStringLiteral("root")));
+        roots.roots.push_back(rootFor(QStringLiteral("drive"), tree.absolute(QStringLiteral("missing"))));
+        host = startHost(roots);
         Result<ListeningSocket> socket = ListeningSocket::open({*IpAddress::fromText("127.0.0.1")});
         ASSERT_TRUE(socket);
         port = socket.value().address.port;
@@ -132,6 +137,29 @@ TEST_F(HttpServerTest, CutsAWebSocketThatAnswersNoPing)
     WebClient client(port);
     EXPECT_EQ(client.nextFrame().opcode, WebClient::Ping);
     EXPECT_TRUE(client.connection().isClosedByPeer());
+}
+
+TEST_F(HttpServerTest, KeepsAWebSocketThatItDoesNotReadForTheTimeBeing)
+{
+    HttpServer::Settings settings;
+    settings.times = patientTimes();
+    settings.times.ping = std::chrono::milliseconds(1);
+    settings.times.pong = std::chrono::seconds(1);
+    start(std::move(settings));
+    Gate mayGoOn;
+    // To find a missing root takes the worker thread.
+    host->workerThread().post([&mayGoOn] { EXPECT_TRUE(mayGoOn.wait()); });
+    WebClient client(port);
+    // Reading pauses behind the 64th.
+    constexpr int count = 100;
+    for (int i = 0; i < count; ++i)
+        client.request("rows", pathParameter("/drive/"));
+    // No ping is answered.
+    for (int i = 0; i < 4; ++i)
+        ASSERT_EQ(client.nextFrame().opcode, WebClient::Ping);
+    mayGoOn.open();
+    for (int id = 1; id <= count; ++id)
+        EXPECT_NE(errorCode(client.answerTo(id)), 0);
 }
 
 TEST_F(HttpServerTest, CutsAWebSocketThatReadsNothing)
