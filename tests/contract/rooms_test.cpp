@@ -235,7 +235,9 @@ const std::vector<Rule> rules = {
     {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec", "process/guardedcall.h"})},
     {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
     {"HostHttp", "src/host/http", Side::Both,
-     hostRoom({"src/host/content", "src/host/exec", "src/host/media", "src/host/process", "src/host/rpc"})},
+     hostRoom(
+         {"log4cplus", "src/api/core/log", "src/host/content", "src/host/exec", "src/host/media", "src/host/process",
+          "src/host/rpc", "liveness/kernelevents.h"})},
     {"HostDoctor", "src/host/doctor", Side::Both,
      hostRoom(
          {"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/http", "src/host/remote",

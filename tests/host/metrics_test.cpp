@@ -25,7 +25,7 @@ TEST(Metrics, EveryLineIsACommentOrASample)
 {
     static const QRegularExpression line(
         QStringLiteral(R"(\A(# (HELP|TYPE) tavo_\w+ .+|tavo_\w+(\{\w+="[^"]*"(,\w+="[^"]*")*\})? [0-9.e+-]+)\z)"));
-    const QByteArray text = Metrics().toText({1, 2});
+    const QByteArray text = Metrics().toText({1, 2, 3});
     ASSERT_TRUE(text.endsWith('\n'));
     for (const QByteArray& given : text.left(text.size() - 1).split('\n'))
         EXPECT_TRUE(line.match(QString::fromUtf8(given)).hasMatch()) << given.toStdString();
@@ -87,6 +87,7 @@ TEST(Metrics, MessagesAndChangesAreCounted)
     metrics.messageSent(11);
     metrics.messageSent(13);
     metrics.changeSent();
+    metrics.messageRefused();
     metrics.connectionRefused();
     const std::string text = textOf(metrics);
     EXPECT_THAT(text, HasSubstr("tavo_messages_received_total 1\n"));
@@ -94,13 +95,16 @@ TEST(Metrics, MessagesAndChangesAreCounted)
     EXPECT_THAT(text, HasSubstr("tavo_messages_sent_total 2\n"));
     EXPECT_THAT(text, HasSubstr("tavo_sent_bytes_total 24\n"));
     EXPECT_THAT(text, HasSubstr("tavo_changes_total 1\n"));
+    EXPECT_THAT(text, HasSubstr("tavo_errors_total 1\n"));
     EXPECT_THAT(text, HasSubstr("tavo_connections_refused_total 1\n"));
 }
 
 TEST(Metrics, CountsOfOthersAppear)
 {
-    EXPECT_THAT(textOf(Metrics(), {3, 4}), HasSubstr("\ntavo_listings_total 3\n"));
-    EXPECT_THAT(textOf(Metrics(), {3, 4}), HasSubstr("\ntavo_open_paths 4\n"));
+    const std::string text = textOf(Metrics(), {3, 4, 5});
+    EXPECT_THAT(text, HasSubstr("\ntavo_listings_total 3\n"));
+    EXPECT_THAT(text, HasSubstr("\ntavo_open_paths 4\n"));
+    EXPECT_THAT(text, HasSubstr("\ntavo_watches 5\n"));
 }
 
 TEST(Metrics, ThreadsCountTogether)

@@ -70,6 +70,28 @@ TEST_F(ServeWebSocket, CountsOpenPathsAndNotifications)
     EXPECT_THAT(metrics(), testing::HasSubstr("tavo_changes_total " + std::to_string(notifications) + '\n'));
 }
 
+TEST_F(ServeWebSocket, CountsWatches)
+{
+    const auto metrics = [this] { return HttpClient(serving.port()).get("/metrics").body.toStdString(); };
+    WebClient client(serving.port());
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_watches 0\n"));
+    ASSERT_EQ(errorCode(client.call("open", pathParameter("/file/a"))), 0);
+    ASSERT_GT(serving.program().watches(), 0);
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_watches " + std::to_string(serving.program().watches()) + '\n'));
+}
+
+TEST_F(ServeWebSocket, CountsErrors)
+{
+    const auto metrics = [this] { return HttpClient(serving.port()).get("/metrics").body.toStdString(); };
+    WebClient client(serving.port());
+    static_cast<void>(client.call("rows", pathParameter("/file/a")));
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_errors_total 0\n"));
+    EXPECT_NE(errorCode(client.call("rows", pathParameter("/file/none"))), 0);
+    EXPECT_NE(errorCode(client.call("unknown")), 0);
+    EXPECT_EQ(HttpClient(serving.port()).rpc(rpcRequest(1, "unknown")).status, 200);
+    EXPECT_THAT(metrics(), testing::HasSubstr("tavo_errors_total 3\n"));
+}
+
 TEST_F(ServeWebSocket, NotifiesEveryClientOfAChange)
 {
     std::vector<std::unique_ptr<WebClient>> clients;

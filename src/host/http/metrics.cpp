@@ -81,6 +81,8 @@ QByteArray Metrics::toText(const Content& content) const
     appendCounter(text, "sent_bytes_total", "Bytes of bodies and messages that were sent.", m_sentBytes);
     appendCounter(text, "changes_total", "Notifications of changes, and of paths that were closed.", m_changes);
     appendCounter(text, "listings_total", "Listings of containers.", content.listings);
+    appendCounter(text, "errors_total", "Errors in answer to messages and posted requests.", m_errors);
+    appendGauge(text, "watches", "Directories and files that the kernel watches.", content.watches);
     appendGauge(text, "open_paths", "Paths that clients have open.", content.openPaths);
     appendRequests(text);
     appendDurations(text);

@@ -17,6 +17,7 @@ public:
     {
         qint64 listings = 0;
         qint64 openPaths = 0;
+        qint64 watches = 0;
     };
 
     void connectionOpened() { ++m_connections; }
@@ -31,6 +32,8 @@ public:
     void requestAnswered(const QByteArray& method, int status, qint64 bytes, Duration duration);
     void messageReceived(qint64 bytes);
     void messageSent(qint64 bytes);
+    /// A request of the session's protocol that was answered with an error, over a WebSocket or posted.
+    void messageRefused() { ++m_errors; }
     /// A notification of one client: of a change, or that a path was closed.
     void changeSent() { ++m_changes; }
 
@@ -50,6 +53,7 @@ private:
     Counter m_refusedConnections = 0;
     Counter m_clients = 0;
     Counter m_changes = 0;
+    Counter m_errors = 0;
     Counter m_receivedMessages = 0;
     Counter m_sentMessages = 0;
     Counter m_receivedBytes = 0;

@@ -7,6 +7,7 @@
 #include "http/mediaresponse.h"
 #include "http/pageassets.h"
 #include "http/rpccall.h"
+#include "liveness/kernelevents.h"
 #include "rpc/jsonparser.h"
 
 #include <model/cmrequestcontext.h>
@@ -127,7 +128,8 @@ RequestHandler::handleRpc(const HttpRequest& request, const Receive& receive)
     const auto respond = [receive](const std::optional<QByteArray>& answer) {
         receive(answer ? makeResponse(200, jsonType, *answer) : makeEmptyResponse());
     };
-    return RpcCall::start(m_parts.services, acceptedLanguage(request.head), request.body, respond);
+    const auto refused = [metrics = &m_parts.metrics] { metrics->messageRefused(); };
+    return RpcCall::start(m_parts.services, {acceptedLanguage(request.head), refused}, request.body, respond);
 }
 
 void RequestHandler::handleCover(const HttpRequest& request, const Receive& receive)
@@ -150,6 +152,7 @@ Response RequestHandler::metrics() const
     Metrics::Content content;
     content.listings = m_parts.services.sharedListings.listings();
     content.openPaths = m_parts.services.host.openPaths();
+    content.watches = ownWatches();
     return makeResponse(200, "text/plain; version=0.0.4; charset=utf-8", m_parts.metrics.toText(content));
 }
 

@@ -41,9 +41,9 @@ private:
 class Call : public std::enable_shared_from_this<Call>
 {
 public:
-    Call(const Services& services, const TrLanguage* language, RpcCall::Receive receive)
+    Call(const Services& services, const Dispatcher::Profile& profile, RpcCall::Receive receive)
         : m_sink(std::make_shared<AnswerSink>(std::move(receive))),
-          m_client(services, {Reach::Network, services.limits, false, language}, m_sink, [this] { check(); })
+          m_client(services, profile, m_sink, [this] { check(); })
     {
     }
 
@@ -72,9 +72,11 @@ private:
 } // namespace
 
 std::shared_ptr<void>
-RpcCall::start(const Services& services, const TrLanguage* language, const QByteArray& message, Receive receive)
+RpcCall::start(const Services& services, const Settings& settings, const QByteArray& message, Receive receive)
 {
-    const auto call = std::make_shared<Call>(services, language, std::move(receive));
+    Dispatcher::Profile profile{Reach::Network, services.limits, false, settings.language};
+    profile.refused = settings.refused;
+    const auto call = std::make_shared<Call>(services, profile, std::move(receive));
     call->start(message);
     return call;
 }

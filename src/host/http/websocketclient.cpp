@@ -178,6 +178,7 @@ void WebSocketClient::opened(const ErrorCode& error)
     Dispatcher::Profile profile{Reach::Network, m_parts.services.limits};
     profile.language = m_language;
     profile.notified = [metrics = &m_parts.metrics] { metrics->changeSent(); };
+    profile.refused = [metrics = &m_parts.metrics] { metrics->messageRefused(); };
     m_client = std::make_unique<RemoteClient>(m_parts.services, profile, m_outbox, resume);
     readIfReady();
     waitToPing();

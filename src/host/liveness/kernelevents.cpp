@@ -6,11 +6,16 @@
 #include <QSet>
 #include <QStorageInfo>
 
+#include <array>
 #include <cerrno>
 #include <limits>
+#include <memory>
+#include <string_view>
 #include <vector>
 
+#include <dirent.h>
 #include <sys/inotify.h>
+#include <unistd.h>
 
 namespace {
 
@@ -27,6 +32,14 @@ KernelLimit lowerOf(const QString& system, const QString& user)
     const KernelLimit ofSystem = readLimit(system);
     const KernelLimit ofUser = readLimit(user);
     return ofSystem.value <= ofUser.value ? ofSystem : ofUser;
+}
+
+/// `descriptor`: its number.
+bool isInotify(const QByteArray& descriptor)
+{
+    std::array<char, 32> target{};
+    const ssize_t length = readlink(("/proc/self/fd/" + descriptor).constData(), target.data(), target.size());
+    return length > 0 && std::string_view(target.data(), static_cast<size_t>(length)) == "anon_inode:inotify";
 }
 
 } // namespace
@@ -51,6 +64,19 @@ KernelLimit watchLimit()
 KernelLimit instanceLimit()
 {
     return lowerOf(QStringLiteral("fs.inotify.max_user_instances"), QStringLiteral("user.max_inotify_instances"));
+}
+
+qint64 ownWatches()
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> descriptors(opendir("/proc/self/fd"), closedir);
+    qint64 count = 0;
+    while (const dirent* const entry = descriptors ? readdir(descriptors.get()) : nullptr) {
+        const QByteArray descriptor = entry->d_name;
+        QFile state(QStringLiteral("/proc/self/fdinfo/") + QString::fromLatin1(descriptor));
+        if (isInotify(descriptor) && state.open(QIODevice::ReadOnly))
+            count += state.readAll().count("inotify wd:");
+    }
+    return count;
 }
 
 bool isWatchLimitReached(const QByteArray& localPath)

@@ -21,6 +21,9 @@ struct KernelLimit
 [[nodiscard]] KernelLimit watchLimit();
 [[nodiscard]] KernelLimit instanceLimit();
 
+/// The inotify watches that this process has. Takes a few microseconds for each watch and each open descriptor.
+[[nodiscard]] qint64 ownWatches();
+
 /// True if one more watch is more than the kernel grants.
 [[nodiscard]] bool isWatchLimitReached(const QByteArray& localPath);
 /// True if the kernel does not grant so many further instances.

@@ -130,6 +130,7 @@ private:
     const TrLanguage* m_language;
     const bool m_notifies;
     const Task m_notified;
+    const Task m_refused;
     const std::shared_ptr<MessageSink> m_sink;
     const std::shared_ptr<RequestExecutor::Client> m_client;
     /// Null if the client gets no notifications.
@@ -146,7 +147,7 @@ private:
 Dispatcher::State::State(
     const Services& services, const Profile& profile, std::shared_ptr<MessageSink> sink, Task readyHandler)
     : m_services(services), m_content(services.host, profile.reach, profile.limits), m_language(profile.language),
-      m_notifies(profile.notifies), m_notified(profile.notified), m_sink(std::move(sink)),
+      m_notifies(profile.notifies), m_notified(profile.notified), m_refused(profile.refused), m_sink(std::move(sink)),
       m_client(services.executor.addClient()), m_readyHandler(std::make_shared<const Task>(std::move(readyHandler)))
 {
 }
@@ -307,7 +308,10 @@ void Dispatcher::State::answer(const SharedPending& pending, const Result<QByteA
 
 void Dispatcher::State::refuse(const SharedPending& pending, const JsonRpc::Error& error)
 {
-    finish(pending, [&] { return Message{JsonRpc::error(*pending->id, error)}; });
+    finish(pending, [&] {
+        m_refused();
+        return Message{JsonRpc::error(*pending->id, error)};
+    });
 }
 
 template<typename MakeMessage>

@@ -39,6 +39,8 @@ public:
         const TrLanguage* language = nullptr;
         /// Called for each notification, in the worker thread. Must not block.
         Task notified = [] {};
+        /// Called for each request that is answered with an error, in any thread. Must not block.
+        Task refused = [] {};
     };
 
     /// `readyHandler` is called, in any thread, whenever isReady() or isIdle() may have become true; it must not block,
