@@ -2,6 +2,10 @@ import { element } from './dom.js';
 
 const visibleFor = 6000;
 
+/** There from the start: screen readers announce what comes into an element that they know. */
+const messages = element('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
+document.body.append(messages);
+
 /**
  * Shows a message at the foot of the page for some seconds, or until it is clicked. Screen readers announce it.
  * @param {string} message
@@ -31,7 +35,6 @@ function actionButton(action, note) {
 /** A dialog in front covers the page and silences it, so that messages belong into the dialog. */
 function region() {
     const home = document.querySelector('dialog:modal') ?? document.body;
-    const found = document.querySelector('.toasts') ?? element('div', { class: 'toasts', role: 'status', 'aria-live': 'polite' });
-    if (found.parentElement !== home) home.append(found);
-    return found;
+    if (messages.parentElement !== home) home.append(messages);
+    return messages;
 }
