@@ -9,6 +9,11 @@ import { toast } from './toast.js';
 /** What the queue can do with entries, by the last segment of the menu's paths. */
 const queueActions = /** @type {const} */ (['playNow', 'playNext', 'addToQueue', 'replaceQueue']);
 
+/** @param {string} path of an action */
+function queueMethod(path) {
+    return queueActions.find((action) => path === `/playlist/${action}`);
+}
+
 /** What can be done with entries: the queue's commands, and the menu that the server gives. */
 export class Actions {
     #session;
@@ -37,15 +42,18 @@ export class Actions {
     }
 
     /**
-     * @param {string} path of the entry whose menu it is
+     * @param {{ path: string, type: string }} entry whose menu it is
      * @param {string} name
      * @param {string[]} concerned the entries that the actions concern
      * @param {{ x: number, y: number }} at
      */
-    async openMenu(path, name, concerned, at) {
+    async openMenu({ path, type }, name, concerned, at) {
+        // The queue takes no playlist file.
+        const forQueue = type !== 'playlist' || concerned.length > 1;
         try {
             const { rows } = await this.#session.menu(path, ['title', 'path', 'value']);
-            const actions = rows.map(([title, action, value]) => this.#action(title, action, value, concerned));
+            const offered = rows.filter(([, action]) => forQueue || !queueMethod(action));
+            const actions = offered.map(([title, action, value]) => this.#action(title, action, value, concerned));
             if (actions.length > 0) openMenu(text('menuFor', { name: isolated(name) }), actions, at);
         } catch (error) {
             report(error);
@@ -59,7 +67,7 @@ export class Actions {
      * @param {string[]} concerned
      */
     #action(title, path, value, concerned) {
-        const method = queueActions.find((action) => path === `/playlist/${action}`);
+        const method = queueMethod(path);
         if (method) return { label: text(method), run: () => this.#enqueue(method, concerned) };
         return { label: title, run: () => this.#session.set(path, value).catch(report) };
     }

@@ -557,7 +557,7 @@ export class TavoFolder extends HTMLElement {
         if (!row) return;
         if (!this.#selection.has(row.path)) this.#select(index);
         const name = shownTitle(row, this.#tags.of(row));
-        void this.#actions.openMenu(row.path, name, this.#selection.concernedBy(row.path), at);
+        void this.#actions.openMenu(row, name, this.#selection.concernedBy(row.path), at);
     }
 
     /**

@@ -249,7 +249,8 @@ function rowOf(directory, name) {
     const bare = name.replace(/\/$/, '');
     const path = `${directory.replace(/\/$/, '')}/${encodeURIComponent(bare)}`;
     const container = name.endsWith('/');
-    return { path, title: bare, type: container ? 'container' : 'audio', containerPlayable: container, timestamp: 1 };
+    const type = container ? 'container' : name.endsWith('.m3u') ? 'playlist' : 'audio';
+    return { path, title: bare, type, containerPlayable: container, timestamp: 1 };
 }
 
 /** @param {any[][]} actions title, path and value of each @param {string[]} roles */
