@@ -309,17 +309,19 @@ describe('the keyboard alone', () => {
         await showsRows(page, ['Blue', 'Green', 'Red']);
     });
 
-    test('opens the menu of an entry and chooses from it', async () => {
-        const { page } = await openPage(house(), { place: blue });
-        await showsRows(page, tagged);
-        await page.keyboard.press('ArrowDown');
-        await page.keyboard.press('Shift+F10');
-        await page.locator('[role=menuitem]:focus', { hasText: 'Play now' }).waitFor();
-        await page.keyboard.press('ArrowDown');
-        await page.keyboard.press('Enter');
-        await page.locator('.toast', { hasText: 'Added 1 entry to the queue' }).waitFor();
-        await page.locator('[role=grid]:focus').waitFor();
-    });
+    for (const key of ['ContextMenu', 'Shift+F10']) {
+        test(`opens the menu of an entry by ${key} and chooses from it`, async () => {
+            const { page } = await openPage(house(), { place: blue });
+            await showsRows(page, tagged);
+            await page.keyboard.press('ArrowDown');
+            await page.keyboard.press(key);
+            await page.locator('[role=menuitem]:focus', { hasText: 'Play now' }).waitFor();
+            await page.keyboard.press('ArrowDown');
+            await page.keyboard.press('Enter');
+            await page.locator('.toast', { hasText: 'Added 1 entry to the queue' }).waitFor();
+            await page.locator('[role=grid]:focus').waitFor();
+        });
+    }
 
     test('shows the list of keys', async () => {
         const { page } = await openPage(house(), { place: blue });
@@ -379,8 +381,35 @@ describe('the mouse', () => {
         await page.locator('.toast', { hasText: 'This server keeps no queue' }).waitFor();
     });
 
+    test('plays the whole folder', async () => {
+        const host = house();
+        const { page } = await openPage(host, { place: blue });
+        await page.locator('.hero').getByRole('button', { name: 'Play' }).click();
+        const played = () => host.asked('set').filter(({ path }) => path === '/playlist/playNow');
+        while (played().length === 0) await new Promise(setImmediate);
+        assert.deepEqual(played().map(({ value }) => value.value), [[blue]]);
+    });
+
+    test('can do nothing with a playlist file that the queue would refuse', async () => {
+        const host = house();
+        host.addDirectory(blue, ['01 Perigee.opus', 'Evening.m3u']);
+        const { page } = await openPage(host, { place: blue });
+        const file = page.locator('.folder .row', { hasText: 'Evening.m3u' });
+        await file.dblclick();
+        await file.click({ button: 'right' });
+        await page.locator('[role=menu]').waitFor();
+        assert.deepEqual(await page.locator('[role=menuitem]').allTextContents(), ['Rate']);
+        await page.keyboard.press('Escape');
+        assert.deepEqual(host.asked('set').filter(({ path }) => path.startsWith('/playlist/play')), []);
+        await page.locator('.folder .row', { hasText: 'Perigee' }).click({ modifiers: ['Control'] });
+        await file.click({ button: 'right' });
+        await page.locator('[role=menuitem]', { hasText: 'Play now' }).waitFor();
+    });
+
     test('adds the whole folder', async () => {
         const { page } = await openPage(house(), { place: blue });
+        // What is announced later is known to screen readers before.
+        assert.equal(await page.locator('.toasts[aria-live=polite]').count(), 1);
         await page.getByRole('button', { name: 'Add to queue' }).click();
         await page.locator('.toast', { hasText: 'Added 3 entries to the queue' }).waitFor();
     });
@@ -508,6 +537,23 @@ describe('states', () => {
         await showsRows(page, ['Blue', 'Violet']);
         await page.locator('.connection').waitFor({ state: 'hidden' });
     });
+
+    for (const event of ['online', 'focus']) {
+        test(`a lost page comes back at once on the event ${event}`, async () => {
+            const host = house();
+            const { page, drop } = await openPage(host, { place: albums });
+            await showsRows(page, ['Blue', 'Green', 'Red']);
+            // Then the page does not try again by itself.
+            await page.evaluate(() => void (globalThis.setTimeout = /** @type {any} */ (() => 0)));
+            host.reachable = false;
+            drop();
+            await page.locator('.connection', { hasText: 'Connection lost' }).waitFor();
+            host.addDirectory(albums, ['Blue/', 'Violet/']);
+            host.reachable = true;
+            await page.evaluate((type) => void dispatchEvent(new Event(type)), event);
+            await showsRows(page, ['Blue', 'Violet']);
+        });
+    }
 
     test('a page that is not signed in asks for the token', async () => {
         const host = house();

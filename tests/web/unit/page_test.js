@@ -26,6 +26,19 @@ test('all addresses are relative, so that the page can be served below any path'
     assert.deepEqual(addresses.filter((address) => !address.startsWith('app/')), []);
 });
 
+test('the page can be installed as an app, with an icon', async () => {
+    const [{ content }] = await shipped('.html');
+    const address = /rel="manifest" href="([^"]+)"/.exec(content)?.[1] ?? '';
+    const manifest = JSON.parse(await readFile(new URL(address, web), 'utf8'));
+    const place = new URL(address, 'http://tavo.test/music/');
+    assert.equal(new URL(manifest.start_url, place).pathname, '/music/');
+    assert(manifest.name !== '' && manifest.icons.length > 0);
+    for (const { src } of manifest.icons) {
+        const icon = await readFile(new URL(src, new URL(address, web)), 'utf8');
+        assert.match(icon, /^<svg /);
+    }
+});
+
 test('scripts import one another only', async () => {
     for (const { name, content } of await shipped('.js')) {
         const imports = [...content.matchAll(/(?:from |import\()'([^']+)'/g)].map(([, module]) => module);
