@@ -12,6 +12,7 @@
 #include "keptlog.h"
 
 #include <QFile>
+#include <QJsonArray>
 
 #include <gtest/gtest.h>
 
@@ -137,6 +138,36 @@ TEST_F(HttpServerTest, CutsAWebSocketThatAnswersNoPing)
     WebClient client(port);
     EXPECT_EQ(client.nextFrame().opcode, WebClient::Ping);
     EXPECT_TRUE(client.connection().isClosedByPeer());
+}
+
+TEST_F(HttpServerTest, RefusesALongAnswerWhileOthersWaitToBeRead)
+{
+    const QString name = QString(200, u'x') + QStringLiteral("%1.mp3");
+    for (int i = 0; i < 600; ++i)
+        tree.addFile(QStringLiteral("root/many/") + name.arg(i));
+    // Longer than what the sockets hold.
+    QJsonArray roles;
+    for (int i = 0; i < 100; ++i)
+        roles.append(QStringLiteral("path"));
+    QJsonObject parameters = pathParameter("/file/many");
+    parameters.insert(QStringLiteral("roles"), roles);
+    const QByteArray message = rpcRequest(1, "rows", parameters);
+    HttpServer::Settings settings;
+    settings.mostPending = qint64{16} << 20;
+    start(std::move(settings));
+
+    HttpClient unread(port);
+    const QByteArray length = "Content-Length: " + QByteArray::number(message.size());
+    unread.send(requestText("POST", "/rpc", {"Content-Type: application/json", length}) + message);
+    const QByteArray begin = unread.connection().receive(1000);
+    ASSERT_TRUE(begin.startsWith("HTTP/1.1 200"));
+    HttpClient other(port);
+    EXPECT_EQ(other.rpc(message).status, 503);
+    EXPECT_EQ(other.rpc(rpcRequest(1, "describe")).status, 200);
+
+    unread.connection().finishSending();
+    EXPECT_GT(unread.connection().receiveAll().size(), 10 << 20);
+    EXPECT_EQ(other.rpc(message).status, 200);
 }
 
 TEST_F(HttpServerTest, KeepsAWebSocketThatItDoesNotReadForTheTimeBeing)

@@ -6,6 +6,7 @@
 #include "http/answer.h"
 #include "http/iothread.h"
 #include "http/metrics.h"
+#include "http/pendingbudget.h"
 #include "http/requesthandler.h"
 #include "http/websocketclient.h"
 #include "process/hostlog.h"
@@ -143,6 +144,8 @@ private:
     void watchClient();
     void refuse(const Refusal& refusal);
     void answer(Answer answer);
+    /// Replaces the answer by a refusal where too much waits for all clients.
+    void keepToBudget();
     /// Drops the answer if that request is no longer being handled.
     void receiveAnswer(quint64 serial, Answer received);
     void writeHead();
@@ -189,6 +192,8 @@ private:
     /// Keeps the connection while the request is being handled, when no operation does.
     std::shared_ptr<HttpConnection> m_handling;
     std::optional<Answer> m_answer;
+    /// Of the answer's body.
+    std::optional<PendingBudget::Part> m_pending;
     QByteArray m_headText;
     /// Bytes, with those that are being written.
     int m_sentBody = 0;
@@ -411,6 +416,7 @@ void HttpConnection::answer(Answer answer)
     if (!m_socket.is_open())
         return;
     m_answer = std::move(answer);
+    keepToBudget();
     m_staysOpen = m_staysOpen && !m_isFinishing;
     m_answer->head.set("Connection", m_staysOpen ? "keep-alive" : "close");
     m_headText = m_answer->head.toText(std::time(nullptr));
@@ -423,6 +429,16 @@ void HttpConnection::answer(Answer answer)
         return writeHead();
     m_answer->file->setHead(std::move(m_headText));
     sendFile();
+}
+
+void HttpConnection::keepToBudget()
+{
+    m_pending.emplace(m_parts.pending);
+    m_pending->set(m_answer->body.size());
+    if (!m_pending->isTooLarge())
+        return;
+    m_answer = makeResponse(Refusal{503});
+    m_pending.reset();
 }
 
 /// Writes the beginning of the body with it.
@@ -511,6 +527,7 @@ void HttpConnection::account()
 {
     log(m_answer->head.status(), m_answer->file ? m_answer->file->sent() : m_sentBody);
     m_answer.reset();
+    m_pending.reset();
 }
 
 void HttpConnection::log(int status, qint64 bytes)

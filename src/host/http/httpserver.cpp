@@ -22,8 +22,6 @@ namespace {
 
 /// Threads of each root that read files ahead of sending.
 constexpr int diskThreads = 4;
-/// Bytes of messages that wait for all WebSockets together.
-constexpr qint64 mostPending = qint64{256} << 20;
 /// For the I/O thread, which may hang in the kernel when a disk does.
 constexpr std::chrono::milliseconds ioPatience(500);
 
@@ -39,7 +37,7 @@ class HttpServer::State
 {
 public:
     State(const Services& services, const Settings& settings)
-        : m_times(settings.times), m_access(settings.access),
+        : m_times(settings.times), m_access(settings.access), m_pending(settings.mostPending),
           m_covers(services.host, {coverDirectory(settings.stateDirectory)}),
           m_files(MediaLibrary(services.host), m_io, m_disk, {}),
           m_handler({services, m_access, m_metrics, m_covers, m_files, [this] { checkAccessLater(); }}),
@@ -70,7 +68,7 @@ private:
     const ServerTimes m_times;
     AccessPolicy m_access;
     Metrics m_metrics;
-    const PendingBudget m_pending{mostPending};
+    const PendingBudget m_pending;
     ConnectionTable m_connections{m_metrics};
     IoThread m_io;
     RootPools m_disk{diskThreads};

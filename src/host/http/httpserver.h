@@ -24,6 +24,8 @@ public:
         /// For scaled covers.
         QString stateDirectory = {};
         ServerTimes times = {};
+        /// Bytes of answers and messages that may wait for all clients together.
+        qint64 mostPending = qint64{256} << 20;
     };
 
     /// Fails if the token cannot be read. The services must outlive the server.
