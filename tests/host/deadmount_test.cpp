@@ -1,11 +1,11 @@
 // A root's file system stops answering: the other roots are served, and the program ends when it is asked to.
 
 #include "support/deadmount.h"
-#include "support/httpclient.h"
 #include "support/rpcrequest.h"
 #include "support/serving.h"
 #include "support/sessionclient.h"
 #include "support/temporarytree.h"
+#include "support/webclient.h"
 
 #include "eventloop.h"
 #include "printers.h"
@@ -145,6 +145,9 @@ TEST_F(DeadRoot, FilesOfOthersAreSent)
     }
     EXPECT_TRUE(HttpClient(port).get("/media/good/a/1.mp3").body == sound);
     EXPECT_TRUE(isLookedAt());
+    WebClient client(port);
+    client.send(WebClient::Ping, "x");
+    EXPECT_EQ(client.nextFrame().opcode, WebClient::Pong);
     program.signal(SIGTERM);
     EXPECT_EQ(program.waitForEnd().status, 0);
 }

@@ -1,5 +1,6 @@
 // The playlist's worker: its paths, rows, versions, errors and notifications.
 
+#include "queuestore.h"
 #include "support/playlistworkertest.h"
 
 #include "eventloop.h"
@@ -251,6 +252,25 @@ TEST_F(PlaylistAdds, EntriesWhoseTagsComeBackWithTheQueue)
     set("addToQueue", source("single"));
     ASSERT_TRUE(waitUntilPrepared());
     EXPECT_EQ(music.preparations, 2);
+}
+
+TEST_F(PlaylistAdds, NoTagsToStoredEntriesThatLeadOutOfTheirWorker)
+{
+    worker.reset();
+    {
+        const auto item = [](const char* base) {
+            return QueueItem{source(base), QString::fromUtf8(base), QStringLiteral("audio")};
+        };
+        QueueStore store(state.path());
+        Playlist stored;
+        ASSERT_TRUE(stored.addToQueue({item("../secret"), item("/etc/secret"), item("a/../../b"), item("single")}, 0));
+        ASSERT_EQ(store.save(stored, stored.takeChange(), std::nullopt), QString());
+    }
+    restart();
+    EXPECT_TRUE(processEventsUntil(
+        [this] { return column(TavoRoles::Title()).value(3).toString() == QLatin1String("Tagged single"); }));
+    const QVariantList titles = column(TavoRoles::Title());
+    EXPECT_THAT(titles.mid(0, 3), ElementsAre(QVariant("../secret"), QVariant("/etc/secret"), QVariant("a/../../b")));
 }
 
 class PlaylistServices : public PlaylistWorkerTest
