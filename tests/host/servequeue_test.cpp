@@ -44,6 +44,15 @@ protected:
         return setOver(*client, path, value);
     }
 
+    /// The name of the error; empty if it succeeds.
+    [[nodiscard]] std::string refusal(const char* path, const QJsonValue& value)
+    {
+        const QJsonObject parameters{
+            {QStringLiteral("path"), QString::fromUtf8(path)}, {QStringLiteral("value"), value}};
+        const QJsonObject answer = client->call("set", parameters);
+        return answer[QStringLiteral("error")][QStringLiteral("data")][QStringLiteral("name")].toString().toStdString();
+    }
+
     /// The answer to a request for the queue's rows.
     [[nodiscard]] static QJsonObject rows(WebClient& reader, const QStringList& roles)
     {
@@ -143,14 +152,7 @@ TEST_F(ServeQueue, OutlivesAKilledServer)
 TEST_F(ServeQueue, RefusesWhatLeadsOutOfTheRoots)
 {
     for (const char* path : {"/file/../secret", "/file//etc", "/file/.hidden"}) {
-        const QJsonObject parameters{
-            {QStringLiteral("path"), QStringLiteral("/playlist/addToQueue")},
-            {QStringLiteral("value"), QString::fromUtf8(path)}};
-        const QJsonObject answer = client->call("set", parameters);
-        EXPECT_EQ(
-            answer[QStringLiteral("error")][QStringLiteral("data")][QStringLiteral("name")].toString(),
-            QStringLiteral("accessViolation"))
-            << path;
+        EXPECT_EQ(refusal("/playlist/addToQueue", QString::fromUtf8(path)), "accessViolation") << path;
     }
     EXPECT_THAT(sources(), IsEmpty());
 }
@@ -191,6 +193,26 @@ TEST_F(ServeQueue, LosesTheOutputsOfAConnectionThatEnds)
     EXPECT_EQ(client->nextChange().value(QLatin1String("path")).toString(), QStringLiteral("/playlist/outputs"));
     EXPECT_EQ(playerMember("state"), "paused");
     EXPECT_TRUE(player().value(QLatin1String("output")).isNull());
+}
+
+TEST_F(ServeQueue, RefusesEditsOnAFullDiskAndPlaysOn)
+{
+    SilentOutput phone(serving.port(), QStringLiteral("phone"));
+    set("/playlist/player/output", QStringLiteral("phone"));
+    set("/playlist/playNow", QStringLiteral("/file/album"));
+    ASSERT_EQ(phone.obey(), 1);
+    {
+        const Tavo::WithoutDiskSpace full(serving.program());
+        EXPECT_EQ(refusal("/playlist/addToQueue", QStringLiteral("/file/album")), "notStored");
+        EXPECT_EQ(refusal("/playlist/clear", QJsonValue::Null), "notStored");
+        EXPECT_EQ(sources(), album);
+        phone.passOn();
+        EXPECT_EQ(playerMember("current"), "2");
+        EXPECT_EQ(refusal("/playlist/player/volume", 30), "");
+        EXPECT_EQ(playerMember("volume"), "30");
+    }
+    EXPECT_EQ(refusal("/playlist/addToQueue", QStringLiteral("/file/album")), "");
+    EXPECT_THAT(sources(), testing::SizeIs(6));
 }
 
 TEST_F(ServeQueue, EndsWhileItIsBeingFilled)

@@ -219,6 +219,19 @@ Tavo::WithoutDescriptors::~WithoutDescriptors()
     prlimit(m_process, RLIMIT_NOFILE, &m_usual, nullptr);
 }
 
+Tavo::WithoutDiskSpace::WithoutDiskSpace(const Tavo& program) : m_process(static_cast<pid_t>(program.processId()))
+{
+    prlimit(m_process, RLIMIT_FSIZE, nullptr, &m_usual);
+    const rlimit none = {0, m_usual.rlim_max};
+    const int limited = prlimit(m_process, RLIMIT_FSIZE, &none, nullptr);
+    Q_ASSERT(limited == 0);
+}
+
+Tavo::WithoutDiskSpace::~WithoutDiskSpace()
+{
+    prlimit(m_process, RLIMIT_FSIZE, &m_usual, nullptr);
+}
+
 Outcome Tavo::finish()
 {
     closeWriteChannel();
@@ -238,6 +251,8 @@ Outcome Tavo::waitForEnd()
 
 void Tavo::setupChildProcess()
 {
+    // See WithoutDiskSpace: to write fails then, as on a full disk.
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     if (m_descriptorLimits) {
         const rlimit limits = {
             static_cast<rlim_t>(m_descriptorLimits->first), static_cast<rlim_t>(m_descriptorLimits->second)};

@@ -87,6 +87,18 @@ public:
         pid_t m_process;
         rlimit m_usual = {};
     };
+    /// No file of the running program grows while the object lives, as on a full disk.
+    class WithoutDiskSpace
+    {
+    public:
+        explicit WithoutDiskSpace(const Tavo& program);
+        ~WithoutDiskSpace();
+        Q_DISABLE_COPY_MOVE(WithoutDiskSpace)
+
+    private:
+        pid_t m_process;
+        rlimit m_usual = {};
+    };
     [[nodiscard]] Outcome waitForEnd();
     /// Closes the input first.
     [[nodiscard]] Outcome finish();
