@@ -382,12 +382,15 @@ protected:
         host->workerThread().post([this] { EXPECT_TRUE(mayGoOn.wait()); });
     }
 
-    ~CoverStoreBesideADeadRoot() override { mayGoOn.open(); }
-    Q_DISABLE_COPY_MOVE(CoverStoreBesideADeadRoot)
-
-    void askThere(const QString& base, CoverStore::Receive receive)
+    void TearDown() override
     {
-        store->find({QStringLiteral("drive"), base, 100}, std::move(receive));
+        mayGoOn.open();
+        host->workerThread().run([] {});
+    }
+
+    void askThere(const QString& base, const CoverStore::Receive& receive)
+    {
+        store->find({QStringLiteral("drive"), base, 100}, receive);
     }
 
     Gate mayGoOn;
