@@ -7,6 +7,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -59,8 +60,17 @@ struct Problem
 /// SQLite's result codes that blame something other than the file's content.
 bool isDamage(const QSqlError& error)
 {
-    enum Code { Permission = 3, Busy = 5, Locked = 6, NoMemory = 7, ReadOnly = 8, Interrupted = 9, Full = 13 };
-    static const std::set<int> others = {Permission, Busy, Locked, NoMemory, ReadOnly, Interrupted, Full};
+    enum Code {
+        Permission = 3,
+        Busy = 5,
+        Locked = 6,
+        NoMemory = 7,
+        ReadOnly = 8,
+        Interrupted = 9,
+        Full = 13,
+        CannotOpen = 14
+    };
+    static const std::set<int> others = {Permission, Busy, Locked, NoMemory, ReadOnly, Interrupted, Full, CannotOpen};
     return others.count(error.nativeErrorCode().toInt() & 0xff) == 0;
 }
 
@@ -529,7 +539,8 @@ void QueueStore::open(const QString& directory)
         const Problem problem = connection->problem();
         connection.reset();
         m_failure = problem.text;
-        if (!isFirst || !problem.isDamage || !setAside(file))
+        const bool isUseless = problem.isDamage || QFileInfo(file).isDir();
+        if (!isFirst || !isUseless || !setAside(file))
             break;
         warn(QStringLiteral("%1 cannot be read and is set aside: %2").arg(file, problem.text));
     }

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -315,6 +316,24 @@ TEST_F(QueueStoreTest, SetsAsideADirectoryInItsPlace)
     QueueStore store(directory());
     EXPECT_EQ(store.save(Playlist(), {}, std::nullopt), QString());
     EXPECT_TRUE(QFileInfo(file()).isFile());
+}
+
+TEST_F(QueueStoreTest, LeavesAFileThatItCannotOpen)
+{
+    storeSome();
+    {
+        rlimit usual{};
+        getrlimit(RLIMIT_NOFILE, &usual);
+        const int next = dup(STDIN_FILENO);
+        close(next);
+        // The file has a descriptor, and the log beside it has none.
+        const rlimit scarce{static_cast<rlim_t>(next) + 1, usual.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &scarce);
+        EXPECT_TRUE(stored().queue.isEmpty());
+        setrlimit(RLIMIT_NOFILE, &usual);
+    }
+    EXPECT_THAT(damagedFiles(), SizeIs(0));
+    EXPECT_FALSE(stored().queue.isEmpty());
 }
 
 TEST_F(QueueStoreTest, LeavesTheFileToTheProcessThatHasIt)
