@@ -12,8 +12,8 @@
 #include <vector>
 
 /// Lets requests for rows of the same directory share its listing: those that arrive while one of them is computed wait
-/// for it and share the next listing. Equal ones share the text of the answer, too. None gets an answer that was begun
-/// before it was asked. Thread-safe.
+/// for it and share the next listing. Equal ones share the text of the answer, too. No request gets an answer that was
+/// begun before the request came. Thread-safe.
 class SharedListings
 {
 public:
@@ -43,7 +43,7 @@ public:
     /// Computes the answer in the calling thread, also for those that join meanwhile; or returns at once if a request
     /// with this key is being computed, and has this one answered by that thread.
     void run(const Request& request, Receive receive);
-    /// As run(), but false, and nothing has happened, if no request with this key is being computed.
+    /// As run(), but false, without any effect, if no request with this key is being computed.
     [[nodiscard]] bool join(const Request& request, Receive receive);
     [[nodiscard]] bool isComputing(const QByteArray& key);
 
