@@ -1,9 +1,11 @@
 import { isolated, text } from './language.js';
 import { openMenu } from './menu.js';
+import { PartlyAdded } from './queue.js';
 import { toast } from './toast.js';
 
 /** @typedef {import('./player.js').Player} Player */
 /** @typedef {import('./queue.js').Queue} Queue */
+/** @typedef {import('./queue.js').Undo} Undo */
 /** @typedef {import('./session.js').Session} Session */
 
 /** What the queue can do with entries, by the last segment of the menu's paths. */
@@ -83,10 +85,11 @@ export class Actions {
         try {
             if (heard) await this.#player.findOutput();
             const added = await this.#queue[method](paths);
-            if (!heard) toast(text('added', { count: added.added }));
-            else if (added.undo !== undefined && count > 0) offerUndo(this.#queue, count, added.undo);
+            if (!heard) sayWithUndo(this.#queue, text('added', { count: added.added }), added.undo);
+            else if (added.undo.removal !== undefined && count > 0) offerUndo(this.#queue, count, added.undo);
         } catch (error) {
-            report(error);
+            if (error instanceof PartlyAdded) sayWithUndo(this.#queue, partlyAdded(error), error.done.undo);
+            else report(error);
         }
     }
 }
@@ -95,11 +98,24 @@ export class Actions {
  * Says that entries left the queue, and offers to bring them back.
  * @param {Queue} queue
  * @param {number} count
- * @param {number} edit that removed them
+ * @param {Undo} undo
  */
-export function offerUndo(queue, count, edit) {
-    const run = () => void queue.undo(edit).catch(report);
-    toast(text('removedCount', { count }), { label: text('undo'), run });
+export function offerUndo(queue, count, undo) {
+    sayWithUndo(queue, text('removedCount', { count }), undo);
+}
+
+/**
+ * @param {Queue} queue
+ * @param {string} message
+ * @param {Undo} undo
+ */
+function sayWithUndo(queue, message, undo) {
+    toast(message, { label: text('undo'), run: () => void queue.undo(undo).catch(report) });
+}
+
+/** @param {PartlyAdded} error */
+function partlyAdded({ cause, done }) {
+    return text('partlyAdded', { count: done.added, problem: problemOf(cause) });
 }
 
 /**
@@ -107,8 +123,12 @@ export function offerUndo(queue, count, edit) {
  * @param {any} error
  */
 export function report(error) {
-    if (error?.name === 'AbortError') return;
-    if (error?.name === 'ConnectionLost') toast(text('connectionLost'));
-    else if (error?.data?.name === 'conflict') toast(text('conflict'));
-    else toast(error?.message ?? text('failed'));
+    if (error?.name !== 'AbortError') toast(problemOf(error));
+}
+
+/** @param {any} error */
+function problemOf(error) {
+    if (error?.name === 'ConnectionLost') return text('connectionLost');
+    if (error?.data?.name === 'conflict') return text('conflict');
+    return error?.message ?? text('failed');
 }

@@ -16,7 +16,12 @@ import { uniqueText } from './unique.js';
 
 /** @typedef {import('./entries.js').Entry} Entry */
 /** @typedef {import('./session.js').Session} Session */
-/** @typedef {{ added: number, first: number, undo?: number }} Added */
+/**
+ * What undoes edits: the ids of the entries that they added, and the host's `undo` of the one that removed entries.
+ * @typedef {{ added: number[], removal?: number }} Undo
+ */
+
+/** The number of entries that were added, and what undoes that. @typedef {{ added: number, undo: Undo }} Added */
 
 /**
  * A move that the rows do not show yet.
@@ -26,6 +31,19 @@ import { uniqueText } from './unique.js';
  * @property {Promise<number>} version of the rows that show it
  * @property {number} answered that version once it is known, else 0
  */
+
+/** The host refused some of the paths after it had added others. */
+export class PartlyAdded extends Error {
+    /**
+     * @param {Error} cause
+     * @param {Added} done
+     */
+    constructor(cause, done) {
+        super(cause.message, { cause });
+        this.name = 'PartlyAdded';
+        this.done = done;
+    }
+}
 
 /** The host takes so many paths at a time. */
 const mostPaths = 1000;
@@ -159,23 +177,24 @@ export class Queue extends EventTarget {
         return this.#add('replaceQueue', paths);
     }
 
-    /** @param {readonly number[]} ids @returns {Promise<number>} what `undo` takes */
+    /** @param {readonly number[]} ids @returns {Promise<Undo>} */
     async remove(ids) {
-        return (await this.#edit('remove', ids)).undo;
+        return { added: [], removal: (await this.#edit('remove', ids)).undo };
     }
 
-    /** @returns {Promise<number>} what `undo` takes */
+    /** @returns {Promise<Undo>} */
     async clear() {
-        return (await this.#edit('clear', null)).undo;
+        return { added: [], removal: (await this.#edit('clear', null)).undo };
     }
 
     async shuffle() {
         await this.#edit('shuffleQueue', null);
     }
 
-    /** Brings back what an edit removed. @param {number} edit */
-    async undo(edit) {
-        await this.#edit('undo', edit);
+    /** Undoes edits. What they removed comes back last, since the queue may have no room before. @param {Undo} undo */
+    async undo({ added, removal }) {
+        if (added.length > 0) await this.#removePresent(added);
+        if (removal !== undefined) await this.#edit('undo', removal);
     }
 
     /**
@@ -272,20 +291,33 @@ export class Queue extends EventTarget {
     }
 
     /**
-     * Behind the current entry the last part comes first, so that the first one ends up in front. What several edits
-     * have added, none of them undoes.
      * @param {string} service
      * @param {readonly string[]} paths
      * @returns {Promise<Added>}
      */
     async #addParts(service, paths) {
-        const [first, ...others] = partsOf(paths);
-        const atTheEnd = service === 'addToQueue' || service === 'replaceQueue';
-        let added = 0;
-        if (!atTheEnd) for (const part of others.reverse()) added += (await this.#edit('playNext', part)).added;
-        const answer = await this.#edit(service, first);
-        if (atTheEnd) for (const part of others) added += (await this.#edit('addToQueue', part)).added;
-        return { ...answer, added: answer.added + added, undo: others.length > 0 ? undefined : answer.undo };
+        /** @type {Added} */
+        const done = { added: 0, undo: { added: [] } };
+        for (const edit of editsThatAdd(service, paths)) {
+            try {
+                noteAdded(done, await this.#edit(edit.service, edit.paths));
+            } catch (error) {
+                throw done.added > 0 ? new PartlyAdded(/** @type {Error} */ (error), done) : error;
+            }
+        }
+        return done;
+    }
+
+    /** Removes those of some entries that are still there. @param {number[]} ids */
+    async #removePresent(ids) {
+        try {
+            await this.#edit('remove', ids);
+        } catch (error) {
+            if (/** @type {any} */ (error).data?.name !== 'noSuchItem') throw error;
+            await this.all();
+            const present = ids.filter((id) => this.#rows.indexOf(entryPath(id)) !== undefined);
+            if (present.length > 0) await this.#edit('remove', present);
+        }
     }
 
     /** @param {1 | -1} change */
@@ -329,6 +361,31 @@ export class Queue extends EventTarget {
             changed();
         });
     }
+}
+
+/**
+ * The edits that together add some paths. Behind the current entry the last part comes first, so that the first one ends
+ * up in front.
+ * @param {string} service
+ * @param {readonly string[]} paths
+ */
+function editsThatAdd(service, paths) {
+    const [first, ...others] = partsOf(paths);
+    const atTheEnd = service === 'addToQueue' || service === 'replaceQueue';
+    const edits = others.map((part) => ({ service: atTheEnd ? 'addToQueue' : 'playNext', paths: part }));
+    return atTheEnd ? [{ service, paths: first }, ...edits] : [...edits.reverse(), { service, paths: first }];
+}
+
+/**
+ * Adds the host's answer to what is done. The ids of one edit follow one another from `first`. With an `undo` the edit has
+ * replaced entries, and the host takes back all of it.
+ * @param {Added} done
+ * @param {{ added: number, first: number, undo?: number }} answer
+ */
+function noteAdded(done, { added, first, undo }) {
+    done.added += added;
+    if (undo !== undefined) done.undo.removal = undo;
+    else for (let id = first; id < first + added; ++id) done.undo.added.push(id);
 }
 
 /** @param {readonly string[]} paths */

@@ -16,6 +16,10 @@ const blue = '/file/Albums/Blue';
 const many = '/file/Many';
 
 function house() {
+    return houseWithQueue().host;
+}
+
+function houseWithQueue() {
     const host = new FakeHost();
     host.addDirectory('/', []);
     host.addDirectory(music, ['Albums/', 'Empty/', 'Many/']);
@@ -24,13 +28,20 @@ function house() {
     host.addDirectory('/file/Empty', []);
     host.addDirectory(many, manyNames(100000));
     host.services.set('/file/playList/prepareItems', (paths) => paths.map(itemOf));
-    void new FakePlaylist(host);
-    return host;
+    return { host, playlist: new FakePlaylist(host) };
 }
 
 /** @param {number} count */
 function manyNames(count) {
     return Array.from({ length: count }, (_, index) => `${String(index).padStart(6, '0')}.opus`);
+}
+
+/** Selects all entries of the folder and adds them to the queue. @param {Page} page */
+async function addAll(page) {
+    await page.locator('.folder .row').first().click();
+    await page.keyboard.press('Control+a');
+    await page.locator('.folder .row').first().click({ button: 'right' });
+    await page.getByRole('menuitem', { name: 'Add to queue' }).click();
 }
 
 /** @param {string} path */
@@ -404,6 +415,31 @@ describe('the mouse', () => {
         await page.locator('.folder .row', { hasText: 'Perigee' }).click({ modifiers: ['Control'] });
         await file.click({ button: 'right' });
         await page.locator('[role=menuitem]', { hasText: 'Play now' }).waitFor();
+    });
+
+    test('adds more entries than the host takes at a time, and one undo takes them away', async () => {
+        const { host, playlist } = houseWithQueue();
+        host.addDirectory(blue, manyNames(2500));
+        const { page } = await openPage(host, { place: blue });
+        await addAll(page);
+        const added = page.locator('.toast', { hasText: 'Added 2,500 entries to the queue' });
+        await added.waitFor();
+        assert.equal(playlist.rows.length, 2500);
+        await added.getByRole('button', { name: 'Undo' }).click();
+        await page.locator('tavo-queue .row').first().waitFor({ state: 'detached' });
+        assert.equal(playlist.rows.length, 0);
+    });
+
+    test('says how much it has added when the host refuses the rest', async () => {
+        const { host, playlist } = houseWithQueue();
+        host.addDirectory(blue, manyNames(1500));
+        playlist.filesAt = (path) => (playlist.rows.length < 1000 ? [path] : []);
+        const { page } = await openPage(host, { place: blue });
+        await addAll(page);
+        const added = page.locator('.toast', { hasText: /^Added only 1,000 entries to the queue: noSuchItem/ });
+        await added.getByRole('button', { name: 'Undo' }).click();
+        await page.locator('tavo-queue .row').first().waitFor({ state: 'detached' });
+        assert.equal(playlist.rows.length, 0);
     });
 
     test('adds the whole folder', async () => {

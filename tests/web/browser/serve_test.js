@@ -81,12 +81,15 @@ test('a server without folders says how to add one, until one is there', async (
     assert.deepEqual(problems, []);
 });
 
-test('the menu of an entry adds it to the queue', async () => {
+test('the menu of an entry adds it to the queue, and undo takes it away', async () => {
     const { page } = await newPage();
     await page.goto(served.host.address + album);
     await row(page, 'Half a Lantern').click({ button: 'right' });
     await page.locator('[role=menuitem]', { hasText: 'Add to queue' }).click();
-    await page.locator('.toast', { hasText: 'Added 1 entry' }).waitFor();
+    const entry = page.locator('tavo-queue .row .title', { hasText: 'Half a Lantern' });
+    await entry.waitFor();
+    await page.locator('.toast', { hasText: 'Added 1 entry' }).getByRole('button', { name: 'Undo' }).click();
+    await entry.waitFor({ state: 'detached' });
 });
 
 test('what has replaced the queue can be undone', async () => {
@@ -98,9 +101,8 @@ test('what has replaced the queue can be undone', async () => {
     await entries.filter({ hasText: 'Half a Lantern' }).waitFor();
     await row(page, 'Half a Lantern').locator('~ .row').first().click({ button: 'right' });
     await page.getByRole('menuitem', { name: 'Replace queue' }).click();
-    await page.locator('.toast', { hasText: 'Removed 1 track' }).waitFor();
     await entries.filter({ hasText: 'Half a Lantern' }).waitFor({ state: 'detached' });
-    await page.getByRole('button', { name: 'Undo' }).click();
+    await page.locator('.toast', { hasText: 'Removed 1 track' }).getByRole('button', { name: 'Undo' }).click();
     await entries.filter({ hasText: 'Half a Lantern' }).waitFor();
     assert.equal(await entries.count(), 1);
 });

@@ -15,7 +15,7 @@ export class FakePlaylist {
     #version = 1;
     #lastEdit = 1;
     #lastId = 0;
-    /** What each edit has removed. @type {Row[][]} */
+    /** What edits have removed, and what replaced it. @type {{ removed: Row[], added: Row[] }[]} */
     #undos = [];
     /** Answers by operation. @type {Map<string, any>} */
     #answers = new Map();
@@ -74,7 +74,9 @@ export class FakePlaylist {
         this.#edit('addToQueue', (paths) => this.#insert(paths, this.rows.length, false));
         this.#edit('replaceQueue', (paths) => {
             const { undo } = this.#remove(this.rows.map(idOf));
-            return { ...this.#insert(paths, 0, true), undo };
+            const answer = this.#insert(paths, 0, true);
+            this.#undos[undo].added = this.rows;
+            return { ...answer, undo };
         });
         this.#edit('remove', (ids) => this.#remove(ids));
         this.#edit('clear', () => this.#remove(this.rows.map(idOf)));
@@ -84,8 +86,10 @@ export class FakePlaylist {
             return {};
         });
         this.#edit('undo', (number) => {
-            const gone = new Set(this.#undos[number]);
-            this.rows = [...this.rows.filter((row) => !gone.has(row)), ...gone].sort((one, other) => idOf(one) - idOf(other));
+            const { removed, added } = this.#undos[number];
+            const concerned = new Set([...removed, ...added].map(idOf));
+            const others = this.rows.filter((row) => !concerned.has(idOf(row)));
+            this.rows = [...others, ...removed].sort((one, other) => idOf(one) - idOf(other));
             return {};
         });
     }
@@ -118,10 +122,13 @@ export class FakePlaylist {
 
     /** @param {number[]} ids */
     #remove(ids) {
+        const present = new Set(this.rows.map(idOf));
+        if (ids.some((id) => !present.has(id))) throw refusal('noSuchItem');
         const { current } = this.player;
         const heir = current !== null && ids.includes(current) ? this.#next(1) : current;
-        this.#undos.push(this.rows.filter((row) => ids.includes(idOf(row))));
-        this.rows = this.rows.filter((row) => !ids.includes(idOf(row)));
+        const gone = new Set(ids);
+        this.#undos.push({ removed: this.rows.filter((row) => gone.has(idOf(row))), added: [] });
+        this.rows = this.rows.filter((row) => !gone.has(idOf(row)));
         if (heir !== current) this.#start(heir, heir === null ? 'stopped' : this.player.state);
         return { undo: this.#undos.length - 1 };
     }

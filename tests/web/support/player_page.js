@@ -24,8 +24,8 @@ export async function openPlayer(server, files, options) {
 export async function add(page, files) {
     await page.evaluate(async (names) => {
         const { queue } = /** @type {any} */ (globalThis);
-        const { added, first } = await queue.addToQueue(names.map((name) => `/file/${encodeURIComponent(name)}`));
-        const last = first + added - 1;
+        const { undo } = await queue.addToQueue(names.map((name) => `/file/${encodeURIComponent(name)}`));
+        const last = undo.added.at(-1);
         while (queue.indexOf(last) === undefined) await new Promise((resolve) => queue.addEventListener('change', resolve, { once: true }));
     }, files);
 }

@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import { beforeEach, test } from 'node:test';
 
-import { Queue } from '../../../web/app/queue.js';
+import { PartlyAdded, Queue } from '../../../web/app/queue.js';
 import { Session } from '../../../web/app/session.js';
 import { ManualTimer, next } from '../support/events.js';
 import { FakeHost, FakeNetwork } from '../support/fake_host.js';
@@ -50,6 +50,21 @@ function order(shown = queue) {
 /** @param {string} wanted @param {Queue} [shown] */
 async function ordered(wanted, shown = queue) {
     while (order(shown) !== wanted) await next(shown, 'change');
+}
+
+/** The files of all entries, as the host has them. */
+function sources() {
+    return playlist.rows.map(({ value }) => value);
+}
+
+/** @param {number} count */
+function numbered(count) {
+    return Array.from({ length: count }, (_, index) => `/file/${index}`);
+}
+
+/** @param {{ path: string }} row */
+function idOf({ path }) {
+    return Number(path.split('/').pop());
 }
 
 /** Holds the answers to a service back until the function is called. @param {string} service */
@@ -115,19 +130,51 @@ test('edits change the queue of every page', async () => {
 test('adding answers what was added', async () => {
     await start('a');
     const added = await queue.addToQueue(['/file/b', '/file/c']);
-    assert.deepEqual([added.added, added.first], [2, 2]);
-    assert.equal(typeof (await queue.replaceQueue(['/file/d'])).undo, 'number');
+    assert.equal(added.added, 2);
 });
 
 for (const service of /** @type {const} */ (['playNow', 'playNext', 'addToQueue', 'replaceQueue'])) {
     test(`more paths than the host takes at a time keep their order: ${service}`, async () => {
         await start('a');
-        const paths = Array.from({ length: 2500 }, (_, index) => `/file/${index}`);
-        const { added, undo } = await queue[service](paths);
+        const paths = numbered(2500);
+        const { added } = await queue[service](paths);
         assert.equal(added, 2500);
-        assert.equal(undo, undefined);
-        assert.deepEqual(playlist.rows.map(({ value }) => value).filter((value) => value !== '/file/a'), paths);
+        assert.deepEqual(sources().filter((source) => source !== '/file/a'), paths);
         for (const { path, value } of host.asked('set')) assert(value.value.length <= 1000, `${value.value.length} to ${path}`);
+    });
+}
+
+for (const service of /** @type {const} */ (['playNow', 'playNext', 'addToQueue', 'replaceQueue'])) {
+    for (const count of [1, 2500]) {
+        test(`what ${service} of ${count} paths has done is undone`, async () => {
+            await start('abc');
+            const { undo } = await queue[service](numbered(count));
+            await queue.undo(undo);
+            assert.deepEqual(sources(), ['/file/a', '/file/b', '/file/c']);
+        });
+
+        test(`undoing ${service} of ${count} paths leaves what has come since, and does without what has gone`, async () => {
+            await start('abc');
+            const { undo } = await queue[service](numbered(count));
+            const [added] = playlist.rows.filter(({ value }) => value === '/file/0');
+            await queue.remove([idOf(added)]);
+            await queue.addToQueue(['/file/d']);
+            await queue.undo(undo);
+            assert.deepEqual(sources(), ['/file/a', '/file/b', '/file/c', '/file/d']);
+        });
+    }
+
+    test(`what ${service} has done until the host refused the rest is known and undone`, async () => {
+        await start('abc');
+        const paths = numbered(2500);
+        const missing = new Set(paths.slice(1000, 2000));
+        playlist.filesAt = (path) => (missing.has(path) ? [] : [path]);
+        const error = await queue[service](paths).catch((reason) => reason);
+        assert(error instanceof PartlyAdded);
+        assert(isNamed('noSuchItem')(error.cause));
+        assert.equal(error.done.added, sources().filter((source) => /\d/.test(source)).length);
+        await queue.undo(error.done.undo);
+        assert.deepEqual(sources(), ['/file/a', '/file/b', '/file/c']);
     });
 }
 

@@ -37,6 +37,7 @@ export default {
     rowsShown: { one: '{count} Eintrag', other: '{count} Einträge' },
     menuFor: 'Aktionen für {name}',
     added: { one: '{count} Eintrag zur Warteschlange hinzugefügt', other: '{count} Einträge zur Warteschlange hinzugefügt' },
+    partlyAdded: { one: 'Nur {count} Eintrag zur Warteschlange hinzugefügt: {problem}', other: 'Nur {count} Einträge zur Warteschlange hinzugefügt: {problem}' },
 
     // Keys
     keys: 'Tastenkürzel',

@@ -36,6 +36,7 @@ export default {
     rowsShown: { one: '{count} entry', other: '{count} entries' },
     menuFor: 'Actions for {name}',
     added: { one: 'Added {count} entry to the queue', other: 'Added {count} entries to the queue' },
+    partlyAdded: { one: 'Added only {count} entry to the queue: {problem}', other: 'Added only {count} entries to the queue: {problem}' },
 
     // Keys
     keys: 'Keys',
