@@ -5,7 +5,7 @@
 
 import { createInterface } from 'node:readline';
 
-import { newPage, startBrowser, stopBrowser } from '../../tests/web/support/browser.js';
+import { newPage, startBrowserWith, stopBrowser } from '../../tests/web/support/browser.js';
 
 /** @typedef {import('playwright-core').Page} Page */
 
@@ -14,6 +14,9 @@ const rows = '.folder .row .title:not(:empty)';
 /** So far a list is scrolled in a frame: from end to end of 100,000 rows in five seconds. */
 const pixels = 16000;
 const fewestFrames = 60;
+
+/** The address bar of a new window loads pages of its own, beside the one that is measured. */
+const withoutAddressBar = '--disable-features=WebUIOmniboxPopup,WebUIOmniboxAimPopup';
 
 const measurements = {
     /** Milliseconds from the navigation until a page without anything is drawn. @param {{ address: string }} of */
@@ -95,7 +98,7 @@ function weighScripts() {
     return { bytes: scripts.reduce((sum, entry) => sum + entry.encodedBodySize, 0) };
 }
 
-await startBrowser();
+await startBrowserWith([withoutAddressBar]);
 for await (const line of createInterface({ input: process.stdin })) {
     const { measure, ...of } = JSON.parse(line);
     const result = await measurements[/** @type {keyof typeof measurements} */ (measure)](of);
