@@ -2,27 +2,21 @@
 
 #include "itemcollector.h"
 #include "itempreparation.h"
-#include "log/dbglog.h"
 #include "model/cmrequestcontext.h"
+#include "preparingthread.h"
 #include "refusal.h"
 
 #include <QHash>
 
 #include <chrono>
-#include <condition_variable>
 #include <exception>
+#include <map>
 #include <mutex>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 namespace {
-
-constexpr char sourceFile[] = "src/modules/playlist/itemthread";
-
-const log4cplus::Logger& logger()
-{
-    static const log4cplus::Logger instance = log4cplus::Logger::getInstance("CB_Playlist");
-    return instance;
-}
 
 /// A walk that takes longer may wait for a dead mount.
 constexpr std::chrono::seconds patience{5};
@@ -36,6 +30,12 @@ std::vector<EntryId> newIds(const QVariantHash& answer)
     for (EntryId id = first; id < first + added; ++id)
         ids.push_back(id);
     return ids;
+}
+
+/// The worker that has the item, as its path names it.
+QStringRef workerOf(const QueueItem& item)
+{
+    return item.source.leftRef(item.source.indexOf(u'/', 1));
 }
 
 std::vector<EntryId> unpreparedIds(const Queue& queue)
@@ -91,52 +91,46 @@ public:
             completion(outcome);
     }
 
+    /// Each worker has a thread of its own, since one that waits for a dead mount may hang.
     void prepare(const std::vector<EntryId>& ids)
     {
+        std::map<QString, std::vector<EntryId>> idsOfWorkers;
+        const std::shared_ptr<const Playlist> playlist = m_engine.playlist();
+        for (const EntryId id : ids) {
+            if (const QueueEntry* const entry = playlist->queue().find(id))
+                idsOfWorkers[workerOf(entry->item).toString()].push_back(id);
+        }
         const std::lock_guard lock(m_mutex);
-        m_unprepared.insert(m_unprepared.end(), ids.begin(), ids.end());
-        m_changed.notify_one();
+        if (m_isEnding)
+            return;
+        for (const auto& [worker, itsIds] : idsOfWorkers) {
+            if (PreparingThread* const thread = threadOfLocked(worker))
+                thread->add(itsIds);
+        }
     }
+
+    void prepareAll() { prepare(unpreparedIds(m_engine.playlist()->queue())); }
 
     void end()
     {
         m_context.cancel();
+        std::map<QString, std::unique_ptr<PreparingThread>> preparing;
         const std::lock_guard lock(m_mutex);
         m_isEnding = true;
-        m_changed.notify_one();
-    }
-
-    /// In the thread that prepares.
-    void run()
-    {
-        const CMRequestContext::Scope scope(m_context);
-        ItemPreparation preparation(m_engine);
-        prepare(unpreparedIds(m_engine.playlist()->queue()));
-        while (waitForWork(preparation))
-            proceed(preparation);
+        preparing.swap(m_preparing);
     }
 
 private:
-    /// False at the end. Passes on what is to be prepared.
-    [[nodiscard]] bool waitForWork(ItemPreparation& preparation)
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_isEnding || !m_unprepared.empty() || !preparation.isIdle(); });
-        if (!m_unprepared.empty())
-            preparation.add(m_unprepared);
-        m_unprepared.clear();
-        return !m_isEnding;
-    }
-
-    /// What cannot be prepared now stays as it is.
-    static void proceed(ItemPreparation& preparation)
+    /// Null if the system has no thread left now: the entries stay as they are.
+    [[nodiscard]] PreparingThread* threadOfLocked(const QString& worker)
     {
         try {
-            preparation.proceed();
-        } catch (const std::exception& exception) {
-            DBGLOG(
-                logger(), log4cplus::WARN_LOG_LEVEL, (DbgLogSite{sourceFile, __LINE__, __func__}),
-                "entries were not prepared: " << exception.what());
+            std::unique_ptr<PreparingThread>& thread = m_preparing[worker];
+            if (!thread)
+                thread = std::make_unique<PreparingThread>(m_engine);
+            return thread.get();
+        } catch (const std::system_error&) {
+            return nullptr;
         }
     }
 
@@ -165,31 +159,27 @@ private:
     CMRequestContext m_context;
 
     std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<EntryId> m_unprepared;
     bool m_isEnding = false;
+    std::map<QString, std::unique_ptr<PreparingThread>> m_preparing;
     /// Who waits for the operations that are walking, by their texts.
     QHash<QString, std::vector<PlaylistEngine::Completion>> m_underWay;
 };
 
 ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
-    : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)), m_walks(patience),
-      m_thread([state = m_state] { state->run(); })
+    : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)), m_walks(patience)
 {
+    m_walks.start([state = m_state] { state->prepareAll(); });
 }
 
 ItemThread::~ItemThread()
 {
     m_state->end();
-    m_thread.join();
 }
 
 void ItemThread::add(
     const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
     PlaylistEngine::Completion completion)
 {
-    if (const std::optional<QVariantHash> answer = m_engine.answerTo(guard.operation))
-        return completion({*answer, CMError()});
     if (!guard.operation.isEmpty()) {
         if (!m_state->begin(guard.operation, std::move(completion)))
             return;
@@ -197,6 +187,9 @@ void ItemThread::add(
             state->complete(operation, outcome);
         };
     }
+    // The one before may have ended just now.
+    if (const std::optional<QVariantHash> answer = m_engine.answerTo(guard.operation))
+        return completion({*answer, CMError()});
     m_walks.start([state = m_state, job = State::Job{guard, addition, std::move(completion)}] { state->walk(job); });
 }
 

@@ -5,12 +5,11 @@
 #include "walkpool.h"
 
 #include <memory>
-#include <thread>
 
 /// Walks containers and prepares entries, in threads of its own that ask other workers through the root worker.
 ///
-/// One thread prepares. Several additions are walked at once, and those that wait for a dead mount do not hold up the
-/// others; what they find is added in the order in which the walks end.
+/// One thread for each worker prepares its entries. Several additions are walked at once; what they find is added in
+/// the order in which the walks end. Neither a walk nor a worker that waits for a dead mount holds up the others.
 class ItemThread
 {
 public:
@@ -39,5 +38,4 @@ private:
     /// Completions that the engine still holds share it.
     const std::shared_ptr<State> m_state;
     WalkPool m_walks;
-    std::thread m_thread;
 };

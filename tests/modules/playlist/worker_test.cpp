@@ -448,6 +448,29 @@ TEST_F(PlaylistBesideADeadMount, AddsAfterSomeTimeIfMoreAdditionsWaitForItThanAr
     addWhileOthersHang(2 * WalkPool::mostWalks);
 }
 
+TEST_F(PlaylistBesideADeadMount, EntriesOfOtherWorkersGetTheirTags)
+{
+    ScriptedTree drive(QStringLiteral("drive"));
+    drive.addItem({}, QStringLiteral("song"));
+    ASSERT_TRUE(CMRootWorker::instance().mount(&drive));
+    const auto isAlive = std::make_shared<std::atomic<bool>>(false);
+    std::atomic<bool> hangs{false};
+    music.served = [&hangs, isAlive](const CMRequest& request) {
+        while (request.path().base() == TavoPlayListPrepareItems() && !*isAlive) {
+            hangs = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    };
+    set("addToQueue", source("single"));
+    ASSERT_TRUE(processEventsUntil([&hangs] { return hangs.load(); }));
+    set("addToQueue", QStringLiteral("/drive/song"));
+    EXPECT_TRUE(processEventsUntil(
+        [this] { return column(TavoRoles::Title()).value(1).toString() == QLatin1String("Tagged song"); }));
+    EXPECT_EQ(column(TavoRoles::Title()).value(0), QStringLiteral("single"));
+    *isAlive = true;
+    EXPECT_TRUE(waitUntilPrepared());
+}
+
 TEST_F(PlaylistServices, EndWithTheWorker)
 {
     std::atomic<bool> isServing{false};
