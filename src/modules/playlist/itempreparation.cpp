@@ -66,18 +66,12 @@ void ItemPreparation::proceed()
 std::vector<QueueEntry> ItemPreparation::takeBatch(const Playlist& playlist)
 {
     std::vector<QueueEntry> batch;
-    QString prefix;
     for (; !m_waiting.empty() && batch.size() < batchSize; m_waiting.pop_front()) {
         const QueueEntry* const entry = playlist.queue().find(m_waiting.front());
         if (!entry || isPrepared(entry->item))
             continue;
-        const CMPath path = CMPath::fromEncoded(entry->item.source);
-        if (!ItemCollector::isInside(path))
-            continue;
-        if (!batch.empty() && path.prefix() != prefix)
-            break;
-        prefix = path.prefix();
-        batch.push_back(*entry);
+        if (ItemCollector::isInside(CMPath::fromEncoded(entry->item.source)))
+            batch.push_back(*entry);
     }
     return batch;
 }

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-/// Prepares entries in a thread of its own, which may wait for the worker of their items.
+/// Prepares the entries of one worker in a thread of its own, which may wait for it.
 class PreparingThread
 {
 public:
