@@ -29,7 +29,7 @@ template<typename Compute>
 std::invoke_result_t<Compute> guarded(const Compute& compute)
 {
     try {
-        return compute();
+        return Failures::guarded(compute);
     } catch (...) {
         logException();
         return Failures::busy();
