@@ -4,6 +4,7 @@
 #include "model/cmroot.h"
 #include "queue.h"
 #include "refusal.h"
+#include "storedjson.h"
 #include "tavo/tavoroles.h"
 
 #include <algorithm>
@@ -118,7 +119,8 @@ void ItemCollector::takeRow(const QVariantList& row, int depth)
     if (type == TavoRolesType::Container())
         takeContainer(CMPath::fromEncoded(source), depth);
     else if (isPlayable(type))
-        m_items.push_back({source, row.value(TitleColumn).toString(), type, row.value(MediaColumn)});
+        m_items.push_back(
+            {source, row.value(TitleColumn).toString(), type, StoredJson::fromValue(row.value(MediaColumn))});
 }
 
 // NOLINTNEXTLINE(misc-no-recursion): as deep as `deepest`

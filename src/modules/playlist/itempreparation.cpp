@@ -2,6 +2,7 @@
 
 #include "itemcollector.h"
 #include "model/cmroot.h"
+#include "storedjson.h"
 #include "tavo/tavokeys.h"
 #include "tavo/tavomedia.h"
 #include "tavo/tavoroles.h"
@@ -42,7 +43,7 @@ ItemPreparation::ItemPreparation(PlaylistEngine& engine) : m_engine(engine), m_p
 
 bool ItemPreparation::isPrepared(const QueueItem& item)
 {
-    const TavoMediaData media(item.mediaData.value<QVariantHash>());
+    const TavoMediaData media(StoredJson::toValue(item.mediaJson).toHash());
     return media.metaData().fields().contains(TavoRoles::Title());
 }
 
@@ -87,7 +88,7 @@ void ItemPreparation::prepare(std::vector<QueueEntry> batch)
         if (item == items.cend())
             continue;
         entry.item.title = item->value(TavoRoles::Title()).toString();
-        entry.item.mediaData = item->value(TavoRoles::MediaData());
+        entry.item.mediaJson = StoredJson::fromValue(item->value(TavoRoles::MediaData()));
         m_ready.push_back(std::move(entry));
     }
 }

@@ -2,6 +2,7 @@
 
 #include "commandvalue.h"
 #include "playlisttext.h"
+#include "storedjson.h"
 #include "tavo/tavoroles.h"
 
 #include <QHash>
@@ -151,7 +152,7 @@ QVariantList PlaylistRows::entry(const QueueEntry& entry, const QStringList& rol
         else if (role == TavoRoles::ContainerPlayable())
             values.append(false);
         else if (role == TavoRoles::MediaData())
-            values.append(entry.item.mediaData);
+            values.append(StoredJson::toValue(entry.item.mediaJson));
         else if (role == TavoRoles::Value())
             values.append(entry.item.source);
         else

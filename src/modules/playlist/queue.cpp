@@ -34,7 +34,7 @@ std::vector<EntryId> withoutRepeats(const std::vector<EntryId>& ids)
 /// The entry with the item's title, type and media record. Null if it has them already.
 QueueEntryPointer described(const QueueEntry& entry, const QueueItem& item)
 {
-    QueueEntry other{entry.id, {entry.item.source, item.title, item.type, item.mediaData}};
+    QueueEntry other{entry.id, {entry.item.source, item.title, item.type, item.mediaJson}};
     return other.item == entry.item ? nullptr : std::make_shared<const QueueEntry>(std::move(other));
 }
 

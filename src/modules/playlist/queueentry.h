@@ -1,7 +1,7 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
-#include <QVariant>
 #include <QtGlobal>
 
 #include <memory>
@@ -17,12 +17,12 @@ struct QueueItem
     QString title;
     /// A text of TavoRolesType.
     QString type;
-    /// The prepared media record; must be expressible in JSON. Invalid as long as there is none.
-    QVariant mediaData = {};
+    /// The media record as StoredJson writes it: one block of memory instead of dozens. Null as long as there is none.
+    QByteArray mediaJson = {};
 
     friend bool operator==(const QueueItem& a, const QueueItem& b)
     {
-        return a.source == b.source && a.title == b.title && a.type == b.type && a.mediaData == b.mediaData;
+        return a.source == b.source && a.title == b.title && a.type == b.type && a.mediaJson == b.mediaJson;
     }
     friend bool operator!=(const QueueItem& a, const QueueItem& b) { return !(a == b); }
 };

@@ -319,7 +319,7 @@ bool QueueStore::Connection::loadEntries(Content& content, EntryId lastId)
             return fails(damage(QStringLiteral("entry %1 is not in order").arg(id)));
         const QueueItem item{
             query.value(2).toString(), query.value(3).toString(), query.value(4).toString(),
-            StoredJson::toValue(query.value(5).toByteArray())};
+            query.value(5).toByteArray()};
         places.push_back({rank, std::make_shared<const QueueEntry>(QueueEntry{id, item})});
         if (const int version = query.value(6).toInt(); version > content.version)
             content.version = content.lastEdit = version;
@@ -396,13 +396,11 @@ bool QueueStore::Connection::writeChange(const Playlist& playlist, const QueueCh
         const QueueItem& item = place.entry->item;
         return run(
             s.insertEntry, {place.entry->id, place.rank, notNull(item.source), notNull(item.title), notNull(item.type),
-                            StoredJson::fromValue(item.mediaData)});
+                            item.mediaJson});
     };
     const auto describe = [&](const QueueEntryPointer& entry) {
         const QueueItem& item = entry->item;
-        return run(
-            s.describeEntry,
-            {notNull(item.title), notNull(item.type), StoredJson::fromValue(item.mediaData), entry->id});
+        return run(s.describeEntry, {notNull(item.title), notNull(item.type), item.mediaJson, entry->id});
     };
     // Versions begin again at 1 after the highest one.
     const bool isBehind = playlist.version() < m_version;

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QVariant>
 
-/// Hashes, lists, texts, numbers and truth values as JSON, for the store.
+/// Hashes, lists, texts, numbers and truth values as JSON, as the queue and its store keep them.
 namespace StoredJson {
 
 /// Null if the value is invalid.

@@ -1,5 +1,6 @@
 #include "keptlog.h"
 #include "queuestore.h"
+#include "storedjson.h"
 #include "support/queueitems.h"
 #include "support/stored.h"
 
@@ -228,10 +229,13 @@ TEST_F(QueueStoreTest, ReturnsWhateverTextsAndMediaRecords)
         {QStringLiteral("metaData"), nested}, {QStringLiteral("resources"), QVariantList{nested, 3}}};
     {
         QueueStore store(directory());
-        ASSERT_TRUE(playlist.addToQueue({{text, text, text, media}, {QString(), QString(), QString(), {}}}, 0));
+        const QueueItem unusual{text, text, text, StoredJson::fromValue(media)};
+        ASSERT_TRUE(playlist.addToQueue({unusual, {QString(), QString(), QString(), {}}}, 0));
         ASSERT_EQ(store.save(playlist, playlist.takeChange(), std::nullopt), QString());
     }
-    expectSameQueues(stored().queue, playlist.queue());
+    const Queue queue = stored().queue;
+    expectSameQueues(queue, playlist.queue());
+    EXPECT_EQ(StoredJson::toValue(queue.at(0).item.mediaJson), QVariant(media));
 }
 
 TEST_F(QueueStoreTest, KeepsTheLastOperations)

@@ -2,6 +2,7 @@
 
 #include "eventloop.h"
 #include "itempreparation.h"
+#include "storedjson.h"
 
 #include "model/cmroot.h"
 #include "tavo/tavokeys.h"
@@ -147,7 +148,7 @@ bool PlaylistWorkerTest::waitUntilPrepared() const
     return processEventsUntil([this] {
         const QVariantList media = column(TavoRoles::MediaData());
         return std::all_of(media.cbegin(), media.cend(), [](const QVariant& record) {
-            return ItemPreparation::isPrepared({{}, {}, {}, record});
+            return ItemPreparation::isPrepared({{}, {}, {}, StoredJson::fromValue(record)});
         });
     });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "queue.h"
+#include "storedjson.h"
 
 #include <QString>
 #include <QVariant>
@@ -12,7 +13,8 @@ inline QueueItem makeItem(int number)
     const QString name = QString::number(number);
     return {
         QStringLiteral("/file/Album/%1.opus").arg(name), QStringLiteral("Track %1").arg(name), QStringLiteral("audio"),
-        QVariantHash{{QStringLiteral("metaData"), QVariantHash{{QStringLiteral("title"), name}}}}};
+        StoredJson::fromValue(
+            QVariantHash{{QStringLiteral("metaData"), QVariantHash{{QStringLiteral("title"), name}}}})};
 }
 
 inline std::vector<QueueItem> makeItems(int count)
