@@ -1,6 +1,7 @@
 #include "itempreparation.h"
 
 #include "itemcollector.h"
+#include "log/dbglog.h"
 #include "model/cmroot.h"
 #include "storedjson.h"
 #include "tavo/tavokeys.h"
@@ -10,10 +11,17 @@
 #include <QHash>
 
 #include <algorithm>
+#include <exception>
+#include <iterator>
+#include <system_error>
+#include <utility>
 
 namespace {
 
-/// Items of a request: more would let a new addition wait for too long.
+/// While one waits for the disk, the other one parses.
+constexpr std::size_t threadCount = 2;
+
+/// Items of a request: more would let the first tags wait for too long.
 constexpr std::size_t batchSize = 32;
 
 /// Milliseconds between versions: the first tags are in view soon, and thousands of others make few versions.
@@ -37,9 +45,75 @@ QHash<QString, QVariantHash> prepared(const QString& prefix, const std::vector<Q
     return items;
 }
 
+/// Those of the entries that the queue has and that lack their tags.
+std::vector<QueueEntry> unprepared(const Queue& queue, const std::vector<EntryId>& ids)
+{
+    std::vector<QueueEntry> entries;
+    for (const EntryId id : ids) {
+        const QueueEntry* const entry = queue.find(id);
+        if (entry && !ItemPreparation::isPrepared(entry->item) &&
+            ItemCollector::isInside(CMPath::fromEncoded(entry->item.source)))
+            entries.push_back(*entry);
+    }
+    return entries;
+}
+
+/// The entries as their worker describes them; without those that it does not know.
+std::vector<QueueEntry> described(const std::vector<QueueEntry>& entries)
+{
+    if (entries.empty())
+        return {};
+    const QHash<QString, QVariantHash> items =
+        prepared(CMPath::fromEncoded(entries.front().item.source).prefix(), entries);
+    std::vector<QueueEntry> described;
+    for (QueueEntry entry : entries) {
+        const auto item = items.constFind(entry.item.source);
+        if (item == items.cend())
+            continue;
+        entry.item.title = item->value(TavoRoles::Title()).toString();
+        entry.item.mediaJson = StoredJson::fromValue(item->value(TavoRoles::MediaData()));
+        described.push_back(std::move(entry));
+    }
+    return described;
+}
+
+/// Entries that cannot be prepared now stay as they are.
+std::vector<QueueEntry> describedOrNone(const PlaylistEngine& engine, const std::vector<EntryId>& ids)
+{
+    static const log4cplus::Logger logger = log4cplus::Logger::getInstance("CB_Playlist");
+    try {
+        return described(unprepared(engine.playlist()->queue(), ids));
+    } catch (const std::exception& exception) {
+        DBGLOG(
+            logger, log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/modules/playlist/itempreparation", __LINE__, __func__}),
+            "entries were not prepared: " << exception.what());
+        return {};
+    }
+}
+
 } // namespace
 
-ItemPreparation::ItemPreparation(PlaylistEngine& engine) : m_engine(engine), m_pause(shortestPause) {}
+ItemPreparation::ItemPreparation(PlaylistEngine& engine) : m_engine(engine), m_pause(shortestPause)
+{
+    try {
+        startThreads();
+    } catch (const std::system_error&) {
+        if (m_threads.empty())
+            throw;
+    }
+}
+
+ItemPreparation::~ItemPreparation()
+{
+    m_context.cancel();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isEnding = true;
+    }
+    m_changed.notify_all();
+    for (std::thread& thread : m_threads)
+        thread.join();
+}
 
 bool ItemPreparation::isPrepared(const QueueItem& item)
 {
@@ -49,61 +123,56 @@ bool ItemPreparation::isPrepared(const QueueItem& item)
 
 void ItemPreparation::add(const std::vector<EntryId>& ids)
 {
-    if (isIdle()) {
-        m_pause = shortestPause;
-        m_sincePublished.start();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_waiting.empty() && m_ready.empty()) {
+            m_pause = shortestPause;
+            m_sincePublished.start();
+        }
+        m_waiting.insert(m_waiting.end(), ids.begin(), ids.end());
     }
-    m_waiting.insert(m_waiting.end(), ids.begin(), ids.end());
+    m_changed.notify_all();
 }
 
-void ItemPreparation::proceed()
+void ItemPreparation::startThreads()
 {
-    if (!m_waiting.empty())
-        prepare(takeBatch(*m_engine.playlist()));
-    if (m_waiting.empty() || isDue())
-        publish();
+    while (m_threads.size() < threadCount)
+        m_threads.emplace_back([this] { run(); });
 }
 
-std::vector<QueueEntry> ItemPreparation::takeBatch(const Playlist& playlist)
+void ItemPreparation::run()
 {
-    std::vector<QueueEntry> batch;
-    for (; !m_waiting.empty() && batch.size() < batchSize; m_waiting.pop_front()) {
-        const QueueEntry* const entry = playlist.queue().find(m_waiting.front());
-        if (!entry || isPrepared(entry->item))
-            continue;
-        if (ItemCollector::isInside(CMPath::fromEncoded(entry->item.source)))
-            batch.push_back(*entry);
+    const CMRequestContext::Scope scope(m_context);
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_isEnding || !m_waiting.empty(); });
+        if (m_isEnding)
+            return;
+        const std::vector<EntryId> batch = takeBatchLocked();
+        lock.unlock();
+        std::vector<QueueEntry> ready = describedOrNone(m_engine, batch);
+        lock.lock();
+        std::move(ready.begin(), ready.end(), std::back_inserter(m_ready));
+        if (m_waiting.empty() || m_sincePublished.hasExpired(m_pause))
+            publishLocked();
     }
+}
+
+std::vector<EntryId> ItemPreparation::takeBatchLocked()
+{
+    const auto end = m_waiting.begin() + static_cast<std::ptrdiff_t>(std::min(batchSize, m_waiting.size()));
+    std::vector<EntryId> batch(m_waiting.begin(), end);
+    m_waiting.erase(m_waiting.begin(), end);
     return batch;
 }
 
-void ItemPreparation::prepare(std::vector<QueueEntry> batch)
-{
-    if (batch.empty())
-        return;
-    const QString prefix = CMPath::fromEncoded(batch.front().item.source).prefix();
-    const QHash<QString, QVariantHash> items = prepared(prefix, batch);
-    for (QueueEntry& entry : batch) {
-        const auto item = items.constFind(entry.item.source);
-        if (item == items.cend())
-            continue;
-        entry.item.title = item->value(TavoRoles::Title()).toString();
-        entry.item.mediaJson = StoredJson::fromValue(item->value(TavoRoles::MediaData()));
-        m_ready.push_back(std::move(entry));
-    }
-}
-
-bool ItemPreparation::isDue() const
-{
-    return m_sincePublished.hasExpired(m_pause);
-}
-
-void ItemPreparation::publish()
+void ItemPreparation::publishLocked()
 {
     if (!m_ready.empty()) {
         m_engine.post(
-            {}, [entries = std::move(m_ready)](Playlist& playlist, qint64) { return playlist.describe(entries); }, {});
-        m_ready.clear();
+            {},
+            [entries = std::exchange(m_ready, {})](Playlist& playlist, qint64) { return playlist.describe(entries); },
+            {});
     }
     m_pause = std::min(2 * m_pause, longestPause);
     m_sincePublished.restart();

@@ -1,41 +1,53 @@
 #pragma once
 
+#include "model/cmrequestcontext.h"
 #include "playlistengine.h"
 
 #include <QElapsedTimer>
-#include <QVariantHash>
+#include <QtGlobal>
 
+#include <condition_variable>
 #include <deque>
+#include <mutex>
+#include <thread>
 #include <vector>
 
-/// Gives entries the titles and media records that the worker of their items makes from the tags.
+/// Gives the entries of one worker the titles and media records that the worker makes from the tags, in threads of its
+/// own, which may wait for the worker.
 ///
-/// The entries that are ready wait for others, so that few versions of the queue come out. For one thread; the engine
-/// must outlive it.
+/// The entries that are ready wait for others, so that few versions of the queue come out.
 class ItemPreparation
 {
 public:
+    /// The engine must outlive it. Throws std::system_error if the system has no thread left.
     explicit ItemPreparation(PlaylistEngine& engine);
+    /// Cancels the requests that are under way and waits for them.
+    ~ItemPreparation();
+    Q_DISABLE_COPY_MOVE(ItemPreparation)
 
     /// Whether the item has its tags.
     [[nodiscard]] static bool isPrepared(const QueueItem& item);
 
-    /// Their items are all of the same worker.
+    /// Any thread.
     void add(const std::vector<EntryId>& ids);
-    [[nodiscard]] bool isIdle() const { return m_waiting.empty() && m_ready.empty(); }
-    /// Prepares some entries, and publishes those that are ready if it is time.
-    void proceed();
 
 private:
-    /// Entries that are prepared by one request.
-    [[nodiscard]] std::vector<QueueEntry> takeBatch(const Playlist& playlist);
-    void prepare(std::vector<QueueEntry> batch);
-    [[nodiscard]] bool isDue() const;
-    void publish();
+    void startThreads();
+    void run();
+    [[nodiscard]] std::vector<EntryId> takeBatchLocked();
+    void publishLocked();
 
     PlaylistEngine& m_engine;
+    CMRequestContext m_context;
+
+    /// Guards what follows but the threads.
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_isEnding = false;
     std::deque<EntryId> m_waiting;
     std::vector<QueueEntry> m_ready;
     QElapsedTimer m_sincePublished;
     qint64 m_pause;
+
+    std::vector<std::thread> m_threads;
 };

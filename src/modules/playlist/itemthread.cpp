@@ -3,7 +3,6 @@
 #include "itemcollector.h"
 #include "itempreparation.h"
 #include "model/cmrequestcontext.h"
-#include "preparingthread.h"
 #include "refusal.h"
 
 #include <QHash>
@@ -91,7 +90,7 @@ public:
             completion(outcome);
     }
 
-    /// Each worker has a thread of its own, since one that waits for a dead mount may hang.
+    /// Each worker has threads of its own, since those that wait for a dead mount may hang.
     void prepare(const std::vector<EntryId>& ids)
     {
         std::map<QString, std::vector<EntryId>> idsOfWorkers;
@@ -104,8 +103,8 @@ public:
         if (m_isEnding)
             return;
         for (const auto& [worker, itsIds] : idsOfWorkers) {
-            if (PreparingThread* const thread = threadOfLocked(worker))
-                thread->add(itsIds);
+            if (ItemPreparation* const preparation = preparationOfLocked(worker))
+                preparation->add(itsIds);
         }
     }
 
@@ -114,7 +113,7 @@ public:
     void end()
     {
         m_context.cancel();
-        std::map<QString, std::unique_ptr<PreparingThread>> preparing;
+        std::map<QString, std::unique_ptr<ItemPreparation>> preparing;
         const std::lock_guard lock(m_mutex);
         m_isEnding = true;
         preparing.swap(m_preparing);
@@ -122,13 +121,13 @@ public:
 
 private:
     /// Null if the system has no thread left now: the entries stay as they are.
-    [[nodiscard]] PreparingThread* threadOfLocked(const QString& worker)
+    [[nodiscard]] ItemPreparation* preparationOfLocked(const QString& worker)
     {
         try {
-            std::unique_ptr<PreparingThread>& thread = m_preparing[worker];
-            if (!thread)
-                thread = std::make_unique<PreparingThread>(m_engine);
-            return thread.get();
+            std::unique_ptr<ItemPreparation>& preparation = m_preparing[worker];
+            if (!preparation)
+                preparation = std::make_unique<ItemPreparation>(m_engine);
+            return preparation.get();
         } catch (const std::system_error&) {
             return nullptr;
         }
@@ -160,7 +159,7 @@ private:
 
     std::mutex m_mutex;
     bool m_isEnding = false;
-    std::map<QString, std::unique_ptr<PreparingThread>> m_preparing;
+    std::map<QString, std::unique_ptr<ItemPreparation>> m_preparing;
     /// Who waits for the operations that are walking, by their texts.
     QHash<QString, std::vector<PlaylistEngine::Completion>> m_underWay;
 };

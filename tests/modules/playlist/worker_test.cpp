@@ -471,6 +471,26 @@ TEST_F(PlaylistBesideADeadMount, EntriesOfOtherWorkersGetTheirTags)
     EXPECT_TRUE(waitUntilPrepared());
 }
 
+TEST_F(PlaylistBesideADeadMount, EntriesOfTheSameWorkerGetTheirTags)
+{
+    const auto isAlive = std::make_shared<std::atomic<bool>>(false);
+    std::atomic<bool> hangs{false};
+    music.served = [&hangs, isAlive](const CMRequest& request) {
+        if (request.path().base() != TavoPlayListPrepareItems() || hangs.exchange(true))
+            return;
+        while (!*isAlive)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    set("addToQueue", source("single"));
+    ASSERT_TRUE(processEventsUntil([&hangs] { return hangs.load(); }));
+    set("addToQueue", source("album"));
+    EXPECT_TRUE(processEventsUntil(
+        [this] { return column(TavoRoles::Title()).value(3).toString().startsWith(QLatin1String("Tagged ")); }));
+    EXPECT_EQ(column(TavoRoles::Title()).value(0), QStringLiteral("single"));
+    *isAlive = true;
+    EXPECT_TRUE(waitUntilPrepared());
+}
+
 TEST_F(PlaylistServices, EndWithTheWorker)
 {
     std::atomic<bool> isServing{false};
