@@ -103,6 +103,18 @@ TEST(Root, SettingThatDoesNotExistIsRefused)
     EXPECT_EQ(dataOf("settings", "no/such").error().name(), TavoErrorInvalidPath());
 }
 
+TEST(Root, EntriesAreVisibleUnlessTheHostHidesThem)
+{
+    const CMPath shown(QStringLiteral("test"), QStringLiteral("shown"));
+    const CMPath hidden(QStringLiteral("test"), QStringLiteral("hidden"));
+    EXPECT_TRUE(root().isVisible(hidden));
+    root().setVisibility([&hidden](const CMPath& path) { return path != hidden; });
+    EXPECT_FALSE(root().isVisible(hidden));
+    EXPECT_TRUE(root().isVisible(shown));
+    root().setVisibility({});
+    EXPECT_TRUE(root().isVisible(hidden));
+}
+
 TEST(Root, RoutesRequestsByPrefix)
 {
     NamedWorker one("one");

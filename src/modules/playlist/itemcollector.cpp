@@ -41,6 +41,17 @@ bool isCancelled()
     return context && context->isCancelled();
 }
 
+/// Whether the path is relative in its worker, and without "..".
+bool isInside(const CMPath& path)
+{
+    const QString& base = path.base();
+    const auto segments = base.splitRef(u'/');
+    return !base.startsWith(u'/') && !base.contains(QChar::Null) &&
+           std::none_of(segments.cbegin(), segments.cend(), [](const QStringRef& segment) {
+               return segment == QLatin1String("..");
+           });
+}
+
 /// The values of the entry; empty if there is none.
 QVariantList rowOf(const CMPath& path)
 {
@@ -60,14 +71,9 @@ TavoRowsRoles pageOf(const CMPath& container, int first)
 
 } // namespace
 
-bool ItemCollector::isInside(const CMPath& path)
+bool ItemCollector::mayShow(const CMPath& path)
 {
-    const QString& base = path.base();
-    const auto segments = base.splitRef(u'/');
-    return !base.startsWith(u'/') && !base.contains(QChar::Null) &&
-           std::none_of(segments.cbegin(), segments.cend(), [](const QStringRef& segment) {
-               return segment == QLatin1String("..");
-           });
+    return isInside(path) && CMRootWorker::instance().isVisible(path);
 }
 
 CMError ItemCollector::collect(const QStringList& paths)
@@ -118,7 +124,7 @@ void ItemCollector::takeRow(const QVariantList& row, int depth)
     const QString type = row.value(TypeColumn).toString();
     if (type == TavoRolesType::Container())
         takeContainer(CMPath::fromEncoded(source), depth);
-    else if (isPlayable(type))
+    else if (isPlayable(type) && mayShow(CMPath::fromEncoded(source)))
         m_items.push_back(
             {source, row.value(TitleColumn).toString(), type, StoredJson::fromValue(row.value(MediaColumn))});
 }
@@ -126,7 +132,7 @@ void ItemCollector::takeRow(const QVariantList& row, int depth)
 // NOLINTNEXTLINE(misc-no-recursion): as deep as `deepest`
 void ItemCollector::takeContainer(const CMPath& path, int depth)
 {
-    if (depth >= deepest || !isForeign(path) || !isInside(path))
+    if (depth >= deepest || !isForeign(path) || !mayShow(path))
         return;
     ++m_containers;
     takeRows(path, depth + 1);

@@ -33,8 +33,8 @@ public:
     /// where it would have more than 16,384 characters: answers are kept.
     [[nodiscard]] QStringList missing() const { return m_missing; }
 
-    /// Whether the path names something inside its worker: relative, and without "..".
-    [[nodiscard]] static bool isInside(const CMPath& path);
+    /// Whether the queue may show the entry: it is inside its worker, and visible to the clients of other workers.
+    [[nodiscard]] static bool mayShow(const CMPath& path);
 
 private:
     /// False if the search ends here: it is cancelled, or has found too much.

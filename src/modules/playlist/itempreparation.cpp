@@ -52,7 +52,7 @@ std::vector<QueueEntry> unprepared(const Queue& queue, const std::vector<EntryId
     for (const EntryId id : ids) {
         const QueueEntry* const entry = queue.find(id);
         if (entry && !ItemPreparation::isPrepared(entry->item) &&
-            ItemCollector::isInside(CMPath::fromEncoded(entry->item.source)))
+            ItemCollector::mayShow(CMPath::fromEncoded(entry->item.source)))
             entries.push_back(*entry);
     }
     return entries;

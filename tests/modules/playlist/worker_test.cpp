@@ -157,6 +157,17 @@ TEST_F(PlaylistAdds, NothingThatLeadsOutOfItsWorker)
     EXPECT_EQ(rows().rowsCount(), 0);
 }
 
+TEST_F(PlaylistAdds, NothingInvisible)
+{
+    const CMPath item = CMPath::fromEncoded(source("album/2"));
+    CMRootWorker::instance().setVisibility([&item](const CMPath& path) { return path != item; });
+    set("addToQueue", source("album"));
+    EXPECT_EQ(sources(), QStringList({source("album/1"), source("album/3")}));
+    EXPECT_EQ(errorOf(QStringLiteral("addToQueue"), source("album/2")), "noSuchItem");
+    CMRootWorker::instance().setVisibility({});
+    EXPECT_EQ(set("addToQueue", source("album/2")).value(QStringLiteral("added")), 1);
+}
+
 TEST_F(PlaylistAdds, WhatExistsOfAListOfPathsAndNamesTheRest)
 {
     const QVariantList paths{source("gone"), source("single"), source("notes"), QStringLiteral("/nowhere/1")};

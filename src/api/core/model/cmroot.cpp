@@ -156,6 +156,20 @@ QVariant CMRootWorker::setting(const CMPath& path) const
     return m_settings.value(path).__variant();
 }
 
+void CMRootWorker::setVisibility(Visibility visibility)
+{
+    const QMutexLocker lock(&m_mutex);
+    m_visibility = std::move(visibility);
+}
+
+bool CMRootWorker::isVisible(const CMPath& path) const
+{
+    QMutexLocker lock(&m_mutex);
+    const Visibility isVisible = m_visibility;
+    lock.unlock();
+    return !isVisible || isVisible(path);
+}
+
 CMRootWorker::Mount CMRootWorker::mountedAt(const QString& prefix) const
 {
     const QMutexLocker lock(&m_mutex);

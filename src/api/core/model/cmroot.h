@@ -45,6 +45,13 @@ public:
     /// Settings are the paths under the prefix "settings". Set-data requests change them too.
     void setSetting(const CMPath& path, const TavoValue& value);
 
+    /// Decides which entries workers may show that take them from other workers. Called in any thread.
+    using Visibility = std::function<bool(const CMPath& path)>;
+    /// Empty, as at first: every entry is visible.
+    void setVisibility(Visibility visibility);
+    /// Whether a worker may show its clients the entry of another one.
+    [[nodiscard]] bool isVisible(const CMPath& path) const;
+
     /// Hands the request to the worker that the path's prefix names; an unknown prefix is refused as an invalid path.
     /// What the worker throws passes through.
     void request(const CMRequest& request) override;
@@ -87,6 +94,7 @@ private:
     mutable QMutex m_mutex;
     std::vector<Mount> m_mounts;
     QHash<CMPath, TavoValue> m_settings;
+    Visibility m_visibility;
     /// Of the own rows; 0: nobody has them open.
     int m_rowsVersion = 0;
 };
