@@ -228,7 +228,7 @@ const std::vector<Rule> rules = {
      hostRoom({"exec/patientcall.h", "process/filedescriptor.h", "process/hostlog.h"})},
     {"HostExec", "src/host/exec", Side::Both, hostRoom({"process/guardedcall.h"})},
     {"HostContent", "src/host/content", Side::Both,
-     hostRoom({"src/host/exec", "src/host/liveness", "process/hostlog.h"})},
+     hostRoom({"src/host/exec", "src/host/liveness", "process/hostlog.h", "process/openpath.h"})},
     {"HostMedia", "src/host/media", Side::Both,
      hostRoom({"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/process"})},
     {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "src/api/core/log", "content/result.h"})},

@@ -106,6 +106,19 @@ TEST_F(ServeQueue, NamesMediaByTheirAddresses)
     EXPECT_EQ(HttpClient(serving.port()).get("/media/file/album/1.mp3").status, 200);
 }
 
+TEST_F(ServeQueue, HasNothingThatLinksLeadTo)
+{
+    serving.tree.addFile(QStringLiteral("private/secret.mp3"));
+    const QString hidden = serving.tree.absolute(QStringLiteral("private"));
+    const QString folder = serving.tree.absolute(serving.served(QStringLiteral("album")));
+    ASSERT_TRUE(QFile::link(hidden, folder + QStringLiteral("/linked")));
+    ASSERT_TRUE(QFile::link(hidden + QStringLiteral("/secret.mp3"), folder + QStringLiteral("/4.mp3")));
+    ASSERT_TRUE(QFile::link(folder + QStringLiteral("/1.mp3"), folder + QStringLiteral("/5.mp3")));
+    EXPECT_EQ(set("/playlist/addToQueue", QStringLiteral("/file/album"))[QStringLiteral("added")].toInt(), 4);
+    EXPECT_THAT(
+        sources(), ElementsAre("/file/album/1.mp3", "/file/album/2.mp3", "/file/album/3.mp3", "/file/album/5.mp3"));
+}
+
 TEST_F(ServeQueue, IsTheSameForAllClients)
 {
     WebClient other(serving.port());

@@ -1,6 +1,7 @@
 #include "content/confinement.h"
 
 #include "content/mount.h"
+#include "process/openpath.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -44,6 +45,13 @@ bool hasHiddenName(const QString& path)
     return std::any_of(names.cbegin(), names.cend(), [](const QStringRef& name) { return name.startsWith(u'.'); });
 }
 
+/// Whether the base, if there is no link on its way, ends below the root directory, and no name in it is hidden.
+bool leadsDown(const QString& base)
+{
+    return !base.startsWith(slash) && !base.startsWith(u'.') && !base.startsWith(u':') &&
+           !base.contains(QLatin1String("/.")) && !base.contains(QChar::Null);
+}
+
 } // namespace
 
 bool isConfined(const QString& rootDirectory, const QString& base)
@@ -60,6 +68,8 @@ bool isConfined(const QString& rootDirectory, const QString& base)
 
 bool isPublic(const Mount& mount, const QString& base)
 {
+    if (leadsDown(base) && openCachedPath(mount.localPath(base)).isOpen())
+        return true;
     const QString& root = mount.rootDirectory;
     const QString path = joined(root, base);
     // An absolute base would show where the root is.

@@ -1,5 +1,6 @@
 #include "content/contenthost.h"
 
+#include "content/confinement.h"
 #include "content/servedroot.h"
 #include "content/servedworker.h"
 #include "content/workermodule.h"
@@ -95,6 +96,7 @@ ContentHost::~ContentHost()
     m_workerThread->run([this, home] {
         // They may have made requests to the roots' workers that are still under way.
         m_workers.clear();
+        CMRootWorker::instance().setVisibility({});
         m_roots.clear();
         m_retired.clear();
         CMRootWorker::instance().moveToThread(home);
@@ -159,6 +161,14 @@ void ContentHost::nameRoots(const std::vector<RootSettings>& roots)
         m_rootDirectories.append(QDir::cleanPath(QDir::current().absoluteFilePath(root.directory)));
         m_usedIds.insert(root.id);
     }
+}
+
+void ContentHost::hideFromWorkers()
+{
+    CMRootWorker::instance().setVisibility([this](const CMPath& path) {
+        const SharedMount mount = mountAt(path.prefix());
+        return !mount || !mount->isTree() || isPublic(*mount, path.base());
+    });
 }
 
 Result<void> ContentHost::mountWorker(const WorkerSettings& settings)

@@ -91,6 +91,8 @@ public:
     ~ContentHost();
     Q_DISABLE_COPY_MOVE(ContentHost)
 
+    /// From now on workers that are not roots may show only those entries of the roots that network clients may see.
+    void hideFromWorkers();
     /// Mounts a worker behind the roots and those mounted before. Fails if its module makes none, or if its prefix is
     /// taken.
     [[nodiscard]] Result<void> mountWorker(const WorkerSettings& settings);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/openpath.h"
+#include "process/openpath.h"
 
 #include <QByteArrayList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "media/openpath.h"
+#include "process/openpath.h"
 
 #include <QByteArrayList>
 

@@ -233,6 +233,7 @@ Result<int> run(const CommandContext& context, const QCommandLineParser& parser)
     Result<HttpServer::Settings> settings = settingsFor(configured, state.value());
     if (!settings)
         return settings.failure();
+    context.host.hideFromWorkers();
     if (const Result<void> mounted = mountQueue(context.host, parser, state.value().path()); !mounted)
         return mounted.failure();
     SharedListings sharedListings;
