@@ -102,8 +102,9 @@ protected:
 TEST_F(Publicity, WhatIsInTheTreeIsPublic)
 {
     for (const char* base :
-         {"", "a", "a/b/song.mp3", "missing", "a/./b", "a/..", "a/../a/b", "inner", "inner/song.mp3"})
+         {"", "a", "a/", "a//b", "a/b/song.mp3", "missing", "a/./b", "a/..", "a/../a/b", "inner", "inner/song.mp3"})
         EXPECT_TRUE(isPublicHere(base)) << base;
+    EXPECT_FALSE(isPublic(mount, QStringLiteral("a") + QChar(QChar::Null)));
 }
 
 TEST_F(Publicity, WhatIsNotConfinedIsNot)
@@ -131,6 +132,14 @@ TEST_F(Publicity, HiddenNamesAreNotReachedByClimbingFromALink)
 TEST_F(Publicity, LinksThatLeadOutAreNot)
 {
     for (const char* base : {"link", "link/song.mp3", "chain", "chain/song.mp3"})
+        EXPECT_FALSE(isPublicHere(base)) << base;
+}
+
+TEST_F(Publicity, NothingIsOnceALinkStandsWhereTheRootWas)
+{
+    ASSERT_TRUE(QFile::rename(root, tree.absolute(QStringLiteral("former"))));
+    ASSERT_TRUE(QFile::link(tree.absolute(QStringLiteral("former")), root));
+    for (const char* base : {"a", "a/b/song.mp3"})
         EXPECT_FALSE(isPublicHere(base)) << base;
 }
 

@@ -14,6 +14,8 @@
 #include <tavo/tavokeys.h>
 #include <tavo/tavoroles.h>
 
+#include <QFile>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -118,6 +120,27 @@ TEST_F(Roots, ServesThemInTheirOrderUnderTheirTitles)
                           QStringLiteral("/file/ one container")));
     EXPECT_EQ(host->rootIds(), (QStringList{QStringLiteral("z"), QStringLiteral("A-1_x"), QStringLiteral("file")}));
     EXPECT_THAT(host->problems(), IsEmpty());
+}
+
+TEST_F(Roots, HideFromOtherWorkersWhatNetworkClientsMayNotSee)
+{
+    for (const char* link : {"one/link", "two/link"})
+        ASSERT_TRUE(QFile::link(tree.absolute(QStringLiteral("three")), tree.absolute(QString::fromUtf8(link))));
+    add("one", "one");
+    add("two", "two");
+    settings.roots.back().followLinks = true;
+    add("missing", "missing");
+    start();
+    const CMRootWorker& root = CMRootWorker::instance();
+    EXPECT_TRUE(root.isVisible(path("one", "link/3.mp3")));
+    host->hideFromWorkers();
+    EXPECT_TRUE(root.isVisible(path("one", "1.mp3")));
+    EXPECT_FALSE(root.isVisible(path("one", "link/3.mp3")));
+    EXPECT_TRUE(root.isVisible(path("two", "link/3.mp3")));
+    EXPECT_FALSE(root.isVisible(path("missing", "1.mp3")));
+    EXPECT_TRUE(root.isVisible(path("playlist", "queue/1")));
+    host.reset();
+    EXPECT_TRUE(root.isVisible(path("one", "link/3.mp3")));
 }
 
 TEST_F(Roots, EachHasAWorkerOfItsOwn)

@@ -45,11 +45,12 @@ bool hasHiddenName(const QString& path)
     return std::any_of(names.cbegin(), names.cend(), [](const QStringRef& name) { return name.startsWith(u'.'); });
 }
 
-/// Whether the base, if there is no link on its way, ends below the root directory, and no name in it is hidden.
+/// Whether the base stays inside its root directory and has no hidden name, if there is no link on its way.
 bool leadsDown(const QString& base)
 {
-    return !base.startsWith(slash) && !base.startsWith(u'.') && !base.startsWith(u':') &&
-           !base.contains(QLatin1String("/.")) && !base.contains(QChar::Null);
+    // System calls stop at NUL.
+    return !base.startsWith(slash) && !base.startsWith(u'.') && !base.contains(QLatin1String("/.")) &&
+           !base.startsWith(u':') && !base.contains(QChar::Null);
 }
 
 } // namespace
@@ -68,6 +69,7 @@ bool isConfined(const QString& rootDirectory, const QString& base)
 
 bool isPublic(const Mount& mount, const QString& base)
 {
+    // A path without links is its own target.
     if (leadsDown(base) && openCachedPath(mount.localPath(base)).isOpen())
         return true;
     const QString& root = mount.rootDirectory;

@@ -167,7 +167,8 @@ void ContentHost::hideFromWorkers()
 {
     CMRootWorker::instance().setVisibility([this](const CMPath& path) {
         const SharedMount mount = mountAt(path.prefix());
-        return !mount || !mount->isTree() || isPublic(*mount, path.base());
+        // Of a root that comes or disappears just now nothing can be judged.
+        return mount ? !mount->isTree() || isPublic(*mount, path.base()) : !isRoot(path.prefix());
     });
 }
 

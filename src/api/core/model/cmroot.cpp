@@ -5,6 +5,7 @@
 #include "tavo/tavokeys.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -165,9 +166,9 @@ void CMRootWorker::setVisibility(Visibility visibility)
 bool CMRootWorker::isVisible(const CMPath& path) const
 {
     QMutexLocker lock(&m_mutex);
-    const Visibility isVisible = m_visibility;
+    const Visibility visibility = m_visibility;
     lock.unlock();
-    return !isVisible || isVisible(path);
+    return !visibility || visibility(path);
 }
 
 CMRootWorker::Mount CMRootWorker::mountedAt(const QString& prefix) const

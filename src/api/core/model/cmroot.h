@@ -45,9 +45,9 @@ public:
     /// Settings are the paths under the prefix "settings". Set-data requests change them too.
     void setSetting(const CMPath& path, const TavoValue& value);
 
-    /// Decides which entries workers may show that take them from other workers. Called in any thread.
+    /// Whether a worker may show its clients the entry of another worker. Called in any thread; may wait for a disk.
     using Visibility = std::function<bool(const CMPath& path)>;
-    /// Empty, as at first: every entry is visible.
+    /// Empty, as at first: every entry is visible. Calls of the former one may still be under way afterwards.
     void setVisibility(Visibility visibility);
     /// Whether a worker may show its clients the entry of another one.
     [[nodiscard]] bool isVisible(const CMPath& path) const;
