@@ -25,7 +25,7 @@ namespace {
 constexpr Seconds allowedAnswer{0.2};
 constexpr int clientCount = 8;
 constexpr int pageSize = 100;
-/// More entries than are prepared side by side.
+/// As many entries as are prepared side by side.
 constexpr int lastPrepared = 64;
 
 /// The queue, stored in a directory of its own, with a client that has it open; beside it the worker of its items.
@@ -118,13 +118,12 @@ public:
 
     Timing allTags()
     {
-        const Timing timing = timingOf([this] {
-            const int changes = m_host.client().changes();
+        int seen = m_host.client().changes();
+        const Timing timing = timingOf([this, &seen] {
             add();
-            for (int seen = changes; !haveTags(m_files - lastPrepared);)
-                m_host.client().waitForChanges(++seen);
+            waitForTags(m_files - lastPrepared, seen);
         });
-        require(haveTags(0), "entries lack their tags");
+        waitForTags(0, seen);
         m_host.edit(QStringLiteral("clear"));
         return timing;
     }
@@ -136,6 +135,13 @@ private:
     {
         const QVariantHash answer = m_host.set(QStringLiteral("addToQueue"), root());
         require(answer.value(QStringLiteral("added")).toInt() == m_files, "the queue lacks entries");
+    }
+
+    /// `seen`: the changes that the client has looked at.
+    void waitForTags(int first, int& seen)
+    {
+        while (!haveTags(first))
+            m_host.client().waitForChanges(++seen);
     }
 
     [[nodiscard]] bool haveTags(int first) const
