@@ -1,4 +1,4 @@
-#include "itemthread.h"
+#include "additions.h"
 
 #include "itemcollector.h"
 #include "itempreparation.h"
@@ -49,7 +49,7 @@ std::vector<EntryId> unpreparedIds(const Queue& queue)
 
 } // namespace
 
-class ItemThread::State : public std::enable_shared_from_this<State>
+class Additions::State : public std::enable_shared_from_this<State>
 {
 public:
     struct Job
@@ -164,18 +164,18 @@ private:
     QHash<QString, std::vector<PlaylistEngine::Completion>> m_underWay;
 };
 
-ItemThread::ItemThread(PlaylistEngine& engine, const QString& ownPrefix)
+Additions::Additions(PlaylistEngine& engine, const QString& ownPrefix)
     : m_engine(engine), m_state(std::make_shared<State>(engine, ownPrefix)), m_walks(patience)
 {
     m_walks.start([state = m_state] { state->prepareAll(); });
 }
 
-ItemThread::~ItemThread()
+Additions::~Additions()
 {
     m_state->end();
 }
 
-void ItemThread::add(
+void Additions::add(
     const PlaylistEngine::Guard& guard, const PlaylistCommands::Addition& addition,
     PlaylistEngine::Completion completion)
 {
@@ -192,23 +192,21 @@ void ItemThread::add(
     m_walks.start([state = m_state, job = State::Job{guard, addition, std::move(completion)}] { state->walk(job); });
 }
 
-void ItemThread::restore(
+void Additions::restore(
     const PlaylistEngine::Guard& guard, PlaylistCommands::Restoration restoration,
     PlaylistEngine::Completion completion)
 {
-    const auto unprepared = std::make_shared<std::vector<EntryId>>();
-    const auto command = [restore = std::move(restoration.command), unprepared](Playlist& playlist, qint64 now) {
+    const auto restored = std::make_shared<std::vector<EntryId>>();
+    const auto command = [restore = std::move(restoration.command), restored](Playlist& playlist, qint64 now) {
         Outcome outcome = restore(playlist, now);
-        for (const QueuePlace& place : playlist.change().added) {
-            if (!ItemPreparation::isPrepared(place.entry->item))
-                unprepared->push_back(place.entry->id);
-        }
+        for (const QueuePlace& place : playlist.change().added)
+            restored->push_back(place.entry->id);
         return outcome;
     };
-    const auto complete = [state = m_state, unprepared, completion = std::move(completion)](const Outcome& outcome) {
+    const auto complete = [state = m_state, restored, completion = std::move(completion)](const Outcome& outcome) {
         completion(outcome);
         if (outcome)
-            state->prepare(*unprepared);
+            state->prepare(*restored);
     };
     m_engine.post(guard, command, complete);
 }

@@ -64,7 +64,7 @@ extern "C" Q_DECL_EXPORT CMWorker* worker_create(void* /*host*/, const QVariantH
 CMPlaylistWorker::CMPlaylistWorker(const QVariantHash& configuration)
     : CMWorker(withServiceId(configuration), QStringLiteral("CMPlaylistWorker")), m_rows(*this),
       m_engine(settingsFrom(configuration), [this](const auto& publication) { publish(publication); }),
-      m_items(m_engine, prefix())
+      m_additions(m_engine, prefix())
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -252,9 +252,9 @@ void CMPlaylistWorker::setDataRequest(const CMSetDataRequest& request)
     };
     PlaylistCommands::Read read = PlaylistCommands::read(base, content->value);
     if (const auto* const addition = std::get_if<PlaylistCommands::Addition>(&read))
-        return m_items.add(content->guard, *addition, answer);
+        return m_additions.add(content->guard, *addition, answer);
     if (auto* const restoration = std::get_if<PlaylistCommands::Restoration>(&read))
-        return m_items.restore(content->guard, std::move(*restoration), answer);
+        return m_additions.restore(content->guard, std::move(*restoration), answer);
     if (auto* const command = std::get_if<PlaylistEngine::Command>(&read))
         return m_engine.post(content->guard, std::move(*command), answer);
     const auto* const error = std::get_if<CMError>(&read);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "itemthread.h"
+#include "additions.h"
 #include "model/cmworker.h"
 #include "playlistengine.h"
 #include "playlistrows.h"
@@ -68,5 +68,5 @@ private:
 
     PlaylistEngine m_engine;
     /// Uses the engine.
-    ItemThread m_items;
+    Additions m_additions;
 };

@@ -33,7 +33,7 @@ public:
     /// where it would have more than 16,384 characters: answers are kept.
     [[nodiscard]] QStringList missing() const { return m_missing; }
 
-    /// Whether the queue may show the entry: it is inside its worker, and visible to the clients of other workers.
+    /// Whether the queue may show the entry: it is inside its worker, and the host does not hide it.
     [[nodiscard]] static bool mayShow(const CMPath& path);
 
 private:

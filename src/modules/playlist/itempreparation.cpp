@@ -77,18 +77,12 @@ std::vector<QueueEntry> described(const std::vector<QueueEntry>& entries)
     return described;
 }
 
-/// Entries that cannot be prepared now stay as they are.
-std::vector<QueueEntry> describedOrNone(const PlaylistEngine& engine, const std::vector<EntryId>& ids)
+void warn(const char* reason)
 {
     static const log4cplus::Logger logger = log4cplus::Logger::getInstance("CB_Playlist");
-    try {
-        return described(unprepared(engine.playlist()->queue(), ids));
-    } catch (const std::exception& exception) {
-        DBGLOG(
-            logger, log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/modules/playlist/itempreparation", __LINE__, __func__}),
-            "entries were not prepared: " << exception.what());
-        return {};
-    }
+    DBGLOG(
+        logger, log4cplus::WARN_LOG_LEVEL, (DbgLogSite{"src/modules/playlist/itempreparation", __LINE__, __func__}),
+        "entries were not prepared: " << reason);
 }
 
 } // namespace
@@ -97,7 +91,8 @@ ItemPreparation::ItemPreparation(PlaylistEngine& engine) : m_engine(engine), m_p
 {
     try {
         startThreads();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
+        // One thread is enough.
         if (m_threads.empty())
             throw;
     }
@@ -143,27 +138,34 @@ void ItemPreparation::startThreads()
 void ItemPreparation::run()
 {
     const CMRequestContext::Scope scope(m_context);
+    std::vector<EntryId> batch;
+    batch.reserve(batchSize);
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_isEnding || !m_waiting.empty(); });
         if (m_isEnding)
             return;
-        const std::vector<EntryId> batch = takeBatchLocked();
+        batch.clear();
+        for (; !m_waiting.empty() && batch.size() < batchSize; m_waiting.pop_front())
+            batch.push_back(m_waiting.front());
         lock.unlock();
-        std::vector<QueueEntry> ready = describedOrNone(m_engine, batch);
+        prepare(batch);
         lock.lock();
-        std::move(ready.begin(), ready.end(), std::back_inserter(m_ready));
-        if (m_waiting.empty() || m_sincePublished.hasExpired(m_pause))
-            publishLocked();
     }
 }
 
-std::vector<EntryId> ItemPreparation::takeBatchLocked()
+void ItemPreparation::prepare(const std::vector<EntryId>& batch)
 {
-    const auto end = m_waiting.begin() + static_cast<std::ptrdiff_t>(std::min(batchSize, m_waiting.size()));
-    std::vector<EntryId> batch(m_waiting.begin(), end);
-    m_waiting.erase(m_waiting.begin(), end);
-    return batch;
+    // Entries that cannot be prepared now stay as they are.
+    try {
+        std::vector<QueueEntry> ready = described(unprepared(m_engine.playlist()->queue(), batch));
+        const std::lock_guard lock(m_mutex);
+        std::move(ready.begin(), ready.end(), std::back_inserter(m_ready));
+        if (m_waiting.empty() || m_sincePublished.hasExpired(m_pause))
+            publishLocked();
+    } catch (const std::exception& exception) {
+        warn(exception.what());
+    }
 }
 
 void ItemPreparation::publishLocked()

@@ -34,19 +34,20 @@ public:
 private:
     void startThreads();
     void run();
-    [[nodiscard]] std::vector<EntryId> takeBatchLocked();
+    void prepare(const std::vector<EntryId>& batch);
     void publishLocked();
 
     PlaylistEngine& m_engine;
     CMRequestContext m_context;
 
-    /// Guards what follows but the threads.
+    /// Guards the members below, except for the threads.
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_isEnding = false;
     std::deque<EntryId> m_waiting;
     std::vector<QueueEntry> m_ready;
     QElapsedTimer m_sincePublished;
+    /// Milliseconds.
     qint64 m_pause;
 
     std::vector<std::thread> m_threads;

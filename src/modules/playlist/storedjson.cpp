@@ -54,7 +54,11 @@ QVariant toVariant(const QJsonValue& json)
 
 QByteArray StoredJson::fromValue(const QVariant& value)
 {
-    return value.isValid() ? TavoJson::write(value.toHash()).value_or(QByteArray()) : QByteArray();
+    if (!value.isValid())
+        return {};
+    QByteArray json = TavoJson::write(value.toHash()).value_or(QByteArray());
+    json.squeeze();
+    return json;
 }
 
 QVariant StoredJson::toValue(const QByteArray& json)

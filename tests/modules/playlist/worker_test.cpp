@@ -164,6 +164,9 @@ TEST_F(PlaylistAdds, NothingInvisible)
     set("addToQueue", source("album"));
     EXPECT_EQ(sources(), QStringList({source("album/1"), source("album/3")}));
     EXPECT_EQ(errorOf(QStringLiteral("addToQueue"), source("album/2")), "noSuchItem");
+    CMRootWorker::instance().setVisibility(
+        [](const CMPath& path) { return path.base().startsWith(QLatin1String("album/")); });
+    EXPECT_EQ(errorOf(QStringLiteral("addToQueue"), source("album")), "noSuchItem");
     CMRootWorker::instance().setVisibility({});
     EXPECT_EQ(set("addToQueue", source("album/2")).value(QStringLiteral("added")), 1);
 }
@@ -263,6 +266,24 @@ TEST_F(PlaylistAdds, EntriesWhoseTagsComeBackWithTheQueue)
     set("addToQueue", source("single"));
     ASSERT_TRUE(waitUntilPrepared());
     EXPECT_EQ(music.preparations, 2);
+}
+
+TEST_F(PlaylistAdds, NoTagsToStoredEntriesThatAreInvisible)
+{
+    music.served = [](const CMRequest& request) {
+        if (request.path().base() == TavoPlayListPrepareItems())
+            throw std::runtime_error("not yet");
+    };
+    set("addToQueue", QVariantList{source("album/1"), source("single")});
+    const CMPath hidden = CMPath::fromEncoded(source("album/1"));
+    CMRootWorker::instance().setVisibility([&hidden](const CMPath& path) { return path != hidden; });
+    worker.reset();
+    music.served = {};
+    restart();
+    EXPECT_TRUE(processEventsUntil(
+        [this] { return column(TavoRoles::Title()).value(1).toString() == QLatin1String("Tagged single"); }));
+    EXPECT_EQ(column(TavoRoles::Title()).value(0), QStringLiteral("1"));
+    CMRootWorker::instance().setVisibility({});
 }
 
 TEST_F(PlaylistAdds, NoTagsToStoredEntriesThatLeadOutOfTheirWorker)
