@@ -10,8 +10,6 @@
 #include <optional>
 #include <vector>
 
-#include <malloc.h>
-
 namespace {
 
 using Lane = RequestExecutor::Lane;
@@ -26,9 +24,6 @@ const QLatin1String languageName("language");
 
 /// A page of more values takes long.
 constexpr int longPage = 10'000;
-
-/// Entries of a listing whose memory is worth returning to the system.
-constexpr int largeListing = 100'000;
 
 Result<QByteArray> toText(const QVariant& value, const Content& content)
 {
@@ -46,15 +41,6 @@ Result<QByteArray> toText(const Result<QVariant>& result, const Content& content
 Result<QByteArray> toText(const Result<Content::Page>& page, const Content& content)
 {
     return page ? toText(page.value().toVariant(), content) : page.failure();
-}
-
-Result<Content::Page> pageOf(const Content::RowsQuery& query, const Content& content)
-{
-    Result<Content::Page> page = content.rows(query);
-    // The allocator would keep the memory of names and rows, which may be more than a small device can spare.
-    if (page && page.value().count >= largeListing)
-        malloc_trim(0);
-    return page;
 }
 
 Call describe(Parameters& parameters, const Content& /*content*/)
@@ -119,7 +105,7 @@ SharedListings::Request sharedRequestFor(const Content::RowsQuery& query, const 
         Content::RowsQuery wider = query;
         wider.first = static_cast<int>(range.first);
         wider.last = static_cast<int>(range.last);
-        return pageOf(wider, content);
+        return content.rows(wider);
     };
     const auto write = [content](const Content::Page& page) { return toText(page.toVariant(), content); };
     const int roles = std::max(1, query.roles.size());

@@ -9,7 +9,12 @@
 #include <type_traits>
 #include <utility>
 
+#include <malloc.h>
+
 namespace {
+
+/// Entries of a listing whose memory is worth returning to the system.
+constexpr int largeListing = 100'000;
 
 using Range = SharedListings::Range;
 using Request = SharedListings::Request;
@@ -76,8 +81,12 @@ void SharedListings::run(const Request& request, Receive receive)
     // Throws nothing from here on, which would leave the request in the table.
     queue.front() = {request.range, std::move(receive)};
     int entries = 0;
-    for (; !queue.empty(); queue = takeJoined(request.key))
+    for (; !queue.empty(); queue = takeJoined(request.key)) {
         entries = answer(request, queue, entries);
+        // The allocator would keep the memory of names and rows, which may be more than a small device can spare.
+        if (entries >= largeListing)
+            malloc_trim(0);
+    }
 }
 
 int SharedListings::answer(const Request& request, Queue& queue, int entries)
