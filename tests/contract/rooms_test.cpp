@@ -232,7 +232,8 @@ const std::vector<Rule> rules = {
     {"HostMedia", "src/host/media", Side::Both,
      hostRoom({"src/api/tagreader", "src/host/content", "src/host/exec", "src/host/process"})},
     {"HostProcess", "src/host/process", Side::Both, hostRoom({"log4cplus", "src/api/core/log", "content/result.h"})},
-    {"HostRpc", "src/host/rpc", Side::Both, hostRoom({"src/host/content", "src/host/exec", "process/guardedcall.h"})},
+    {"HostRpc", "src/host/rpc", Side::Both,
+     hostRoom({"src/host/content", "src/host/exec", "process/freememory.h", "process/guardedcall.h"})},
     {"HostStdio", "src/host/stdio", Side::Both, hostRoom({"src/host/rpc", "src/host/process"})},
     {"HostHttp", "src/host/http", Side::Both,
      hostRoom(

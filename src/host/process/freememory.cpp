@@ -1,5 +1,8 @@
 #include "process/freememory.h"
 
+#include <cstddef>
+#include <cstdlib>
+
 #include <malloc.h>
 
 namespace {
@@ -18,4 +21,13 @@ void limitFreeMemory()
     mallopt(M_MMAP_THRESHOLD, largeBlock);
     mallopt(M_TRIM_THRESHOLD, mostFree);
     // NOLINTEND(concurrency-mt-unsafe)
+}
+
+void returnFreeMemory()
+{
+    malloc_trim(0);
+    // That leaves the end of this thread's heap, which the allocator returns when it frees a block of 64 kB or more.
+    constexpr std::size_t size = 1 << 17;
+    void* const volatile block = std::malloc(size);
+    std::free(block);
 }

@@ -1,6 +1,7 @@
 #include "rpc/sharedlistings.h"
 
 #include "content/failures.h"
+#include "process/freememory.h"
 #include "process/guardedcall.h"
 
 #include <algorithm>
@@ -8,8 +9,6 @@
 #include <tuple>
 #include <type_traits>
 #include <utility>
-
-#include <malloc.h>
 
 namespace {
 
@@ -85,7 +84,7 @@ void SharedListings::run(const Request& request, Receive receive)
         entries = answer(request, queue, entries);
         // The allocator would keep the memory of names and rows, which may be more than a small device can spare.
         if (entries >= largeListing)
-            malloc_trim(0);
+            returnFreeMemory();
     }
 }
 
