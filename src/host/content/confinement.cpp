@@ -45,20 +45,23 @@ bool hasHiddenName(const QString& path)
     return std::any_of(names.cbegin(), names.cend(), [](const QStringRef& name) { return name.startsWith(u'.'); });
 }
 
+bool isPath(const QString& base)
+{
+    // System calls stop at NUL; Qt treats a leading colon as a resource path.
+    return !base.contains(QChar::Null) && !base.startsWith(QLatin1Char(':'));
+}
+
 /// Whether the base stays inside its root directory and has no hidden name, if there is no link on its way.
 bool leadsDown(const QString& base)
 {
-    // System calls stop at NUL.
-    return !base.startsWith(slash) && !base.startsWith(u'.') && !base.contains(QLatin1String("/.")) &&
-           !base.startsWith(u':') && !base.contains(QChar::Null);
+    return isPath(base) && !base.startsWith(slash) && !hasHiddenName(base);
 }
 
 } // namespace
 
 bool isConfined(const QString& rootDirectory, const QString& base)
 {
-    // System calls stop at NUL; Qt treats a leading colon as a resource path.
-    if (base.contains(QChar::Null) || base.startsWith(QLatin1Char(':')))
+    if (!isPath(base))
         return false;
     const QString path = joined(rootDirectory, base);
     if (!isAtOrBelow(rootDirectory, QDir::cleanPath(path)))
