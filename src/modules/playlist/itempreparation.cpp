@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <exception>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 namespace {
@@ -90,7 +89,8 @@ void warn(const char* reason)
 ItemPreparation::ItemPreparation(PlaylistEngine& engine) : m_engine(engine), m_pause(shortestPause)
 {
     try {
-        startThreads();
+        while (m_threads.size() < threadCount)
+            m_threads.emplace_back([this] { run(); });
     } catch (const std::exception&) {
         // One thread is enough.
         if (m_threads.empty())
@@ -127,12 +127,6 @@ void ItemPreparation::add(const std::vector<EntryId>& ids)
         m_waiting.insert(m_waiting.end(), ids.begin(), ids.end());
     }
     m_changed.notify_all();
-}
-
-void ItemPreparation::startThreads()
-{
-    while (m_threads.size() < threadCount)
-        m_threads.emplace_back([this] { run(); });
 }
 
 void ItemPreparation::run()

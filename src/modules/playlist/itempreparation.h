@@ -32,7 +32,6 @@ public:
     void add(const std::vector<EntryId>& ids);
 
 private:
-    void startThreads();
     void run();
     void prepare(const std::vector<EntryId>& batch);
     void publishLocked();
